@@ -1,0 +1,17 @@
+#pragma once
+
+/// @file
+/// Visibility of the exported classes. An application needs nothing from this file; one that links
+/// the static library on Windows defines `ZUKEL_STATIC` before it includes any header.
+
+#if defined(_WIN32) && !defined(ZUKEL_STATIC)
+#if defined(ZUKEL_BUILDING)
+#define KEL_API __declspec(dllexport)
+#else
+#define KEL_API __declspec(dllimport)
+#endif
+#elif defined(_WIN32)
+#define KEL_API
+#else
+#define KEL_API __attribute__((visibility("default")))
+#endif

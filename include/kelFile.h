@@ -1,0 +1,219 @@
+#pragma once
+
+#include "kelExport.h"
+#include "zuString.h"
+
+class kelLibrary;
+struct kelFileRecord;
+
+/// One file: opened by name, read and written as typed values, blocks or lines, and closed.
+///
+/// | State  | `IsOpen` | entered by                                     | data operations     |
+/// |--------|----------|------------------------------------------------|---------------------|
+/// | closed | false    | construction, failed open, `Close`             | `kelStatusFailed`   |
+/// | open   | true     | `Open` or `CreateTemporaryFile` that succeeded | as each one tells   |
+///
+/// `Open` and `CreateTemporaryFile` are allowed in both states. On an open object they forget the
+/// earlier file without closing it: its buffer is written out and its descriptor closed when the
+/// object is destroyed. Call `Close` first when that is too late, or when its status matters.
+///
+/// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success,
+/// unless an operation says otherwise. Every operation other than `EndOfFile` gives
+/// `kelStatusFailed` on a closed object and changes nothing.
+///
+/// Threads: one object is used by one thread at a time; different objects are independent.
+///
+/// Child processes: no descriptor of this class reaches a program that the process starts. Linux:
+/// with `ModeNoCleanup`, and for temporary files, the mark is set just after the descriptor was
+/// made, so a program started by another thread in between still inherits it.
+///
+/// Memory: what one opening takes (about 4 KiB with `ModeBuffered`) stays with the object until it
+/// is destroyed. For many files in a row make an object for each.
+///
+/// @code
+/// kelFile in("notes.txt", kelFile::ModeRead | kelFile::ModeBuffered);
+/// char line[1024];
+/// while (in.ReadLine(line, sizeof line) == kelStatusOk) {
+///     std::fputs(line, stdout);
+/// }
+/// @endcode
+class KEL_API kelFile {
+public:
+    /// The bits of the open mode. Their values are those of the runtime's `APR_FOPEN_` flags, and
+    /// any other of these may be given as well: the mode is handed on unchanged.
+    enum OpenMode : int {
+        ModeRead = 0x00001,           ///< Open for reading.
+        ModeWrite = 0x00002,          ///< Open for writing.
+        ModeCreate = 0x00004,         ///< Make the file when it does not exist.
+        ModeAppend = 0x00008,         ///< Every write goes to the end of the file.
+        ModeTruncate = 0x00010,       ///< Cut an existing file to nothing.
+        ModeBinary = 0x00020,         ///< No text translation; neither Linux nor Windows does any.
+        ModeExclusive = 0x00040,      ///< With `ModeCreate`: fail when the file exists.
+        ModeBuffered = 0x00080,       ///< Gather small reads and writes in a buffer of 4 KiB.
+        ModeDeleteOnClose = 0x00100,  ///< Remove the file, by the name given, when it is closed.
+        ModeThreadSafe =
+            0x00200,  ///< The runtime guards its own handle; the object stays unguarded.
+        ModeShareLock = 0x00400,  ///< Windows: other processes may lock ranges of the file.
+        ModeNoCleanup =
+            0x00800,  ///< A forgotten handle (see above) is never closed, nor its buffer written.
+        ModeSendfile = 0x01000,  ///< Windows: open for overlapped transfer.
+        ModeSparse = 0x08000     ///< Windows: mark the file sparse.
+    };
+
+    /// Makes a closed object with an empty name. Throws `std::bad_alloc` without memory.
+    kelFile();
+    /// The same. The pointer is not read and may be null.
+    explicit kelFile(kelLibrary* library);
+    /// Makes the object and does what `Open` does. The status is not reported: ask `IsOpen`.
+    kelFile(const zuString& name, int mode);
+    /// Makes a closed object with an empty name. Nothing of `other` is taken over.
+    kelFile(const kelFile& other);
+    /// Closes an open file, dropping the status: call `Close` to learn of a failed last write.
+    ~kelFile();
+    /// Shares the open file, the name and the position of `other`: what is done through one object
+    /// is seen through both, and the last one closes. A file that this object held alone is closed.
+    kelFile& operator=(const kelFile& other);
+
+    /// Opens the file `name`, relative to the current directory, with `mode` made of `OpenMode`
+    /// bits. A new file gets the system's default permissions (Linux: 0666 less the umask).
+    ///
+    /// @returns `kelStatusOk`; `kelStatusNotFound` when there is no such file or directory on the
+    /// way; `kelStatusAccessDenied` when the system refuses, and when `mode` has neither `ModeRead`
+    /// nor `ModeWrite`; `kelStatusFailed` otherwise. After a failure the object is closed and its
+    /// name empty.
+    ///
+    /// Linux: the name is any bytes; a directory opens with `ModeRead` alone, and every read of it
+    /// fails. Windows: the name is UTF-8; in a process on a single-byte code page a file that
+    /// exists is opened through its short (8.3) name.
+    int Open(const zuString& name, int mode);
+
+    /// Writes out a buffered file and closes it. The name stays.
+    ///
+    /// @returns `kelStatusFailed` when the object was closed already, and when writing out the
+    /// buffer or closing failed; the object is closed all the same, and what could not be written
+    /// is lost.
+    int Close();
+
+    /// Whether a file is open.
+    bool IsOpen() const;
+
+    /// The name of the open file as the caller gave it, or that of the temporary file; it outlives
+    /// `Close`. Empty before the first opening and after a failed one.
+    zuString GetFileName() const;
+
+    /// Makes a new file under a name made from `nameTemplate` and opens it for reading and writing,
+    /// unbuffered. It is removed when it is closed, also when the template was relative and the
+    /// current directory has changed since.
+    ///
+    /// @param nameTemplate its first 127 bytes count. It ends in at least six `X`; Linux: the last
+    /// six are replaced; Windows: all trailing `X` are.
+    /// @returns `kelStatusOk`; `kelStatusAccessDenied` when the directory may not be written;
+    /// `kelStatusFailed` otherwise, a missing directory included. After a failure the object is
+    /// closed and its name empty.
+    int CreateTemporaryFile(const zuString& nameTemplate);
+
+    /// @name Typed values
+    /// A value is stored as its bytes in memory, in the machine's byte order, with nothing around
+    /// it: 1 byte for `char`, 2 for `short`, `unsigned short` and `wchar_t`, 4 for `int`, `unsigned
+    /// int`, `long`, `unsigned long` and `float`, 8 for `double`, on every platform.
+    ///
+    /// `Read` gives `kelStatusFailed` and leaves `value` alone when nothing could be read, also at
+    /// the end of the file (see `EndOfFile`). When the file ends within the value, the result is
+    /// `kelStatusOk` and only the leading bytes of `value` have changed. A whole `long` is
+    /// sign-extended, a whole `unsigned long` or `wchar_t` zero-extended to the platform's width.
+    ///
+    /// `Write` of a `long`, `unsigned long` or `wchar_t` that does not fit the width in the file
+    /// gives `kelStatusFailed` and writes nothing. Without `ModeBuffered` a full device may take a
+    /// part of a value; the block form tells how much.
+    /// @{
+    int Read(char& value);
+    int Read(short& value);
+    int Read(unsigned short& value);
+    int Read(wchar_t& value);
+    int Read(int& value);
+    int Read(unsigned int& value);
+    int Read(long& value);
+    int Read(unsigned long& value);
+    int Read(float& value);
+    int Read(double& value);
+    int Write(char value);
+    int Write(short value);
+    int Write(unsigned short value);
+    int Write(wchar_t value);
+    int Write(int value);
+    int Write(unsigned int value);
+    int Write(long value);
+    int Write(unsigned long value);
+    int Write(float value);
+    int Write(double value);
+    /// @}
+
+    /// @name Blocks
+    /// Plain bytes, whatever the type of the pointer: `size` counts bytes, is never multiplied by
+    /// the size of an element, and holds on return the bytes that were moved, after a failure too.
+    /// A read that finds only part of the bytes is a success; one that finds none, at the end of
+    /// the file or by an error, is `kelStatusFailed` with `size` 0. A `size` of 0 is a success.
+    ///
+    /// A write may be short with `kelStatusOk` when the file is unbuffered (Linux moves at most 2
+    /// GiB less 4 KiB in one call): go on with the rest. Buffered, it is whole unless it fails, and
+    /// `size` then tells exactly how many bytes reached the file or the buffer.
+    /// @{
+    int Read(char* buffer, unsigned long long& size);
+    int Read(short* buffer, unsigned long long& size);
+    int Read(unsigned short* buffer, unsigned long long& size);
+    int Read(wchar_t* buffer, unsigned long long& size);
+    int Read(int* buffer, unsigned long long& size);
+    int Read(unsigned int* buffer, unsigned long long& size);
+    int Read(long* buffer, unsigned long long& size);
+    int Read(unsigned long* buffer, unsigned long long& size);
+    int Read(float* buffer, unsigned long long& size);
+    int Read(double* buffer, unsigned long long& size);
+    int Write(const char* buffer, unsigned long long& size);
+    int Write(const short* buffer, unsigned long long& size);
+    int Write(const unsigned short* buffer, unsigned long long& size);
+    int Write(const wchar_t* buffer, unsigned long long& size);
+    int Write(const int* buffer, unsigned long long& size);
+    int Write(const unsigned int* buffer, unsigned long long& size);
+    int Write(const long* buffer, unsigned long long& size);
+    int Write(const unsigned long* buffer, unsigned long long& size);
+    int Write(const float* buffer, unsigned long long& size);
+    int Write(const double* buffer, unsigned long long& size);
+    /// @}
+
+    /// Reads up to and including the next line feed, at most `size` - 1 bytes, and ends them with a
+    /// NUL. The line feed stays in the text, and a carriage return before it too; a longer line
+    /// comes in pieces; the last line may have no line feed.
+    ///
+    /// @param buffer room for `size` bytes.
+    /// @param size at least 1, at most 2^31 - 1: only its low 32 bits count. With 1 the text is
+    /// empty, nothing is read, and the result is `kelStatusOk`.
+    /// @returns `kelStatusFailed` when nothing was left, with the empty text in `buffer`, or by an
+    /// error. Unbuffered files pay one system call for each byte: open with `ModeBuffered`.
+    int ReadLine(char* buffer, unsigned long long size);
+
+    /// Writes the bytes of `text` up to its NUL; no line end is added.
+    ///
+    /// @returns `kelStatusFailed` when not all of it reached the file or the buffer.
+    int WriteLine(const char* text);
+
+    /// Moves the position to `offset` bytes from the start; beyond the end is allowed, and a later
+    /// write fills the gap with zeros. Writes out a buffer first. A negative offset, a pipe, and a
+    /// buffer that cannot be written give `kelStatusFailed`.
+    int SeekTo(long long offset);
+    /// Moves the position to the start of the file. Fails as `SeekTo` does.
+    int SeekToBegin();
+    /// Moves the position to the end of the file. Fails as `SeekTo` does.
+    int SeekToEnd();
+
+    /// Whether the last operation found the end of the file: true on a closed object and after a
+    /// read that met the end; false after the last byte was read exactly, until a read fails. After
+    /// a failure of another kind false, until an operation succeeds.
+    bool EndOfFile();
+
+    /// Writes out the buffer of a file opened with `ModeBuffered`; a success without effect on any
+    /// other. It reaches the system, not necessarily the disk.
+    int Flush();
+
+private:
+    kelFileRecord* record_;
+};

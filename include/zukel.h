@@ -1,0 +1,9 @@
+#pragma once
+
+/// @file
+/// The whole interface of the library.
+
+#include "kelFile.h"
+#include "kelLibrary.h"
+#include "kelStatus.h"
+#include "zuString.h"

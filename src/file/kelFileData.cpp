@@ -1,0 +1,281 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "file/kelFileRecord.h"
+#include "frame/StatusMapping.h"
+#include "kelFile.h"
+
+namespace {
+
+/// The frame of every operation on an open file: the runtime's status is kept in the record and
+/// mapped for the caller.
+int Keep(kelFileRecord& record, apr_status_t status) noexcept {
+    record.status = status;
+    return zukel::MapStatus(status);
+}
+
+/// Writes out what stands in the buffer, so that whatever the runtime does next with the file finds
+/// the buffer empty and cannot fail half-way between writing and its own work.
+apr_status_t WriteOut(kelFileRecord& record) noexcept {
+    if (record.bufferFill == 0) {
+        return APR_SUCCESS;
+    }
+    const apr_status_t status = apr_file_flush(record.file);
+    if (status == APR_SUCCESS) {
+        record.bufferFill = 0;
+    }
+    return status;
+}
+
+/// `size` comes back as the bytes read, 0 after a failure.
+int ReadBytes(kelFileRecord& record, void* target, apr_size_t& size) noexcept {
+    apr_status_t status = WriteOut(record);
+    if (status == APR_SUCCESS) {
+        status = apr_file_read(record.file, target, &size);
+    }
+    if (status != APR_SUCCESS) {
+        size = 0;
+    }
+    return Keep(record, status);
+}
+
+/// Writes to a buffered file in pieces that each fill the runtime's buffer at most to its end, so
+/// that a piece either fails at once, when the full buffer before it cannot be written out, or is
+/// taken whole. A single large write would lose count when it fails, and cut its size to an `int`.
+int WriteBuffered(kelFileRecord& record, const char* source, apr_size_t& size) noexcept {
+    const apr_size_t wanted = size;
+    apr_status_t status = APR_SUCCESS;
+    size = 0;
+    while (size < wanted && status == APR_SUCCESS) {
+        const bool full = record.bufferFill == record.bufferSize;
+        const apr_size_t room = full ? record.bufferSize : record.bufferSize - record.bufferFill;
+        apr_size_t piece = std::min(room, wanted - size);
+        status = apr_file_write(record.file, source + size, &piece);
+        if (status == APR_SUCCESS) {
+            record.bufferFill = full ? piece : record.bufferFill + piece;
+            size += piece;
+        }
+    }
+    return Keep(record, status);
+}
+
+int WriteBytes(kelFileRecord& record, const void* source, apr_size_t& size) noexcept {
+    if (record.bufferSize != 0) {
+        return WriteBuffered(record, static_cast<const char*>(source), size);
+    }
+    return Keep(record, apr_file_write(record.file, source, &size));
+}
+
+template <typename T>
+int ReadValue(kelFileRecord& record, T& value) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    apr_size_t size = sizeof value;
+    return ReadBytes(record, &value, size);
+}
+
+template <typename T>
+int WriteValue(kelFileRecord& record, T value) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    apr_size_t size = sizeof value;
+    return WriteBytes(record, &value, size);
+}
+
+/// Reads a value that is narrower in the file than in memory. A value cut by the end of the file
+/// changes the leading bytes only, as with the other types.
+template <typename Stored, typename T>
+int ReadNarrow(kelFileRecord& record, T& value) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    Stored stored = 0;
+    apr_size_t size = sizeof stored;
+    const int result = ReadBytes(record, &stored, size);
+    if (size == sizeof stored) {
+        value = static_cast<T>(stored);
+    } else {
+        std::memcpy(&value, &stored, size);
+    }
+    return result;
+}
+
+template <typename Stored, typename T>
+int WriteNarrow(kelFileRecord& record, T value) noexcept {
+    const auto stored = static_cast<Stored>(value);
+    if (static_cast<T>(stored) != value) {
+        return kelStatusFailed;
+    }
+    return WriteValue(record, stored);
+}
+
+int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    apr_size_t bytes = size;
+    const int result = ReadBytes(record, buffer, bytes);
+    size = bytes;
+    return result;
+}
+
+int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& size) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    apr_size_t bytes = size;
+    const int result = WriteBytes(record, buffer, bytes);
+    size = bytes;
+    return result;
+}
+
+int Seek(kelFileRecord& record, apr_seek_where_t from, apr_off_t offset) noexcept {
+    if (record.file == nullptr) {
+        return kelStatusFailed;
+    }
+    apr_status_t status = WriteOut(record);
+    if (status == APR_SUCCESS) {
+        status = apr_file_seek(record.file, from, &offset);
+    }
+    return Keep(record, status);
+}
+
+}  // namespace
+
+int kelFile::Read(char& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(short& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(unsigned short& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(wchar_t& value) {
+    return ReadNarrow<std::uint16_t>(*record_, value);
+}
+int kelFile::Read(int& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(unsigned int& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(long& value) {
+    return ReadNarrow<std::int32_t>(*record_, value);
+}
+int kelFile::Read(unsigned long& value) {
+    return ReadNarrow<std::uint32_t>(*record_, value);
+}
+int kelFile::Read(float& value) {
+    return ReadValue(*record_, value);
+}
+int kelFile::Read(double& value) {
+    return ReadValue(*record_, value);
+}
+
+int kelFile::Write(char value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(short value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(unsigned short value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(wchar_t value) {
+    return WriteNarrow<std::uint16_t>(*record_, value);
+}
+int kelFile::Write(int value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(unsigned int value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(long value) {
+    return WriteNarrow<std::int32_t>(*record_, value);
+}
+int kelFile::Write(unsigned long value) {
+    return WriteNarrow<std::uint32_t>(*record_, value);
+}
+int kelFile::Write(float value) {
+    return WriteValue(*record_, value);
+}
+int kelFile::Write(double value) {
+    return WriteValue(*record_, value);
+}
+
+// The pointer's type has no effect: all of these are one operation on bytes.
+#define ZUKEL_BLOCK_OVERLOADS(T)                                    \
+    int kelFile::Read(T* buffer, unsigned long long& size) {        \
+        return ReadBlock(*record_, buffer, size);                   \
+    }                                                               \
+    int kelFile::Write(const T* buffer, unsigned long long& size) { \
+        return WriteBlock(*record_, buffer, size);                  \
+    }
+ZUKEL_BLOCK_OVERLOADS(char)
+ZUKEL_BLOCK_OVERLOADS(short)
+ZUKEL_BLOCK_OVERLOADS(unsigned short)
+ZUKEL_BLOCK_OVERLOADS(wchar_t)
+ZUKEL_BLOCK_OVERLOADS(int)
+ZUKEL_BLOCK_OVERLOADS(unsigned int)
+ZUKEL_BLOCK_OVERLOADS(long)
+ZUKEL_BLOCK_OVERLOADS(unsigned long)
+ZUKEL_BLOCK_OVERLOADS(float)
+ZUKEL_BLOCK_OVERLOADS(double)
+#undef ZUKEL_BLOCK_OVERLOADS
+
+int kelFile::ReadLine(char* buffer, unsigned long long size) {
+    if (record_->file == nullptr) {
+        return kelStatusFailed;
+    }
+    const auto length = static_cast<int>(static_cast<std::uint32_t>(size));
+    if (length <= 1 && size != 0) {
+        *buffer = '\0';  // the runtime stores nothing here
+    }
+    apr_status_t status = WriteOut(*record_);
+    if (status == APR_SUCCESS) {
+        status = apr_file_gets(buffer, length, record_->file);
+    }
+    return Keep(*record_, status);
+}
+
+int kelFile::WriteLine(const char* text) {
+    if (record_->file == nullptr) {
+        return kelStatusFailed;
+    }
+    if (record_->bufferSize != 0) {
+        apr_size_t size = std::strlen(text);
+        return WriteBuffered(*record_, text, size);
+    }
+    return Keep(*record_, apr_file_puts(text, record_->file));
+}
+
+int kelFile::SeekTo(long long offset) {
+    return Seek(*record_, APR_SET, offset);
+}
+int kelFile::SeekToBegin() {
+    return Seek(*record_, APR_SET, 0);
+}
+int kelFile::SeekToEnd() {
+    return Seek(*record_, APR_END, 0);
+}
+
+bool kelFile::EndOfFile() {
+    if (record_->file == nullptr) {
+        return true;
+    }
+    if (record_->status == APR_SUCCESS) {
+        record_->status = apr_file_eof(record_->file);
+    }
+    return record_->status == APR_EOF;
+}
+
+int kelFile::Flush() {
+    if (record_->file == nullptr) {
+        return kelStatusFailed;
+    }
+    return Keep(*record_, WriteOut(*record_));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <apr_pools.h>
+
+#include "frame/RuntimeUse.h"
+
+namespace zukel {
+
+/// A root pool of the runtime together with the use of the runtime that keeps it valid.
+///
+/// In a record it is the last member: it is made when the other fields are set, and it is gone
+/// before they are freed. What the record holds open in the pool is closed before, in the body of
+/// the record's destructor.
+class Pool {
+public:
+    Pool() noexcept {
+        if (!runtime_.IsStarted() || apr_pool_create(&pool_, nullptr) != APR_SUCCESS) {
+            pool_ = nullptr;
+        }
+    }
+    ~Pool() {
+        if (pool_ != nullptr) {
+            apr_pool_destroy(pool_);
+        }
+    }
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+
+    /// The runtime's pool, or null when the runtime could not be started or had no memory for it.
+    /// An operation that needs the pool then answers its failure value.
+    apr_pool_t* Get() const noexcept { return pool_; }
+    explicit operator bool() const noexcept { return pool_ != nullptr; }
+
+private:
+    RuntimeUse runtime_;
+    apr_pool_t* pool_ = nullptr;
+};
+
+}  // namespace zukel

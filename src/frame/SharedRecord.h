@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <utility>
+
+namespace zukel {
+
+/// Base of the private records: a count of the objects that share the record. Assignment shares;
+/// the last owner deletes.
+///
+/// The count is atomic because two objects that came to share a record by assignment may live in
+/// two threads; what the record holds is still used by one thread at a time.
+struct SharedRecord {
+    std::atomic<std::size_t> owners{1};
+};
+
+/// Gives up one owner's hold on the record and leaves the pointer null. The last hold deletes the
+/// record.
+template <typename Record>
+void Release(Record*& held) noexcept {
+    Record* const record = std::exchange(held, nullptr);
+    if (record != nullptr && record->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        delete record;
+    }
+}
+
+/// Adds an owner to the record, which may be null, and returns it.
+template <typename Record>
+Record* Share(Record* record) noexcept {
+    if (record != nullptr) {
+        record->owners.fetch_add(1, std::memory_order_relaxed);
+    }
+    return record;
+}
+
+/// Makes `held` share `source` and releases what it held before. Nothing happens when both are the
+/// same record already.
+template <typename Record>
+void Assign(Record*& held, Record* source) noexcept {
+    if (held != source) {
+        Record* former = std::exchange(held, Share(source));
+        Release(former);
+    }
+}
+
+}  // namespace zukel

@@ -1,0 +1,36 @@
+#include "platform/Files.h"
+
+#include <apr_portable.h>
+#include <fcntl.h>
+
+#include "zubase/Utf16.h"
+
+namespace zukel::platform {
+
+int MultibyteCodePage() noexcept {
+    return 0;
+}
+
+int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept {
+    const auto bytes = static_cast<std::size_t>(length);
+    const int units = static_cast<int>(Utf16Length(text, bytes));
+    if (buffer != nullptr) {
+        if (units > capacity) {
+            return 0;
+        }
+        ConvertToUtf16(text, bytes, buffer);
+    }
+    return units;
+}
+
+unsigned ShortPath(const char16_t*, char16_t*, unsigned) noexcept {
+    return 0;
+}
+
+bool CloseInChildren(apr_file_t* file) noexcept {
+    apr_os_file_t descriptor = -1;
+    return apr_os_file_get(&descriptor, file) == APR_SUCCESS &&
+           fcntl(descriptor, F_SETFD, FD_CLOEXEC) == 0;
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+
+/// UTF-8 to UTF-16, the little that the sibling library has to give. Malformed text is read as
+/// replacement characters (U+FFFD), one for each longest part of a character that could have become
+/// one, and never past its end.
+namespace zukel {
+
+/// The number of 16-bit units that `length` bytes of UTF-8 take in UTF-16, without a terminator.
+std::size_t Utf16Length(const char* text, std::size_t length) noexcept;
+
+/// Writes that many units to `units`, without a terminator.
+void ConvertToUtf16(const char* text, std::size_t length, char16_t* units) noexcept;
+
+}  // namespace zukel

@@ -1,0 +1,45 @@
+#include "support/FakePlatform.h"
+
+#include "platform/Files.h"
+
+namespace zukel::test {
+
+FakePlatform* FakePlatform::current = nullptr;
+
+}  // namespace zukel::test
+
+namespace zukel::platform {
+
+namespace {
+
+/// Records the call and answers by the test's function, or with the failure value.
+template <typename Result, typename Function, typename... Arguments>
+Result Answer(std::string call, Function test::FakePlatform::*function, Result failure,
+              Arguments... arguments) {
+    auto& fake = *test::FakePlatform::current;
+    fake.calls.push_back(std::move(call));
+    return fake.*function ? (fake.*function)(arguments...) : failure;
+}
+
+}  // namespace
+
+using test::FakePlatform;
+
+int MultibyteCodePage() noexcept {
+    return Answer("MultibyteCodePage", &FakePlatform::multibyteCodePage, 0);
+}
+
+int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept {
+    const std::string bytes(text, static_cast<std::size_t>(length));
+    return Answer("Utf8ToUtf16 " + bytes, &FakePlatform::utf8ToUtf16, 0, bytes, buffer, capacity);
+}
+
+unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned capacity) noexcept {
+    return Answer("ShortPath", &FakePlatform::shortPath, 0U, path, buffer, capacity);
+}
+
+bool CloseInChildren(apr_file_t* file) noexcept {
+    return Answer("CloseInChildren", &FakePlatform::closeInChildren, false, file);
+}
+
+}  // namespace zukel::platform
