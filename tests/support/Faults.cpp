@@ -49,6 +49,14 @@ FaultWindow::~FaultWindow() {
     plan.counting = false;
 }
 
+FaultPause::FaultPause() : counting_(plan.counting) {
+    plan.counting = false;
+}
+
+FaultPause::~FaultPause() {
+    plan.counting = counting_;
+}
+
 bool Faults::Strikes(FaultSource source, const char* call) noexcept {
     if (!plan.counting || plan.source != source) {
         return false;

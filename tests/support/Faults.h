@@ -41,6 +41,18 @@ public:
     FaultWindow& operator=(const FaultWindow&) = delete;
 };
 
+/// A stretch within a window that does not count: the test's own work below the code under test.
+class FaultPause {
+public:
+    FaultPause();
+    ~FaultPause();
+    FaultPause(const FaultPause&) = delete;
+    FaultPause& operator=(const FaultPause&) = delete;
+
+private:
+    bool counting_;
+};
+
 /// Makes the call under test, with the armed fault counting.
 template <typename Call>
 auto UnderFaults(Call call) {

@@ -1,0 +1,313 @@
+// Files: the class beside the bare runtime, the system's calls and the standard streams.
+
+#include <apr_file_io.h>
+#include <apr_general.h>
+#include <apr_pools.h>
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "kelFile.h"
+#include "kelLibrary.h"
+
+namespace {
+
+constexpr int kValues = 1000000;
+constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kLarge = 64 * 1024 * 1024;
+constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
+
+/// The files that the jobs work on, made once in a directory of their own.
+class Files {
+public:
+    Files() {
+        std::string name = (std::filesystem::temp_directory_path() / "zukel-bench-XXXXXX").string();
+        path_ = mkdtemp(name.data());
+        std::ofstream(Small()) << "a small file\n";
+        std::ofstream lines(Lines());
+        for (int line = 0; line < kValues; ++line) {
+            lines << "this is line number " << line << '\n';
+        }
+        std::ofstream few(FewLines());
+        for (int line = 0; line < 1000; ++line) {
+            few << "this is line number " << line << '\n';
+        }
+        const std::vector<char> block(kLarge, 'x');
+        std::ofstream(Large()).write(block.data(), static_cast<std::streamsize>(block.size()));
+    }
+    ~Files() { std::filesystem::remove_all(path_); }
+    Files(const Files&) = delete;
+    Files& operator=(const Files&) = delete;
+
+    std::string Small() const { return path_ + "/small"; }
+    std::string Lines() const { return path_ + "/lines"; }
+    std::string FewLines() const { return path_ + "/few"; }
+    std::string Large() const { return path_ + "/large"; }
+    std::string Target() const { return path_ + "/target"; }
+
+private:
+    std::string path_;
+};
+
+const Files& TheFiles() {
+    static const Files files;
+    return files;
+}
+
+/// Keeps the runtime started, as a program with one object alive does.
+struct Runtime {
+    Runtime() { apr_initialize(); }
+    ~Runtime() { apr_terminate(); }
+};
+
+/// A file of the bare runtime with a pool of its own.
+class RuntimeFile {
+public:
+    RuntimeFile(const std::string& name, apr_int32_t flags) {
+        apr_initialize();
+        apr_pool_create(&pool_, nullptr);
+        if (apr_file_open(&file_, name.c_str(), flags, APR_FPROT_OS_DEFAULT, pool_) !=
+            APR_SUCCESS) {
+            std::abort();
+        }
+    }
+    ~RuntimeFile() {
+        apr_file_close(file_);
+        apr_pool_destroy(pool_);
+        apr_terminate();
+    }
+    RuntimeFile(const RuntimeFile&) = delete;
+    RuntimeFile& operator=(const RuntimeFile&) = delete;
+    apr_file_t* Get() const { return file_; }
+
+private:
+    apr_pool_t* pool_ = nullptr;
+    apr_file_t* file_ = nullptr;
+};
+
+void IdleZukel(benchmark::State& state) {
+    const kelLibrary alive;
+    for (auto _ : state) {
+        kelFile file;
+        benchmark::DoNotOptimize(file);
+    }
+}
+BENCHMARK(IdleZukel)->Name("IdleObject/zukel");
+
+void IdleRuntime(benchmark::State& state) {
+    const Runtime alive;
+    for (auto _ : state) {
+        apr_initialize();
+        apr_pool_t* pool = nullptr;
+        apr_pool_create(&pool, nullptr);
+        benchmark::DoNotOptimize(pool);
+        apr_pool_destroy(pool);
+        apr_terminate();
+    }
+}
+BENCHMARK(IdleRuntime)->Name("IdleObject/runtime");
+
+template <int kMode>
+void OpenZukel(benchmark::State& state) {
+    const kelLibrary alive;
+    const std::string name = kMode == kelFile::ModeRead ? TheFiles().Small() : TheFiles().Target();
+    for (auto _ : state) {
+        kelFile file(name, kMode);
+        if (kMode != kelFile::ModeRead) {
+            file.WriteLine("created, written and closed\n");
+        }
+        file.Close();
+    }
+}
+BENCHMARK_TEMPLATE(OpenZukel, kelFile::ModeRead)->Name("OpenClose/zukel");
+BENCHMARK_TEMPLATE(OpenZukel, kCreate)->Name("CreateWriteClose/zukel");
+
+template <apr_int32_t kMode>
+void OpenRuntime(benchmark::State& state) {
+    const Runtime alive;
+    const std::string name = kMode == APR_FOPEN_READ ? TheFiles().Small() : TheFiles().Target();
+    for (auto _ : state) {
+        const RuntimeFile file(name, kMode);
+        if (kMode != APR_FOPEN_READ) {
+            apr_file_puts("created, written and closed\n", file.Get());
+        }
+    }
+}
+BENCHMARK_TEMPLATE(OpenRuntime, APR_FOPEN_READ)->Name("OpenClose/runtime");
+BENCHMARK_TEMPLATE(OpenRuntime, kCreate)->Name("CreateWriteClose/runtime");
+
+void OpenSystem(benchmark::State& state) {
+    const std::string name = TheFiles().Small();
+    for (auto _ : state) {
+        close(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    }
+}
+BENCHMARK(OpenSystem)->Name("OpenClose/system");
+
+void CreateSystem(benchmark::State& state) {
+    const std::string name = TheFiles().Target();
+    const std::string text = "created, written and closed\n";
+    for (auto _ : state) {
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        benchmark::DoNotOptimize(write(file, text.data(), text.size()));
+        close(file);
+    }
+}
+BENCHMARK(CreateSystem)->Name("CreateWriteClose/system");
+
+void WriteValuesZukel(benchmark::State& state) {
+    for (auto _ : state) {
+        kelFile file(TheFiles().Target(), kCreate | kelFile::ModeBuffered);
+        for (int value = 0; value < kValues; ++value) {
+            file.Write(value);
+        }
+    }
+}
+BENCHMARK(WriteValuesZukel)->Name("WriteMillionValues/zukel")->Unit(benchmark::kMillisecond);
+
+void WriteValuesRuntime(benchmark::State& state) {
+    for (auto _ : state) {
+        const RuntimeFile file(TheFiles().Target(), kCreate | APR_FOPEN_BUFFERED);
+        for (int value = 0; value < kValues; ++value) {
+            apr_size_t size = sizeof value;
+            apr_file_write(file.Get(), &value, &size);
+        }
+    }
+}
+BENCHMARK(WriteValuesRuntime)->Name("WriteMillionValues/runtime")->Unit(benchmark::kMillisecond);
+
+void WriteValuesStd(benchmark::State& state) {
+    for (auto _ : state) {
+        std::ofstream file(TheFiles().Target(), std::ios::binary);
+        for (int value = 0; value < kValues; ++value) {
+            file.write(reinterpret_cast<const char*>(&value), sizeof value);
+        }
+    }
+}
+BENCHMARK(WriteValuesStd)->Name("WriteMillionValues/std")->Unit(benchmark::kMillisecond);
+
+void ReadValuesZukel(benchmark::State& state) {
+    for (auto _ : state) {
+        kelFile file(TheFiles().Large(), kelFile::ModeRead | kelFile::ModeBuffered);
+        int value = 0;
+        for (int count = 0; count < kValues; ++count) {
+            file.Read(value);
+            benchmark::DoNotOptimize(value);
+        }
+    }
+}
+BENCHMARK(ReadValuesZukel)->Name("ReadMillionValues/zukel")->Unit(benchmark::kMillisecond);
+
+void ReadValuesRuntime(benchmark::State& state) {
+    for (auto _ : state) {
+        const RuntimeFile file(TheFiles().Large(), APR_FOPEN_READ | APR_FOPEN_BUFFERED);
+        int value = 0;
+        for (int count = 0; count < kValues; ++count) {
+            apr_size_t size = sizeof value;
+            apr_file_read(file.Get(), &value, &size);
+            benchmark::DoNotOptimize(value);
+        }
+    }
+}
+BENCHMARK(ReadValuesRuntime)->Name("ReadMillionValues/runtime")->Unit(benchmark::kMillisecond);
+
+void ReadValuesStd(benchmark::State& state) {
+    for (auto _ : state) {
+        std::ifstream file(TheFiles().Large(), std::ios::binary);
+        int value = 0;
+        for (int count = 0; count < kValues; ++count) {
+            file.read(reinterpret_cast<char*>(&value), sizeof value);
+            benchmark::DoNotOptimize(value);
+        }
+    }
+}
+BENCHMARK(ReadValuesStd)->Name("ReadMillionValues/std")->Unit(benchmark::kMillisecond);
+
+void ReadBlocksZukel(benchmark::State& state) {
+    std::vector<char> block(kBlock);
+    for (auto _ : state) {
+        kelFile file(TheFiles().Large(), kelFile::ModeRead);
+        unsigned long long size = kBlock;
+        while (file.Read(block.data(), size) == 0) {
+            size = kBlock;
+        }
+    }
+}
+BENCHMARK(ReadBlocksZukel)->Name("Read64MiBInBlocks/zukel")->Unit(benchmark::kMillisecond);
+
+void ReadBlocksRuntime(benchmark::State& state) {
+    std::vector<char> block(kBlock);
+    for (auto _ : state) {
+        const RuntimeFile file(TheFiles().Large(), APR_FOPEN_READ);
+        apr_size_t size = kBlock;
+        while (apr_file_read(file.Get(), block.data(), &size) == APR_SUCCESS) {
+            size = kBlock;
+        }
+    }
+}
+BENCHMARK(ReadBlocksRuntime)->Name("Read64MiBInBlocks/runtime")->Unit(benchmark::kMillisecond);
+
+void ReadBlocksSystem(benchmark::State& state) {
+    std::vector<char> block(kBlock);
+    for (auto _ : state) {
+        const int file = open(TheFiles().Large().c_str(), O_RDONLY | O_CLOEXEC);
+        while (read(file, block.data(), kBlock) > 0) {
+        }
+        close(file);
+    }
+}
+BENCHMARK(ReadBlocksSystem)->Name("Read64MiBInBlocks/system")->Unit(benchmark::kMillisecond);
+
+template <bool kBuffered>
+void ReadLinesZukel(benchmark::State& state) {
+    char line[128];
+    for (auto _ : state) {
+        kelFile file(kBuffered ? TheFiles().Lines() : TheFiles().FewLines(),
+                     kelFile::ModeRead | (kBuffered ? kelFile::ModeBuffered : 0));
+        while (file.ReadLine(line, sizeof line) == 0) {
+        }
+    }
+}
+BENCHMARK_TEMPLATE(ReadLinesZukel, true)
+    ->Name("ReadMillionLines/zukel")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(ReadLinesZukel, false)
+    ->Name("ReadUnbufferedLines/zukel")
+    ->Unit(benchmark::kMillisecond);
+
+template <bool kBuffered>
+void ReadLinesRuntime(benchmark::State& state) {
+    char line[128];
+    for (auto _ : state) {
+        const RuntimeFile file(kBuffered ? TheFiles().Lines() : TheFiles().FewLines(),
+                               APR_FOPEN_READ | (kBuffered ? APR_FOPEN_BUFFERED : 0));
+        while (apr_file_gets(line, sizeof line, file.Get()) == APR_SUCCESS) {
+        }
+    }
+}
+BENCHMARK_TEMPLATE(ReadLinesRuntime, true)
+    ->Name("ReadMillionLines/runtime")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(ReadLinesRuntime, false)
+    ->Name("ReadUnbufferedLines/runtime")
+    ->Unit(benchmark::kMillisecond);
+
+void ReadLinesStd(benchmark::State& state) {
+    char line[128];
+    for (auto _ : state) {
+        std::FILE* const file = std::fopen(TheFiles().Lines().c_str(), "re");
+        while (std::fgets(line, sizeof line, file) != nullptr) {
+        }
+        std::fclose(file);
+    }
+}
+BENCHMARK(ReadLinesStd)->Name("ReadMillionLines/std")->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,34 @@
+#include "support/System.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace zukel::test {
+
+Unprivileged::Unprivileged() : dropped_(geteuid() == 0) {
+    constexpr uid_t kNobody = 65534;
+    if (dropped_) {
+        EXPECT_EQ(seteuid(kNobody), 0);
+    }
+}
+
+Unprivileged::~Unprivileged() {
+    if (dropped_) {
+        EXPECT_EQ(seteuid(0), 0);
+    }
+}
+
+std::set<int> InheritedDescriptors() {
+    std::set<int> inherited;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename().string());
+        const int flags = fcntl(descriptor, F_GETFD);
+        if (flags != -1 && (flags & FD_CLOEXEC) == 0) {
+            inherited.insert(descriptor);
+        }
+    }
+    return inherited;
+}
+
+}  // namespace zukel::test
