@@ -72,3 +72,9 @@ build() {
     shift
     cmake --build "$root/build/$folder" ${1:+--target "$@"}
 }
+
+# Every header and source of the project, each name ended by a NUL.
+code_files() {
+    find "$root"/{include,src,tests,examples,benchmarks} -type f \
+        \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
+}
