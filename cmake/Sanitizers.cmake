@@ -4,3 +4,10 @@ if(ZUKEL_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZUKEL_SANITIZE})
 endif()
+
+# -DZUKEL_COVERAGE=ON counts which lines and branches the tests reach, as gcov reads it.
+option(ZUKEL_COVERAGE "Count the lines and branches that are executed" OFF)
+if(ZUKEL_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

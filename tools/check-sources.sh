@@ -1,0 +1,84 @@
+# The steps of tools/check that read the text of the project and build nothing. Sourced.
+
+# The headers of the C++ library. No header of the system is among them, nor those of C by their
+# old names.
+standard_headers=" algorithm any array atomic bitset cassert cctype cerrno cfenv cfloat charconv
+    chrono cinttypes climits clocale cmath complex condition_variable csetjmp csignal cstdarg cstddef
+    cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem
+    forward_list fstream functional future initializer_list iomanip ios iosfwd iostream istream
+    iterator limits list locale map memory memory_resource mutex new numeric optional ostream queue
+    random ratio regex scoped_allocator set shared_mutex sstream stack stdexcept streambuf string
+    string_view system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set
+    utility valarray variant vector "
+
+# Everything that the build of each platform shares: all but the folders below src/platform. One
+# name for each line, from the root of the project.
+portable_files() {
+    (cd "$root" && find include src -path 'src/platform/*/*' -o -type f ! -name CMakeLists.txt \
+        ! -name '*.md' ! -name '*.map' ! -name '*.in' -print | sort)
+}
+
+# may_include FILE HEADER: what portable code may include. HEADER has its brackets or quotes.
+may_include() {
+    local file=$1 name=${2:1:-1}
+    case $2 in
+        \<apr_portable.h\>) return 1 ;; # handles of the system
+        \<apr_*.h\>) [[ $file == src/* ]] ;;
+        \<*\>) [[ $standard_headers =~ [[:space:]]$name[[:space:]] ]] ;;
+        \"platform/*/*\" | \"*..*\") return 1 ;;
+        \"*\") [[ -f $root/include/$name || ($file == src/* && -f $root/src/$name) ]] ;;
+        *) return 1 ;;
+    esac
+}
+
+step_includes() {
+    local file line header bad=0 lines=0
+    while IFS=: read -r file line header; do
+        lines=$((lines + 1))
+        header=$(sed -E 's/^[[:space:]]*(#|%:)[[:space:]]*[a-z_]+[[:space:]]*//; s/[[:space:]]*(\/\/.*)?$//' <<<"$header")
+        if ! may_include "$file" "$header"; then
+            say "$file:$line: portable code does not include $header"
+            bad=1
+        fi
+    done < <(cd "$root" && portable_files | xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(include|import)')
+    [[ $lines -gt 0 ]] || die "no include directive found"
+    return $bad
+}
+
+step_conditionals() {
+    cd "$root"
+    ! portable_files | grep -vx 'include/kelExport.h' |
+        xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(if|elif|else|endif)'
+}
+
+# Documents name only files and folders that exist, and nothing names a place on the machine where
+# it was written.
+step_words() {
+    cd "$root"
+    local document name bad=0 documents texts
+    mapfile -t documents < <(find . -name '*.md' -not -path './build/*' | sort)
+    mapfile -t texts < <(find . \( -path ./build -o -path ./.git \) -prune -o -type f -print | sort)
+    for document in "${documents[@]}"; do
+        # In backticks: what begins with a top folder of the project. In brackets: targets of links.
+        while read -r name; do
+            if [[ ! -e $name && ! -e $(dirname "$document")/$name ]]; then
+                say "$document: $name does not exist"
+                bad=1
+            fi
+        done < <(
+            grep -oE '`(\./)?(benchmarks|cmake|docs|examples|include|src|tests|tools|\.ci)/[^` *]*' "$document" | tr -d '`'
+            grep -oE '\]\([^)#:]+' "$document" | cut -c3-
+        )
+    done
+    if grep -nHE '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9]' "${documents[@]}" \
+        $(printf '%s\n' "${texts[@]}" | grep -E '^\./(tools|cmake|\.ci|CMake|\.clang)|CMakeLists.txt$'); then
+        say "the lines above name a place on somebody's machine"
+        bad=1
+    fi
+    # A checkout directly below / has a name that says too little to look for.
+    if [[ $root == /*/* ]] && grep -nHF -e "$root" "${texts[@]}"; then
+        say "the lines above name this checkout"
+        bad=1
+    fi
+    return $bad
+}

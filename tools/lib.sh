@@ -1,0 +1,80 @@
+# What the commands of this folder share. Sourced, never run:
+#
+#   root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd -P)
+#   source "$root/tools/lib.sh"
+
+set -euo pipefail
+
+build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
+test_packages=(libgtest-dev libgmock-dev)
+check_packages=(clang clang-tidy clang-format libbenchmark-dev)
+
+say() {
+    printf '%s\n' "$*"
+}
+
+die() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# Runs a command as root: at once, or through sudo. Without a terminal sudo must not ask.
+as_root() {
+    if [[ $EUID -eq 0 ]]; then
+        "$@"
+    elif [[ -t 0 ]]; then
+        sudo "$@"
+    else
+        sudo -n "$@"
+    fi
+}
+
+may_become_root() {
+    [[ $EUID -eq 0 ]] && return
+    command -v sudo >/dev/null || return 1
+    [[ -t 0 ]] || sudo -n true 2>/dev/null
+}
+
+# Installs those of the named Debian packages that are missing. Touches nothing when none is.
+need_packages() {
+    command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
+        die "this is not a Debian system. Install what README.md names, then build by hand."
+    local package state missing=()
+    for package in "$@"; do
+        state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=none
+        [[ $state == installed ]] || missing+=("$package")
+    done
+    [[ ${#missing[@]} -gt 0 ]] || return 0
+    may_become_root ||
+        die "missing Debian packages, and no right to install them. As root: apt-get install ${missing[*]}"
+    say "Installing missing packages: ${missing[*]}"
+    # Stale or absent package lists are the common reason for a failed installation. When they
+    # cannot be refreshed, the installation itself says whether that matters.
+    as_root apt-get -qq update || true
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends \
+        install "${missing[@]}" </dev/null >/dev/null ||
+        die "the installation failed. By hand: apt-get install ${missing[*]}"
+}
+
+# configure FOLDER [OPTION...]: configures the build folder below build/, with ccache where there is one.
+configure() {
+    local folder=$1 launcher=
+    shift
+    launcher=$(command -v ccache) || launcher=
+    cmake -S "$root" -B "$root/build/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
+        --log-level=WARNING "$@" >/dev/null
+}
+
+# build FOLDER [TARGET...] [-- OPTION...]: brings the targets up to date, everything when none is
+# named.
+build() {
+    local folder=$1
+    shift
+    cmake --build "$root/build/$folder" ${1:+--target "$@"}
+}
+
+# Every header and source of the project, each name ended by a NUL.
+code_files() {
+    find "$root"/{include,src,tests,examples,benchmarks} -type f \
+        \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
+}
