@@ -21,7 +21,8 @@ struct kelFileRecord;
 /// unless an operation says otherwise. Every operation other than `EndOfFile` gives
 /// `kelStatusFailed` on a closed object and changes nothing.
 ///
-/// Threads: one object is used by one thread at a time; different objects are independent.
+/// Threads: one object is used by one thread at a time, and so are objects that share a file by
+/// assignment; all others are independent.
 ///
 /// Child processes: no descriptor of this class reaches a program that the process starts. Linux:
 /// with `ModeNoCleanup`, and for temporary files, the mark is set just after the descriptor was

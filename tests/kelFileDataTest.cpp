@@ -10,8 +10,10 @@
 
 #include "kelFile.h"
 #include "kelStatus.h"
+#include "support/System.h"
 #include "support/TemporaryDirectory.h"
 
+using zukel::test::FileSizeLimit;
 using zukel::test::ReadWhole;
 using zukel::test::TemporaryDirectory;
 
@@ -260,6 +262,25 @@ TEST(kelFileFullDevice, EveryLostWriteIsTold) {
         EXPECT_EQ(buffered.Close(), kelStatusFailed);
         EXPECT_FALSE(buffered.IsOpen());
     }
+}
+
+TEST(kelFileFullDevice, WritingGoesOnWhereItStoppedWhenThereIsRoomAgain) {
+    const TemporaryDirectory directory;
+    std::string text;
+    for (int number = 0; number < 3000; ++number) {
+        text += std::to_string(number) + ' ';
+    }
+    kelFile file(directory.Write("file", ""), kelFile::ModeWrite | kBuffered);
+    unsigned long long taken = text.size();
+    {
+        const FileSizeLimit full(6000);
+        EXPECT_EQ(file.Write(text.data(), taken), kelStatusFailed);
+        EXPECT_EQ(file.Flush(), kelStatusFailed);
+    }
+    unsigned long long rest = text.size() - taken;
+    EXPECT_EQ(file.Write(text.data() + taken, rest), kelStatusOk);
+    EXPECT_EQ(file.Close(), kelStatusOk);
+    EXPECT_EQ(ReadWhole(directory / "file"), text);
 }
 
 TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {

@@ -5,6 +5,7 @@
 #include "file/kelFileRecord.h"
 #include "frame/StatusMapping.h"
 #include "kelFile.h"
+#include "platform/Files.h"
 
 namespace {
 
@@ -15,15 +16,22 @@ int Keep(kelFileRecord& record, apr_status_t status) noexcept {
     return zukel::MapStatus(status);
 }
 
-/// Writes out what stands in the buffer, so that whatever the runtime does next with the file finds
-/// the buffer empty and cannot fail half-way between writing and its own work.
+/// Writes out what stands in the buffer, before it overflows and before the runtime does anything
+/// else with the file, so that no call fails half-way between writing and its own work.
+///
+/// APR 1.7.2 keeps the whole buffer when the system took only a part of it and then failed (a
+/// device that runs full). The position goes back to where that part began: the next attempt writes
+/// the same bytes to the same place instead of repeating them behind.
 apr_status_t WriteOut(kelFileRecord& record) noexcept {
     if (record.bufferFill == 0) {
         return APR_SUCCESS;
     }
+    const long long start = zukel::platform::WritePosition(record.file);
     const apr_status_t status = apr_file_flush(record.file);
     if (status == APR_SUCCESS) {
         record.bufferFill = 0;
+    } else if (start >= 0) {
+        zukel::platform::SetWritePosition(record.file, start);
     }
     return status;
 }
@@ -40,21 +48,23 @@ int ReadBytes(kelFileRecord& record, void* target, apr_size_t& size) noexcept {
     return Keep(record, status);
 }
 
-/// Writes to a buffered file in pieces that each fill the runtime's buffer at most to its end, so
-/// that a piece either fails at once, when the full buffer before it cannot be written out, or is
-/// taken whole. A single large write would lose count when it fails, and cut its size to an `int`.
+/// Writes to a buffered file in pieces that fit the runtime's buffer, and writes the buffer out
+/// between them, so that what was taken is known when that fails. A single large write would lose
+/// count then, and it cuts its size to an `int`.
 int WriteBuffered(kelFileRecord& record, const char* source, apr_size_t& size) noexcept {
     const apr_size_t wanted = size;
     apr_status_t status = APR_SUCCESS;
     size = 0;
     while (size < wanted && status == APR_SUCCESS) {
-        const bool full = record.bufferFill == record.bufferSize;
-        const apr_size_t room = full ? record.bufferSize : record.bufferSize - record.bufferFill;
-        apr_size_t piece = std::min(room, wanted - size);
-        status = apr_file_write(record.file, source + size, &piece);
-        if (status == APR_SUCCESS) {
-            record.bufferFill = full ? piece : record.bufferFill + piece;
-            size += piece;
+        if (record.bufferFill == record.bufferSize) {
+            status = WriteOut(record);
+        } else {
+            apr_size_t piece = std::min(record.bufferSize - record.bufferFill, wanted - size);
+            status = apr_file_write(record.file, source + size, &piece);
+            if (status == APR_SUCCESS) {
+                record.bufferFill += piece;
+                size += piece;
+            }
         }
     }
     return Keep(record, status);

@@ -33,4 +33,11 @@ unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned capacity) no
 /// @returns false when the mark could not be set.
 bool CloseInChildren(apr_file_t* file) noexcept;
 
+/// Where the next byte that the system writes to the open file goes, or -1 for a file without a
+/// position (a pipe).
+long long WritePosition(apr_file_t* file) noexcept;
+
+/// Moves that place. Linux: without effect on a file opened for appending.
+void SetWritePosition(apr_file_t* file, long long position) noexcept;
+
 }  // namespace zukel::platform

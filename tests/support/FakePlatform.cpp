@@ -45,4 +45,10 @@ bool CloseInChildren(apr_file_t* file) noexcept {
     return Answer("CloseInChildren", "", &FakePlatform::closeInChildren, false, file);
 }
 
+long long WritePosition(apr_file_t*) noexcept {
+    return -1;
+}
+
+void SetWritePosition(apr_file_t*, long long) noexcept {}
+
 }  // namespace zukel::platform

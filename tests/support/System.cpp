@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
+
+#include <csignal>
 
 namespace zukel::test {
 
@@ -17,6 +20,17 @@ Unprivileged::~Unprivileged() {
     if (dropped_) {
         EXPECT_EQ(seteuid(0), 0);
     }
+}
+
+FileSizeLimit::FileSizeLimit(unsigned long long bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes, RLIM_INFINITY};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+FileSizeLimit::~FileSizeLimit() {
+    const rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
 std::set<int> InheritedDescriptors() {

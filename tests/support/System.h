@@ -33,6 +33,16 @@ private:
     bool dropped_;
 };
 
+/// Keeps the process from making any file larger, as a device does that runs full: a write takes
+/// what still fits, and the next one fails.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(unsigned long long bytes);
+    ~FileSizeLimit();
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+};
+
 /// The descriptors of this process that a program started now would inherit.
 std::set<int> InheritedDescriptors();
 
