@@ -9,6 +9,9 @@
 
 namespace {
 
+// A typed value takes some 10 ns in the runtime. So that this class adds little to that, the short
+// way of a transfer is inlined into each operation, and the rare ways stay out of it.
+
 /// The frame of every operation on an open file: the runtime's status is kept in the record and
 /// mapped for the caller.
 int Keep(kelFileRecord& record, apr_status_t status) noexcept {
@@ -22,10 +25,7 @@ int Keep(kelFileRecord& record, apr_status_t status) noexcept {
 /// APR 1.7.2 keeps the whole buffer when the system took only a part of it and then failed (a
 /// device that runs full). The position goes back to where that part began: the next attempt writes
 /// the same bytes to the same place instead of repeating them behind.
-apr_status_t WriteOut(kelFileRecord& record) noexcept {
-    if (record.bufferFill == 0) {
-        return APR_SUCCESS;
-    }
+[[gnu::noinline]] apr_status_t WriteOutBuffer(kelFileRecord& record) noexcept {
     const long long start = zukel::platform::WritePosition(record.file);
     const apr_status_t status = apr_file_flush(record.file);
     if (status == APR_SUCCESS) {
@@ -36,8 +36,13 @@ apr_status_t WriteOut(kelFileRecord& record) noexcept {
     return status;
 }
 
+apr_status_t WriteOut(kelFileRecord& record) noexcept {
+    return record.bufferFill == 0 ? APR_SUCCESS : WriteOutBuffer(record);
+}
+
 /// `size` comes back as the bytes read, 0 after a failure.
-int ReadBytes(kelFileRecord& record, void* target, apr_size_t& size) noexcept {
+[[gnu::always_inline]] inline int ReadBytes(kelFileRecord& record, void* target,
+                                            apr_size_t& size) noexcept {
     apr_status_t status = WriteOut(record);
     if (status == APR_SUCCESS) {
         status = apr_file_read(record.file, target, &size);
@@ -51,13 +56,14 @@ int ReadBytes(kelFileRecord& record, void* target, apr_size_t& size) noexcept {
 /// Writes to a buffered file in pieces that fit the runtime's buffer, and writes the buffer out
 /// between them, so that what was taken is known when that fails. A single large write would lose
 /// count then, and it cuts its size to an `int`.
-int WriteBuffered(kelFileRecord& record, const char* source, apr_size_t& size) noexcept {
+[[gnu::noinline]] int WriteBuffered(kelFileRecord& record, const char* source,
+                                    apr_size_t& size) noexcept {
     const apr_size_t wanted = size;
     apr_status_t status = APR_SUCCESS;
     size = 0;
     while (size < wanted && status == APR_SUCCESS) {
         if (record.bufferFill == record.bufferSize) {
-            status = WriteOut(record);
+            status = WriteOutBuffer(record);
         } else {
             apr_size_t piece = std::min(record.bufferSize - record.bufferFill, wanted - size);
             status = apr_file_write(record.file, source + size, &piece);
@@ -70,11 +76,20 @@ int WriteBuffered(kelFileRecord& record, const char* source, apr_size_t& size) n
     return Keep(record, status);
 }
 
-int WriteBytes(kelFileRecord& record, const void* source, apr_size_t& size) noexcept {
-    if (record.bufferSize != 0) {
+[[gnu::always_inline]] inline int WriteBytes(kelFileRecord& record, const void* source,
+                                             apr_size_t& size) noexcept {
+    // What fits goes the short way: it cannot overflow the buffer, nor can there be one to
+    // overflow.
+    const bool buffered = record.bufferSize != 0;
+    if (buffered && size > record.bufferSize - record.bufferFill) {
         return WriteBuffered(record, static_cast<const char*>(source), size);
     }
-    return Keep(record, apr_file_write(record.file, source, &size));
+    const apr_status_t status = apr_file_write(record.file, source, &size);
+    if (buffered) {
+        size = status == APR_SUCCESS ? size : 0;  // a failure leaves the count at the whole
+        record.bufferFill += size;
+    }
+    return Keep(record, status);
 }
 
 template <typename T>
@@ -258,7 +273,7 @@ int kelFile::WriteLine(const char* text) {
     }
     if (record_->bufferSize != 0) {
         apr_size_t size = std::strlen(text);
-        return WriteBuffered(*record_, text, size);
+        return WriteBytes(*record_, text, size);
     }
     return Keep(*record_, apr_file_puts(text, record_->file));
 }

@@ -7,7 +7,8 @@
 namespace zukel::platform {
 
 /// The multibyte code page in which the process reads narrow text, or 0 while that is a single-byte
-/// code page. Windows: `_getmbcp`. Linux: 0; no call there reads a name in a code page.
+/// code page. Windows: `_getmbcp`. Linux: 65001 whatever the locale: no call there reads a name
+/// through a code page, so that none is lost in one, and there is no short path to look for.
 int MultibyteCodePage() noexcept;
 
 /// Converts UTF-8 to UTF-16. Windows: `MultiByteToWideChar` with code page 65001 and no flags.
@@ -15,6 +16,7 @@ int MultibyteCodePage() noexcept;
 /// @param text `length` bytes, without a terminator. Malformed text gives replacement characters.
 /// @param buffer room for `capacity` units, or null with capacity 0 to measure.
 /// @returns the number of units, without a terminator; 0 for an empty text or too little room.
+/// Linux: 0; not needed there, see `MultibyteCodePage`.
 int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept;
 
 /// The short (8.3) form of the path of a file that exists. Windows: `GetShortPathNameW`.

@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "zubase/Utf16.h"
-
 namespace zukel::platform {
 
 namespace {
@@ -19,19 +17,11 @@ int Descriptor(apr_file_t* file) noexcept {
 }  // namespace
 
 int MultibyteCodePage() noexcept {
-    return 0;
+    return 65001;
 }
 
-int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept {
-    const auto bytes = static_cast<std::size_t>(length);
-    const int units = static_cast<int>(Utf16Length(text, bytes));
-    if (buffer != nullptr) {
-        if (units > capacity) {
-            return 0;
-        }
-        ConvertToUtf16(text, bytes, buffer);
-    }
-    return units;
+int Utf8ToUtf16(const char*, int, char16_t*, int) noexcept {
+    return 0;
 }
 
 unsigned ShortPath(const char16_t*, char16_t*, unsigned) noexcept {
