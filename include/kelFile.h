@@ -124,8 +124,8 @@ public:
     /// sign-extended, a whole `unsigned long` or `wchar_t` zero-extended to the platform's width.
     ///
     /// `Write` of a `long`, `unsigned long` or `wchar_t` that does not fit the width in the file
-    /// gives `kelStatusFailed` and writes nothing. Without `ModeBuffered` a full device may take a
-    /// part of a value; the block form tells how much.
+    /// gives `kelStatusFailed` and writes nothing. Buffered, a value is taken whole or not at all;
+    /// unbuffered, a full device may take a part of it, and the block form tells how much.
     /// @{
     int Read(char& value);
     int Read(short& value);
@@ -194,7 +194,8 @@ public:
 
     /// Writes the bytes of `text` up to its NUL; no line end is added.
     ///
-    /// @returns `kelStatusFailed` when not all of it reached the file or the buffer.
+    /// @returns `kelStatusFailed` when not all of it reached the file or the buffer. Buffered, a
+    /// text of up to 4 KiB has then not been taken at all.
     int WriteLine(const char* text);
 
     /// Moves the position to `offset` bytes from the start; beyond the end is allowed, and a later

@@ -283,6 +283,22 @@ TEST(kelFileFullDevice, WritingGoesOnWhereItStoppedWhenThereIsRoomAgain) {
     EXPECT_EQ(ReadWhole(directory / "file"), text);
 }
 
+TEST(kelFileFullDevice, BufferedValuesAndLines_AreTakenWholeOrNotAtAll) {
+    const TemporaryDirectory directory;
+    kelFile file(directory.Write("file", ""), kelFile::ModeWrite | kBuffered);
+    std::string expected(4095, 'x');
+    unsigned long long size = expected.size();
+    {
+        const FileSizeLimit full(0);
+        EXPECT_EQ(file.Write(expected.data(), size), kelStatusOk);
+        EXPECT_EQ(file.Write(1), kelStatusFailed);
+        EXPECT_EQ(file.WriteLine("line"), kelStatusFailed);
+    }
+    EXPECT_EQ(file.WriteLine("line"), kelStatusOk);
+    EXPECT_EQ(file.Close(), kelStatusOk);
+    EXPECT_EQ(ReadWhole(directory / "file"), expected + "line");
+}
+
 TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {
     const unsigned long long wanted = (1ULL << 31U) + 5;
     const std::unique_ptr<void, void (*)(void*)> zeros(std::calloc(wanted, 1), std::free);

@@ -53,14 +53,23 @@ apr_status_t WriteOut(kelFileRecord& record) noexcept {
     return Keep(record, status);
 }
 
+/// What the caller learns of a write that fails.
+enum class Unit {
+    Bytes,  ///< How many were taken.
+    Whole   ///< Nothing, so that as far as the buffer has room none may have been.
+};
+
 /// Writes to a buffered file in pieces that fit the runtime's buffer, and writes the buffer out
 /// between them, so that what was taken is known when that fails. A single large write would lose
 /// count then, and it cuts its size to an `int`.
-[[gnu::noinline]] int WriteBuffered(kelFileRecord& record, const char* source,
-                                    apr_size_t& size) noexcept {
+[[gnu::noinline]] int WriteBuffered(kelFileRecord& record, const char* source, apr_size_t& size,
+                                    Unit unit) noexcept {
     const apr_size_t wanted = size;
     apr_status_t status = APR_SUCCESS;
     size = 0;
+    if (unit == Unit::Whole && wanted <= record.bufferSize) {
+        status = WriteOutBuffer(record);
+    }
     while (size < wanted && status == APR_SUCCESS) {
         if (record.bufferFill == record.bufferSize) {
             status = WriteOutBuffer(record);
@@ -77,12 +86,12 @@ apr_status_t WriteOut(kelFileRecord& record) noexcept {
 }
 
 [[gnu::always_inline]] inline int WriteBytes(kelFileRecord& record, const void* source,
-                                             apr_size_t& size) noexcept {
+                                             apr_size_t& size, Unit unit) noexcept {
     // What fits goes the short way: it cannot overflow the buffer, nor can there be one to
     // overflow.
     const bool buffered = record.bufferSize != 0;
     if (buffered && size > record.bufferSize - record.bufferFill) {
-        return WriteBuffered(record, static_cast<const char*>(source), size);
+        return WriteBuffered(record, static_cast<const char*>(source), size, unit);
     }
     const apr_status_t status = apr_file_write(record.file, source, &size);
     if (buffered) {
@@ -107,7 +116,7 @@ int WriteValue(kelFileRecord& record, T value) noexcept {
         return kelStatusFailed;
     }
     apr_size_t size = sizeof value;
-    return WriteBytes(record, &value, size);
+    return WriteBytes(record, &value, size, Unit::Whole);
 }
 
 /// Reads a value that is narrower in the file than in memory. A value cut by the end of the file
@@ -152,7 +161,7 @@ int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& si
         return kelStatusFailed;
     }
     apr_size_t bytes = size;
-    const int result = WriteBytes(record, buffer, bytes);
+    const int result = WriteBytes(record, buffer, bytes, Unit::Bytes);
     size = bytes;
     return result;
 }
@@ -273,7 +282,7 @@ int kelFile::WriteLine(const char* text) {
     }
     if (record_->bufferSize != 0) {
         apr_size_t size = std::strlen(text);
-        return WriteBytes(*record_, text, size);
+        return WriteBytes(*record_, text, size, Unit::Whole);
     }
     return Keep(*record_, apr_file_puts(text, record_->file));
 }
