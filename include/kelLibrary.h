@@ -5,8 +5,16 @@
 
 struct kelLibraryRecord;
 
-/// A use of the library that lasts: while a `kelLibrary` is alive, the runtime below the library
-/// stays started.
+// <windows.h> has macros of these names. They must not rename the members, whether that header
+// comes before this one or after it; see the two forwarding members below.
+#pragma push_macro("GetEnvironmentVariable")
+#pragma push_macro("SetEnvironmentVariable")
+#undef GetEnvironmentVariable
+#undef SetEnvironmentVariable
+
+/// The surroundings of the process (environment variables, user, host, locale, platform), the
+/// expansion of file names, and a use of the library that lasts: while a `kelLibrary` is alive, the
+/// runtime below the library stays started.
 ///
 /// No set-up call is needed. Every object and every static operation of the library starts the
 /// runtime when nobody else has, and the last one to end stops it again. That makes a static call
@@ -16,15 +24,27 @@ struct kelLibraryRecord;
 /// @code
 /// int main() {
 ///     kelLibrary library;
-///     return kelFile::Exists("settings.ini") ? 0 : 1;
+///     zuString home;
+///     if (library.GetUserDirectory(home) != kelStatusOk) {
+///         return 1;
+///     }
+///     return kelFile::Exists(kelLibrary::GetAbsoluteFileName("~/settings.ini")) ? 0 : 1;
 /// }
 /// @endcode
 ///
 /// Many operations have an overload with a leading `kelLibrary` pointer. The pointer is never read:
 /// it may be null, and the overload does what the one without it does.
 ///
+/// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success.
+///
 /// Threads: one object is used by one thread at a time; different objects are independent, and
-/// objects may be made and destroyed in any number of threads at once.
+/// objects may be made and destroyed in any number of threads at once. The static operations may be
+/// called from any thread. The environment is one for the whole process: `SetEnvironmentVariable`
+/// must not run while another thread reads or sets a variable in any way, `getenv` and the
+/// operations that expand names included.
+///
+/// Memory: what an operation asks of the system stays with the object until it is destroyed (some
+/// 10 to 100 bytes a call).
 class KEL_API kelLibrary {
 public:
     /// Starts the runtime or counts one more user of it. Throws `std::bad_alloc` when there is no
@@ -44,6 +64,105 @@ public:
     /// Does nothing and returns `kelStatusOk`, however often and whenever it is called.
     int Terminate();
 
+    /// Reads an environment variable into `value`. Mind the order: the result comes first.
+    ///
+    /// @returns `kelStatusNoVariable` when it is not set. Linux: its bytes as they are. Windows: as
+    /// UTF-8.
+    int GetEnvironmentVariable(zuString& value, const zuString& name);
+
+    /// Sets an environment variable of this process and of the programs that it starts, for the
+    /// system and for the C library's `getenv` alike. Here the name comes first.
+    ///
+    /// @returns `kelStatusNoVariable`, and nothing is changed, when the name is empty or has a `=`
+    /// in it, or without memory. An empty value: Linux: the variable is set and empty; Windows: it
+    /// is removed.
+    int SetEnvironmentVariable(const zuString& name, const zuString& value);
+
+    /// The account name of the user that the process belongs to (Linux: by its real user
+    /// identifier). @returns `kelStatusNoUser` when the system knows none.
+    int GetCurrentUserName(zuString& name);
+
+    /// That user's home directory, as the system's user database has it: no environment variable is
+    /// asked. @returns `kelStatusNoUser` when the user or the directory cannot be found.
+    int GetUserDirectory(zuString& directory);
+
+    /// The machine's host name, of up to 256 bytes. @returns `kelStatusFailed` when the system does
+    /// not tell it.
+    int GetHostName(zuString& name);
+
+    /// The locale of the calling thread: two lower-case letters of language, `_`, two letters of
+    /// country, `.`, and the number of the code page in decimal, such as `en_US.1252`.
+    ///
+    /// @returns a text of its own for each call, which stays valid until the object and all that
+    /// share with it by assignment are destroyed; null when the platform cannot tell one of the
+    /// parts.
+    ///
+    /// Linux: the locale is that of the category `LC_CTYPE`, as the thread or the program has
+    /// chosen it; while that is the C locale, the user's own, as the environment names it. Null for
+    /// one that names no language and country (`C`, `C.UTF-8`) or is not installed. The number is
+    /// 65001 for UTF-8, 20127 for ASCII, 28590 + n for ISO 8859-n, and for other character sets
+    /// that of Windows; null where it has none.
+    const char* GetLocale() const;
+
+    /// A directory for temporary files in which a file could be made just now, or an empty text.
+    /// Linux: the first that serves of `$TMPDIR`, `$TMP`, `$TEMP`, `/tmp`, `/usr/tmp`, `/var/tmp`
+    /// and the current directory.
+    zuString GetTempDir() const;
+
+    /// @name The platform in fixed words
+    /// Static texts, never null, not to be freed. They are fixed when the library is built: the
+    /// first for each operation, or on Linux with the build option `ZUKEL_PLATFORM_TEXTS=native`
+    /// the second.
+    /// @{
+    static const char* GetPlatform();      ///< `win64` or `linux64`: of system and word size.
+    static const char* GetPlatformBase();  ///< `win` or `linux`: of the system alone.
+    static const char*
+    GetSharedLibPrefix();  ///< Empty or `lib`: how a shared library's name begins.
+    static const char* GetSharedLibSuffix();  ///< `.dll` or `.so`: how it ends.
+    /// @}
+
+    /// The name with its shorthands expanded and every `\` outside of them turned into `/`:
+    ///
+    /// | component               | becomes                                                   |
+    /// |-------------------------|-----------------------------------------------------------|
+    /// | `~`, the first one only | the user's directory (`GetUserDirectory`)                 |
+    /// | `$PLATFORM`             | `GetPlatform()`                                           |
+    /// | `$NAME`                 | the value of the environment variable `NAME`              |
+    /// | any other               | stays: also `~user`, `a$NAME`, `.`, `..` and an empty one |
+    ///
+    /// Components lie between separators, `/` or `\`. What a shorthand gives is not expanded again
+    /// and keeps its separators. A shorthand that cannot be expanded stays as it is; nothing
+    /// reports it. The name need not exist, and a relative name stays relative.
+    ///
+    /// Windows: a result with a `~` in it, wherever that comes from, has the short (8.3) components
+    /// of a file that exists replaced by the long ones. Linux: there are no short names.
+    static zuString GetAbsoluteFileName(const zuString& name);
+
+    /// The file name of the shared library `name`, with or without directories: the platform's
+    /// prefix and suffix are put around the last component, and the whole is expanded by
+    /// `GetAbsoluteFileName`. Nothing is left out when they are there already: `lib.dll` gives
+    /// `lib.dll.dll`. A last component `$NAME` is looked up with prefix and suffix around it.
+    static zuString GetAbsoluteLibraryName(const zuString& name);
+
+    /// @name Under the names that <windows.h> makes of calls to the two above
+    /// @{
+    int GetEnvironmentVariableA(zuString& value, const zuString& name) {
+        return GetEnvironmentVariable(value, name);
+    }
+    int GetEnvironmentVariableW(zuString& value, const zuString& name) {
+        return GetEnvironmentVariable(value, name);
+    }
+    int SetEnvironmentVariableA(const zuString& name, const zuString& value) {
+        return SetEnvironmentVariable(name, value);
+    }
+    int SetEnvironmentVariableW(const zuString& name, const zuString& value) {
+        return SetEnvironmentVariable(name, value);
+    }
+    /// @}
+
 private:
     kelLibraryRecord* record_;
 };
+
+#pragma pop_macro("SetEnvironmentVariable")
+#pragma pop_macro("GetEnvironmentVariable")

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+
+#include "zuString.h"
+
+/// The expansion of file names, taken apart so that each step can be looked at without a machine.
+namespace zukel {
+
+/// The stretches between separators, `/` or `\`, in order and the empty ones included: n separators
+/// give n + 1 components, the empty name gives one.
+zuStlVector<zuString> SplitFileName(const zuString& name);
+
+/// The components with a `/` between each two; nothing gives an empty text.
+zuString JoinFileName(const zuStlVector<zuString>& components);
+
+/// Replaces the components that are shorthands. What cannot be found stays.
+///
+/// @param platform what `$PLATFORM` stands for.
+/// @param userDirectory called with the component that is `~`; sets it if there is a directory.
+/// @param variable called with a component and the variable's name; sets it if there is a value.
+template <typename UserDirectory, typename Variable>
+void ExpandComponents(zuStlVector<zuString>& components, const char* platform,
+                      UserDirectory userDirectory, Variable variable) {
+    if (!components.empty() && components.front() == "~") {
+        userDirectory(components.front());
+    }
+    for (zuString& component : components) {
+        if (component == "$PLATFORM") {
+            component = platform;
+        } else if (!component.empty() && component.front() == '$') {
+            variable(component, component.substr(1));
+        }
+    }
+}
+
+/// The long-name step: asks the platform for the long form of a name that has a `~` in it, and
+/// leaves the name as it is when there is none.
+void LengthenName(zuString& name);
+
+}  // namespace zukel
