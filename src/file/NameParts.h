@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string_view>
+
+namespace zukel {
+
+/// The parts of a file name: views into it. Of the text alone; that a directory has no extension is
+/// for the caller to know.
+struct NameParts {
+    std::string_view path;      ///< Up to and including the last `/`, `\` or `:`.
+    std::string_view fileName;  ///< The rest.
+    std::string_view baseName;  ///< The file name up to a dot that is not its first byte.
+    std::string_view
+        extension;  ///< Behind the last dot after the last `/` or `\`; `:` is no bound.
+};
+
+NameParts TakeApart(std::string_view name) noexcept;
+
+}  // namespace zukel
