@@ -3,6 +3,7 @@
 /// @file
 /// The whole interface of the library.
 
+#include "kelDirectory.h"
 #include "kelFile.h"
 #include "kelFileInfo.h"
 #include "kelLibrary.h"

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "zuString.h"
+
+/// The way from one path to another, as functions of the two texts alone. The rules for components
+/// are not those of the canonical path: an empty component is a level, and `..` removes whatever
+/// stands before it.
+namespace zukel {
+
+/// Brings every byte to lower case by the C library's `tolower`, and every `\` to `/`.
+void FoldName(zuString& name) noexcept;
+
+/// The way between two folded texts; empty when they differ and one of them has no component left.
+zuString WayBetween(const zuString& from, const zuString& to);
+
+}  // namespace zukel

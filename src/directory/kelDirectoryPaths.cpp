@@ -1,0 +1,31 @@
+#include "directory/PathText.h"
+#include "directory/RelativePath.h"
+#include "frame/RuntimeUse.h"
+#include "kelDirectory.h"
+#include "kelFileInfo.h"
+#include "kelLibrary.h"
+
+zuString kelDirectory::CleanPath(const zuString& path) {
+    return path;
+}
+
+bool kelDirectory::IsRelativePath(const zuString& path) {
+    return zukel::IsRelative(path);
+}
+
+zuString kelDirectory::GetAbsolutePath(const zuString& path) {
+    return zukel::CanonicalPath(path);
+}
+
+zuString kelDirectory::GetRelativePath(const zuString& from, const zuString& to) {
+    const zukel::RuntimeUse use;  // one start of the runtime at most, for four objects
+    zuString source = kelLibrary::GetAbsoluteFileName(from);
+    zuString target = kelLibrary::GetAbsoluteFileName(to);
+    zukel::FoldName(source);
+    zukel::FoldName(target);
+    if (kelFileInfo(source).GetType() != kelFileInfo::Directory ||
+        kelFileInfo(target).GetType() != kelFileInfo::Directory) {
+        return {};
+    }
+    return zukel::WayBetween(source, target);
+}
