@@ -4,7 +4,9 @@
 #include <thread>
 #include <vector>
 
+#include "kelDirectory.h"
 #include "kelFile.h"
+#include "kelFileInfo.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
 #include "support/TemporaryDirectory.h"
@@ -34,6 +36,10 @@ TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
                 kelFile again(name, kelFile::ModeRead);
                 int value = -1;
                 failed += again.Read(value) != kelStatusOk || value != round;
+                failed += kelFileInfo(name).GetSize() != 4;
+                failed += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
+                failed += kelDirectory::GetRelativePath(directory.Path(), "/") == "";
+                library.GetLocale();
             }
         });
     }

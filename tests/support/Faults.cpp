@@ -157,6 +157,16 @@ extern "C" void __wrap_apr_terminate() {
         }                                                  \
         return __real_##name arguments;                    \
     }
+// SYSTEM_POINTER(type, name, parameters, arguments) gives null with ENOMEM.
+#define SYSTEM_POINTER(type, name, parameters, arguments)  \
+    extern "C" type __real_##name parameters;              \
+    extern "C" type __wrap_##name parameters {             \
+        if (Faults::Strikes(FaultSource::System, #name)) { \
+            errno = ENOMEM;                                \
+            return nullptr;                                \
+        }                                                  \
+        return __real_##name arguments;                    \
+    }
 #include "support/SystemCalls.inc"
 
 void* operator new(std::size_t size) {

@@ -37,10 +37,10 @@ LocaleId ThreadLocale() noexcept {
 }
 
 int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcept {
-    char* const end = buffer + size;
     if (locale == 0 || size < 3) {
         return 0;
     }
+    char* const end = buffer + size;
     char* at = buffer;
     if (fact == LocaleFact::CodePage) {
         const auto written = std::to_chars(buffer, end, static_cast<std::uint32_t>(locale));
