@@ -1,6 +1,5 @@
 #include "directory/PathText.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace zukel {
@@ -39,7 +38,10 @@ zuString CanonicalPath(const zuString& path) {
     result.reserve(text.size() + 1);  // a relative path gains its root, nothing else grows
     result.append(prefix.text);
     for (std::size_t at = prefix.rest; at < text.size();) {
-        const std::size_t stop = std::min(text.find('/', at), text.size());
+        std::size_t stop = at;
+        while (stop < text.size() && text[stop] != '/') {
+            ++stop;  // components are short: a search by memchr costs more than it saves
+        }
         const std::string_view component = text.substr(at, stop - at);
         if (component == "..") {
             if (result.size() > prefix.text.size()) {
