@@ -11,3 +11,8 @@ if(ZUKEL_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+
+# -DZUKEL_FUZZ=ON lets the fuzzer see which branches its inputs take.
+if(ZUKEL_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
