@@ -7,7 +7,6 @@
 #include <cctype>
 #include <cstring>
 
-#include "environment/PlatformTexts.h"
 #include "environment/kelLibraryRecord.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
@@ -131,20 +130,4 @@ zuString kelLibrary::GetTempDir() const {
         return {};
     }
     return directory;
-}
-
-const char* kelLibrary::GetPlatform() {
-    return zukel::kPlatform;
-}
-
-const char* kelLibrary::GetPlatformBase() {
-    return zukel::kPlatformBase;
-}
-
-const char* kelLibrary::GetSharedLibPrefix() {
-    return zukel::kSharedLibPrefix;
-}
-
-const char* kelLibrary::GetSharedLibSuffix() {
-    return zukel::kSharedLibSuffix;
 }

@@ -51,9 +51,9 @@ unsigned CodePageOf(std::string_view characterSet) noexcept {
     if (characterSet.substr(0, kIso.size()) == kIso) {
         const std::string_view part = characterSet.substr(kIso.size());
         unsigned number = 0;
-        const auto end = std::from_chars(part.data(), part.data() + part.size(), number).ptr;
-        const bool known = end == part.data() + part.size() && number >= 1 && number <= 16;
-        return known ? 28590 + number : 0;
+        const char* const end = part.data() + part.size();
+        const bool whole = std::from_chars(part.data(), end, number).ptr == end;
+        return whole && number >= 1 && number <= 16 ? 28590 + number : 0;
     }
     for (const CodePage& page : kCodePages) {
         if (page.characterSet == characterSet) {
