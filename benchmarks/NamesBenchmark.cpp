@@ -97,7 +97,7 @@ void PartsStd(benchmark::State& state) {
 BENCHMARK(PartsStd)->Name("ThreeNameParts/std");
 
 /// All four parts of a file that exists: the extension asks the system, once.
-void NewPartsZukel(benchmark::State& state) {
+void FourPartsZukel(benchmark::State& state) {
     const kelLibrary alive;
     const kelFileInfo info(kFile);
     for (auto _ : state) {
@@ -107,9 +107,9 @@ void NewPartsZukel(benchmark::State& state) {
         benchmark::DoNotOptimize(info.GetFileExtension());
     }
 }
-BENCHMARK(NewPartsZukel)->Name("FourNameParts/zukel");
+BENCHMARK(FourPartsZukel)->Name("FourNameParts/zukel");
 
-void NewPartsStd(benchmark::State& state) {
+void FourPartsStd(benchmark::State& state) {
     const fs::path path(kFile);
     for (auto _ : state) {
         benchmark::DoNotOptimize(path.parent_path().string());
@@ -118,7 +118,7 @@ void NewPartsStd(benchmark::State& state) {
         benchmark::DoNotOptimize(path.extension().string());
     }
 }
-BENCHMARK(NewPartsStd)->Name("FourNameParts/std");
+BENCHMARK(FourPartsStd)->Name("FourNameParts/std");
 
 void FactsZukel(benchmark::State& state) {
     const kelLibrary alive;
