@@ -6,7 +6,7 @@
 struct kelLibraryRecord;
 
 // <windows.h> has macros of these names. They must not rename the members, whether that header
-// comes before this one or after it; see the two forwarding members below.
+// comes before this one or after it: at the end of the class the calls are met under either name.
 #pragma push_macro("GetEnvironmentVariable")
 #pragma push_macro("SetEnvironmentVariable")
 #undef GetEnvironmentVariable
@@ -24,10 +24,6 @@ struct kelLibraryRecord;
 /// @code
 /// int main() {
 ///     kelLibrary library;
-///     zuString home;
-///     if (library.GetUserDirectory(home) != kelStatusOk) {
-///         return 1;
-///     }
 ///     return kelFile::Exists(kelLibrary::GetAbsoluteFileName("~/settings.ini")) ? 0 : 1;
 /// }
 /// @endcode
@@ -114,11 +110,15 @@ public:
     /// first for each operation, or on Linux with the build option `ZUKEL_PLATFORM_TEXTS=native`
     /// the second.
     /// @{
-    static const char* GetPlatform();      ///< `win64` or `linux64`: of system and word size.
-    static const char* GetPlatformBase();  ///< `win` or `linux`: of the system alone.
-    static const char*
-    GetSharedLibPrefix();  ///< Empty or `lib`: how a shared library's name begins.
-    static const char* GetSharedLibSuffix();  ///< `.dll` or `.so`: how it ends.
+
+    /// Of system and word size: `win64` or `linux64`.
+    static const char* GetPlatform();
+    /// Of the system alone: `win` or `linux`.
+    static const char* GetPlatformBase();
+    /// How the file name of a shared library begins: empty or `lib`.
+    static const char* GetSharedLibPrefix();
+    /// How it ends: `.dll` or `.so`.
+    static const char* GetSharedLibSuffix();
     /// @}
 
     /// The name with its shorthands expanded and every `\` outside of them turned into `/`:

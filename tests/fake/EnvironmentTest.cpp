@@ -146,23 +146,4 @@ TEST(FileFacts, Permissions_AreAskedApartUntilTheyCome) {
                                      "QueryPermissions name", "QueryPermissions name"}));
 }
 
-TEST(FileFacts, KindsOfFile_HaveNumbersOfTheirOwn) {
-    const std::pair<apr_filetype_e, kelFileInfo::FileType> kinds[] = {
-        {APR_NOFILE, kelFileInfo::NoFile},     {APR_REG, kelFileInfo::RegularFile},
-        {APR_DIR, kelFileInfo::Directory},     {APR_CHR, kelFileInfo::OtherFile},
-        {APR_BLK, kelFileInfo::OtherFile},     {APR_PIPE, kelFileInfo::Pipe},
-        {APR_LNK, kelFileInfo::Link},          {APR_SOCK, kelFileInfo::Socket},
-        {APR_UNKFILE, kelFileInfo::OtherFile},
-    };
-    for (const auto& kind : kinds) {
-        FakeEnvironment platform;
-        platform.queryFile = [&](apr_finfo_t& info, apr_int32_t) {
-            info.valid = APR_FINFO_TYPE;
-            info.filetype = kind.first;
-            return APR_SUCCESS;
-        };
-        EXPECT_EQ(kelFileInfo("name").GetType(), kind.second) << kind.first;
-    }
-}
-
 }  // namespace
