@@ -6,7 +6,7 @@
 set -euo pipefail
 
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
-test_packages=(libgtest-dev libgmock-dev)
+test_packages=(libgtest-dev libgmock-dev locales)
 check_packages=(clang clang-tidy clang-format libbenchmark-dev)
 
 say() {
