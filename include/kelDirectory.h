@@ -3,18 +3,148 @@
 #include "kelExport.h"
 #include "zuString.h"
 
-/// Directories and the text of their paths.
+class kelLibrary;
+struct kelDirectoryRecord;
+
+/// A cursor over the entries of one directory; operations on directories by name, and on the text
+/// of their paths.
+///
+/// | State  | entered by                                  | `ReadFirst`, `ReadNext` | lists    |
+/// |--------|---------------------------------------------|-------------------------|----------|
+/// | closed | construction, failed `Open`, `Close`        | `kelStatusNotOpen`      | empty, 0 |
+/// | open   | `Open` that succeeded                       | the entries             | as told  |
+/// | lost   | `Close` that failed; never left again       | fail                    | empty, 0 |
+///
+/// A lost directory still counts as open (`Open` answers `kelStatusOk` and changes nothing, `Close`
+/// fails again), but the system has taken the handle back and nothing can be read through it.
+///
+/// Entries are bare names, files and directories alike, in the order of the system, unsorted.
+/// Linux: a name is any bytes but `/`; Windows: UTF-8. What is made or removed in the directory
+/// while it is read may or may not be seen; `ReadFirst` and the two lists look again.
+///
+/// Names of directories are taken as they are, relative to the current directory: `~` and `$NAME`
+/// mean nothing here, but for `GetRelativePath`.
+///
+/// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success.
+///
+/// Threads: one object is used by one thread at a time; different objects are independent. The
+/// static operations may run in any number of threads at once, but the current directory is one
+/// for the whole process.
+///
+/// Child processes: no descriptor of this class reaches a program that the process starts.
+///
+/// Memory: each entry read, and each opening, takes its bytes from the object until it is
+/// destroyed. To watch a directory for long, make an object for each look, or use the static
+/// `GetFileNames`.
 ///
 /// @code
+/// kelDirectory directory("/etc");
+/// zuString name;
+/// while (directory.ReadNext(name) == kelStatusOk) {
+///     std::puts(name.c_str());
+/// }
 /// kelDirectory::GetAbsolutePath("/srv/./www/../data/");      // "/srv/data"
 /// kelDirectory::GetRelativePath("/usr/lib", "/usr/share");   // "./../share/"
 /// @endcode
-///
-/// Failure: no operation throws but for `std::bad_alloc`.
-///
-/// Threads: the static operations may be called from any thread at any time.
 class KEL_API kelDirectory {
 public:
+    /// Makes a closed object with an empty name. Throws `std::bad_alloc` without memory.
+    kelDirectory();
+    /// The same. The pointer is not read and may be null.
+    explicit kelDirectory(kelLibrary* library);
+    /// Makes the object and does what `Open` does. The status is not reported: `GetName` is empty
+    /// when the opening failed.
+    explicit kelDirectory(const zuString& name);
+    /// Makes a closed object with an empty name. Nothing of `other` is taken over.
+    kelDirectory(const kelDirectory& other);
+    /// Closes an open directory, dropping the status.
+    ~kelDirectory();
+    /// Shares the open directory, the name and the position of `other`: what is done through one
+    /// object is seen through both, and the last one closes. A directory that this object held
+    /// alone is closed.
+    kelDirectory& operator=(const kelDirectory& other);
+
+    /// Opens the directory `name` and stands before its first entry. On an open object nothing
+    /// happens and the result is `kelStatusOk`, whatever `name` is: `Close` first.
+    ///
+    /// @returns `kelStatusFailed` when there is no such directory, the name is empty or that of
+    /// something else, or it may not be read. The object then stays closed, with the name it had.
+    int Open(const zuString& name);
+
+    /// Closes the directory. The name stays.
+    ///
+    /// @returns `kelStatusNotOpen` when the object was closed already; `kelStatusFailed` when the
+    /// system could not close it (see the states above).
+    int Close();
+
+    /// Goes back before the first entry and reads it into `name`. "." and ".." are entries like any
+    /// other here.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusNotOpen` on a closed object and when going back failed;
+    /// `kelStatusReadFailed` when there is nothing to read. `name` changes only with `kelStatusOk`.
+    int ReadFirst(zuString& name);
+
+    /// Reads the next entry into `name`: the first one straight after `Open`.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusNotOpen` on a closed object; `kelStatusReadFailed` at the
+    /// end, every time, and after an error of the system, which looks the same. `name` changes only
+    /// with `kelStatusOk`.
+    int ReadNext(zuString& name);
+
+    /// The name given to the last `Open` that succeeded; it outlives `Close`. Empty before that.
+    zuString GetName() const;
+
+    /// The names of all entries but "." and "..", from the first on, whatever was read before.
+    /// Leaves the directory open at its end. An error on the way ends the list where it happens.
+    /// Empty on a closed object.
+    zuStlVector<zuString> GetFileNames();
+
+    /// The number of entries less two, for "." and "..", which are assumed to be there and are not
+    /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
+    /// open at its end.
+    int GetNumberOfFiles();
+
+    /// The names of all entries of the directory `name` but "." and "..". A directory that cannot
+    /// be opened and one that is empty both give an empty list.
+    static zuStlVector<zuString> GetFileNames(const zuString& name);
+
+    /// Makes a directory.
+    ///
+    /// @param perms the permissions of every directory that is made, as `kelFile::Permission` bits;
+    /// other bits mean nothing. `kelFile::PermDefault` gives everything. Linux: less the umask;
+    /// Windows: without effect.
+    /// @param recursive makes missing parents as well and takes a directory that exists already for
+    /// a success. A failure leaves the parents that were made.
+    /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when the directory could
+    /// not be made, when it exists already (not with `recursive`), and when something else than a
+    /// directory has that name.
+    static int Create(const zuString& path, int perms, bool recursive);
+    /// The same. The pointer is not read and may be null.
+    static int Create(const kelLibrary* library, const zuString& path, int perms, bool recursive);
+
+    /// Removes one empty directory.
+    ///
+    /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` for a directory with
+    /// entries, for what is no directory (a symbolic link to one included), for what does not
+    /// exist, and when the system refuses; nothing is removed then.
+    static int Delete(const zuString& path);
+    /// The same. The pointer is not read and may be null.
+    static int Delete(const kelLibrary* library, const zuString& path);
+
+    /// The current directory of the process, absolute, with the platform's own separators; empty
+    /// when the system cannot tell, as when it has been removed. Linux: at most 4095 bytes.
+    static zuString GetCurrentDirectory();
+    /// The same. The pointer is not read and may be null.
+    static zuString GetCurrentDirectory(const kelLibrary* library);
+
+    /// Makes `path` the current directory of the whole process, of all its threads.
+    ///
+    /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when there is no such
+    /// directory or it may not be entered; the current directory is then what it was.
+    static int SetCurrentDirectory(const zuString& path);
+    /// The same. The pointer is not read and may be null.
+    static int SetCurrentDirectory(const kelLibrary* library, const zuString& path);
+
     /// @name Path text
     /// Functions of the bytes alone: nothing is looked up, in the file system or elsewhere, nothing
     /// is expanded (`~` and `$NAME` are ordinary text), and every path is a valid one.
@@ -62,4 +192,7 @@ public:
     /// lower case is another name. A symbolic link to a directory is no directory, unless a `/`
     /// stands behind its name.
     static zuString GetRelativePath(const zuString& from, const zuString& to);
+
+private:
+    kelDirectoryRecord* record_;
 };
