@@ -6,7 +6,8 @@
 class kelLibrary;
 struct kelFileRecord;
 
-/// One file: opened by name, read and written as typed values, blocks or lines, and closed.
+/// One file: opened by name, read and written as typed values, blocks or lines, and closed; and
+/// operations on files by name.
 ///
 /// | State  | `IsOpen` | entered by                                     | data operations     |
 /// |--------|----------|------------------------------------------------|---------------------|
@@ -59,6 +60,25 @@ public:
             0x00800,  ///< A forgotten handle (see above) is never closed, nor its buffer written.
         ModeSendfile = 0x01000,  ///< Windows: open for overlapped transfer.
         ModeSparse = 0x08000     ///< Windows: mark the file sparse.
+    };
+
+    /// The bits of a permission word: one hexadecimal digit for each class of user. It is not an
+    /// octal mode: `rwxr-xr-x` is 0x755. Other bits mean nothing.
+    enum Permission : int {
+        PermOwnerRead = 0x0400,     ///< The owner may read.
+        PermOwnerWrite = 0x0200,    ///< The owner may write.
+        PermOwnerExecute = 0x0100,  ///< The owner may execute, or search a directory.
+        PermGroupRead = 0x0040,     ///< The group may read.
+        PermGroupWrite = 0x0020,    ///< The group may write.
+        PermGroupExecute = 0x0010,  ///< The group may execute, or search a directory.
+        PermWorldRead = 0x0004,     ///< Everybody else may read.
+        PermWorldWrite = 0x0002,    ///< Everybody else may write.
+        PermWorldExecute = 0x0001,  ///< Everybody else may execute, or search a directory.
+        PermSetUserId = 0x8000,     ///< Programs run as the owner.
+        PermSetGroupId = 0x4000,    ///< Programs run as the group.
+        PermSticky = 0x2000,        ///< Only owners remove files from a directory.
+        PermDefault = 0x0FFF,       ///< As a whole word: the system's default.
+        PermOfSource = 0x1000       ///< As a whole word, for a copy: what the source has.
     };
 
     /// Makes a closed object with an empty name. Throws `std::bad_alloc` without memory.
@@ -215,6 +235,91 @@ public:
     /// Writes out the buffer of a file opened with `ModeBuffered`; a success without effect on any
     /// other. It reaches the system, not necessarily the disk.
     int Flush();
+
+    /// Whether the file of this object's name may be read: not by its mode bits alone, but by
+    /// whether the system would grant it to this process now. The file need not be open; after a
+    /// `Close` the name is tested, and an empty name is false. Linux: with the effective user, so
+    /// root may read everything. A directory that may be listed counts.
+    bool IsReadable() const;
+    /// Whether the file of this object's name may be written; otherwise as `IsReadable`. Linux:
+    /// false on a volume mounted read-only, for root too. Windows: false for a read-only file.
+    bool IsWritable() const;
+
+    /// @name Operations on files by name
+    /// Names are relative to the current directory and taken as they are: `~` and `$NAME` mean
+    /// nothing here. An empty source name gives `kelStatusEmptySource`, an empty target name
+    /// `kelStatusEmptyTarget`, the only name empty `kelStatusEmptyPath`, before anything is done.
+    /// Every other failure is `kelStatusFailed`. The forms with a `kelLibrary` pointer do the same:
+    /// the pointer is not read and may be null. All may run in any number of threads at once.
+    /// @{
+
+    /// Copies the contents of the file `from` to the file `to`, which is made or overwritten.
+    ///
+    /// @param perms the permissions of a new target: `Permission` bits or `PermDefault`, both less
+    /// the umask, while a target that exists keeps its own; with `PermOfSource` a new target and
+    /// one that exists get those of the source, whatever the umask.
+    ///
+    /// An existing target is written into: it stays the same file, with its owner and its hard
+    /// links, and a symbolic link as target is followed. Nothing is touched when the source is a
+    /// directory or may not be read, when the target may not be written, and when both names lead
+    /// to the same file: all of that is `kelStatusFailed`. When the writing itself fails, as on a
+    /// full volume, the target is cut to nothing and removed; a device or a pipe never is. A
+    /// program that is killed in the middle leaves a part of the target: copy to another name and
+    /// `Rename` where that matters.
+    ///
+    /// Linux: holes of a sparse file stay holes. `PermOfSource` has no effect on devices and pipes,
+    /// carries set-user-ID (set-group-ID) over only when both files have the same owner (group),
+    /// and is not insisted on where the target belongs to somebody else or its volume keeps no
+    /// permissions. A pipe as source is read until its writers have closed it.
+    static int Copy(const zuString& from, const zuString& to, int perms);
+    static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
+
+    /// Copies a file as the platform's own copy does: contents, permissions and modification time.
+    /// Otherwise as `Copy` with `PermOfSource`. The modification time is kept to the nanosecond
+    /// where the volume can.
+    ///
+    /// @param perms exactly `PermDefault`: the target is made writable for its owner as well,
+    /// afterwards, and also when the copy failed, but not when both names lead to the same file.
+    /// Any other value has no effect.
+    static int NativeCopy(const zuString& from, const zuString& to, int perms);
+
+    /// Gives the file or directory `from` the name `to`, replacing a file of that name; on the same
+    /// volume in one step that nobody can see the middle of.
+    ///
+    /// A file or symbolic link also moves to another volume, whole or not at all: the contents go
+    /// to a new file beside the target, which gets the source's permissions and times, and its
+    /// owner and extended attributes where the system allows it, and is on the disk before it takes
+    /// the target's name and the source is removed. After a failure the source is untouched, and so
+    /// is a file that had the target's name; a source that changes while it is copied is such a
+    /// failure. A program that is killed in the middle may leave a file beside the target whose
+    /// name begins with `.zukel-`. Directories, pipes and devices do not move to another volume.
+    ///
+    /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
+    static int Rename(const zuString& from, const zuString& to);
+    static int Rename(const kelLibrary* library, const zuString& from, const zuString& to);
+
+    /// The platform's own rename: never to another volume. Linux: replaces a file of that name in
+    /// one step. Windows: fails when the target exists.
+    static int NativeRename(const zuString& from, const zuString& to);
+
+    /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
+    /// not removed. Linux: a file that is open somewhere lives on without the name.
+    static int Delete(const zuString& name);
+    static int Delete(const kelLibrary* library, const zuString& name);
+
+    /// Whether something of this name exists: a file, a directory, or what a symbolic link leads
+    /// to. False too when the way there may not be searched, and for an empty name.
+    static bool Exists(const zuString& name);
+    /// The same as a status, of the opposite truth value: `kelStatusOk` when it exists,
+    /// `kelStatusNotFound` when not, `kelStatusEmptyPath` for an empty name.
+    static int Exists(const kelLibrary* library, const zuString& name);
+
+    /// Sets whether the owner may read and write the file: the bits `PermOwnerRead` and
+    /// `PermOwnerWrite` of `perms`; its other bits mean nothing. Linux: every other permission of
+    /// the file stays as it was; a symbolic link is followed. Windows: a file can always be read.
+    static int SetPermissions(const zuString& name, int perms);
+    static int SetPermissions(const kelLibrary* library, const zuString& name, int perms);
+    /// @}
 
 private:
     kelFileRecord* record_;

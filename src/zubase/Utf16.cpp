@@ -4,8 +4,6 @@ namespace zukel {
 
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
 /// What a lead byte announces: how many bytes follow, and the range of the first of them, which
 /// keeps out overlong forms, surrogates and values above U+10FFFF.
 struct Lead {
@@ -27,7 +25,8 @@ Lead ReadLead(unsigned byte) noexcept {
     return {3, byte == 0xF0 ? 0x90U : 0x80U, byte == 0xF4 ? 0x8FU : 0xBFU};
 }
 
-/// Takes the next character off the front of the text, which is not empty.
+}  // namespace
+
 char32_t TakeCharacter(const char*& at, const char* end) noexcept {
     const auto first = static_cast<unsigned char>(*at++);
     if (first < 0x80) {
@@ -52,8 +51,6 @@ char32_t TakeCharacter(const char*& at, const char* end) noexcept {
     }
     return character;
 }
-
-}  // namespace
 
 std::size_t Utf16Length(const char* text, std::size_t length) noexcept {
     std::size_t units = 0;

@@ -7,6 +7,13 @@
 /// one, and never past its end.
 namespace zukel {
 
+/// What stands for malformed text.
+constexpr char32_t kReplacement = 0xFFFD;
+
+/// Takes the next character, or the malformed part that a replacement stands for, off the front of
+/// the text, which is not empty.
+char32_t TakeCharacter(const char*& at, const char* end) noexcept;
+
 /// The number of 16-bit units that `length` bytes of UTF-8 take in UTF-16, without a terminator.
 std::size_t Utf16Length(const char* text, std::size_t length) noexcept;
 

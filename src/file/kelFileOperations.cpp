@@ -1,0 +1,136 @@
+#include <apr_file_info.h>
+
+#include "file/kelFileRecord.h"
+#include "frame/StatusMapping.h"
+#include "kelFile.h"
+#include "platform/FileOperations.h"
+#include "zubase/zuWString.h"
+
+namespace platform = zukel::platform;
+
+static_assert(
+    kelFile::PermOwnerRead == APR_FPROT_UREAD && kelFile::PermOwnerWrite == APR_FPROT_UWRITE &&
+    kelFile::PermOwnerExecute == APR_FPROT_UEXECUTE && kelFile::PermGroupRead == APR_FPROT_GREAD &&
+    kelFile::PermGroupWrite == APR_FPROT_GWRITE &&
+    kelFile::PermGroupExecute == APR_FPROT_GEXECUTE && kelFile::PermWorldRead == APR_FPROT_WREAD &&
+    kelFile::PermWorldWrite == APR_FPROT_WWRITE &&
+    kelFile::PermWorldExecute == APR_FPROT_WEXECUTE && kelFile::PermSetUserId == APR_FPROT_USETID &&
+    kelFile::PermSetGroupId == APR_FPROT_GSETID && kelFile::PermSticky == APR_FPROT_WSTICKY &&
+    kelFile::PermDefault == APR_FPROT_OS_DEFAULT &&
+    kelFile::PermOfSource == APR_FPROT_FILE_SOURCE_PERMS);
+
+namespace {
+
+int StatusOf(bool done) noexcept {
+    return done ? kelStatusOk : kelStatusFailed;
+}
+
+/// The frame of the operations on one name: a pool for the length of the call, the test for an
+/// empty name, the call with the name's bytes.
+template <typename Call>
+int OnName(const zuString& name, Call call) {
+    const kelFileRecord scratch;
+    return name.empty() ? kelStatusEmptyPath : call(name.c_str(), scratch.pool.Get());
+}
+
+/// The frame of the operations on two names.
+template <typename Call>
+int OnNames(const zuString& from, const zuString& to, Call call) {
+    const kelFileRecord scratch;
+    if (from.empty()) {
+        return kelStatusEmptySource;
+    }
+    return to.empty() ? kelStatusEmptyTarget : call(from.c_str(), to.c_str(), scratch.pool.Get());
+}
+
+int ExistsByName(const zuString& name) noexcept {
+    return OnName(name, [](const char* file, apr_pool_t* pool) {
+        apr_finfo_t info = {};
+        const bool found =
+            pool != nullptr && apr_stat(&info, file, APR_FINFO_SIZE, pool) == APR_SUCCESS;
+        return found ? kelStatusOk : kelStatusNotFound;
+    });
+}
+
+}  // namespace
+
+int kelFile::Copy(const zuString& from, const zuString& to, int perms) {
+    return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t* pool) {
+        return StatusOf(pool != nullptr &&
+                        platform::CopyWithPermissions(source, target, perms, pool) ==
+                            platform::CopyEnd::Done);
+    });
+}
+
+int kelFile::Copy(const kelLibrary*, const zuString& from, const zuString& to, int perms) {
+    return Copy(from, to, perms);
+}
+
+int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
+    return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t*) {
+        const platform::CopyEnd end = platform::CopyWithAttributes(source, target);
+        if (perms == PermDefault && end != platform::CopyEnd::SameFile) {
+            platform::SetNormalAttributes(target);
+        }
+        return StatusOf(end == platform::CopyEnd::Done);
+    });
+}
+
+int kelFile::Rename(const zuString& from, const zuString& to) {
+    return OnNames(from, to, [](const char* source, const char* target, apr_pool_t* pool) {
+        if (pool == nullptr) {
+            return kelStatusFailed;
+        }
+        const apr_status_t status = apr_file_rename(source, target, pool);
+        return APR_STATUS_IS_EXDEV(status) ? StatusOf(platform::MoveAcrossVolumes(source, target))
+                                           : zukel::MapStatus(status);
+    });
+}
+
+int kelFile::Rename(const kelLibrary*, const zuString& from, const zuString& to) {
+    return Rename(from, to);
+}
+
+int kelFile::NativeRename(const zuString& from, const zuString& to) {
+    return OnNames(from, to, [](const char* source, const char* target, apr_pool_t*) {
+        return StatusOf(platform::RenameInPlace(source, target));
+    });
+}
+
+int kelFile::Delete(const zuString& name) {
+    return OnName(name, [](const char* file, apr_pool_t* pool) {
+        return pool != nullptr ? zukel::MapStatus(apr_file_remove(file, pool)) : kelStatusFailed;
+    });
+}
+
+int kelFile::Delete(const kelLibrary*, const zuString& name) {
+    return Delete(name);
+}
+
+bool kelFile::Exists(const zuString& name) {
+    return ExistsByName(name) == kelStatusOk;
+}
+
+int kelFile::Exists(const kelLibrary*, const zuString& name) {
+    return ExistsByName(name);
+}
+
+int kelFile::SetPermissions(const zuString& name, int perms) {
+    const int mode = ((perms & PermOwnerRead) != 0 ? platform::kOwnerMayRead : 0) |
+                     ((perms & PermOwnerWrite) != 0 ? platform::kOwnerMayWrite : 0);
+    return OnName(name, [mode](const char* file, apr_pool_t*) {
+        return StatusOf(platform::ChangeAccess(file, mode));
+    });
+}
+
+int kelFile::SetPermissions(const kelLibrary*, const zuString& name, int perms) {
+    return SetPermissions(name, perms);
+}
+
+bool kelFile::IsReadable() const {
+    return platform::IsAccessible(zuWString(record_->name).c_str(), platform::kForReading);
+}
+
+bool kelFile::IsWritable() const {
+    return platform::IsAccessible(zuWString(record_->name).c_str(), platform::kForWriting);
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <apr_file_info.h>
+#include <apr_pools.h>
+
+/// What the portable code asks of the platform to act on files by name. Names are the caller's
+/// bytes and not empty. Plain functions, chosen at link time: one folder below this one implements
+/// each.
+namespace zukel::platform {
+
+/// How a copy ended.
+enum class CopyEnd {
+    Done,
+    Failed,
+    SameFile  ///< Both names lead to one file: a failure, found before anything was touched.
+};
+
+/// Copies the contents of a file with the result of `apr_file_copy`: the target is made or cut to
+/// nothing and written into, with that permission word. Windows: `apr_file_copy`, which moves the
+/// bytes by the system's own copy and refuses a file as its own target.
+///
+/// Linux: the runtime's copy would empty a file that is copied onto itself, leave a part when the
+/// writing fails, and move 8 KiB at a time, so it is done here, by the rules that
+/// `kelFile::Copy` promises.
+CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
+                            apr_pool_t* pool) noexcept;
+
+/// Copies a file as the platform does: contents, permissions, modification time, over an existing
+/// target. Windows: `CopyFileA(from, to, 0)`. Linux: as `CopyWithPermissions` with the source's
+/// permissions, and the modification time.
+CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept;
+
+/// Gives a file normal attributes as far as that is possible: its owner may write it. Windows:
+/// `SetFileAttributesA(name, FILE_ATTRIBUTE_NORMAL)`.
+void SetNormalAttributes(const char* name) noexcept;
+
+/// Renames as the platform's C library does. Windows and Linux: `rename`.
+bool RenameInPlace(const char* from, const char* to) noexcept;
+
+/// Moves a file to another volume after the runtime's rename has refused to, whole or not at all,
+/// by the rules that `kelFile::Rename` promises. Windows: false; the runtime's rename moves it
+/// there.
+bool MoveAcrossVolumes(const char* from, const char* to);
+
+/// The bits of `ChangeAccess`. Their values are those of Windows: `_S_IREAD` and `_S_IWRITE`.
+inline constexpr int kOwnerMayRead = 0x100;
+inline constexpr int kOwnerMayWrite = 0x80;
+
+/// Sets whether the owner may read and write the file, by `mode` made of the two bits above.
+/// Windows: `_chmod(name, mode)`. Linux: `chmod` that leaves every other mode bit as it was.
+bool ChangeAccess(const char* name, int mode) noexcept;
+
+/// What `IsAccessible` tests. The values are those of Windows.
+inline constexpr int kForReading = 4;
+inline constexpr int kForWriting = 2;
+
+/// Whether the system grants this process that access to the file. Windows: `_waccess` gives 0.
+/// Linux: by the effective user, as an opening would. An empty name is never granted.
+///
+/// @param name the `c_str` of a `zuWString`.
+bool IsAccessible(const wchar_t* name, int access);
+
+}  // namespace zukel::platform

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace zukel::platform {
+
+/// Gives the open file `to` the extended attributes of the open file `from`, access control lists
+/// among them, but for those that the system or the volume of `to` refuses.
+///
+/// @returns false with `errno` when reading one or storing one failed for another reason, such as a
+/// full volume.
+bool CopyExtendedAttributes(int from, int to) noexcept;
+
+}  // namespace zukel::platform
