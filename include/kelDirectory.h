@@ -110,9 +110,9 @@ public:
 
     /// Makes a directory.
     ///
-    /// @param perms the permissions of every directory that is made, as `kelFile::Permission` bits;
-    /// other bits mean nothing. `kelFile::PermDefault` gives everything. Linux: less the umask;
-    /// Windows: without effect.
+    /// @param perms the permissions of every directory that is made, as `kelFileInfo::Permission`
+    /// bits; other bits mean nothing. `kelFileInfo::PermissionDefault` gives everything. Linux:
+    /// less the umask; Windows: without effect.
     /// @param recursive makes missing parents as well and takes a directory that exists already for
     /// a success. A failure leaves the parents that were made.
     /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when the directory could

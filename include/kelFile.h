@@ -62,25 +62,6 @@ public:
         ModeSparse = 0x08000     ///< Windows: mark the file sparse.
     };
 
-    /// The bits of a permission word: one hexadecimal digit for each class of user. It is not an
-    /// octal mode: `rwxr-xr-x` is 0x755. Other bits mean nothing.
-    enum Permission : int {
-        PermOwnerRead = 0x0400,     ///< The owner may read.
-        PermOwnerWrite = 0x0200,    ///< The owner may write.
-        PermOwnerExecute = 0x0100,  ///< The owner may execute, or search a directory.
-        PermGroupRead = 0x0040,     ///< The group may read.
-        PermGroupWrite = 0x0020,    ///< The group may write.
-        PermGroupExecute = 0x0010,  ///< The group may execute, or search a directory.
-        PermWorldRead = 0x0004,     ///< Everybody else may read.
-        PermWorldWrite = 0x0002,    ///< Everybody else may write.
-        PermWorldExecute = 0x0001,  ///< Everybody else may execute, or search a directory.
-        PermSetUserId = 0x8000,     ///< Programs run as the owner.
-        PermSetGroupId = 0x4000,    ///< Programs run as the group.
-        PermSticky = 0x2000,        ///< Only owners remove files from a directory.
-        PermDefault = 0x0FFF,       ///< As a whole word: the system's default.
-        PermOfSource = 0x1000       ///< As a whole word, for a copy: what the source has.
-    };
-
     /// Makes a closed object with an empty name. Throws `std::bad_alloc` without memory.
     kelFile();
     /// The same. The pointer is not read and may be null.
@@ -255,9 +236,10 @@ public:
 
     /// Copies the contents of the file `from` to the file `to`, which is made or overwritten.
     ///
-    /// @param perms the permissions of a new target: `Permission` bits or `PermDefault`, both less
-    /// the umask, while a target that exists keeps its own; with `PermOfSource` a new target and
-    /// one that exists get those of the source, whatever the umask.
+    /// @param perms the permissions of a new target, `kelFileInfo::Permission` bits or
+    /// `kelFileInfo::PermissionDefault`, both less the umask, while a target that exists keeps its
+    /// own; with `kelFileInfo::PermissionOfSource` a new target and one that exists get those of
+    /// the source, whatever the umask.
     ///
     /// An existing target is written into: it stays the same file, with its owner and its hard
     /// links, and a symbolic link as target is followed. Nothing is touched when the source is a
@@ -267,20 +249,20 @@ public:
     /// program that is killed in the middle leaves a part of the target: copy to another name and
     /// `Rename` where that matters.
     ///
-    /// Linux: holes of a sparse file stay holes. `PermOfSource` has no effect on devices and pipes,
-    /// carries set-user-ID (set-group-ID) over only when both files have the same owner (group),
-    /// and is not insisted on where the target belongs to somebody else or its volume keeps no
-    /// permissions. A pipe as source is read until its writers have closed it.
+    /// Linux: holes of a sparse file stay holes. `PermissionOfSource` has no effect on devices and
+    /// pipes, carries set-user-ID (set-group-ID) over only when both files have the same owner
+    /// (group), and is not insisted on where the target belongs to somebody else or its volume
+    /// keeps no permissions. A pipe as source is read until its writers have closed it.
     static int Copy(const zuString& from, const zuString& to, int perms);
     static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
 
     /// Copies a file as the platform's own copy does: contents, permissions and modification time.
-    /// Otherwise as `Copy` with `PermOfSource`. The modification time is kept to the nanosecond
-    /// where the volume can.
+    /// Otherwise as `Copy` with `PermissionOfSource`. The modification time is kept to the
+    /// nanosecond where the volume can.
     ///
-    /// @param perms exactly `PermDefault`: the target is made writable for its owner as well,
-    /// afterwards, and also when the copy failed, but not when both names lead to the same file.
-    /// Any other value has no effect.
+    /// @param perms exactly `kelFileInfo::PermissionDefault`: the target is made writable for its
+    /// owner as well, afterwards, and also when the copy failed, but not when both names lead to
+    /// the same file. Any other value has no effect.
     static int NativeCopy(const zuString& from, const zuString& to, int perms);
 
     /// Gives the file or directory `from` the name `to`, replacing a file of that name; on the same
@@ -314,9 +296,10 @@ public:
     /// `kelStatusNotFound` when not, `kelStatusEmptyPath` for an empty name.
     static int Exists(const kelLibrary* library, const zuString& name);
 
-    /// Sets whether the owner may read and write the file: the bits `PermOwnerRead` and
-    /// `PermOwnerWrite` of `perms`; its other bits mean nothing. Linux: every other permission of
-    /// the file stays as it was; a symbolic link is followed. Windows: a file can always be read.
+    /// Sets whether the owner may read and write the file: the bits
+    /// `kelFileInfo::PermissionOwnerRead` and `PermissionOwnerWrite` of `perms`; its other bits
+    /// mean nothing. Linux: every other permission of the file stays as it was; a symbolic link is
+    /// followed. Windows: a file can always be read.
     static int SetPermissions(const zuString& name, int perms);
     static int SetPermissions(const kelLibrary* library, const zuString& name, int perms);
     /// @}

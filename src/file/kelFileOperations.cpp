@@ -8,17 +8,6 @@
 
 namespace platform = zukel::platform;
 
-static_assert(
-    kelFile::PermOwnerRead == APR_FPROT_UREAD && kelFile::PermOwnerWrite == APR_FPROT_UWRITE &&
-    kelFile::PermOwnerExecute == APR_FPROT_UEXECUTE && kelFile::PermGroupRead == APR_FPROT_GREAD &&
-    kelFile::PermGroupWrite == APR_FPROT_GWRITE &&
-    kelFile::PermGroupExecute == APR_FPROT_GEXECUTE && kelFile::PermWorldRead == APR_FPROT_WREAD &&
-    kelFile::PermWorldWrite == APR_FPROT_WWRITE &&
-    kelFile::PermWorldExecute == APR_FPROT_WEXECUTE && kelFile::PermSetUserId == APR_FPROT_USETID &&
-    kelFile::PermSetGroupId == APR_FPROT_GSETID && kelFile::PermSticky == APR_FPROT_WSTICKY &&
-    kelFile::PermDefault == APR_FPROT_OS_DEFAULT &&
-    kelFile::PermOfSource == APR_FPROT_FILE_SOURCE_PERMS);
-
 namespace {
 
 int StatusOf(bool done) noexcept {
@@ -69,7 +58,7 @@ int kelFile::Copy(const kelLibrary*, const zuString& from, const zuString& to, i
 int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
     return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t*) {
         const platform::CopyEnd end = platform::CopyWithAttributes(source, target);
-        if (perms == PermDefault && end != platform::CopyEnd::SameFile) {
+        if (perms == APR_FPROT_OS_DEFAULT && end != platform::CopyEnd::SameFile) {
             platform::SetNormalAttributes(target);
         }
         return StatusOf(end == platform::CopyEnd::Done);
@@ -116,8 +105,8 @@ int kelFile::Exists(const kelLibrary*, const zuString& name) {
 }
 
 int kelFile::SetPermissions(const zuString& name, int perms) {
-    const int mode = ((perms & PermOwnerRead) != 0 ? platform::kOwnerMayRead : 0) |
-                     ((perms & PermOwnerWrite) != 0 ? platform::kOwnerMayWrite : 0);
+    const int mode = ((perms & APR_FPROT_UREAD) != 0 ? platform::kOwnerMayRead : 0) |
+                     ((perms & APR_FPROT_UWRITE) != 0 ? platform::kOwnerMayWrite : 0);
     return OnName(name, [mode](const char* file, apr_pool_t*) {
         return StatusOf(platform::ChangeAccess(file, mode));
     });

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -25,6 +26,7 @@ struct Plan {
 };
 
 thread_local Plan plan;
+thread_local const AtCall* atCall = nullptr;
 std::atomic<int> runtimeUsers{0};
 
 }  // namespace
@@ -41,8 +43,29 @@ bool Faults::Struck() const {
     return plan.struck != nullptr;
 }
 
+bool Faults::IsSingle() {
+    return plan.reach == FaultReach::Once;
+}
+
+AtCall::AtCall(const char* call, std::function<int()> answer)
+    : call_(call), answer_(std::move(answer)) {
+    atCall = this;
+}
+
+AtCall::~AtCall() {
+    atCall = nullptr;
+}
+
+int AtCall::ErrorOf(const char* call) {
+    if (!plan.counting || atCall == nullptr || std::strcmp(atCall->call_, call) != 0) {
+        return 0;
+    }
+    const FaultPause ownWork;
+    return atCall->answer_();
+}
+
 FaultWindow::FaultWindow() {
-    plan.counting = plan.armed;
+    plan.counting = true;
 }
 
 FaultWindow::~FaultWindow() {
@@ -58,7 +81,7 @@ FaultPause::~FaultPause() {
 }
 
 bool Faults::Strikes(FaultSource source, const char* call) noexcept {
-    if (!plan.counting || plan.source != source) {
+    if (!plan.armed || !plan.counting || plan.source != source) {
         return false;
     }
     ++plan.calls;
@@ -112,6 +135,7 @@ void WalkFaults(const std::string& name, FaultSource source,
 
 }  // namespace zukel::test
 
+using zukel::test::AtCall;
 using zukel::test::Faults;
 using zukel::test::FaultSource;
 
@@ -147,15 +171,28 @@ extern "C" void __wrap_apr_terminate() {
     __real_apr_terminate();
 }
 
-// SYSTEM_CALL(type, name, parameters, arguments) gives -1 with EIO.
-#define SYSTEM_CALL(type, name, parameters, arguments)     \
-    extern "C" type __real_##name parameters;              \
-    extern "C" type __wrap_##name parameters {             \
-        if (Faults::Strikes(FaultSource::System, #name)) { \
-            errno = EIO;                                   \
-            return static_cast<type>(-1);                  \
-        }                                                  \
-        return __real_##name arguments;                    \
+// SYSTEM_CALL(type, name, parameters, arguments) gives -1 with EIO, or with the error that the
+// system is made to lack the call with.
+#define SYSTEM_CALL(type, name, parameters, arguments)                   \
+    extern "C" type __real_##name parameters;                            \
+    extern "C" type __wrap_##name parameters {                           \
+        const int error = AtCall::ErrorOf(#name);                        \
+        if (error != 0 || Faults::Strikes(FaultSource::System, #name)) { \
+            errno = error != 0 ? error : EIO;                            \
+            return static_cast<type>(-1);                                \
+        }                                                                \
+        return __real_##name arguments;                                  \
+    }
+// SYSTEM_END(type, name, parameters, arguments) gives up a handle: it does so and then tells EIO.
+#define SYSTEM_END(type, name, parameters, arguments)                     \
+    extern "C" type __real_##name parameters;                             \
+    extern "C" type __wrap_##name parameters {                            \
+        const bool strikes = Faults::Strikes(FaultSource::System, #name); \
+        const type result = __real_##name arguments;                      \
+        if (strikes) {                                                    \
+            errno = EIO;                                                  \
+        }                                                                 \
+        return strikes ? static_cast<type>(-1) : result;                  \
     }
 // SYSTEM_POINTER(type, name, parameters, arguments) gives null with ENOMEM.
 #define SYSTEM_POINTER(type, name, parameters, arguments)  \
@@ -179,6 +216,13 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
     return operator new(size);
+}
+// Where the sanitizer has its own of these, it would not go through the one above.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Faults::Strikes(FaultSource::Memory, "operator new") ? nullptr : std::malloc(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
 }
 void operator delete(void* block) noexcept {
     std::free(block);

@@ -28,8 +28,29 @@ public:
     /// Whether the nth call was made, and so failed.
     bool Struck() const;
 
+    /// Whether one fault alone is armed. What follows it then works, clearing up included.
+    static bool IsSingle();
+
     /// Of the wrappers: counts a call and tells whether it is to fail.
     static bool Strikes(FaultSource source, const char* call) noexcept;
+};
+
+/// Does something of the test's choice before every system call of one name, for the calling thread
+/// and within `UnderFaults`, beside what an armed fault does.
+class AtCall {
+public:
+    /// @param answer gives 0 to let the call go on, or the error that it fails with.
+    AtCall(const char* call, std::function<int()> answer);
+    ~AtCall();
+    AtCall(const AtCall&) = delete;
+    AtCall& operator=(const AtCall&) = delete;
+
+    /// Of the wrappers: the error of that call, or 0.
+    static int ErrorOf(const char* call);
+
+private:
+    const char* call_;
+    std::function<int()> answer_;
 };
 
 /// The stretch of a test in which an armed fault counts and strikes.

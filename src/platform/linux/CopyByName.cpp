@@ -17,8 +17,9 @@ namespace {
 /// What a copy carries over beside the contents.
 struct Manner {
     mode_t newMode;           ///< Of a new target, less the umask; not with `sourceMode`.
-    bool sourceMode;          ///< The target gets the source's mode.
-    bool sourceModifiedTime;  ///< And its modification time.
+    bool sourceMode;          ///< The target gets the source's mode,
+    bool modeFirst;           ///< before it is opened if it may not be written with its own,
+    bool sourceModifiedTime;  ///< and the source's modification time.
 };
 
 mode_t ModeOfPermissions(apr_fileperms_t perms) noexcept {
@@ -95,9 +96,9 @@ private:
             // A link that leads nowhere, or somebody has just been quicker.
         }
         out_ = Descriptor(open(to_, kFlags, mode));
-        if (!out_ && errno == EACCES && targetExists_ && manner_.sourceMode &&
+        if (!out_ && errno == EACCES && targetExists_ && manner_.modeFirst &&
             S_ISREG(target_.st_mode) && chmod(to_, mode) == 0) {
-            // The mode that the target is to have anyway may let it be written.
+            // As the runtime: the mode that the target is to have anyway may let it be written.
             out_ = Descriptor(open(to_, kFlags, mode));
             if (!out_) {
                 chmod(to_, target_.st_mode);
@@ -154,11 +155,11 @@ private:
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
                             apr_pool_t*) noexcept {
     const bool sourceMode = perms == APR_FPROT_FILE_SOURCE_PERMS;
-    return CopyByName(from, to, {ModeOfPermissions(perms), sourceMode, false}).Run();
+    return CopyByName(from, to, {ModeOfPermissions(perms), sourceMode, sourceMode, false}).Run();
 }
 
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
-    return CopyByName(from, to, {0, true, true}).Run();
+    return CopyByName(from, to, {0, true, false, true}).Run();
 }
 
 }  // namespace zukel::platform

@@ -97,14 +97,10 @@ bool CopyAroundHoles(int from, int to) noexcept {
     return end >= 0 && ftruncate(to, end) == 0;
 }
 
-bool HasHoles(int from, const struct stat& source) noexcept {
+/// Whether a file has fewer blocks than bytes to fill them. Compressed files have, too.
+bool IsThin(const struct stat& source) noexcept {
     constexpr off_t kBytesInBlock = 512;  // whatever the file system's own block is
-    if (!S_ISREG(source.st_mode) || source.st_blocks >= source.st_size / kBytesInBlock) {
-        return false;
-    }
-    // Fewer blocks are used by compressed files and some network volumes, too.
-    const off_t hole = lseek(from, 0, SEEK_HOLE);
-    return lseek(from, 0, SEEK_SET) == 0 && hole >= 0 && hole < source.st_size;
+    return S_ISREG(source.st_mode) && source.st_blocks < source.st_size / kBytesInBlock;
 }
 
 bool IsRegular(int descriptor) noexcept {
@@ -115,8 +111,14 @@ bool IsRegular(int descriptor) noexcept {
 }  // namespace
 
 bool CopyContents(int from, int to, const struct stat& source) noexcept {
-    if (HasHoles(from, source) && IsRegular(to)) {
-        return CopyAroundHoles(from, to);
+    if (IsThin(source) && IsRegular(to)) {
+        const off_t hole = lseek(from, 0, SEEK_HOLE);
+        if (lseek(from, 0, SEEK_SET) != 0) {
+            return false;
+        }
+        if (hole >= 0 && hole < source.st_size) {
+            return CopyAroundHoles(from, to);
+        }
     }
     off_t copied = 0;
     if (CopyInKernel(from, to, kToTheEnd, copied) && copied > 0 && copied >= source.st_size) {
