@@ -3,9 +3,13 @@
 /// @file
 /// The whole interface of the library.
 
+#include "kelCPUInfo.h"
 #include "kelDirectory.h"
 #include "kelFile.h"
 #include "kelFileInfo.h"
 #include "kelLibrary.h"
+#include "kelMemoryInfo.h"
 #include "kelStatus.h"
+#include "kelSystem.h"
+#include "zuDiskInfo.h"
 #include "zuString.h"

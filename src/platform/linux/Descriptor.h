@@ -1,0 +1,37 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace zukel::platform {
+
+/// Owns a file descriptor from the call that opens it.
+class Descriptor {
+public:
+    Descriptor() noexcept = default;
+    explicit Descriptor(int descriptor) noexcept : descriptor_(descriptor) {}
+    ~Descriptor() { Close(); }
+    Descriptor(Descriptor&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, kNone)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+
+    int Get() const noexcept { return descriptor_; }
+    explicit operator bool() const noexcept { return descriptor_ >= 0; }
+
+    /// Closes it if it is open. False when the system tells only now that what was written did not
+    /// arrive; the descriptor is gone all the same.
+    bool Close() noexcept {
+        const int descriptor = std::exchange(descriptor_, kNone);
+        return descriptor < 0 || close(descriptor) == 0;
+    }
+
+private:
+    static constexpr int kNone = -1;
+    int descriptor_ = kNone;
+};
+
+}  // namespace zukel::platform
