@@ -11,5 +11,6 @@
 #include "kelMemoryInfo.h"
 #include "kelStatus.h"
 #include "kelSystem.h"
+#include "kelTime.h"
 #include "zuDiskInfo.h"
 #include "zuString.h"
