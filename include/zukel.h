@@ -9,6 +9,7 @@
 #include "kelFileInfo.h"
 #include "kelLibrary.h"
 #include "kelMemoryInfo.h"
+#include "kelSharedMemory.h"
 #include "kelStatus.h"
 #include "kelSystem.h"
 #include "kelTime.h"
