@@ -153,7 +153,7 @@ extern "C" void __wrap_apr_terminate() {
     extern "C" type __wrap_##name parameters {             \
         if (Faults::Strikes(FaultSource::System, #name)) { \
             errno = EIO;                                   \
-            return static_cast<type>(-1);                  \
+            return (type)-1;                               \
         }                                                  \
         return __real_##name arguments;                    \
     }
