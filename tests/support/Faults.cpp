@@ -179,7 +179,7 @@ extern "C" void __wrap_apr_terminate() {
         const int error = AtCall::ErrorOf(#name);                        \
         if (error != 0 || Faults::Strikes(FaultSource::System, #name)) { \
             errno = error != 0 ? error : EIO;                            \
-            return static_cast<type>(-1);                                \
+            return (type)-1;                                             \
         }                                                                \
         return __real_##name arguments;                                  \
     }

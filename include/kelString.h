@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdarg>
+
+#include "kelExport.h"
+
+/// Formatting into a buffer. There is no state, and the operation may be called from any thread.
+class KEL_API kelString {
+public:
+    /// Returns the object: there is nothing to copy.
+    kelString& operator=(const kelString& other);
+    /// The same.
+    kelString& operator=(kelString&& other) noexcept;
+
+    /// Writes at most `size` - 1 characters and a NUL into `buffer`.
+    ///
+    /// The directives are those of the runtime's formatter, which is not the C library's: `d i u o
+    /// x X c s f e E g G p n %`, with the lengths `h`, `l` and `q` (64 bits). Mind that `%lld`,
+    /// `%zu` and `%a` are none: they stay in the text, and take no argument from the list.
+    ///
+    /// @param size not negative. With 0 nothing is written and `buffer` may be null.
+    /// @param format is not changed.
+    /// @returns the length of the text, without the NUL. A text that does not fit is cut and gives
+    /// `size` - 1, just as one that fits to the last character. With `size` 0 the length of the
+    /// whole text.
+    static int vsnprintf(char* buffer, int size, char* format, va_list arguments);
+};

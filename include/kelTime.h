@@ -1,0 +1,104 @@
+#pragma once
+
+#include "kelExport.h"
+#include "zuString.h"
+
+struct kelTimeRecord;
+
+// <windows.h> has a macro of this name. It must not rename the member, whether that header comes
+// before this one or after it; see `GetTickCount` below.
+#pragma push_macro("GetCurrentTime")
+#undef GetCurrentTime
+
+/// One moment, held as microseconds since 1970-01-01 00:00:00 universal time and as a calendar date
+/// that serves formatting.
+///
+/// The microseconds are the value. The date is in universal time, but after `MakeLocalTime` in
+/// local time, and after the constructor from eleven values as given. Copies take the value; their
+/// date is in universal time again.
+///
+/// The value -1 says that the object holds no valid time: `GetFormatTime` then fails and the
+/// numbers are -1. `MakeCurrentTime`, `MakeLocalTime` and assignment end that.
+///
+/// Threads: one object is used by one thread at a time; different objects are independent. The
+/// runtime is neither needed nor started.
+///
+/// @code
+/// kelTime now = kelTime::GetNow();
+/// now.MakeLocalTime();
+/// zuString text;
+/// if (now.GetFormatTime(text, "%Y-%m-%d %H:%M:%S") == kelStatusOk) {
+///     std::puts(text.c_str());
+/// }
+/// @endcode
+class KEL_API kelTime {
+public:
+    /// The moment `microSeconds` after the epoch. Throws `std::bad_alloc` without memory, as every
+    /// operation does that makes an object.
+    explicit kelTime(long long microSeconds);
+    /// The moment of a date and time of day at `secondsEast` of universal time.
+    ///
+    /// Nothing is normalised or compared: days, hours, minutes, seconds and microseconds count from
+    /// the start of the month, whatever their number; `weekDay`, `yearDay` and `daylightSaving`
+    /// serve formatting alone. There is no valid time when the month is not within 0 to 11, when
+    /// the date and time of day, before `secondsEast` is taken off, lie before 1970-01-01 00:00:00,
+    /// and when the microseconds do not fit into 64 bits (all of the year 294246 does).
+    ///
+    /// @param year since 1900.
+    /// @param month 0 is January.
+    /// @param weekDay 0 is Sunday.
+    /// @param yearDay 0 is the first of January.
+    kelTime(int microSeconds, int seconds, int minutes, int hours, int monthDay, int month,
+            int year, int weekDay, int yearDay, int daylightSaving, int secondsEast);
+    /// Takes the value of `other`, with its date in universal time.
+    kelTime(const kelTime& other);
+    ~kelTime();
+    /// Takes the value of `other`, with its date in universal time. Self-assignment changes
+    /// nothing.
+    kelTime& operator=(const kelTime& other);
+
+    /// The present moment.
+    static kelTime GetNow();
+    /// The same.
+    static kelTime GetCurrentTime();
+
+    /// Writes the date into `out` by a pattern of the C library's `strftime`, names of days and
+    /// months in the language that the program has set with `setlocale`.
+    ///
+    /// @returns `kelStatusFailed`, with `out` unchanged, when the object holds no valid time or the
+    /// text has more than 255 bytes. A pattern that gives no text, such as the empty one, succeeds.
+    ///
+    /// No directive gives the microseconds. Linux: `%Z` and `%s` read every date as one of the
+    /// process's own zone, so they are right after `MakeLocalTime` only; `%z` always is. Fields
+    /// that were given out of their range come out as odd text, never as a fault.
+    int GetFormatTime(zuString& out, const zuString& format) const;
+
+    /// The value, or -1 when it is 0 or less.
+    long long GetMicroSeconds() const;
+    /// The value in whole seconds, rounded down, or -1 when it is 0 or less.
+    long long GetSeconds() const;
+    /// The value as it is: 0, negative values and the mark -1 as well.
+    long long GetNumericEpochTime() const;
+
+    /// Takes the present moment, with the date in universal time.
+    void MakeCurrentTime();
+
+    /// Turns the date to local time; the value stays. An object without a valid time takes the
+    /// present moment first. Linux: the zone is that of the variable `TZ` as it stands at the call,
+    /// which is read without a guard against another thread that sets variables.
+    void MakeLocalTime();
+
+    /// Sleeps for at least `microSeconds`, also when signals come in between; 0 and negative
+    /// durations return at once. Always `kelStatusOk`.
+    static int Sleep(long long microSeconds);
+
+    /// @name Under the name that <windows.h> makes of a call to `GetCurrentTime`
+    /// @{
+    static kelTime GetTickCount() { return GetCurrentTime(); }
+    /// @}
+
+private:
+    kelTimeRecord* record_;
+};
+
+#pragma pop_macro("GetCurrentTime")

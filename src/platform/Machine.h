@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+
+/// What the portable code asks of the platform about the machine and its clock. Plain functions,
+/// chosen at link time: one folder below this one implements each of them.
+namespace zukel::platform {
+
+/// Marks a figure that the platform cannot tell.
+inline constexpr std::uint64_t kUnknown = ~std::uint64_t{0};
+
+/// Memory in bytes. An available figure may be above its total: the caller settles that.
+struct MemoryBytes {
+    std::uint64_t totalPhysical = kUnknown;
+    std::uint64_t availablePhysical = kUnknown;
+    std::uint64_t totalVirtual = kUnknown;
+    std::uint64_t availableVirtual = kUnknown;
+    std::uint64_t totalPaging = kUnknown;
+    std::uint64_t availablePaging = kUnknown;
+};
+
+/// The six figures that the platform can tell, as `kelMemoryInfo` explains them. Windows:
+/// `GlobalMemoryStatusEx`. Linux: `/proc` and the control groups below `/sys/fs/cgroup`.
+MemoryBytes QueryMemory() noexcept;
+
+/// Room on a disk in bytes.
+struct DiskBytes {
+    std::uint64_t available = 0;  ///< To the calling user.
+    std::uint64_t total = 0;
+};
+
+/// The room on the disk that holds the directory `path`. Windows: `GetDiskFreeSpaceExW` on the
+/// UTF-16 form of the UTF-8 `path`. Linux: `statvfs` on its bytes.
+///
+/// @returns false, with `disk` unchanged, when the platform refuses the path.
+bool QueryDisk(const char* path, DiskBytes& disk) noexcept;
+
+/// The number of logical processors that the system runs, or 0. Windows: `GetSystemInfo`.
+int NumberOfProcessors() noexcept;
+
+/// What the CPUID instruction leaves in the registers.
+struct CpuRegisters {
+    std::uint32_t eax = 0;
+    std::uint32_t ebx = 0;
+    std::uint32_t ecx = 0;
+    std::uint32_t edx = 0;
+};
+
+/// Runs CPUID for `leaf` with sub-leaf 0. A processor without the instruction answers zeros.
+CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
+
+/// Makes the next conversion to local time one for the zone that the process is set to now.
+/// Windows: nothing to do, each conversion asks the system. Linux: `tzset`; without it the variable
+/// `TZ` is read only once.
+void ReadTimeZone() noexcept;
+
+}  // namespace zukel::platform

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <apr_pools.h>
+
+#include <cstdint>
+
+/// What the portable code asks of the platform about shared memory. Plain functions, chosen at link
+/// time: one folder below this one implements each of them.
+namespace zukel::platform {
+
+/// A segment that this process has mapped, or none.
+struct Segment {
+    void* address = nullptr;  ///< Of the usable block; null while none is mapped.
+    std::uint64_t size = 0;   ///< In bytes, as its creator asked for.
+    /// The platform's own. Linux: device and inode, which tell the segment from a later one under
+    /// its name, also after `UnmapSegment`. Windows: the runtime's handle.
+    std::uintptr_t identity[2] = {0, 0};
+};
+
+/// Makes a segment of exactly `size` bytes under a name that is not in use, and maps it. Windows:
+/// `apr_shm_create`. Linux: the runtime's names and layout, but not its calls, which reserve no
+/// memory, wrap near 2^64 and leave names behind; see there.
+///
+/// @param name not empty.
+/// @returns false, with `segment` unchanged and no name made, when any of it fails.
+bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t* pool,
+                   Segment& segment) noexcept;
+
+/// Maps the segment `name`. Windows: `apr_shm_attach`.
+///
+/// @param name not empty.
+/// @returns false, with `segment` unchanged and nothing left open, when there is none or it is not
+/// wholly made.
+bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcept;
+
+/// Unmaps the segment and clears its address and size. Windows: `apr_shm_detach` or
+/// `apr_shm_destroy`.
+///
+/// @returns false, with `segment` unchanged, when the system refuses.
+bool UnmapSegment(Segment& segment) noexcept;
+
+/// Removes the name of a segment that this process has or had mapped. A name that stands for
+/// another segment by now, or for none, is left as it is and counts as removed. Windows:
+/// `apr_shm_remove`, without looking.
+bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t* pool) noexcept;
+
+}  // namespace zukel::platform

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+/// How the memory figures come about. The first half works on texts alone.
+namespace zukel::platform {
+
+/// The number that the text begins with, or `kUnknown` when it begins with none ("max") or with one
+/// that does not fit.
+std::uint64_t NumberAt(std::string_view text) noexcept;
+
+/// The number in the line that begins with `name` and a colon or a space, times `unit`, or
+/// `kUnknown`. For `/proc/meminfo` (`unit` 1024) and `memory.stat` (1).
+std::uint64_t FieldOf(std::string_view text, std::string_view name, std::uint64_t unit) noexcept;
+
+/// Which of the two kinds of control group counts memory.
+enum class GroupKind { One, Two };
+
+/// The path of the process's group in the hierarchy of this kind that may count memory, from
+/// `/proc/self/cgroup`; nothing when there is no such hierarchy. Empty for the root, and for a
+/// group outside of what the process can see.
+std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept;
+
+/// What is left of a total; nothing when more than that is used, unknown when one of the two is.
+std::uint64_t Remaining(std::uint64_t total, std::uint64_t used) noexcept;
+
+struct PhysicalMemory {
+    std::uint64_t total;
+    std::uint64_t available;
+    bool limited;  ///< By a control group.
+};
+
+/// Takes the limit of one group into account; those of all groups above hold as well. `reclaimable`
+/// is what of `used` the system would give up when the group needs it. Without `used` nobody knows
+/// what is available.
+void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,
+                std::uint64_t reclaimable) noexcept;
+
+/// What a new segment could take at most: available memory and, where no group sets a limit, free
+/// swap space.
+std::uint64_t AvailableForSegments() noexcept;
+
+}  // namespace zukel::platform

@@ -1,0 +1,186 @@
+#include "platform/SharedSegments.h"
+
+#include <apr_hash.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/MemoryFigures.h"
+
+// The runtime (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
+// it, its size written by the first touch, which ends the process when the memory is not there. A
+// size near 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in the
+// runtime's place and layout: a file in the system's shared memory whose first word is its whole
+// size.
+
+namespace zukel::platform {
+
+namespace {
+
+using Word = std::uint64_t;
+
+constexpr char kFolder[] = "/dev/shm";
+constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
+
+/// From this size on it is worth the time to ask whether the machine has the memory at all.
+/// Reserving more than that does not fail: the system ends processes to get it.
+constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
+
+/// Where the runtime keeps the segment of a name: under two hashes of it.
+class SegmentPath {
+public:
+    explicit SegmentPath(const char* name) noexcept {
+        auto length = static_cast<apr_ssize_t>(std::strlen(name));
+        const unsigned first = apr_hashfunc_default(name, &length);
+        unsigned second = 0;
+        unsigned factor = 63689;
+        for (; *name != '\0'; ++name) {
+            second = second * factor + static_cast<unsigned>(*name);
+            factor *= 378551;
+        }
+        std::snprintf(text_, sizeof text_, "%s/ShM.%xH%x", kFolder, first, second);
+    }
+    const char* Text() const noexcept { return text_; }
+
+private:
+    char text_[sizeof kFolder + 24];
+};
+
+/// A mapping of a whole segment file, unmapped unless it is kept.
+class Mapping {
+public:
+    Mapping(int file, std::uint64_t bytes) noexcept
+        : base_(mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)), bytes_(bytes) {}
+    ~Mapping() {
+        if (*this) {
+            munmap(base_, bytes_);
+        }
+    }
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+
+    explicit operator bool() const noexcept { return base_ != MAP_FAILED; }
+    void* Base() const noexcept { return base_; }
+
+    /// Hands the mapping on.
+    Segment Keep(const struct stat& facts) noexcept {
+        char* const base = static_cast<char*>(std::exchange(base_, MAP_FAILED));
+        return {base + sizeof(Word), bytes_ - sizeof(Word), {facts.st_dev, facts.st_ino}};
+    }
+
+private:
+    void* base_;
+    std::uint64_t bytes_;
+};
+
+/// Whether it makes sense to try. A file above the process's own limit would bring it a signal.
+bool MayHave(std::uint64_t bytes) noexcept {
+    rlimit limit{};
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+           (limit.rlim_cur == RLIM_INFINITY || bytes <= limit.rlim_cur) &&
+           (bytes < kLarge || bytes <= AvailableForSegments());
+}
+
+/// Puts memory behind the whole file. The system takes back what it has when a signal comes in
+/// between, so a second try holds signals back.
+bool Reserve(int file, std::uint64_t bytes) noexcept {
+    const auto length = static_cast<off_t>(bytes);
+    int error = posix_fallocate(file, 0, length);
+    if (error == EINTR) {
+        sigset_t all;
+        sigset_t former;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &former);
+        error = posix_fallocate(file, 0, length);
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    }
+    return error == 0;
+}
+
+/// Makes the new, empty file a whole segment of `bytes`, the first word included, and maps it.
+bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segment) noexcept {
+    // A umask may have taken bits away that the owner needs.
+    if ((facts.st_mode & ALLPERMS) != kOwnerAlone && fchmod(file, kOwnerAlone) != 0) {
+        return false;
+    }
+    Mapping mapping(file, bytes);  // before the memory is taken: the address space may be too small
+    if (!mapping || !Reserve(file, bytes)) {
+        return false;
+    }
+    // Until here the first word is zero, and whoever attaches sees a segment that is not whole.
+    std::memcpy(mapping.Base(), &bytes, sizeof(Word));
+    segment = mapping.Keep(facts);
+    return true;
+}
+
+}  // namespace
+
+bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t*, Segment& segment) noexcept {
+    constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
+    if (size > kMost - sizeof(Word) || !MayHave(size + sizeof(Word))) {
+        return false;
+    }
+    const SegmentPath path(name);
+    const Descriptor file(
+        open(path.Text(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, kOwnerAlone));
+    struct stat facts {};
+    if (!file) {
+        return false;
+    }
+    if (fstat(file.Get(), &facts) != 0 || !Fill(file.Get(), facts, size + sizeof(Word), segment)) {
+        unlink(path.Text());
+        return false;
+    }
+    return true;
+}
+
+bool AttachSegment(const char* name, apr_pool_t*, Segment& segment) noexcept {
+    const Descriptor file(
+        open(SegmentPath(name).Text(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat facts {};
+    Word bytes = 0;
+    if (!file || fstat(file.Get(), &facts) != 0 ||
+        pread(file.Get(), &bytes, sizeof bytes, 0) != sizeof bytes || bytes < sizeof bytes ||
+        bytes != static_cast<std::uint64_t>(facts.st_size)) {
+        return false;
+    }
+    Mapping mapping(file.Get(), bytes);
+    if (!mapping) {
+        return false;
+    }
+    segment = mapping.Keep(facts);
+    return true;
+}
+
+bool UnmapSegment(Segment& segment) noexcept {
+    char* const base = static_cast<char*>(segment.address) - sizeof(Word);
+    if (munmap(base, segment.size + sizeof(Word)) != 0) {
+        return false;
+    }
+    segment.address = nullptr;
+    segment.size = 0;
+    return true;
+}
+
+bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t*) noexcept {
+    const SegmentPath path(name);
+    struct stat facts {};
+    if (lstat(path.Text(), &facts) != 0) {
+        return errno == ENOENT;
+    }
+    const bool another = facts.st_dev != segment.identity[0] || facts.st_ino != segment.identity[1];
+    return another || unlink(path.Text()) == 0;
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,120 @@
+#include "kelSharedMemory.h"
+
+#include <apr_shm.h>
+
+#include <cstring>
+#include <utility>
+
+#include "kelStatus.h"
+#include "system/kelSharedMemoryRecord.h"
+
+namespace {
+
+/// Before anything looks the name up: the runtime takes the empty name as good.
+bool IsName(const zuString& name) noexcept {
+    return *name.c_str() != '\0';
+}
+
+int StatusOf(bool succeeded) noexcept {
+    return succeeded ? kelStatusOk : kelStatusFailed;
+}
+
+bool RemoveByName(const zuString& name, const zukel::Pool& pool) noexcept {
+    return pool && IsName(name) && apr_shm_remove(name.c_str(), pool.Get()) == APR_SUCCESS;
+}
+
+}  // namespace
+
+kelSharedMemory::kelSharedMemory() : record_(new kelSharedMemoryRecord) {}
+
+kelSharedMemory::kelSharedMemory(kelLibrary*) : kelSharedMemory() {}
+
+kelSharedMemory::kelSharedMemory(const kelSharedMemory& other)
+    : record_(zukel::Share(other.record_)) {}
+
+kelSharedMemory::~kelSharedMemory() {
+    zukel::Release(record_);
+}
+
+kelSharedMemory& kelSharedMemory::operator=(const kelSharedMemory& other) {
+    zukel::Assign(record_, other.record_);
+    return *this;
+}
+
+int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
+    if (!IsValid()) {
+        return kelStatusFailed;
+    }
+    if (record_->Holds()) {
+        return kelStatusOk;
+    }
+    zuString kept(name);  // before anything is made: memory may run out here
+    const zukel::Pool& pool = *record_->pool;
+    if (!pool || !IsName(name) ||
+        !zukel::platform::CreateSegment(size, kept.c_str(), pool.Get(), record_->segment)) {
+        return kelStatusFailed;
+    }
+    record_->name = std::move(kept);
+    return kelStatusOk;
+}
+
+int kelSharedMemory::Attach(const zuString& name) {
+    if (!IsValid()) {
+        return kelStatusFailed;
+    }
+    if (record_->Holds()) {
+        return StatusOf(record_->attached);
+    }
+    zuString kept(name);
+    const zukel::Pool& pool = *record_->pool;
+    if (!pool || !IsName(name) ||
+        !zukel::platform::AttachSegment(kept.c_str(), pool.Get(), record_->segment)) {
+        return kelStatusFailed;
+    }
+    record_->name = std::move(kept);
+    record_->attached = true;
+    return kelStatusOk;
+}
+
+int kelSharedMemory::Detach() {
+    if (!IsValid()) {
+        return kelStatusFailed;
+    }
+    const bool detached = record_->attached && record_->Unmap();
+    record_->End();
+    return StatusOf(detached);
+}
+
+int kelSharedMemory::Destroy() {
+    if (!IsValid()) {
+        return kelStatusFailed;
+    }
+    record_->RemoveName();
+    const bool destroyed = record_->Owns() && record_->Unmap() && record_->RemoveName();
+    record_->End();
+    return StatusOf(destroyed);
+}
+
+int kelSharedMemory::Remove(const zuString& name) {
+    if (!IsValid()) {
+        return StatusOf(RemoveByName(name, zukel::Pool()));
+    }
+    const bool removed = RemoveByName(name, *record_->pool);
+    if (removed && std::strcmp(name.c_str(), record_->name.c_str()) == 0) {
+        record_->name.clear();
+    }
+    record_->End();
+    return StatusOf(removed);
+}
+
+void* kelSharedMemory::GetBaseAddress() const {
+    return record_->segment.address;
+}
+
+unsigned long long kelSharedMemory::GetSize() const {
+    return record_->segment.size;
+}
+
+bool kelSharedMemory::IsValid() const {
+    return record_->pool.has_value();
+}

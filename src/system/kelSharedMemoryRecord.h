@@ -1,0 +1,55 @@
+#pragma once
+
+#include <optional>
+
+#include "frame/Pool.h"
+#include "frame/SharedRecord.h"
+#include "platform/SharedSegments.h"
+#include "zuString.h"
+
+/// Where the objects that share a record stand: Empty, Owner, Attached or, once `pool` is gone,
+/// Ended. Sharers keep an ended record until they are destroyed.
+struct kelSharedMemoryRecord : zukel::SharedRecord {
+    zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
+    zukel::platform::Segment segment;
+    bool attached = false;                           ///< The segment came from `Attach`.
+    std::optional<zukel::Pool> pool{std::in_place};  ///< Until the record has ended.
+
+    ~kelSharedMemoryRecord() { End(); }
+
+    bool Holds() const noexcept { return segment.address != nullptr; }
+    bool Owns() const noexcept { return Holds() && !attached; }
+
+    /// Takes away the segment's name, once: somebody may make a new segment under it. True when the
+    /// name is gone.
+    bool RemoveName() noexcept {
+        if (!name.empty() &&
+            zukel::platform::RemoveSegmentName(name.c_str(), segment, pool->Get())) {
+            name.clear();
+        }
+        return name.empty();
+    }
+
+    bool Unmap() noexcept {
+        const bool unmapped = zukel::platform::UnmapSegment(segment);
+        attached = attached && !unmapped;
+        return unmapped;
+    }
+
+    /// Lets go of what is held, and ends the record. The name of a segment that is still attached
+    /// stays.
+    void End() noexcept {
+        if (!pool) {
+            return;
+        }
+        if (!attached) {
+            RemoveName();
+        }
+        if (Holds()) {
+            Unmap();
+        }
+        segment = {};
+        attached = false;
+        pool.reset();
+    }
+};

@@ -1,0 +1,138 @@
+#include "kelTime.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "kelStatus.h"
+#include "platform/Machine.h"
+#include "system/kelTimeRecord.h"
+
+#undef GetCurrentTime  // a macro of <windows.h>, which the runtime's headers may include
+
+namespace {
+
+constexpr apr_time_t kNoTime = -1;
+
+/// Takes a moment, with its date in universal time.
+void Set(kelTimeRecord& record, apr_time_t moment) noexcept {
+    record.epoch = apr_time_exp_gmt(&record.exp, moment) == APR_SUCCESS ? moment : kNoTime;
+}
+
+/// Whether the microseconds of a date fit into 64 bits. The runtime multiplies without looking, so
+/// this counts before it does, roughly: right to within four days. The last moment that fits is on
+/// the tenth of January 294247, and all of the year before it passes.
+bool FitsMicroSeconds(const apr_time_exp_t& exp) noexcept {
+    constexpr double kDay = 24 * 60 * 60;
+    constexpr double kYear = 365.2425 * kDay;
+    constexpr double kEnd = 9223372036854.0 - 5 * kDay;
+    const double seconds = (exp.tm_year - 70.0) * kYear + exp.tm_mon * (kYear / 12) +
+                           exp.tm_mday * kDay + exp.tm_hour * 3600.0 + exp.tm_min * 60.0 +
+                           exp.tm_sec - std::min(exp.tm_gmtoff, 0);
+    return seconds < kEnd;
+}
+
+}  // namespace
+
+kelTime::kelTime(long long microSeconds) : record_(new kelTimeRecord) {
+    Set(*record_, microSeconds);
+}
+
+kelTime::kelTime(int microSeconds, int seconds, int minutes, int hours, int monthDay, int month,
+                 int year, int weekDay, int yearDay, int daylightSaving, int secondsEast)
+    : record_(new kelTimeRecord{{microSeconds, seconds, minutes, hours, monthDay, month, year,
+                                 weekDay, yearDay, daylightSaving, secondsEast},
+                                kNoTime}) {
+    apr_time_t moment = kNoTime;
+    if (FitsMicroSeconds(record_->exp) &&
+        apr_time_exp_gmt_get(&moment, &record_->exp) == APR_SUCCESS) {
+        record_->epoch = moment;
+    }
+}
+
+kelTime::kelTime(const kelTime& other) : kelTime(other.record_->epoch) {}
+
+kelTime::~kelTime() {
+    delete record_;
+}
+
+kelTime& kelTime::operator=(const kelTime& other) {
+    if (this != &other) {
+        Set(*record_, other.record_->epoch);
+    }
+    return *this;
+}
+
+kelTime kelTime::GetNow() {
+    return kelTime(apr_time_now());
+}
+
+kelTime kelTime::GetCurrentTime() {
+    return GetNow();
+}
+
+int kelTime::GetFormatTime(zuString& out, const zuString& format) const {
+    if (record_->epoch == kNoTime) {
+        return kelStatusFailed;
+    }
+    char buffer[256];
+    apr_size_t length = 0;
+    if (apr_strftime(buffer, &length, sizeof buffer, format.c_str(), &record_->exp) !=
+        APR_SUCCESS) {
+        return kelStatusFailed;
+    }
+    if (length == 0) {
+        // No text, or one that does not fit: a character before it tells the two apart. Behind it,
+        // the character could end a directive.
+        const zuString marked = ' ' + format;
+        if (apr_strftime(buffer, &length, sizeof buffer, marked.c_str(), &record_->exp) !=
+                APR_SUCCESS ||
+            length == 0) {
+            return kelStatusFailed;
+        }
+        out.clear();
+        return kelStatusOk;
+    }
+    out.assign(buffer, length);
+    return kelStatusOk;
+}
+
+long long kelTime::GetMicroSeconds() const {
+    return record_->epoch > 0 ? record_->epoch : -1;
+}
+
+long long kelTime::GetSeconds() const {
+    return record_->epoch > 0 ? record_->epoch / APR_USEC_PER_SEC : -1;
+}
+
+long long kelTime::GetNumericEpochTime() const {
+    return record_->epoch;
+}
+
+void kelTime::MakeCurrentTime() {
+    Set(*record_, apr_time_now());
+}
+
+void kelTime::MakeLocalTime() {
+    if (record_->epoch == kNoTime) {
+        record_->epoch = apr_time_now();
+    }
+    zukel::platform::ReadTimeZone();
+    if (apr_time_exp_lt(&record_->exp, record_->epoch) != APR_SUCCESS) {
+        record_->epoch = kNoTime;
+    }
+}
+
+int kelTime::Sleep(long long microSeconds) {
+    using std::chrono::duration_cast;
+    using std::chrono::microseconds;
+    using std::chrono::steady_clock;
+    // The runtime's sleep is cut short by signals, and on Windows its length to 32 bits of
+    // milliseconds.
+    constexpr long long kLongest = 3600LL * APR_USEC_PER_SEC;
+    const auto start = steady_clock::now();
+    for (long long left = microSeconds; left > 0;) {
+        apr_sleep(std::min(left, kLongest));
+        left = microSeconds - duration_cast<microseconds>(steady_clock::now() - start).count();
+    }
+    return kelStatusOk;
+}
