@@ -6,13 +6,10 @@
 
 #include <cstdio>
 
+#include "platform/linux/CopyRules.h"
 #include "zubase/zuWString.h"
 
 namespace zukel::platform {
-
-namespace {
-constexpr mode_t kModeBits = 07777;
-}
 
 void SetNormalAttributes(const char* name) noexcept {
     struct stat status {};
