@@ -4,8 +4,8 @@ namespace zukel {
 
 /// One counted use of the runtime: starts it when it is the first, stops it when it is the last.
 ///
-/// The runtime keeps its count of users in a plain integer, so this class takes the library's only
-/// lock around the two calls that change it. Any number of threads may make and end uses at once.
+/// The runtime keeps its count of users in a plain integer, so this class takes a lock around the
+/// two calls that change it. Any number of threads may make and end uses at once.
 class RuntimeUse {
 public:
     RuntimeUse() noexcept;

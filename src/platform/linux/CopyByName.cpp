@@ -45,8 +45,9 @@ public:
 
     CopyEnd Run() noexcept {
         // By name first, as far as that tells: opening may wait (a pipe) or be refused already.
+        const bool sourceExists = stat(from_, &source_) == 0;
         targetExists_ = stat(to_, &target_) == 0;
-        if (targetExists_ && stat(from_, &source_) == 0 && IsSameFile(source_, target_)) {
+        if (sourceExists && targetExists_ && IsSameFile(source_, target_)) {
             return CopyEnd::SameFile;
         }
         if (!OpenSource() || !OpenTarget()) {
@@ -108,10 +109,8 @@ private:
 
     bool Fill(bool regular) noexcept {
         const bool takesMode = regular && manner_.sourceMode;
-        const mode_t plainMode = source_.st_mode & kReadWriteExecute;
         // Before there is anything to read: it may be meant for fewer eyes than the old contents.
-        if (takesMode && (target_.st_mode & kModeBits) != plainMode &&
-            !DoneOrRefused(fchmod(out_.Get(), plainMode))) {
+        if (takesMode && !DoneOrRefused(fchmod(out_.Get(), source_.st_mode & kReadWriteExecute))) {
             return false;
         }
         if (!CopyContents(in_.Get(), out_.Get(), source_)) {

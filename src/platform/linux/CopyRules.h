@@ -13,7 +13,6 @@ inline bool IsSameFile(const struct stat& one, const struct stat& other) noexcep
 }
 
 constexpr mode_t kReadWriteExecute = 0777;
-constexpr mode_t kModeBits = 07777;  ///< The set-ID bits and the sticky bit as well.
 
 /// The mode that a copy takes from its source. A program that runs as its owner (group) does so as
 /// a copy only when the copy has that owner (group) too: otherwise it would run as whoever copied

@@ -6,10 +6,13 @@
 
 #include <cstdio>
 
-#include "platform/linux/CopyRules.h"
 #include "zubase/zuWString.h"
 
 namespace zukel::platform {
+
+namespace {
+constexpr mode_t kModeBits = 07777;
+}
 
 void SetNormalAttributes(const char* name) noexcept {
     struct stat status {};

@@ -1,0 +1,135 @@
+#pragma once
+
+#include "kelExport.h"
+#include "zuString.h"
+
+struct kelProcessRecord;
+
+/// A child process: started, watched and ended. There is no operation that waits for it, reads its
+/// output or tells its exit status.
+///
+/// | State   | `GetPid`   | `IsRunning`   | `Kill`            | entered by                        |
+/// |---------|------------|---------------|-------------------|-----------------------------------|
+/// | idle    | -1         | false         | `kelStatusFailed` | construction, failed start, kill  |
+/// | started | identifier | until it ends | ends it           | a start that succeeded            |
+///
+/// `Start` is allowed in both states. A child that the object forgets, by another `Start`, by
+/// `Kill` or by being destroyed, runs on: it is neither ended nor waited for. `GetPid` keeps the
+/// identifier after the child has ended.
+///
+/// Linux: the object stands for the process, not for its number: it never signals another process
+/// that got the number later. For that it holds a descriptor while the process runs; before Linux
+/// 6.9 a forgotten child keeps it until it ends.
+///
+/// Linux: children that have ended are collected by later operations of this class, on whichever
+/// object; a few may wait as zombies until then. No other child of the program is ever collected,
+/// so it can wait for its own. It may even collect all of them (`waitpid(-1)`, SIGCHLD ignored): a
+/// child of this class then counts as ended. Before Linux 5.4, and where a sandbox withholds
+/// process descriptors, a child is known by its number alone, and the program should leave the
+/// collecting of these children to this class.
+///
+/// Failure: no operation throws but for `std::bad_alloc`.
+///
+/// Threads: one object is used by one thread at a time; different objects are independent. The
+/// static operations may be called from any thread. Linux: the copy of an object that `fork` makes
+/// may ask and kill, unless another thread was in an operation of this class at that moment.
+///
+/// @code
+/// kelProcess process;
+/// if (process.Start("sort", {"-u", "names.txt"}, "", {"sorted.txt", "errors.txt"}, false) !=
+///     kelStatusOk) {
+///     std::fprintf(stderr, "sort: %s\n", process.GetLastError().c_str());
+/// }
+/// while (process.IsRunning()) {
+///     DoSomethingElse();
+/// }
+/// @endcode
+class KEL_API kelProcess {
+public:
+    /// Makes an idle object. Throws `std::bad_alloc` without memory.
+    kelProcess();
+    /// Shares the process of `other` and copies its last error text: what is started or killed
+    /// through one object is so for both.
+    kelProcess(const kelProcess& other);
+    /// Forgets the process, which runs on.
+    ~kelProcess();
+    /// As the copy constructor; the process that this object held alone is forgotten.
+    kelProcess& operator=(const kelProcess& other);
+
+    /// Starts the program `command` and returns as soon as it runs.
+    ///
+    /// @param command one program name, not split into words. Without a `/` it is looked for along
+    /// the search path (Linux: `$PATH`), with one it is a path. Linux: a relative path, also one in
+    /// the search path, starts at the child's working directory; a script without an interpreter
+    /// line is run by `/bin/sh`.
+    /// @param arguments what the program gets after its own name, each unchanged: nothing is quoted
+    /// or split. Linux: any bytes, each up to its first NUL and below 128 KiB.
+    /// @param directory the child's working directory; empty: the caller's.
+    /// @param outputFiles where the child's output goes: element 0 takes standard output and
+    /// element 1 standard error; a single name, or the same name twice, takes both in the order
+    /// written. Further elements are not looked at. A file is made if need be, relative to the
+    /// caller's current directory, and appended to; a named pipe holds up the start until it has a
+    /// reader. A stream without a file, or whose file cannot be opened, goes nowhere: the child may
+    /// write any amount to it.
+    /// @param detach Linux: true puts the child in a session of its own, so that it has no terminal
+    /// and outlives the caller's. Nothing else depends on it, and it has nothing to do with
+    /// waiting.
+    ///
+    /// The child inherits the caller's environment, standard input and, on Linux, signal mask and
+    /// ignored signals, but SIGCHLD has its default action in it; no other descriptor of this
+    /// library reaches it.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusFailed` when the program cannot be found or run or the
+    /// working directory not be entered: the reason is in `GetLastError`, there is no child, and
+    /// the object is idle.
+    int Start(const zuString& command, const zuStlVector<zuString>& arguments,
+              const zuString& directory, const zuStlVector<zuString>& outputFiles, bool detach);
+
+    /// @name Shorter forms of `Start`, with empty values for what they lack
+    /// A text or any other pointer in the place of `detach` does not compile.
+    /// @{
+    int Start(const zuString& command, const zuStlVector<zuString>& arguments,
+              const zuString& directory, bool detach);
+    int Start(const zuString& command, const zuStlVector<zuString>& arguments, bool detach);
+    int Start(const zuString& command, bool detach);
+    template <typename T>
+    int Start(const zuString&, const zuStlVector<zuString>&, const zuString&, T*) = delete;
+    template <typename T>
+    int Start(const zuString&, const zuStlVector<zuString>&, T*) = delete;
+    template <typename T>
+    int Start(const zuString&, T*) = delete;
+    /// @}
+
+    /// Whether the started process runs. One that has ended does not, whether or not anybody has
+    /// collected it.
+    bool IsRunning() const;
+    /// Whether any process with this identifier runs, a child or not; false for 0 and below.
+    static bool IsRunning(int pid);
+
+    /// The identifier of the started process, or -1.
+    int GetPid() const;
+    /// The identifier of the calling process.
+    static int GetCurrentProcessPid();
+
+    /// Ends the started process and forgets it: the object is idle afterwards, also when this
+    /// fails. Linux: sends SIGTERM, which the process may handle or ignore.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusFailed` when the process could not be ended or had ended
+    /// already, with the reason in `GetLastError`, and when the object was idle, without a text.
+    int Kill();
+
+    /// Ends the process with this identifier, whoever started it, without giving it a choice
+    /// (Linux: SIGKILL). No object changes.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusFailed` when there is no such process or it may not be
+    /// ended. For 0 and below nothing is signalled.
+    static int NativeKill(int pid);
+
+    /// Why the last `Start` or `Kill` of this object failed, in the system's words; empty when it
+    /// did not.
+    zuString GetLastError();
+
+private:
+    kelProcessRecord* record_;
+    zuString lastError_;
+};

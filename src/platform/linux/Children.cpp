@@ -1,0 +1,182 @@
+#include "platform/linux/Children.h"
+
+#include <sys/stat.h>
+#include <sys/vfs.h>
+
+#include <cerrno>
+#include <csignal>
+#include <mutex>
+#include <utility>
+
+#include "platform/linux/ProcessDescriptor.h"
+
+namespace zukel::platform {
+
+namespace {
+
+/// How many children one call looks at, at half a microsecond each. Every process that is started
+/// and forgotten makes two such calls, so with n children that run on unattended about n / 64 that
+/// have ended wait to be collected.
+constexpr int kAtOnce = 32;
+
+struct {
+    std::mutex lock;
+    Child* first = nullptr;
+    Child* last = nullptr;
+} children;  // constant-initialised, and nothing to destroy: loading the library runs nothing
+
+using Lock = std::lock_guard<std::mutex>;
+
+void Append(Child* child) noexcept {
+    child->next = nullptr;
+    (children.first == nullptr ? children.first : children.last->next) = child;
+    children.last = child;
+}
+
+Child* TakeFirst() noexcept {
+    Child* const child = std::exchange(children.first, children.first->next);
+    if (children.first == nullptr) {
+        children.last = nullptr;
+    }
+    return child;
+}
+
+void Drop(Child* child) noexcept {
+    if (--child->holders == 0) {
+        delete child;
+    }
+}
+
+/// A number that no other process has had or will have since the system started, or 0 where there
+/// is none. File systems of process descriptors give it out from Linux 6.9 on; before, all of them
+/// show one inode, and where a long has 32 bits the number is cut.
+ino_t IdentityOf(const Descriptor& process) noexcept {
+    constexpr auto kProcessFileSystem = 0x50494446;
+    struct statfs system {};
+    struct stat facts {};
+    if (sizeof(long) < 8 || fstatfs(process.Get(), &system) != 0 ||
+        system.f_type != kProcessFileSystem || fstat(process.Get(), &facts) != 0) {
+        return 0;
+    }
+    return facts.st_ino;
+}
+
+/// Of a child without handle and descriptor. The number alone is only ever looked at; a process
+/// that may be another one by now is not collected.
+bool CollectByIdentity(const Child& child) noexcept {
+    const ChildState state = AskForChild(P_PID, child.pid, WNOWAIT);
+    if (state != ChildState::Ended) {
+        return state == ChildState::Lost;
+    }
+    const Descriptor process = OpenProcessDescriptor(child.pid);
+    if (!process) {
+        return IsNoSuchProcess(errno);
+    }
+    const ino_t identity = IdentityOf(process);
+    if (identity == child.identity) {
+        return AskForChild(kByDescriptor, process.Get(), 0) != ChildState::Unknown;
+    }
+    return identity != 0;
+}
+
+/// Whether the child has ended; it is collected then, unless somebody else has done that.
+bool Collect(const Child& child) noexcept {
+    if (child.process) {
+        const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0);
+        // Lost is also what the copy of this process that a fork has made finds.
+        return state == ChildState::Ended || (state == ChildState::Lost && HasEnded(child.process));
+    }
+    if (child.identity != 0) {
+        return CollectByIdentity(child);
+    }
+    const ChildState state = AskForChild(P_PID, child.pid, 0);
+    return state == ChildState::Ended || state == ChildState::Lost;
+}
+
+void LookAt(Child& child) noexcept {
+    if (!child.collected && Collect(child)) {
+        child.collected = true;
+        child.process.Close();
+    }
+}
+
+void LookAtSome() noexcept {
+    bool all = children.first == nullptr;
+    const Child* const newest = children.last;
+    for (int looked = 0; looked < kAtOnce && !all; ++looked) {
+        Child* const child = TakeFirst();
+        all = child == newest;
+        LookAt(*child);
+        if (child->collected) {
+            Drop(child);
+        } else {
+            Append(child);
+        }
+    }
+}
+
+}  // namespace
+
+void CollectChildren() noexcept {
+    const Lock lock(children.lock);
+    LookAtSome();
+}
+
+ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
+    child->pid = pid;
+    child->process = OpenProcessDescriptor(pid);
+    if (child->process) {
+        // Whoever collects all children of the program may have collected this one already, and
+        // its number may belong to a stranger: only a child of ours is accepted.
+        const ChildState state = AskForChild(kByDescriptor, child->process.Get(), 0);
+        child->collected = state == ChildState::Ended || state == ChildState::Lost;
+        if (state != ChildState::Running) {
+            child->process.Close();
+        }
+    } else {
+        child->collected = IsNoSuchProcess(errno);
+    }
+    if (!child->collected) {
+        const Lock lock(children.lock);
+        ++child->holders;
+        Append(child.get());
+    }
+    return ChildHandle(child.release());
+}
+
+void Forget(Child* child) noexcept {
+    const Lock lock(children.lock);
+    LookAt(*child);
+    if (child->process) {
+        // A child that runs on for long must not cost the program a descriptor.
+        child->identity = IdentityOf(child->process);
+        if (child->identity != 0) {
+            child->process.Close();
+        }
+    }
+    Drop(child);
+    LookAtSome();
+}
+
+int Identifier(const Child& child) noexcept {
+    return child.pid;
+}
+
+bool IsRunning(Child& child) noexcept {
+    const Lock lock(children.lock);
+    LookAt(child);
+    return !child.collected;
+}
+
+apr_status_t End(Child& child) noexcept {
+    const Lock lock(children.lock);
+    LookAt(child);
+    if (child.collected) {
+        return ESRCH;
+    }
+    const bool sent =
+        child.process ? SendSignal(child.process, SIGTERM) : kill(child.pid, SIGTERM) == 0;
+    return sent ? APR_SUCCESS : errno;
+}
+
+}  // namespace zukel::platform

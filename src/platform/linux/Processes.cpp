@@ -1,0 +1,63 @@
+#include "platform/Processes.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+#include "platform/linux/Children.h"
+#include "platform/linux/ProcessDescriptor.h"
+#include "platform/linux/Spawn.h"
+
+namespace zukel::platform {
+
+namespace {
+
+/// Where there are no process descriptors. The zombie of a stranger counts as running here.
+bool IsNumberRunning(pid_t pid) noexcept {
+    const ChildState state = AskForChild(P_PID, pid, WNOWAIT);
+    if (state == ChildState::Lost) {
+        return kill(pid, 0) == 0 || errno == EPERM;
+    }
+    return state == ChildState::Running;
+}
+
+}  // namespace
+
+apr_status_t Launch(const Program& program, ChildHandle& child) {
+    auto made = std::make_unique<Child>();
+    CollectChildren();
+    // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
+    // has been started yet.
+    Descriptor place = OpenProcessDescriptor(getpid());
+    if (!place && errno != ENOSYS && errno != EPERM) {
+        return errno;
+    }
+    pid_t pid = -1;
+    const int error = Spawn(program, pid);
+    if (error == 0) {
+        place.Close();
+        child = Adopt(std::move(made), pid);
+    }
+    return error;
+}
+
+bool IsProcessRunning(int pid) noexcept {
+    const Descriptor process = OpenProcessDescriptor(pid);
+    return process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
+}
+
+bool EndProcess(int pid) noexcept {
+    const Descriptor process = OpenProcessDescriptor(pid);
+    if (process) {
+        return !HasEnded(process) && SendSignal(process, SIGKILL);
+    }
+    return !IsNoSuchProcess(errno) && IsNumberRunning(pid) && kill(pid, SIGKILL) == 0;
+}
+
+int CurrentProcess() noexcept {
+    return getpid();
+}
+
+}  // namespace zukel::platform

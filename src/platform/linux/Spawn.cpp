@@ -1,0 +1,160 @@
+#include "platform/linux/Spawn.h"
+
+#include <apr_portable.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/Descriptor.h"
+
+namespace zukel::platform {
+
+namespace {
+
+/// What the child does before it becomes the program. The first call that fails keeps the others
+/// from being made, and is the error.
+class Preparation {
+public:
+    Preparation() noexcept
+        : haveActions_(Try(posix_spawn_file_actions_init(&actions_))),
+          haveAttributes_(Try(posix_spawnattr_init(&attributes_))) {}
+    ~Preparation() {
+        if (haveActions_) {
+            posix_spawn_file_actions_destroy(&actions_);
+        }
+        if (haveAttributes_) {
+            posix_spawnattr_destroy(&attributes_);
+        }
+    }
+    Preparation(const Preparation&) = delete;
+    Preparation& operator=(const Preparation&) = delete;
+
+    /// Of the first call that failed, or 0.
+    int Error() const noexcept { return error_; }
+    const posix_spawn_file_actions_t* Actions() const noexcept { return &actions_; }
+    const posix_spawnattr_t* Attributes() const noexcept { return &attributes_; }
+
+    void Redirect(int stream, apr_file_t* file, Descriptor& moved) noexcept {
+        int source = -1;
+        if (error_ == 0 && file != nullptr && Try(apr_os_file_get(&source, file)) &&
+            source <= STDERR_FILENO) {
+            // The caller has closed a standard stream, and the file took its number: out of the way
+            // before the streams of the child are put there.
+            moved = Descriptor(fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+            Try(moved ? 0 : errno);
+            source = moved.Get();
+        }
+        if (error_ != 0) {
+            return;
+        }
+        // To nowhere, rather than to a pipe that nobody reads, which blocks its writer and then
+        // kills it, or to the caller's streams, which may be such pipes.
+        Try(file != nullptr
+                ? posix_spawn_file_actions_adddup2(&actions_, source, stream)
+                : posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0));
+    }
+
+    void ChangeDirectory(const char* directory) noexcept {
+        if (error_ == 0 && directory != nullptr) {
+            Try(posix_spawn_file_actions_addchdir_np(&actions_, directory));
+        }
+    }
+
+    void SetAttributes(bool detach) noexcept {
+        const int flags = POSIX_SPAWN_SETSIGDEF | (detach ? POSIX_SPAWN_SETSID : 0);
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGCHLD);
+        if (error_ == 0 && Try(posix_spawnattr_setflags(&attributes_, static_cast<short>(flags)))) {
+            Try(posix_spawnattr_setsigdefault(&attributes_, &signals));
+        }
+    }
+
+private:
+    bool Try(int error) noexcept {
+        if (error_ == 0) {
+            error_ = error;
+        }
+        return error == 0;
+    }
+
+    int error_ = 0;
+    posix_spawn_file_actions_t actions_;
+    posix_spawnattr_t attributes_;
+    bool haveActions_;
+    bool haveAttributes_;
+};
+
+using Arguments = const char* const*;
+
+char* const* ForSystem(Arguments arguments) noexcept {
+    return const_cast<char* const*>(arguments);  // the C interface's type; it writes nothing
+}
+
+/// The names that a search for `command` along the path tries, in order.
+std::vector<std::string> Candidates(const char* command) {
+    if (std::strchr(command, '/') != nullptr) {
+        return {command};
+    }
+    const char* const variable = std::getenv("PATH");
+    const std::string_view path = variable != nullptr ? variable : "/bin:/usr/bin";
+    std::vector<std::string> candidates;
+    for (std::size_t start = 0; start <= path.size();) {
+        const std::size_t end = std::min(path.find(':', start), path.size());
+        const std::string_view directory = path.substr(start, end - start);
+        candidates.emplace_back(directory.empty() ? "." : directory).append("/").append(command);
+        start = end + 1;
+    }
+    return candidates;
+}
+
+/// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
+/// the search has found it, `posix_spawnp` does not tell, so it is searched for again.
+int SpawnByShell(Arguments arguments, const Preparation& preparation, pid_t& pid) {
+    constexpr const char* kShell = "/bin/sh";
+    for (const std::string& candidate : Candidates(arguments[0])) {
+        const int error = posix_spawn(&pid, candidate.c_str(), preparation.Actions(),
+                                      preparation.Attributes(), ForSystem(arguments), environ);
+        if (error == ENOEXEC) {
+            std::vector<const char*> vector{kShell, candidate.c_str()};
+            do {
+                vector.push_back(*++arguments);
+            } while (*arguments != nullptr);
+            return posix_spawn(&pid, kShell, preparation.Actions(), preparation.Attributes(),
+                               ForSystem(vector.data()), environ);
+        }
+        if (error == 0) {
+            return 0;
+        }
+    }
+    return ENOEXEC;
+}
+
+}  // namespace
+
+int Spawn(const Program& program, pid_t& pid) {
+    Descriptor movedOutput;
+    Descriptor movedError;
+    Preparation preparation;
+    preparation.Redirect(STDOUT_FILENO, program.output, movedOutput);
+    preparation.Redirect(STDERR_FILENO, program.error, movedError);
+    preparation.ChangeDirectory(program.directory);
+    preparation.SetAttributes(program.detach);
+    if (preparation.Error() != 0) {
+        return preparation.Error();
+    }
+    const int error = posix_spawnp(&pid, program.arguments[0], preparation.Actions(),
+                                   preparation.Attributes(), ForSystem(program.arguments), environ);
+    return error == ENOEXEC ? SpawnByShell(program.arguments, preparation, pid) : error;
+}
+
+}  // namespace zukel::platform

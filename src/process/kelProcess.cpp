@@ -1,0 +1,151 @@
+#include "kelProcess.h"
+
+#include <apr_errno.h>
+#include <apr_file_io.h>
+
+#include <array>
+#include <vector>
+
+#include "frame/StatusMapping.h"
+#include "platform/Processes.h"
+#include "process/kelProcessRecord.h"
+
+namespace {
+
+zuString Text(apr_status_t status) {
+    std::array<char, 2048> buffer{};
+    return apr_strerror(status, buffer.data(), buffer.size());
+}
+
+/// The name of the program and its arguments, as the system takes them: the strings' own text.
+std::vector<const char*> Vector(const zuString& command, const zuStlVector<zuString>& arguments) {
+    std::vector<const char*> vector;
+    vector.reserve(arguments.size() + 2);
+    vector.push_back(command.c_str());
+    for (const zuString& argument : arguments) {
+        vector.push_back(argument.c_str());
+    }
+    vector.push_back(nullptr);
+    return vector;
+}
+
+/// The files that take a child's output, open for the length of one start.
+class OutputFiles {
+public:
+    OutputFiles(const zuStlVector<zuString>& names, apr_pool_t* pool) noexcept : pool_(pool) {
+        if (names.empty()) {
+            return;
+        }
+        output = Open(names[0]);
+        // Under one name both streams share one file, and so keep their order.
+        error = names.size() < 2 || names[1] == names[0] ? output : Open(names[1]);
+    }
+    ~OutputFiles() { apr_pool_clear(pool_); }
+    OutputFiles(const OutputFiles&) = delete;
+    OutputFiles& operator=(const OutputFiles&) = delete;
+
+    apr_file_t* output = nullptr;
+    apr_file_t* error = nullptr;
+
+private:
+    apr_file_t* Open(const zuString& name) noexcept {
+        apr_file_t* file = nullptr;
+        constexpr apr_int32_t kAppend = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_APPEND;
+        const apr_status_t status =
+            apr_file_open(&file, name.c_str(), kAppend, APR_FPROT_OS_DEFAULT, pool_);
+        return status == APR_SUCCESS ? file : nullptr;
+    }
+
+    apr_pool_t* pool_;
+};
+
+}  // namespace
+
+kelProcess::kelProcess() : record_(new kelProcessRecord) {}
+
+kelProcess::kelProcess(const kelProcess& other) : record_(nullptr), lastError_(other.lastError_) {
+    record_ = zukel::Share(other.record_);
+}
+
+kelProcess::~kelProcess() {
+    zukel::Release(record_);
+}
+
+kelProcess& kelProcess::operator=(const kelProcess& other) {
+    lastError_ = other.lastError_;  // first: it may run out of memory
+    zukel::Assign(record_, other.record_);
+    return *this;
+}
+
+int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& arguments,
+                      const zuString& directory, const zuStlVector<zuString>& outputFiles,
+                      bool detach) {
+    const std::vector<const char*> vector = Vector(command, arguments);
+    lastError_.clear();
+    record_->child.reset();
+    apr_pool_t* const pool = record_->pool.Get();
+    apr_status_t status = APR_ENOPOOL;
+    if (pool != nullptr) {
+        const OutputFiles files(outputFiles, pool);
+        status =
+            zukel::platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
+                                     files.output, files.error, detach, pool},
+                                    record_->child);
+    }
+    if (status != APR_SUCCESS) {
+        lastError_ = Text(status);
+    }
+    return zukel::MapStatus(status);
+}
+
+int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& arguments,
+                      const zuString& directory, bool detach) {
+    return Start(command, arguments, directory, {}, detach);
+}
+
+int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& arguments,
+                      bool detach) {
+    return Start(command, arguments, {}, {}, detach);
+}
+
+int kelProcess::Start(const zuString& command, bool detach) {
+    return Start(command, {}, {}, {}, detach);
+}
+
+bool kelProcess::IsRunning() const {
+    return record_->child != nullptr && zukel::platform::IsRunning(*record_->child);
+}
+
+bool kelProcess::IsRunning(int pid) {
+    return pid > 0 && zukel::platform::IsProcessRunning(pid);
+}
+
+int kelProcess::GetPid() const {
+    return record_->child == nullptr ? -1 : zukel::platform::Identifier(*record_->child);
+}
+
+int kelProcess::GetCurrentProcessPid() {
+    return zukel::platform::CurrentProcess();
+}
+
+int kelProcess::Kill() {
+    lastError_.clear();
+    if (record_->child == nullptr) {
+        return kelStatusFailed;
+    }
+    const apr_status_t status = zukel::platform::End(*record_->child);
+    record_->child.reset();
+    if (status != APR_SUCCESS) {
+        lastError_ = Text(status);
+    }
+    return zukel::MapStatus(status);
+}
+
+int kelProcess::NativeKill(int pid) {
+    // 0 and below are groups of processes, the caller's own or all there are.
+    return pid > 0 && zukel::platform::EndProcess(pid) ? kelStatusOk : kelStatusFailed;
+}
+
+zuString kelProcess::GetLastError() {
+    return lastError_;
+}
