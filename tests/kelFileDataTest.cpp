@@ -189,7 +189,7 @@ TEST(kelFileFullDevice, EveryLostWriteIsTold) {
     EXPECT_EQ(direct.Write(block.data(), size), kelStatusFailed);
     EXPECT_EQ(size, 0U);
     EXPECT_FALSE(direct.EndOfFile());
-    for (const unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
+    for (const unsigned long long before : {0, 1, 4095, 4096}) {
         kelFile buffered("/dev/full", kelFile::ModeWrite | kBuffered);
         size = before;
         EXPECT_EQ(buffered.Write(block.data(), size), kelStatusOk) << before;

@@ -204,6 +204,12 @@ extern "C" void __wrap_apr_terminate() {
         }                                                  \
         return __real_##name arguments;                    \
     }
+// SYSTEM_STATUS(name, parameters, arguments) gives EIO as its result.
+#define SYSTEM_STATUS(name, parameters, arguments)                                          \
+    extern "C" int __real_##name parameters;                                                \
+    extern "C" int __wrap_##name parameters {                                               \
+        return Faults::Strikes(FaultSource::System, #name) ? EIO : __real_##name arguments; \
+    }
 #include "support/SystemCalls.inc"
 
 void* operator new(std::size_t size) {
