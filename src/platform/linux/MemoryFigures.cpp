@@ -86,8 +86,8 @@ std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kin
     return std::nullopt;
 }
 
-std::uint64_t Remaining(std::uint64_t total, std::uint64_t used) noexcept {
-    return total == kUnknown || used == kUnknown ? kUnknown : total - std::min(total, used);
+std::uint64_t Remaining(std::uint64_t whole, std::uint64_t part) noexcept {
+    return whole == kUnknown || part == kUnknown ? kUnknown : whole - std::min(whole, part);
 }
 
 void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,

@@ -23,8 +23,9 @@ enum class GroupKind { One, Two };
 /// group outside of what the process can see.
 std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept;
 
-/// What is left of a total; nothing when more than that is used, unknown when one of the two is.
-std::uint64_t Remaining(std::uint64_t total, std::uint64_t used) noexcept;
+/// What is left of the whole without the part: nothing when the part is larger, unknown when one of
+/// the two is.
+std::uint64_t Remaining(std::uint64_t whole, std::uint64_t part) noexcept;
 
 struct PhysicalMemory {
     std::uint64_t total;
