@@ -14,7 +14,7 @@ set(outside ${CMAKE_CURRENT_LIST_DIR}/outside)
 set(fatal COMMAND_ERROR_IS_FATAL ANY)
 
 if(WAY MATCHES ^package)
-  set(options -D CMAKE_PREFIX_PATH=${PLACE} -D CMAKE_CXX_COMPILER=${COMPILER})
+  set(options --no-warn-unused-cli -D CMAKE_PREFIX_PATH=${PLACE} -D CMAKE_CXX_COMPILER=${COMPILER})
   if(WAY STREQUAL "package")
     # Who links the shared library needs not even the means to find the runtime.
     list(APPEND options -D CMAKE_DISABLE_FIND_PACKAGE_PkgConfig=ON)
