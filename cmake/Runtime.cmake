@@ -1,5 +1,6 @@
 # The runtime, found where the system keeps it. Its headers count as system headers: their warnings
 # are not ours.
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(APR REQUIRED IMPORTED_TARGET apr-1>=1.7)
+set(ZUKEL_RUNTIME apr-1>=1.7)
+pkg_check_modules(APR REQUIRED IMPORTED_TARGET ${ZUKEL_RUNTIME})
 find_package(Threads REQUIRED)

@@ -1,0 +1,65 @@
+# What `cmake --install` places, in three components. The result may be moved as a whole.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zukel
+        COMPONENT zukel_development
+        FILES_MATCHING PATTERN *.h)
+
+set(zukel_config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/zukel)
+function(zukel_install_library target file)
+  if(TARGET ${target})
+    install(TARGETS ${target} EXPORT ${target}
+            RUNTIME COMPONENT zukel_runtime
+            LIBRARY COMPONENT zukel_runtime NAMELINK_COMPONENT zukel_development
+            ARCHIVE COMPONENT zukel_development
+            INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zukel)
+    install(EXPORT ${target} NAMESPACE zukel:: FILE ${file}
+            DESTINATION ${zukel_config_folder}
+            COMPONENT zukel_development)
+  endif()
+endfunction()
+zukel_install_library(zukel zukelSharedTargets.cmake)
+zukel_install_library(zukel_static zukelStaticTargets.cmake)
+
+configure_package_config_file(cmake/zukelConfig.cmake.in zukelConfig.cmake
+                              INSTALL_DESTINATION ${zukel_config_folder}
+                              NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(zukelConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zukelConfig.cmake ${PROJECT_BINARY_DIR}/zukelConfigVersion.cmake
+        DESTINATION ${zukel_config_folder}
+        COMPONENT zukel_development)
+
+# The pkg-config module finds the folders from its own place. Not where they were chosen to be absolute,
+# nor below /usr, which is never moved and has shorter flags by its name.
+set(zukel_pc_prefix ${CMAKE_INSTALL_PREFIX})
+set(zukel_pc_libdir \${prefix})
+cmake_path(APPEND zukel_pc_libdir ${CMAKE_INSTALL_LIBDIR})
+cmake_path(IS_ABSOLUTE CMAKE_INSTALL_LIBDIR zukel_fixed)
+if(NOT zukel_fixed AND NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+  string(REGEX REPLACE "[^/]+" ".." zukel_up ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  set(zukel_pc_prefix \${pcfiledir}/${zukel_up})
+endif()
+set(zukel_pc_includedir \${prefix})
+cmake_path(APPEND zukel_pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
+list(JOIN APR_STATIC_LDFLAGS " " zukel_pc_runtime)
+configure_file(cmake/zukel.pc.in zukel.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zukel.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT zukel_development)
+
+# The documents lie to each other as they do in the sources, so that their links hold.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGES.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        COMPONENT zukel_documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        COMPONENT zukel_documentation
+        FILES_MATCHING PATTERN *.cpp)
+foreach(folder IN ITEMS ${PROJECT_SOURCE_DIR}/docs ${PROJECT_BINARY_DIR}/reference)
+  install(DIRECTORY ${folder}
+          DESTINATION ${CMAKE_INSTALL_DOCDIR}
+          COMPONENT zukel_documentation
+          OPTIONAL)
+endforeach()

@@ -1,0 +1,93 @@
+# The steps of tools/check that look at what is handed to users: the binary interface, the library that
+# is installed as an archive alone, the Debian packages. Sourced.
+
+abi_file() {
+    say "$root/tests/abi/$(g++ -dumpmachine).abi"
+}
+
+# Private records hang from the classes: only types that the public headers define count.
+abi_options=(--drop-private-types --exported-interfaces-only --no-corpus-path)
+
+# The binary interface of the library as it is. The files in which types are defined stay, without their
+# folders: they tell a private type from a public one.
+write_abi() {
+    abidw "${abi_options[@]}" --headers-dir "$root/include" --no-comp-dir-path --short-locs --no-elf-needed \
+        --no-parameter-names --type-id-style hash "$root/build/test/lib/libzukel.so"
+}
+
+compare_abi() {
+    abidiff "${abi_options[@]}" --headers-dir2 "$root/include" --no-show-locs "$@" "$(abi_file)" \
+        "$root/build/test/lib/libzukel.so"
+}
+
+# What a program built against the baseline needs is still there, in the same layout. What is new is
+# told; a library of another soname owes nothing to such a program.
+step_abi() {
+    build_library
+    [[ -f $(abi_file) ]] ||
+        die "there is no $(abi_file). Make it from a state that may be held to: tools/check --update-abi"
+    xmllint --noout "$(abi_file)" # abidiff passes over what it cannot read
+    local before now told status=0
+    before=$(sed -n "s/^<abi-corpus .* soname='\([^']*\)'.*/\1/p" "$(abi_file)")
+    now=$(readelf -d "$root/build/test/lib/libzukel.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+    [[ -n $before && -n $now ]] || die "no soname: '$before' in the baseline, '$now' in the library"
+    if [[ $before != "$now" ]]; then
+        tell "the soname has moved from $before to $now: tools/check --update-abi holds the new one"
+        return
+    fi
+    told=$(compare_abi) || status=$?
+    [[ $((status & 3)) -eq 0 ]] || die "abidiff failed: $told"
+    [[ $status -ne 0 ]] || return 0
+    if compare_abi --no-added-syms; then
+        tell "$(grep '^ *\[A\]' <<<"$told")"
+        return
+    fi
+    die "programs that were built against $before may break. Keep what they use, or move the soname;" \
+        "if nobody can have built such a program: tools/check --update-abi"
+}
+
+# use_installed PLACE WAY [OPTION...]: the project in tests/install against what is installed in PLACE.
+use_installed() {
+    local place=$1 way=$2
+    shift 2
+    cmake -D PLACE="$place" -D WAY="$way" -D WORK="$root/build/check-use/$way" -D COMPILER="$(command -v g++)" \
+        -D GENERATOR=Ninja -D READELF="$(command -v readelf)" -D PKG_CONFIG="$(command -v pkg-config)" "$@" \
+        -P "$root/tests/install/Use.cmake"
+}
+
+# The other installed ways are tests of their own; this one needs a build of its own.
+step_archive() {
+    configure check-archive -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=OFF -DZUKEL_TESTS=OFF \
+        -DZUKEL_WARNINGS_AS_ERRORS=ON
+    build check-archive all -- --quiet
+    local place=$root/build/check-archive/placed
+    rm -rf "$place"
+    cmake --install "$root/build/check-archive" --prefix "$place" >/dev/null
+    use_installed "$place" package-archive
+    use_installed "$place" module-static
+}
+
+# As dpkg installs them on this machine: it must have what the packages depend on. No script runs.
+step_package() {
+    "$root/tools/package"
+    local packages=("$root"/build/packages/*.deb)
+    # The tag asks for a report that closes with the first upload to Debian.
+    lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error,warning "${packages[@]}"
+
+    local place=$root/build/check-package
+    rm -rf "$place"
+    mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
+    cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"
+    dpkg-query -W -f '${binary:Package}.list\n' | (cd "$place/var/lib/dpkg/info" && xargs -d '\n' touch)
+    local dpkg=(env PATH="$PATH:/usr/sbin:/sbin" fakeroot dpkg --root="$place")
+    "${dpkg[@]}" --install "${packages[@]}"
+    [[ -f $place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1 ]] || die "the library is not in the multiarch folder"
+    compgen -G "$place/var/lib/dpkg/info/libzukel1:*.shlibs" >/dev/null || die "the library has no shlibs file"
+    local way
+    for way in package package-static module module-static; do
+        use_installed "$place/usr" "$way" -D PKG_CONFIG_OPTIONS="--define-variable=prefix=$place/usr"
+    done
+    ! "${dpkg[@]}" --purge libzukel1 || die "the development files can be without the library"
+    "${dpkg[@]}" --purge libzukel-doc libzukel-dev libzukel1
+    [[ -z $(find "$place/usr" -not -type d 2>/dev/null) ]] || die "files stay when the packages are gone"
+}
