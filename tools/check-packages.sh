@@ -79,7 +79,8 @@ step_package() {
     mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
     cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"
     dpkg-query -W -f '${binary:Package}.list\n' | (cd "$place/var/lib/dpkg/info" && xargs -d '\n' touch)
-    local dpkg=(env PATH="$PATH:/usr/sbin:/sbin" fakeroot dpkg --root="$place")
+    local dpkg=(env PATH="$PATH:/usr/sbin:/sbin" fakeroot dpkg --root="$place"
+        --log="$place/var/log/dpkg.log")
     "${dpkg[@]}" --install "${packages[@]}"
     [[ -f $place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1 ]] || die "the library is not in the multiarch folder"
     compgen -G "$place/var/lib/dpkg/info/libzukel1:*.shlibs" >/dev/null || die "the library has no shlibs file"
