@@ -129,8 +129,8 @@ private:
     /// Leaves nothing half-written under the target's name, which may be a link to the file. Cut
     /// first, so that other names of the file show no part either.
     void RemoveTarget() noexcept {
-        if (out_) {
-            static_cast<void>(ftruncate(out_.Get(), 0));
+        if (out_ && ftruncate(out_.Get(), 0) != 0) {
+            // Then they do. The name goes all the same.
         }
         char path[PATH_MAX];
         struct stat now {};
