@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "RuntimePool.h"
 #include "kelDirectory.h"
 #include "kelLibrary.h"
 
@@ -64,25 +65,6 @@ Directories& TheDirectories() {
     static Directories directories;
     return directories;
 }
-
-/// A pool of the bare runtime, and the runtime started, as each call of the library has them.
-class RuntimePool {
-public:
-    RuntimePool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~RuntimePool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    RuntimePool(const RuntimePool&) = delete;
-    RuntimePool& operator=(const RuntimePool&) = delete;
-    apr_pool_t* Get() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 bool IsDots(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;

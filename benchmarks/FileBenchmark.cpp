@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "RuntimePool.h"
 #include "kelFile.h"
 #include "kelLibrary.h"
 
@@ -71,24 +72,18 @@ struct Runtime {
 class RuntimeFile {
 public:
     RuntimeFile(const std::string& name, apr_int32_t flags) {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-        if (apr_file_open(&file_, name.c_str(), flags, APR_FPROT_OS_DEFAULT, pool_) !=
+        if (apr_file_open(&file_, name.c_str(), flags, APR_FPROT_OS_DEFAULT, pool_.Get()) !=
             APR_SUCCESS) {
             std::abort();
         }
     }
-    ~RuntimeFile() {
-        apr_file_close(file_);
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
+    ~RuntimeFile() { apr_file_close(file_); }
     RuntimeFile(const RuntimeFile&) = delete;
     RuntimeFile& operator=(const RuntimeFile&) = delete;
     apr_file_t* Get() const { return file_; }
 
 private:
-    apr_pool_t* pool_ = nullptr;
+    RuntimePool pool_;
     apr_file_t* file_ = nullptr;
 };
 

@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 
+#include "RuntimePool.h"
 #include "kelFile.h"
 #include "kelLibrary.h"
 
@@ -50,25 +51,6 @@ const Files& TheFiles() {
     static const Files files;
     return files;
 }
-
-/// A pool of the bare runtime, and the runtime started, as each call of the library has them.
-class RuntimePool {
-public:
-    RuntimePool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~RuntimePool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    RuntimePool(const RuntimePool&) = delete;
-    RuntimePool& operator=(const RuntimePool&) = delete;
-    apr_pool_t* Get() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 bool CopyZukel(const std::string& from, const std::string& to) {
     return kelFile::Copy(from, to, APR_FPROT_OS_DEFAULT) == 0;

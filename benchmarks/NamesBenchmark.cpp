@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <string>
 
+#include "RuntimePool.h"
 #include "kelDirectory.h"
 #include "kelFileInfo.h"
 #include "kelLibrary.h"
@@ -24,25 +25,6 @@ const std::string kPath = "/srv/./www/site/../data/archive/2024/./11/../12/repor
 const std::string kFile = "/etc/passwd";
 const std::string kFrom = "/usr/lib/gcc";
 const std::string kTo = "/usr/share/doc";
-
-/// A pool of the bare runtime, and the runtime started.
-class RuntimePool {
-public:
-    RuntimePool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~RuntimePool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    RuntimePool(const RuntimePool&) = delete;
-    RuntimePool& operator=(const RuntimePool&) = delete;
-    apr_pool_t* Get() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 void NormalizeZukel(benchmark::State& state) {
     for (auto _ : state) {

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "RuntimePool.h"
 #include "kelDynamicObject.h"
 #include "kelLibrary.h"
 #include "kelProcess.h"
@@ -32,25 +33,6 @@ void Check(bool succeeded) {
 std::vector<char> Touched(const benchmark::State& state) {
     return std::vector<char>(static_cast<std::size_t>(state.range(0)) << 20, 'x');
 }
-
-/// A pool of the bare runtime.
-class RuntimePool {
-public:
-    RuntimePool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~RuntimePool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    RuntimePool(const RuntimePool&) = delete;
-    RuntimePool& operator=(const RuntimePool&) = delete;
-    apr_pool_t* Get() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 /// Starts a program, waits until it has ended, and has it collected.
 void RunZukel(benchmark::State& state) {
