@@ -64,7 +64,7 @@ private:
 kelProcess::kelProcess() : record_(new kelProcessRecord) {}
 
 kelProcess::kelProcess(const kelProcess& other) : record_(nullptr), lastError_(other.lastError_) {
-    record_ = zukel::Share(other.record_);
+    record_ = zukel::Share(other.record_);  // last: the text may run out of memory
 }
 
 kelProcess::~kelProcess() {
