@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <map>
 
@@ -44,25 +45,21 @@ bool RemoveSegmentName(const char*, const Segment&, apr_pool_t*) noexcept {
 using Of = kelSystem;
 
 TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
-    struct Row {
-        MemoryBytes bytes;
-        unsigned long long figures[9];
+    const std::pair<MemoryBytes, std::array<unsigned long long, 9>> rows[] = {
+        {{2047, 1023, 1024, 1024, 4096, 8192}, {1, 1, 0, 1, 0, 1, 4, 0, 4}},
+        {{kUnknown, 2048, 1024, kUnknown, 0, 0}, {kUnknown, kUnknown, 2, 1, kUnknown, kUnknown}},
+        {{1024, 0, 30720, 4096, 51200, 6144}, {1, 1, 0, 30, 26, 4, 50, 44, 6}},
     };
-    for (const Row& row : {
-             Row{{2047, 1023, 1024, 1024, 4096, 8192}, {1, 1, 0, 1, 0, 1, 4, 0, 4}},
-             {{kUnknown, 2048, 1024, kUnknown, 0, 0},
-              {kUnknown, kUnknown, 2, 1, kUnknown, kUnknown}},
-             {{1024, 0, 30720, 4096, 51200, 6144}, {1, 1, 0, 30, 26, 4, 50, 44, 6}},
-         }) {
-        memory = row.bytes;
+    for (const auto& [bytes, figures] : rows) {
+        memory = bytes;
         kelMemoryInfo info;
         Of::GetMemoryDetails(info);
-        EXPECT_EQ(std::memcmp(&info, row.figures, sizeof info), 0);
-        const unsigned long long single[] = {
+        EXPECT_EQ(std::memcmp(&info, figures.data(), sizeof info), 0);
+        const std::array<unsigned long long, 9> single = {
             Of::TotalPhysicalMemory(), Of::UsedPhysicalMemory(), Of::AvailablePhysicalMemory(),
             Of::TotalVirtualMemory(),  Of::UsedVirtualMemory(),  Of::AvailableVirtualMemory(),
             Of::TotalPagingMemory(),   Of::UsedPagingMemory(),   Of::AvailablePagingMemory()};
-        EXPECT_EQ(std::memcmp(single, row.figures, sizeof single), 0);
+        EXPECT_EQ(single, figures);
     }
 }
 
