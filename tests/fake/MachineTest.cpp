@@ -76,10 +76,12 @@ TEST(Machine, Processors_AnswerByTheirRegisters) {
         {"GenuineIntel", 2, 0x0001080a, 0xbfebfbff, 0x80000004, 0, 0, 1, true},   // Celeron 2.00
         {"GenuineIntel", 5, 0x00020800, 0xbfebfbff, 0x80000008, 0, 0, 2, true},   // Pentium 4 3.20
         {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
+        {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
         {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
         {"AuthenticAMD", 1, 0x00020800, 0x178bfbff, 0x80000018, 3, 1, 2, false},  // Athlon 64 X2
         {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
         {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
         {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
         {"", 0, 0, 0, 0, 0, 0, 1, false},  // no CPUID at all
     };
