@@ -124,6 +124,8 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
     PhysicalMemory memory{1000, 800, false};
     ApplyLimit(memory, 500, 100, 40);
     EXPECT_EQ(memory.total + memory.available, 500U + 440U);
+    ApplyLimit(memory, 500, 100, kUnknown);
+    EXPECT_EQ(memory.total + memory.available, 500U + 400U);
     ApplyLimit(memory, 600, 590, 0);
     EXPECT_EQ(memory.total + memory.available, 500U + 10U) << "the group above is full";
     ApplyLimit(memory, 500, 700, 0);
@@ -144,9 +146,10 @@ TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
     };
     for (const auto& [text, expected] : rows) {
         const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is
-        std::u16string units(zukel::Utf16Length(bytes.data(), bytes.size()), u' ');
+        std::vector<char16_t> units(zukel::Utf16Length(bytes.data(), bytes.size()));
         zukel::ConvertToUtf16(bytes.data(), bytes.size(), units.data());
-        EXPECT_EQ(units, expected) << testing::PrintToString(text);
+        EXPECT_EQ(std::u16string(units.begin(), units.end()), expected)
+            << testing::PrintToString(text);
     }
 }
 
