@@ -1,376 +1,156 @@
-#include <apr_shm.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <tuple>
 
-#include "frame/Pool.h"
-#include "kelAtomic.h"
 #include "kelSharedMemory.h"
 #include "kelStatus.h"
 #include "kelSystem.h"
 #include "kelTime.h"
+#include "platform/Machine.h"
+#include "platform/linux/MemoryFigures.h"
 #include "support/Faults.h"
-#include "support/System.h"
 #include "support/TemporaryDirectory.h"
+#include "zubase/Utf16.h"
 
-using zukel::test::FaultReach;
-using zukel::test::Faults;
-using zukel::test::FaultSource;
-using zukel::test::OpenDescriptors;
-using zukel::test::Outcome;
-using zukel::test::RuntimeUsers;
-using zukel::test::TemporaryDirectory;
-using zukel::test::UnderFaults;
-using zukel::test::WalkFaults;
+using namespace zukel::platform;
+using namespace zukel::test;
 
 namespace {
 
-Outcome OutcomeOf(int status) {
-    EXPECT_TRUE(status == kelStatusOk || status == kelStatusFailed) << status;
-    return status == kelStatusOk ? Outcome::Succeeded : Outcome::Failed;
+using Memory = kelSharedMemory;
+constexpr int kOk = kelStatusOk;
+constexpr int kFailed = kelStatusFailed;
+
+/// Of a figure in kilobytes that is either well above this number or not told.
+int StatusOf(unsigned long long figure) {
+    return figure == kUnknown ? kFailed : figure > 1024 ? kOk : 1024;
 }
 
-/// The file behind a segment: the one whose inode is mapped at the address.
-std::string FileAt(const void* address) {
-    const std::uintptr_t page = reinterpret_cast<std::uintptr_t>(address) & ~std::uintptr_t{4095};
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (std::stoull(line, nullptr, 16) == page) {
-            std::istringstream words(line);
-            std::string word;
-            ino_t inode = 0;
-            words >> word >> word >> word >> word >> inode;
-            for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
-                struct stat facts {};
-                if (stat(entry.path().c_str(), &facts) == 0 && facts.st_ino == inode) {
-                    return entry.path();
-                }
-            }
-        }
-    }
-    ADD_FAILURE() << "not mapped from a file that has a name";
-    return "";
-}
-
-std::size_t MappedSegments() {
-    std::ifstream maps("/proc/self/maps");
-    std::size_t count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        count += line.find("/dev/shm/") != std::string::npos;
-    }
-    return count;
-}
-
-TEST(SharedMemoryFaults, Create_AnyCallFails_LeavesNoNameAndAnEmptyObject) {
+TEST(SystemFaults, AnyCallFails_IsToldAndLeavesNothing) {
+    constexpr auto kNew = FaultSource::Memory, kSystem = FaultSource::System;
+    constexpr auto kRuntime = FaultSource::Runtime;
     const TemporaryDirectory directory;
     const std::string name = directory / "a segment with a name that is not short";
-    for (const FaultSource source : {FaultSource::Memory, FaultSource::System}) {
-        for (const unsigned long long size : {100ULL, 16ULL << 20U}) {
-            WalkFaults("Create", source, [&] {
-                const std::size_t mapped = MappedSegments();
-                kelSharedMemory memory;
-                bool thrown = true;
-                int status = kelStatusFailed;
-                try {
-                    status = UnderFaults([&] { return memory.Create(size, name); });
-                    thrown = false;
-                } catch (const std::bad_alloc&) {
-                }
-                EXPECT_EQ(memory.GetBaseAddress() != nullptr, status == kelStatusOk);
-                EXPECT_EQ(kelSharedMemory().Attach(name), status) << "no name is left";
-                if (status != kelStatusOk) {
-                    EXPECT_LE(MappedSegments(), mapped + 1) << "one, if unmapping fails as well";
-                    if (!Faults::IsSingle()) {
-                        kelSharedMemory().Remove(name);  // what could not be cleared up
-                    }
-                    EXPECT_EQ(memory.Create(size, name), kelStatusOk) << "the object is Empty";
-                }
-                return thrown ? Outcome::Failed : OutcomeOf(status);
-            });
-        }
-    }
-}
-
-TEST(SharedMemoryFaults, Attach_AnyCallFails_LeavesAnEmptyObject) {
-    const TemporaryDirectory directory;
-    const std::string name = directory / "a segment with a name that is not short";
-    kelSharedMemory owner;
-    ASSERT_EQ(owner.Create(100, name), kelStatusOk);
-    for (const FaultSource source : {FaultSource::Memory, FaultSource::System}) {
-        WalkFaults("Attach", source, [&] {
-            kelSharedMemory memory;
-            int status = kelStatusFailed;
-            try {
-                status = UnderFaults([&] { return memory.Attach(name); });
-            } catch (const std::bad_alloc&) {
-            }
-            EXPECT_EQ(memory.GetSize(), status == kelStatusOk ? 100U : 0U);
-            EXPECT_TRUE(status == kelStatusOk || memory.Attach(name) == kelStatusOk);
-            return OutcomeOf(status);
-        });
-    }
-}
-
-TEST(SharedMemoryFaults, Ends_AnyCallFails_EndTheObjectAndTellIt) {
-    const TemporaryDirectory directory;
-    const std::string name = directory / "segment";
+    const std::string taken = directory / "another one, which stands beside it";
+    struct Around {
+        kelSharedMemory empty, owner, attached;
+        kelTime time = kelTime(1000);
+        zuString text = "unchanged";
+    };
     struct Row {
-        const char* end;
-        bool attached;
+        const char* call;
         FaultSource source;
-        std::function<int(kelSharedMemory&)> call;
+        std::function<int(Around&)> made;
     };
     const Row rows[] = {
-        {"Destroy", false, FaultSource::System, [](auto& memory) { return memory.Destroy(); }},
-        {"Detach", true, FaultSource::System, [](auto& memory) { return memory.Detach(); }},
-        {"Remove", false, FaultSource::Runtime, [&](auto& memory) { return memory.Remove(name); }},
+        {"Create", kNew, [&](Around& it) { return it.empty.Create(100, name); }},
+        {"Create", kSystem, [&](Around& it) { return it.empty.Create(100, name); }},
+        {"Create large", kSystem, [&](Around& it) { return it.empty.Create(16U << 20U, name); }},
+        {"Attach", kNew, [&](Around& it) { return it.empty.Attach(taken); }},
+        {"Attach", kSystem, [&](Around& it) { return it.empty.Attach(taken); }},
+        {"Destroy", kSystem, [](Around& it) { return it.owner.Destroy(); }},
+        {"Detach", kSystem, [](Around& it) { return it.attached.Detach(); }},
+        {"Remove", kRuntime, [&](Around& it) { return it.owner.Remove(taken); }},
+        {"new object", kRuntime, [&](Around&) { return Memory().Create(8, name); }},
+        {"kelTime", kRuntime, [](Around&) { return kelTime(9).GetSeconds() == 0 ? kOk : kFailed; }},
+        {"text", kRuntime, [](Around& it) { return it.time.GetFormatTime(it.text, "%Y"); }},
+        {"text", kNew, [&](Around& it) { return it.time.GetFormatTime(it.text, name); }},
+        {"memory", kSystem, [](Around&) { return StatusOf(kelSystem::UsedVirtualMemory()); }},
     };
     for (const Row& row : rows) {
-        WalkFaults(row.end, row.source, [&] {
-            kelSharedMemory peer;
-            kelSharedMemory memory;
-            if (row.attached) {
-                EXPECT_EQ(peer.Create(100, name), kelStatusOk);
+        WalkFaults(row.call, row.source, [&] {
+            Around it;
+            EXPECT_EQ(it.owner.Create(100, taken), kOk);
+            EXPECT_EQ(it.attached.Attach(taken), kOk);
+            int status = kFailed;
+            try {
+                status = UnderFaults([&] { return row.made(it); });
+            } catch (const std::bad_alloc&) {
             }
-            EXPECT_EQ(row.attached ? memory.Attach(name) : memory.Create(100, name), kelStatusOk);
-            const int status = UnderFaults([&] { return row.call(memory); });
-            EXPECT_FALSE(memory.IsValid());
-            kelSharedMemory().Remove(name);  // where the removal is what failed
-            return OutcomeOf(status);
+            if (status != kOk) {
+                EXPECT_EQ(status, kFailed);
+                EXPECT_EQ(it.text, "unchanged");
+                EXPECT_EQ(it.empty.GetBaseAddress(), nullptr);
+                EXPECT_TRUE(Memory().Remove(name) != kOk || !Faults::IsSingle())
+                    << "a name is left";
+                EXPECT_EQ(it.empty.Create(100, name), kOk) << "usable";
+            }
+            Memory().Remove(taken);
+            return status == kOk ? Outcome::Succeeded : Outcome::Failed;
         });
     }
 }
 
-TEST(SharedMemory, Segments_AreThoseOfTheRuntime) {
+TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
     const TemporaryDirectory directory;
-    const zukel::Pool pool;
-    for (const std::string& name : {directory / "plain", directory / "\xff\x80 bytes above 127",
-                                    std::string(1000, '\xe9') + directory.Path()}) {
-        kelSharedMemory ours;
-        apr_shm_t* theirs = nullptr;
-        ASSERT_EQ(ours.Create(77, name), kelStatusOk);
-        ASSERT_EQ(apr_shm_attach(&theirs, name.c_str(), pool.Get()), APR_SUCCESS);
-        EXPECT_EQ(apr_shm_size_get(theirs), 77U);
-        static_cast<char*>(ours.GetBaseAddress())[76] = 'x';
-        EXPECT_EQ(static_cast<char*>(apr_shm_baseaddr_get(theirs))[76], 'x');
-        apr_shm_detach(theirs);
-        EXPECT_EQ(ours.Destroy(), kelStatusOk);
-        ASSERT_EQ(apr_shm_create(&theirs, 78, name.c_str(), pool.Get()), APR_SUCCESS);
-        kelSharedMemory again;
-        EXPECT_EQ(again.Create(78, name), kelStatusFailed);
-        EXPECT_EQ(again.Attach(name), kelStatusOk);
-        EXPECT_EQ(again.GetSize(), 78U);
-        apr_shm_destroy(theirs);
+    Memory memory;
+    const mode_t former = umask(0);
+    EXPECT_EQ(memory.Create(100, directory / "segment"), kOk);
+    umask(former);
+    std::string path;  // that is mapped at its address
+    std::ifstream maps("/proc/self/maps");
+    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
+    for (std::string line; std::getline(maps, line);) {
+        path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
     }
-}
-
-TEST(SharedMemory, Segment_IsItsOwnersAloneAndTakesItsMemoryAtOnce) {
-    const TemporaryDirectory directory;
-    for (const mode_t mask : {0U, 022U, 0777U}) {
-        kelSharedMemory memory;
-        const int descriptors = OpenDescriptors();
-        const mode_t former = umask(mask);
-        const int status = memory.Create(1 << 20U, directory / "segment");
-        umask(former);
-        ASSERT_EQ(status, kelStatusOk);
-        EXPECT_EQ(OpenDescriptors(), descriptors) << "nothing for a child process to inherit";
-        struct stat facts {};
-        ASSERT_EQ(stat(FileAt(memory.GetBaseAddress()).c_str(), &facts), 0);
-        EXPECT_EQ(facts.st_mode & 07777U, 0600U);
-        EXPECT_GE(facts.st_blocks * 512, 1 << 20U) << "reserved before the first touch";
-        const zukel::test::Unprivileged nobody;
-        EXPECT_EQ(kelSharedMemory().Attach(directory / "segment"),
-                  geteuid() == 0 ? kelStatusOk : kelStatusFailed);
-    }
-}
-
-TEST(SharedMemory, AboveTheProcessesFileLimit_FailsWithoutASignal) {
-    const TemporaryDirectory directory;
-    rlimit former{};
-    getrlimit(RLIMIT_FSIZE, &former);
-    const rlimit small{4096, former.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    kelSharedMemory memory;
-    const int over = memory.Create(4089, directory / "segment");
-    const int within = memory.Create(4088, directory / "segment");
-    setrlimit(RLIMIT_FSIZE, &former);
-    EXPECT_EQ(over, kelStatusFailed);
-    EXPECT_EQ(within, kelStatusOk);
-}
-
-TEST(SharedMemory, HalfMadeSegments_AreNotAttachedToAndLeaveNothingOpen) {
-    const TemporaryDirectory directory;
-    const std::string name = directory / "segment";
-    kelSharedMemory memory;
-    ASSERT_EQ(memory.Create(100, name), kelStatusOk);
-    const std::string path = FileAt(memory.GetBaseAddress());
-    const auto make = [&](const std::string& content) {
-        std::filesystem::remove_all(path);
+    struct stat facts {};
+    ASSERT_EQ(stat(path.c_str(), &facts), 0) << path;
+    EXPECT_EQ(facts.st_mode & 07777U, 0600U);
+    const std::string zero(7, '\0'), ones(7, '\xff');
+    for (const std::string& content : {std::string(), std::string(108, '\0'), zero, '\x7' + zero,
+                                       'm' + zero + ones, '\xff' + ones + ones}) {
+        std::filesystem::remove(path);
         std::ofstream(path, std::ios::binary) << content;
-    };
-    const auto word = [](std::uint64_t value) {
-        return std::string(reinterpret_cast<const char*>(&value), sizeof value);
-    };
-    const std::function<void()> states[] = {
-        [&] { make(""); },                      // made, not yet sized
-        [&] { make(std::string(108, '\0')); },  // sized, not yet filled
-        [&] { make("7 bytes"); },               // too short for a word
-        [&] { make(word(7)); },
-        [&] { make(word(109) + std::string(100, 'x')); },  // larger than it is
-        [&] { make(word(107) + std::string(100, 'x')); },
-        [&] { make(word(~0ULL) + std::string(100, 'x')); },
-        [&] {
-            std::filesystem::remove(path);
-            std::filesystem::create_directory(path);
-        },
-        [&] {
-            std::filesystem::remove(path);
-            std::filesystem::create_symlink(directory.Write("file", word(8)), path);
-        },
-        [&] {
-            std::filesystem::remove(path);
-            ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-        },
-    };
-    for (const auto& state : states) {
-        state();
-        const int descriptors = OpenDescriptors();
-        const std::size_t mapped = MappedSegments();
-        kelSharedMemory attached;
-        for (int round = 0; round < 3; ++round) {
-            EXPECT_EQ(attached.Attach(name), kelStatusFailed) << &state - states;
-        }
-        EXPECT_EQ(attached.Create(1, name), kelStatusFailed) << "the name is taken";
-        EXPECT_EQ(OpenDescriptors(), descriptors);
-        EXPECT_EQ(MappedSegments(), mapped);
+        EXPECT_EQ(Memory().Attach(directory / "segment"), kFailed) << content;
     }
-    EXPECT_EQ(kelSharedMemory().Remove(name), kelStatusOk);
-    EXPECT_EQ(kelSharedMemory().Create(1, name), kelStatusOk);
+    EXPECT_EQ(Memory().Remove(directory / "segment"), kOk);
 }
 
-TEST(SystemFaults, MemoryDetails_WhatCannotBeReadIsAllOnes) {
-    constexpr unsigned long long kNone = ~0ULL;
-    WalkFaults("GetMemoryDetails", FaultSource::System, [&] {
-        kelMemoryInfo info;
-        UnderFaults([&] {
-            kelSystem::GetMemoryDetails(info);
-            return 0;
-        });
-        bool whole = true;
-        for (const auto& [total, used, available] :
-             {std::tuple(info.totalPhysical, info.usedPhysical, info.availablePhysical),
-              std::tuple(info.totalVirtual, info.usedVirtual, info.availableVirtual),
-              std::tuple(info.totalPaging, info.usedPaging, info.availablePaging)}) {
-            const bool told = total != kNone && available != kNone;
-            EXPECT_EQ(used, told ? total - available : kNone);
-            whole = whole && told;
-        }
-        return whole ? Outcome::Succeeded : Outcome::Failed;
-    });
-    WalkFaults("GetFreeDiskSpace", FaultSource::System, [] {
-        zuDiskInfo info;
-        const bool told = UnderFaults([&] { return kelSystem::GetFreeDiskSpace("/", info); });
-        EXPECT_EQ(info.totalBytes != 0, told);
-        return told ? Outcome::Succeeded : Outcome::Failed;
-    });
-}
-
-TEST(SystemFaults, Time_AFailedConversionIsNoValidTime) {
-    const kelTime moment(1000);
-    const std::function<kelTime()> ways[] = {
-        [] { return kelTime(1000); },
-        [&] { return kelTime(moment); },
-        [&] {
-            kelTime time(5);
-            time = moment;
-            return time;
-        },
-        [] { return kelTime(1000, 0, 0, 0, 1, 0, 70, 0, 0, 0, 0); },
-        [] {
-            kelTime time(1000);
-            time.MakeLocalTime();
-            return time;
-        },
-        [] {
-            kelTime time(1000);
-            time.MakeCurrentTime();
-            return time;
-        },
+// The texts from which figures are read, and UTF-8 from anywhere: none of them is to be trusted.
+TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
+    const char* const groups[][3] = {
+        {"4:memory:/a/b\n0::/\n", "/a/b", ""},
+        {"0::/user.slice/x:y.scope\n", "none", "/user.slice/x:y.scope"},
+        {"9:name=systemd:/s\n4:cpu,memory:/c\n0::/u", "/c", "/u"},
+        {"3:memoryx:/a\n1:name=memory:/c\n", "none", "none"},
+        {"4:memory\n:::\n::\n0:\n", "none", "none"},
     };
-    for (const auto& way : ways) {
-        WalkFaults("a conversion", FaultSource::Runtime, [&] {
-            const kelTime time = UnderFaults(way);
-            zuString text = "unchanged";
-            if (time.GetNumericEpochTime() != -1) {
-                EXPECT_GE(time.GetNumericEpochTime(), 1000);
-                return Outcome::Succeeded;
-            }
-            EXPECT_EQ(time.GetFormatTime(text, "%Y"), kelStatusFailed);
-            EXPECT_EQ(text, "unchanged");
-            return Outcome::Failed;
-        });
+    for (const auto& [text, one, two] : groups) {
+        EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;
+        EXPECT_EQ(GroupPathOf(text, GroupKind::Two).value_or("none"), two) << text;
     }
-    for (const char* const pattern : {"%Y", ""}) {
-        WalkFaults("GetFormatTime", FaultSource::Runtime, [&] {
-            zuString text = "unchanged";
-            const int status = UnderFaults([&] { return moment.GetFormatTime(text, pattern); });
-            EXPECT_EQ(text, status == kelStatusFailed ? "unchanged"
-                            : *pattern == '\0'        ? ""
-                                                      : "1970");
-            return OutcomeOf(status);
-        });
-    }
-    WalkFaults("GetFormatTime", FaultSource::Memory, [&] {
-        zuString text = "unchanged";
-        return OutcomeOf(UnderFaults(
-            [&] { return moment.GetFormatTime(text, "a pattern too long to be kept in place"); }));
-    });
+    PhysicalMemory memory{1000, 800, false};
+    ApplyLimit(memory, 500, 100, 40);
+    EXPECT_EQ(memory.total + memory.available, 500U + 440U);
+    ApplyLimit(memory, 500, 100, kUnknown);
+    EXPECT_EQ(memory.total + memory.available, 500U + 400U);
+    ApplyLimit(memory, 600, 590, 0);
+    EXPECT_EQ(memory.total + memory.available, 500U + 10U) << "the group above is full";
+    ApplyLimit(memory, 500, 700, 0);
+    EXPECT_EQ(memory.available, 0U);
+    ApplyLimit(memory, 500, kUnknown, 0);
+    EXPECT_EQ(memory.available, kUnknown);
+    constexpr auto text = "XMemTotal: 2\nMemTotal:   3 kB\nBig: 18014398509481984";
+    EXPECT_EQ(FieldOf(text, "MemTotal", 1024), 3072U);
+    EXPECT_EQ(FieldOf(text, "Big", 1024), kUnknown);
 }
 
-TEST(SystemFaults, WithoutARuntime_ObjectsFailSoundly) {
-    const TemporaryDirectory directory;
-    const int users = RuntimeUsers();
-    for (const int failing : {1, 2}) {  // the start itself, then the pool
-        const Faults fault(FaultSource::Runtime, failing, FaultReach::Once);
-        UnderFaults([&] {
-            kelSharedMemory memory;
-            EXPECT_TRUE(memory.IsValid());
-            EXPECT_EQ(memory.Create(8, directory / "segment"), kelStatusFailed);
-            EXPECT_EQ(memory.Attach(directory / "segment"), kelStatusFailed);
-            EXPECT_EQ(memory.Remove(directory / "segment"), kelStatusFailed);
-            return 0;
-        });
-        EXPECT_TRUE(fault.Struck());
-        const Faults again(FaultSource::Runtime, failing, FaultReach::Once);
-        UnderFaults([&] {
-            kelAtomic counter;
-            EXPECT_EQ(counter.Increment(), 0U) << "the counter needs no pool";
-            EXPECT_EQ(counter.Decrement(), 0);
-            return 0;
-        });
+TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
+    const std::pair<std::string, std::u16string> rows[] = {
+        {"a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80z", u"a\u00e4\u20ac\U0001f600z"},
+        {"\xf0\x9f\x98", u"\ufffd"},              // ends in the middle
+        {"\xf0\x9f\xc3\xa4", u"\ufffd\u00e4"},    // the next character is not swallowed
+        {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"},  // a surrogate
+    };
+    for (const auto& [text, expected] : rows) {
+        const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is
+        std::vector<char16_t> units(zukel::Utf16Length(bytes.data(), bytes.size()));
+        zukel::ConvertToUtf16(bytes.data(), bytes.size(), units.data());
+        EXPECT_EQ(std::u16string(units.begin(), units.end()), expected)
+            << testing::PrintToString(text);
     }
-    {
-        kelSharedMemory memory;
-        kelAtomic counter;
-        EXPECT_EQ(RuntimeUsers(), users + 2);
-        kelSharedMemory copy(memory);
-        memory.Detach();
-        EXPECT_EQ(RuntimeUsers(), users + 1) << "an ended object lets the runtime go";
-        copy.Remove(directory / "segment");
-        EXPECT_EQ(RuntimeUsers(), users + 1);
-    }
-    EXPECT_EQ(RuntimeUsers(), users);
 }
 
 }  // namespace
