@@ -1,22 +1,14 @@
 #include "support/NameOracles.h"
 
-#include <cctype>
 #include <sstream>
+#include <vector>
 
 #include "directory/PathText.h"
 #include "directory/RelativePath.h"
-#include "environment/FileNameExpansion.h"
-#include "file/NameParts.h"
 
 namespace zukel::test {
 
 namespace {
-
-std::string Compare(const std::string& input, const std::string& actual,
-                    const std::string& expected) {
-    return actual == expected ? ""
-                              : "[" + input + "] gives [" + actual + "], not [" + expected + "]";
-}
 
 /// The pieces of a text, a trailing separator opening none.
 std::vector<std::string> Pieces(const std::string& text) {
@@ -32,114 +24,54 @@ std::vector<std::string> Pieces(const std::string& text) {
 std::vector<std::string> Follow(std::vector<std::string> place,
                                 const std::vector<std::string>& pieces, bool emptyCounts) {
     for (const std::string& piece : pieces) {
-        if (piece == "..") {
-            if (!place.empty()) {
-                place.pop_back();
-            }
-        } else if (piece != "." && (emptyCounts || !piece.empty())) {
+        if (piece == ".." && !place.empty()) {
+            place.pop_back();
+        } else if (piece != ".." && piece != "." && (emptyCounts || !piece.empty())) {
             place.push_back(piece);
         }
     }
     return place;
 }
 
-}  // namespace
-
-std::string CheckCanonicalPath(const std::string& path) {
-    std::string expected;
-    std::string rest = path;
-    if (path.substr(0, 2) == "//" || (path.size() > 1 && path[1] == ':')) {
-        expected = path[1] == ':' ? path.substr(0, 2) : "/";
-        rest = path.substr(2);
+std::string Canonical(const std::string& path) {
+    const bool drive = path.size() > 1 && path[1] == ':', network = path.substr(0, 2) == "//";
+    std::string result = drive ? path.substr(0, 2) : network ? "/" : "";
+    for (const auto& piece : Follow({}, Pieces(drive || network ? path.substr(2) : path), false)) {
+        result += "/" + piece;
     }
-    for (const std::string& piece : Follow({}, Pieces(rest), false)) {
-        expected += "/" + piece;
-    }
-    return Compare(path, CanonicalPath(path), expected.empty() && !path.empty() ? "/" : expected);
+    return result.empty() && !path.empty() ? "/" : result;
 }
 
-std::string CheckNameParts(const std::string& name) {
-    const auto after = [](std::size_t found) { return found + 1; };  // 0 when nothing was found
-    const std::size_t start = after(name.find_last_of("/\\:"));
-    const std::size_t dot = name.rfind('.');
-    const bool inside = dot != std::string::npos && dot > start;
-    const bool behindSlash = dot != std::string::npos && dot >= after(name.find_last_of("/\\"));
-    const NameParts parts = TakeApart(name);
-    std::string actual;
-    for (const auto part : {parts.path, parts.fileName, parts.baseName, parts.extension}) {
-        actual.append(part).append("|");
-    }
-    return Compare(name, actual,
-                   name.substr(0, start) + "|" + name.substr(start) + "|" +
-                       name.substr(start, inside ? dot - start : std::string::npos) + "|" +
-                       (behindSlash ? name.substr(dot + 1) : "") + "|");
-}
-
-std::string CheckExpansion(const std::string& name) {
-    const auto value = [](const std::string& variable) { return "\\~/$a/" + variable + "/~"; };
-    const bool homeless = name.size() % 2 != 0;
-    std::string expected;
-    std::string component;
-    bool first = true;
-    for (const char byte : name + '/') {
-        if (byte != '/' && byte != '\\') {
-            component += byte;
-            continue;
-        }
-        if (first && component == "~" && !homeless) {
-            component = "<~>";
-        } else if (component == "$PLATFORM") {
-            component = "[platform]";
-        } else if (component[0] == '$' && component[1] != 'U') {
-            component = value(component.substr(1));
-        }
-        expected += (first ? "" : "/") + component;
-        component.clear();
-        first = false;
-    }
-    auto components = SplitFileName(name);
-    ExpandComponents(
-        components, "[platform]",
-        [&](std::string& directory) { directory = homeless ? directory : "<~>"; },
-        [&](std::string& text, const std::string& variable) {
-            text = variable[0] == 'U' ? text : value(variable);
-        });
-    return Compare(name, JoinFileName(components), expected);
-}
-
-std::string CheckRelativeWay(const std::string& texts) {
-    const std::size_t bar = texts.find('|');
-    std::string from = texts.substr(0, bar);
-    std::string to = bar == std::string::npos ? from : texts.substr(bar + 1);
-    for (std::string* const text : {&from, &to}) {
-        std::string folded;
-        for (const char byte : *text) {
-            folded += byte == '\\' ? '/' : static_cast<char>(std::tolower(byte & 0xFF));
-        }
-        FoldName(*text);
-        if (*text != folded) {
-            return Compare(texts, *text, folded);
-        }
-    }
-    const std::string way = WayBetween(from, to);
-    const auto source = Follow({}, Pieces(from), true);
-    const auto target = Follow({}, Pieces(to), true);
+/// The way itself when it is a right one: whoever follows it from the first place is at the second,
+/// and never goes up and down through one and the same component.
+std::string Way(const std::string& from, const std::string& to, const std::string& way) {
+    const auto source = Follow({}, Pieces(from), true), target = Follow({}, Pieces(to), true);
     if (from == to || source.empty() || target.empty() || source[0] != target[0]) {
-        const bool nowhere = source.empty() || target.empty();
-        return Compare(texts, way, from == to ? "./" : nowhere ? "" : to);
+        return from == to ? "./" : source.empty() || target.empty() ? "" : to;
     }
-    // Whoever follows the way from the first place is at the second, and never goes up and down
-    // through one and the same component.
-    const auto steps = Pieces(way);
     std::size_t common = 0;
     while (common < source.size() && common < target.size() && source[common] == target[common]) {
         ++common;
     }
-    const bool shape = way.substr(0, 2) == "./" && way.back() == '/' &&
-                       steps.size() == 1 + source.size() + target.size() - 2 * common;
-    return shape && Follow(source, steps, true) == target
-               ? ""
-               : Compare(texts, way, "a shortest way that leads there");
+    const bool right = way.substr(0, 2) == "./" && way.back() == '/' &&
+                       Pieces(way).size() == 1 + source.size() + target.size() - 2 * common &&
+                       Follow(source, Pieces(way), true) == target;
+    return right ? way : "a shortest way that leads there";
+}
+
+}  // namespace
+
+std::string CheckNames(const std::string& input) {
+    const std::string from = input.substr(0, input.find('|'));
+    const std::string to = input.substr(input.find('|') + 1);  // all of it when there is no bar
+    const std::string way = WayBetween(from, to);
+    for (const auto& [actual, expected] :
+         {std::pair(CanonicalPath(input), Canonical(input)), {way, Way(from, to, way)}}) {
+        if (actual != expected) {
+            return "[" + input + "] gives [" + actual + "], not [" + expected + "]";
+        }
+    }
+    return "";
 }
 
 }  // namespace zukel::test

@@ -1,36 +1,12 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-/// The pure work on names, each beside a second implementation that is written another way: plain
-/// and slow. What generated tests and the fuzz targets have in common.
 namespace zukel::test {
 
-/// @name Checks
-/// Each gives an empty text when library and oracle agree on the input, else what they answered.
-/// @{
-std::string CheckCanonicalPath(const std::string& path);
-std::string CheckNameParts(const std::string& name);
-/// The user directory is `<~>`, or missing when the name has an odd length; a variable has a value,
-/// full of what would be expanded once more, unless its name begins with a U.
-std::string CheckExpansion(const std::string& name);
-/// From the text before the first `|` to the text behind it.
-std::string CheckRelativeWay(const std::string& texts);
-/// @}
-
-/// A text of up to 16 words from an alphabet that is hostile to all of these.
-template <typename Random>
-std::string HostileName(Random& random) {
-    static const std::vector<std::string> words = {
-        "/",  "/",         "\\",         ".",    "..",   "...", ":",
-        "~",  "$",         "a",          "A",    "b",    "|",   "//",
-        "c:", "$PLATFORM", "$PLATFORMS", "\x80", "\xff", "U",   std::string(1, '\0')};
-    std::string name;
-    for (auto count = random() % 17; count > 0; --count) {
-        name += words[random() % words.size()];
-    }
-    return name;
-}
+/// Folds `input` as a path, and finds the way from what stands before its first `|` to what stands
+/// behind it, beside a second implementation of both that is written another way, plain and slow.
+/// An empty text when they agree, else what they answered.
+std::string CheckNames(const std::string& input);
 
 }  // namespace zukel::test
