@@ -154,7 +154,7 @@ public:
     /// Plain bytes, whatever the type of the pointer: `size` counts bytes, is never multiplied by
     /// the size of an element, and holds on return the bytes that were moved, after a failure too.
     /// A read that finds only part of the bytes is a success; one that finds none, at the end of
-    /// the file or by an error, is `kelStatusFailed` with `size` 0. A `size` of 0 is a success.
+    /// the file or by an error, is `kelStatusFailed` with `size` 0. Reading 0 bytes is a success.
     ///
     /// A write may be short with `kelStatusOk` when the file is unbuffered (Linux moves at most 2
     /// GiB less 4 KiB in one call): go on with the rest. Buffered, it is whole unless it fails, and

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <thread>
 #include <vector>
 
 #include "kelLibrary.h"
@@ -11,189 +15,253 @@
 #include "support/System.h"
 #include "support/TemporaryDirectory.h"
 
+using namespace zukel::test;
 namespace fs = std::filesystem;
-using zukel::test::ReadWhole;
-using zukel::test::TemporaryDirectory;
-using zukel::test::Unprivileged;
-using zukel::test::WorkingDirectory;
 
 namespace {
 
 constexpr int kRead = kelFile::ModeRead;
-constexpr int kWrite = kelFile::ModeWrite;
 constexpr int kCreate = kelFile::ModeWrite | kelFile::ModeCreate;
+constexpr int kBuffered = kelFile::ModeBuffered;
+
+/// Whether all of these, in their order, are one status.
+bool All(int status, std::initializer_list<int> given) {
+    return std::all_of(given.begin(), given.end(), [&](int one) { return one == status; });
+}
 
 TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
     const TemporaryDirectory directory;
-    directory.Write("file", "content");
+    const std::string readOnly = directory.Write("file", "content");
     fs::create_directory(directory / "folder");
-    struct Case {
-        std::string name;
-        int mode;
-        int status;
-        const char* why;
-    };
-    const std::vector<Case> cases = {
-        {directory / "file", kRead, kelStatusOk, "an existing file"},
-        {directory / "new", kCreate, kelStatusOk, "made on the way"},
-        {directory / "\xFF\xFE bytes \x80", kCreate, kelStatusOk, "a name that is not UTF-8"},
-        {directory / "\xC3\xA5\xE2\x82\xAC", kCreate, kelStatusOk, "a name that is not ASCII"},
-        {directory / "missing", kRead, kelStatusNotFound, "no such file"},
-        {directory / "missing/file", kCreate, kelStatusNotFound, "no such directory"},
-        {"", kRead, kelStatusNotFound, "the empty name"},
-        {directory / "file", 0, kelStatusAccessDenied, "neither reading nor writing"},
-        {directory / "file", kelFile::ModeCreate, kelStatusAccessDenied, "the same"},
-        {directory / "file/below", kRead, kelStatusFailed, "a file in the place of a directory"},
-        {directory / "file", kCreate | kelFile::ModeExclusive, kelStatusFailed, "exists already"},
-        {directory / "folder", kWrite, kelStatusFailed, "a directory cannot be written"},
-        {directory / std::string(256, 'n'), kCreate, kelStatusFailed, "a name too long"},
-        {directory / std::string(4096, 'n'), kRead, kelStatusFailed, "a path too long"},
-    };
-    for (const Case& c : cases) {
-        kelFile file;
-        EXPECT_EQ(file.Open(c.name, c.mode), c.status) << c.why;
-        EXPECT_EQ(file.IsOpen(), c.status == kelStatusOk) << c.why;
-        EXPECT_EQ(file.GetFileName(), c.status == kelStatusOk ? c.name : "") << c.why;
+    const std::vector<std::tuple<std::string, int, int>> cases = {
+        {"file", kRead | kelFile::ModeNoCleanup, kelStatusOk},
+        {"folder", kRead, kelStatusOk},
+        {"\xFF\xFE bytes \x80", kCreate, kelStatusOk},
+        {"missing", kRead, kelStatusNotFound},
+        {"file", kelFile::ModeCreate, kelStatusAccessDenied},
+        {"file/below", kRead, kelStatusFailed},
+        {"file", kCreate | kelFile::ModeExclusive, kelStatusFailed},
+        {"folder", kCreate, kelStatusFailed},
+        {std::string(256, 'n'), kCreate, kelStatusFailed}};
+    const auto inherited = InheritedDescriptors();
+    for (const auto& [name, mode, status] : cases) {
+        kelFile file(readOnly, kRead);
+        EXPECT_EQ(file.Open(directory / name, mode), status) << name;
+        EXPECT_EQ(file.IsOpen(), status == kelStatusOk) << name;
+        EXPECT_EQ(file.GetFileName(), status == kelStatusOk ? directory / name : "") << name;
+        EXPECT_EQ(InheritedDescriptors(), inherited) << name;
     }
-    kelFile folder;
-    char byte = 'x';
-    EXPECT_EQ(folder.Open(directory / "folder", kRead), kelStatusOk) << "a directory opens";
-    EXPECT_EQ(folder.Read(byte), kelStatusFailed) << "and cannot be read";
-    EXPECT_EQ(byte, 'x');
-}
-
-TEST(kelFile, Open_WithoutTheRight_IsAccessDenied) {
-    const TemporaryDirectory directory;
-    const std::string name = directory.Write("file", "content");
-    fs::permissions(name, fs::perms::owner_read | fs::perms::group_read);
-    fs::permissions(directory.Path(), fs::perms::group_read | fs::perms::group_exec,
-                    fs::perm_options::add);
-    const Unprivileged user;
     kelFile file;
-    EXPECT_EQ(file.Open(name, kWrite), kelStatusAccessDenied);
-    EXPECT_EQ(file.Open(directory / "new", kCreate), kelStatusAccessDenied);
+    EXPECT_EQ(file.Open("", kRead), kelStatusNotFound);
+    fs::permissions(readOnly, fs::perms::group_read);
+    fs::permissions(directory.Path(), fs::perms::group_exec, fs::perm_options::add);
+    const Unprivileged user;
+    EXPECT_EQ(file.Open(readOnly, kCreate), kelStatusAccessDenied);
     EXPECT_EQ(file.CreateTemporaryFile(directory / "XXXXXX"), kelStatusAccessDenied);
-    EXPECT_EQ(file.Open(name, kRead), kelStatusOk);
-}
-
-TEST(kelFile, StatesAndNames_FollowTheTable) {
-    const TemporaryDirectory directory;
-    const std::string first = directory.Write("first", "1");
-    const std::string second = directory.Write("second", "2");
-    kelFile file(first, kRead);
-    EXPECT_EQ(file.Open(second, kRead), kelStatusOk) << "on an open object";
-    EXPECT_EQ(file.GetFileName(), second);
-    char content = 0;
-    EXPECT_EQ(file.Read(content), kelStatusOk);
-    EXPECT_EQ(content, '2');
-    EXPECT_EQ(file.Close(), kelStatusOk);
-    EXPECT_EQ(file.Close(), kelStatusFailed) << "closed already";
-    EXPECT_EQ(file.GetFileName(), second) << "outlives the close";
-    EXPECT_EQ(file.Open(directory / "missing", kRead), kelStatusNotFound);
-    EXPECT_EQ(file.GetFileName(), "") << "cleared by the failed opening";
 }
 
 TEST(kelFile, CopiesAreClosedAndAssignmentsShare) {
     const TemporaryDirectory directory;
-    const std::string name = directory.Write("file", "abcd");
-    kelFile source(name, kRead);
-    const kelFile copy(source);
-    EXPECT_FALSE(copy.IsOpen());
-    EXPECT_EQ(copy.GetFileName(), "");
-
-    kelFile target(directory / "forgotten", kCreate | kelFile::ModeBuffered);
-    EXPECT_EQ(target.WriteLine("written when the object goes"), kelStatusOk);
-    EXPECT_EQ(target.Open(directory / "former", kCreate | kelFile::ModeBuffered), kelStatusOk);
+    kelFile source(directory.Write("file", "abcd"), kRead);
+    EXPECT_FALSE(kelFile(source).IsOpen());
+    kelFile target(directory / "former", kCreate | kBuffered);
     EXPECT_EQ(target.WriteLine("closed"), kelStatusOk);
     target = source;
     EXPECT_EQ(ReadWhole(directory / "former"), "closed");
-    EXPECT_EQ(ReadWhole(directory / "forgotten"), "written when the object goes");
     char byte = 0;
-    EXPECT_EQ(source.Read(byte), kelStatusOk);
-    EXPECT_EQ(target.Read(byte), kelStatusOk);
+    EXPECT_TRUE(All(kelStatusOk, {source.Read(byte), target.Read(byte)}));
     EXPECT_EQ(byte, 'b') << "one position";
     const kelFile& same = target;
     target = same;
-    {
-        kelFile other;
-        other = source;
-    }
+    kelFile() = source;
     EXPECT_TRUE(source.IsOpen()) << "the last owner closes, not the first";
-    EXPECT_EQ(target.Close(), kelStatusOk);
-    EXPECT_FALSE(source.IsOpen());
+    EXPECT_TRUE(target.Close() == kelStatusOk && !source.IsOpen());
+    EXPECT_EQ(source.GetFileName(), directory / "file") << "outlives the close";
 }
 
-TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplate) {
+TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
     const TemporaryDirectory directory;
-    const std::string slash = directory / "";
-    const std::string full = slash + std::string(121 - slash.size(), 'n') + "XXXXXX";
-    struct Case {
-        std::string name;
-        std::size_t kept;  ///< Leading bytes that stay; 0 for a template that is refused.
-    };
-    const std::vector<Case> cases = {{slash + "aXXXXXX", slash.size() + 1},
-                                     {slash + "XXXXXXXXX", slash.size() + 3},
-                                     {full, 121},
-                                     {full + std::string(73, 'X'), 121},
-                                     {slash + "aXXXXX", 0},
-                                     {slash + "XXXXXXa", 0},
-                                     {full.substr(0, 121) + "nXXXXXX", 0},
-                                     {slash + "missing/XXXXXX", 0},
-                                     {"", 0}};
-    for (const Case& c : cases) {
-        kelFile file(directory.Write("former", ""), kRead);
-        EXPECT_EQ(file.CreateTemporaryFile(c.name), c.kept != 0 ? kelStatusOk : kelStatusFailed);
-        const std::string name = file.GetFileName();
-        EXPECT_EQ(file.IsOpen(), c.kept != 0) << c.name;
-        EXPECT_EQ(name.size(), c.kept != 0 ? c.kept + 6 : 0) << c.name;
-        EXPECT_EQ(name.substr(0, c.kept), c.name.substr(0, c.kept));
-        EXPECT_EQ(fs::exists(name), c.kept != 0) << c.name;
-        EXPECT_EQ(file.Write(1), c.kept != 0 ? kelStatusOk : kelStatusFailed) << c.name;
-        file.Close();
-        EXPECT_FALSE(fs::exists(name)) << c.name;
-    }
-}
-
-TEST(kelFile, CreateTemporaryFile_Relative_IsRemovedWhereItWasMade) {
-    const TemporaryDirectory directory;
-    fs::create_directory(directory / "elsewhere");
     const WorkingDirectory entered(directory.Path());
-    kelFile file;
-    ASSERT_EQ(file.CreateTemporaryFile("tmpXXXXXX"), kelStatusOk);
-    const std::string name = file.GetFileName();
-    EXPECT_EQ(name.size(), 9U);
-    EXPECT_TRUE(fs::exists(directory / name));
-    directory.Write("elsewhere/" + name, "a stranger's file of the same name");
-    fs::current_path(directory / "elsewhere");
-    EXPECT_EQ(file.Close(), kelStatusOk);
-    EXPECT_FALSE(fs::exists(directory / name));
-    EXPECT_TRUE(fs::exists(directory / "elsewhere" / fs::path(name)));
-}
-
-TEST(kelFile, Descriptors_DoNotReachChildren) {
-    const TemporaryDirectory directory;
-    const std::string name = directory.Write("file", "");
-    const auto before = zukel::test::InheritedDescriptors();
-    const kelFile plain(name, kRead);
-    const kelFile forgotten(name, kRead | kelFile::ModeNoCleanup);
-    kelFile temporary;
-    ASSERT_EQ(temporary.CreateTemporaryFile(directory / "XXXXXX"), kelStatusOk);
-    ASSERT_TRUE(plain.IsOpen() && forgotten.IsOpen());
-    EXPECT_EQ(zukel::test::InheritedDescriptors(), before);
-}
-
-TEST(kelLibrary, InitializeAndTerminate_ChangeNothing) {
-    kelLibrary library;
-    for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(library.Terminate(), kelStatusOk);
-        EXPECT_EQ(library.Initialize(), kelStatusOk);
+    fs::create_directory("elsewhere");
+    const std::string slash = directory / "", full = slash + std::string(121 - slash.size(), 'n');
+    const std::vector<std::pair<std::string, std::size_t>> cases = {
+        // with the leading bytes that stay; 0 for a template that is refused
+        {"aXXXXXX", 1}, {slash + "XXXXXXXXX", slash.size() + 3}, {full + "XXXXXX", 121},
+        {"aXXXXX", 0},  {full + std::string(79, 'X'), 121},      {full + "nXXXXXX", 0},
+        {"XXXXXXa", 0}};
+    const auto inherited = InheritedDescriptors();
+    for (const auto& [form, kept] : cases) {
+        kelFile file(directory.Write("former", ""), kRead);
+        EXPECT_EQ(file.CreateTemporaryFile(form), kept != 0 ? kelStatusOk : kelStatusFailed);
+        const std::string name = file.GetFileName();
+        EXPECT_EQ(name.size(), kept != 0 ? kept + 6 : 0) << form;
+        EXPECT_EQ(name.substr(0, kept), form.substr(0, kept));
+        EXPECT_EQ(fs::exists(name), kept != 0) << form;
+        EXPECT_EQ(InheritedDescriptors(), inherited);
+        std::ofstream("elsewhere/" + name) << "a stranger's file of the same name";
+        {
+            const WorkingDirectory moved(directory / "elsewhere");
+            file.Close();
+            EXPECT_TRUE(name[0] != 'a' || fs::exists(name)) << form;
+        }
+        EXPECT_FALSE(fs::exists(name)) << form;
     }
+}
+
+/// The reads and writes that must come out alike with and without the runtime's buffer.
+class kelFileData : public testing::TestWithParam<int> {
+protected:
+    kelFile Make(const std::string& content = "") const {
+        return {directory.Write("file", content), kRead | kelFile::ModeWrite | GetParam()};
+    }
+    std::string Content() const { return ReadWhole(directory / "file"); }
+
+    /// Writes the value, looks at its bytes in the file, reads it back over all ones, and then from
+    /// a file that ends within it.
+    template <typename T>
+    void RoundTrip(T value, const std::string& bytes) const {
+        kelFile file = Make();
+        T back;
+        std::memset(&back, 0xFF, sizeof back);
+        EXPECT_TRUE(All(kelStatusOk, {file.Write(value), file.SeekToBegin(), file.Read(back)}));
+        EXPECT_EQ(Content(), bytes);
+        EXPECT_TRUE(file.Read(back) == kelStatusFailed && file.EndOfFile());
+        EXPECT_EQ(back, value);
+        kelFile cut = Make("\x01");
+        std::memset(&back, 0xEE, sizeof back);
+        EXPECT_EQ(cut.Read(back), kelStatusOk);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(&back), sizeof back),
+                  "\x01" + std::string(sizeof back - 1, '\xEE'));
+    }
+
     const TemporaryDirectory directory;
-    EXPECT_EQ(kelFile(nullptr).Open(directory / "file", kCreate), kelStatusOk);
-    EXPECT_EQ(library.Terminate(), kelStatusOk);
-    kelLibrary copy(library);
-    copy = library;
-    EXPECT_EQ(kelFile(&copy).Open(directory / "file", kRead), kelStatusOk);
+};
+INSTANTIATE_TEST_SUITE_P(Modes, kelFileData, testing::Values(0, kBuffered));
+
+TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
+    RoundTrip(static_cast<short>(-2), "\xFE\xFF");
+    RoundTrip(static_cast<unsigned short>(0xABCD), "\xCD\xAB");
+    RoundTrip(L'\u20AC', "\xAC\x20");
+    RoundTrip(0xFFFFFFFEU, "\xFE\xFF\xFF\xFF");
+    RoundTrip(-2147483647L - 1, std::string("\0\0\0\x80", 4));
+    RoundTrip(0xFFFFFFFDUL, "\xFD\xFF\xFF\xFF");
+    RoundTrip(1.0, std::string("\x00\x00\x00\x00\x00\x00\xF0\x3F", 8));
+    kelFile file = Make();
+    EXPECT_TRUE(All(kelStatusFailed,
+                    {file.Write(0x80000000L), file.Write(-0x80000001L), file.Write(0x100000000UL),
+                     file.Write(static_cast<wchar_t>(0x10000))}));
+    file.Close();
+    EXPECT_EQ(Content(), "");
+}
+
+TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
+    kelFile file = Make("0123456789");
+    short block[8] = {};
+    unsigned long long size = sizeof block;
+    EXPECT_EQ(file.Read(block, size), kelStatusOk) << "a part is a success";
+    EXPECT_EQ(size, 10U);
+    EXPECT_TRUE(file.Read(block, size) == kelStatusFailed && size == 0);
+    char byte = 0;
+    EXPECT_TRUE(All(kelStatusOk,
+                    {file.SeekToBegin(), file.Read(byte), file.WriteLine("ab"), file.Read(byte)}));
+    EXPECT_EQ(byte, '3') << "a write goes behind what was read";
+    EXPECT_TRUE(All(kelStatusOk, {file.Write('c'), file.Flush()}));
+    EXPECT_EQ(Content(), "0ab3c56789");
+    EXPECT_EQ(file.SeekToEnd(), kelStatusOk);
+    EXPECT_TRUE(file.Read(byte) == kelStatusFailed && file.EndOfFile());
+    EXPECT_EQ(file.SeekTo(-1), kelStatusFailed);
+    EXPECT_FALSE(file.EndOfFile()) << "another failure hides the end";
+    EXPECT_EQ(file.SeekTo(12), kelStatusOk) << "beyond the end";
+    size = 3;
+    EXPECT_TRUE(All(kelStatusOk, {file.Write(L"x", size), file.Close()}));
+    EXPECT_EQ(Content(), std::string("0ab3c56789\0\0x\0\0", 15));
+}
+
+TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
+    const std::vector<std::tuple<const char*, int, std::vector<std::string>>> cases = {
+        {"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};
+    for (const auto& [content, size, lines] : cases) {
+        kelFile file = Make(content);
+        char buffer[16] = "x";
+        EXPECT_EQ(file.ReadLine(buffer, 1), kelStatusOk) << "takes nothing";
+        for (const std::string& line : lines) {
+            EXPECT_EQ(file.ReadLine(buffer, size), kelStatusOk);
+            EXPECT_EQ(buffer, line);
+        }
+        EXPECT_EQ(file.ReadLine(buffer, size), kelStatusFailed);
+        EXPECT_TRUE(file.EndOfFile() && *buffer == '\0');
+    }
+}
+
+TEST(kelFileClosed, EveryOperationFailsAndChangesNothing) {
+    kelFile file;
+    int value = 7;
+    unsigned long long size = 4;
+    char line[4] = "abc";
+    EXPECT_TRUE(All(kelStatusFailed,
+                    {file.Read(value), file.Write(value), file.Read(&value, size),
+                     file.Write(&value, size), file.ReadLine(line, 4), file.WriteLine(line),
+                     file.SeekTo(0), file.SeekToEnd(), file.Flush(), file.Close()}));
+    EXPECT_TRUE(file.EndOfFile() && value == 7 && size == 4 && line == std::string("abc"));
+}
+
+TEST(kelFileFullDevice, EveryLostWriteIsTold) {
+    const std::string block(10000, 'x');
+    kelFile direct("/dev/full", kelFile::ModeWrite);
+    unsigned long long size = block.size();
+    EXPECT_EQ(direct.Write(block.data(), size), kelStatusFailed);
+    EXPECT_TRUE(size == 0 && !direct.EndOfFile());
+    for (const unsigned long long before : {0, 1, 4095, 4096}) {
+        kelFile file("/dev/full", kelFile::ModeWrite | kBuffered);
+        size = before;
+        EXPECT_EQ(file.Write(block.data(), size), kelStatusOk) << before;
+        size = block.size();
+        EXPECT_EQ(file.Write(block.data(), size), kelStatusFailed) << before;
+        EXPECT_EQ(size, 4096 - before) << "what the buffer still took";
+        EXPECT_TRUE(All(kelStatusFailed, {file.Write(1), file.WriteLine("x"), file.Flush(),
+                                          file.SeekToBegin(), file.Close()}));
+        EXPECT_FALSE(file.IsOpen());
+    }
+}
+
+TEST(kelFileFullDevice, WritingGoesOnWhereItStoppedWhenThereIsRoomAgain) {
+    const TemporaryDirectory directory;
+    std::string text(14000, 'x');
+    std::generate(text.begin(), text.end(), std::minstd_rand());
+    kelFile file(directory / "file", kCreate | kBuffered);
+    unsigned long long taken = text.size();
+    {
+        const FileSizeLimit full(6000);
+        EXPECT_TRUE(All(kelStatusFailed, {file.Write(text.data(), taken), file.Write(1),
+                                          file.WriteLine("taken whole or not at all")}));
+    }
+    unsigned long long rest = text.size() - taken;
+    EXPECT_TRUE(All(kelStatusOk, {file.Write(text.data() + taken, rest), file.Close()}));
+    EXPECT_EQ(ReadWhole(directory / "file"), text);
+}
+
+TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
+    const TemporaryDirectory directory;
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int number = 0; number < 8; ++number) {
+        threads.emplace_back([&, name = directory / std::to_string(number)] {
+            for (int round = 0; round < 500; ++round) {
+                kelFile file(name, kelFile::ModeRead | kelFile::ModeWrite | kelFile::ModeCreate);
+                kelFile shared;
+                shared = file;
+                int value = -1;
+                failures += shared.Write(round) + shared.SeekToBegin() != kelStatusOk;
+                failures += file.Read(value) != kelStatusOk || value != round;
+                failures += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
+                kelLibrary().GetLocale();
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
 }
 
 }  // namespace

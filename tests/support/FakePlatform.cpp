@@ -1,54 +1,65 @@
 #include "support/FakePlatform.h"
 
+#include <algorithm>
+
+#include "platform/Environment.h"
+#include "platform/FileFacts.h"
 #include "platform/Files.h"
 #include "support/Faults.h"
 
-namespace zukel::test {
-
-FakePlatform* FakePlatform::current = nullptr;
-
-}  // namespace zukel::test
-
 namespace zukel::platform {
 
-namespace {
-
-/// Records the call and answers by the test's function, or with the failure value.
-template <typename Result, typename Function, typename... Arguments>
-Result Answer(const char* call, const std::string& argument, Function test::FakePlatform::*function,
-              Result failure, Arguments... arguments) {
-    const test::FaultPause ownWork;
-    auto& fake = *test::FakePlatform::current;
-    fake.calls.push_back(call + argument);
-    return fake.*function ? (fake.*function)(arguments...) : failure;
+test::UseFakePlatform& Called(const char* call, const std::string& argument) {
+    test::UseFakePlatform::current->calls.push_back(call + argument);
+    return *test::UseFakePlatform::current;
 }
 
-}  // namespace
-
-using test::FakePlatform;
-
 int MultibyteCodePage() noexcept {
-    return Answer("MultibyteCodePage", "", &FakePlatform::multibyteCodePage, 0);
+    return test::UseFakePlatform::current->codePage;
 }
 
 int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept {
+    std::copy_n(text, buffer != nullptr ? capacity : 0, buffer);
+    const int units = test::UseFakePlatform::current->units;
+    return units != -1 ? units : length;
+}
+
+unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned) noexcept {
     const test::FaultPause ownWork;
-    const std::string bytes(text, static_cast<std::size_t>(length));
-    return Answer("Utf8ToUtf16 ", bytes, &FakePlatform::utf8ToUtf16, 0, bytes, buffer, capacity);
+    const std::u16string_view asked(path);
+    const auto& fake = Called("ShortPath ", std::string(asked.begin(), asked.end()));
+    const auto size = static_cast<int>(fake.shortPath.size());
+    if (buffer == nullptr) {
+        return static_cast<unsigned>(fake.measured != -1 ? fake.measured : size + 1);
+    }
+    std::copy_n(fake.shortPath.begin(), size, buffer);
+    return static_cast<unsigned>(fake.fetched != -1 ? fake.fetched : size);
 }
 
-unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned capacity) noexcept {
-    return Answer("ShortPath", "", &FakePlatform::shortPath, 0U, path, buffer, capacity);
+bool CloseInChildren(apr_file_t*) noexcept {
+    return false;
 }
-
-bool CloseInChildren(apr_file_t* file) noexcept {
-    return Answer("CloseInChildren", "", &FakePlatform::closeInChildren, false, file);
-}
-
 long long WritePosition(apr_file_t*) noexcept {
     return -1;
 }
-
 void SetWritePosition(apr_file_t*, long long) noexcept {}
+void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
+LocaleId ThreadLocale() noexcept {
+    return 0;
+}
+int LocaleText(LocaleId, LocaleFact, char*, int) noexcept {
+    return 0;
+}
+
+unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
+    return Called(name, " " + std::to_string(size)).longName(buffer, size);
+}
+
+apr_status_t QueryFile(apr_finfo_t&, const char*, apr_int32_t, apr_pool_t*) noexcept {
+    return APR_ENOENT;
+}
+apr_status_t QueryPermissions(apr_finfo_t&, const char*, apr_pool_t*) noexcept {
+    return APR_ENOENT;
+}
 
 }  // namespace zukel::platform
