@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <thread>
 #include <vector>
@@ -178,8 +180,8 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
 }
 
 TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
-    const std::vector<std::tuple<const char*, int, std::vector<std::string>>> cases = {
-        {"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};
+    const std::vector<std::tuple<const char*, unsigned long long, std::vector<std::string>>> cases =
+        {{"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};
     for (const auto& [content, size, lines] : cases) {
         kelFile file = Make(content);
         char buffer[16] = "x";
@@ -211,7 +213,7 @@ TEST(kelFileFullDevice, EveryLostWriteIsTold) {
     unsigned long long size = block.size();
     EXPECT_EQ(direct.Write(block.data(), size), kelStatusFailed);
     EXPECT_TRUE(size == 0 && !direct.EndOfFile());
-    for (const unsigned long long before : {0, 1, 4095, 4096}) {
+    for (const unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
         kelFile file("/dev/full", kelFile::ModeWrite | kBuffered);
         size = before;
         EXPECT_EQ(file.Write(block.data(), size), kelStatusOk) << before;
@@ -262,6 +264,15 @@ TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
         thread.join();
     }
     EXPECT_EQ(failures, 0);
+}
+
+TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {
+    const unsigned long long wanted = (1ULL << 31U) + 5;
+    const std::unique_ptr<void, void (*)(void*)> zeros(std::calloc(wanted, 1), std::free);
+    kelFile file("/dev/null", kelFile::ModeWrite | kelFile::ModeBuffered);
+    unsigned long long size = wanted;
+    EXPECT_EQ(file.Write(static_cast<const char*>(zeros.get()), size), kelStatusOk);
+    EXPECT_EQ(size, wanted);
 }
 
 }  // namespace
