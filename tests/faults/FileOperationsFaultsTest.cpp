@@ -1,324 +1,190 @@
-#include <apr_file_io.h>
-#include <apr_general.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "kelDirectory.h"
 #include "kelFile.h"
-#include "kelLibrary.h"
 #include "kelStatus.h"
 #include "support/Faults.h"
 #include "support/TemporaryDirectory.h"
-#include "support/Volume.h"
-#include "zubase/zuWString.h"
 
 namespace fs = std::filesystem;
-using zukel::test::AtCall;
-using zukel::test::FaultReach;
-using zukel::test::Faults;
-using zukel::test::FaultSource;
-using zukel::test::OnSmallVolume;
-using zukel::test::Outcome;
-using zukel::test::ReadWhole;
-using zukel::test::TemporaryDirectory;
-using zukel::test::UnderFaults;
-using zukel::test::WalkFaults;
+using namespace zukel::test;
 
 namespace {
 
-constexpr int kDefault = 0x0FFF;
-constexpr int kOfSource = 0x1000;
+constexpr int kOk = kelStatusOk;
 
-Outcome OutcomeOf(bool succeeded) {
-    return succeeded ? Outcome::Succeeded : Outcome::Failed;
-}
-
-struct Step {
-    const char* name;
-    std::function<int(const std::string&, const std::string&)> run;
-};
-
-TEST(FileOperationsFaults, Copy_AnyCallFails_LeavesTheSourceWholeAndNoPartOfTheTarget) {
-    const TemporaryDirectory directory;
-    const std::string content(70000, 'c');
-    const std::string from = directory.Write("from", content);
-    const std::string sparse = directory / "sparse";
-    directory.Write("sparse", content);
-    fs::resize_file(sparse, 400000);
-    fs::permissions(from, fs::perms(04751));
-    const std::string sparseContent = ReadWhole(sparse);
-    const std::vector<Step> copies = {
-        {"Copy", [](const auto& a, const auto& b) { return kelFile::Copy(a, b, 0x644); }},
-        {"Copy permissions",
-         [](const auto& a, const auto& b) { return kelFile::Copy(nullptr, a, b, kOfSource); }},
-        {"NativeCopy", [](const auto& a, const auto& b) { return kelFile::NativeCopy(a, b, 0); }}};
-    const std::string to = directory / "to";
-    for (const Step& step : copies) {
-        for (const bool exists : {false, true}) {
-            for (const bool inKernel : {true, false}) {
-                for (const bool holes : {true, false}) {
-                    for (const FaultSource source : {FaultSource::System, FaultSource::Memory}) {
-                        if (source == FaultSource::Memory && inKernel) {
-                            continue;  // needs none
-                        }
-                        WalkFaults(step.name, source, [&] {
-                            const AtCall kernelCopy(inKernel ? "none" : "copy_file_range",
-                                                    [] { return EXDEV; });
-                            fs::remove(to);
-                            if (exists) {
-                                directory.Write("to", "old");
-                            }
-                            const bool copied = UnderFaults([&] {
-                                                    return step.run(holes ? sparse : from, to);
-                                                }) == kelStatusOk;
-                            EXPECT_TRUE(ReadWhole(from) == content);
-                            if (copied) {
-                                EXPECT_TRUE(ReadWhole(to) == (holes ? sparseContent : content));
-                            } else if (Faults::IsSingle() && fs::exists(to)) {
-                                EXPECT_EQ(ReadWhole(to), "old");
-                                EXPECT_TRUE(exists);
-                            }
-                            return OutcomeOf(copied);
-                        });
-                    }
-                }
-            }
+/// Runs `body` in a thread that alone sees an empty volume mounted, and hands it the volume's path.
+void OnSecondVolume(const std::function<void(const std::string&)>& body) {
+    bool mounted = false;
+    const TemporaryDirectory place;
+    std::thread([&] {
+        mounted = unshare(CLONE_NEWNS) == 0 &&
+                  mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                  mount("tmpfs", place.Path().c_str(), "tmpfs", 0, "size=4m") == 0;
+        if (mounted) {
+            body(place.Path());
         }
+    }).join();
+    if (!mounted) {
+        GTEST_SKIP() << "may not mount a second volume";
     }
 }
 
 /// Names of a directory's entries and what the files hold.
-std::vector<std::string> Snapshot(const std::string& directory) {
-    std::vector<std::string> all;
+std::set<std::string> Snapshot(const std::string& directory) {
+    std::set<std::string> all;
     for (const auto& entry : fs::directory_iterator(directory)) {
-        all.push_back(entry.path().filename().string() + ":" +
-                      (entry.is_symlink() ? fs::read_symlink(entry.path()).string()
-                                          : ReadWhole(entry.path().string())));
+        all.insert(entry.path().filename().string() + ":" +
+                   (entry.is_symlink() ? fs::read_symlink(entry.path()).string()
+                                       : ReadWhole(entry.path().string())));
     }
-    std::sort(all.begin(), all.end());
     return all;
 }
 
-TEST(FileOperationsFaults, RenameAcrossVolumes_AnyCallFails_IsWholeOrNotAtAll) {
-    const std::string content(300000, 'm');
-    const bool mounted = OnSmallVolume("size=4m", [&](const std::string& volume) {
-        const TemporaryDirectory directory;
-        const std::string from = directory / "from";
-        const std::string to = volume + "/to";
-        struct System {
-            const char* lacks;
-            int error;
-        };
-        for (const System& system : std::vector<System>{{"none", 0},
-                                                        {"renameat2", EINVAL},  // no exchange
-                                                        {"linkat", EPERM}}) {
-            for (const bool exists : {false, true}) {
-                for (const bool link : {false, true}) {
-                    const auto prepare = [&] {
-                        for (const auto& entry : fs::directory_iterator(volume)) {
-                            fs::remove(entry);
-                        }
-                        fs::remove(from);
-                        if (link) {
-                            fs::create_symlink("somewhere", from);
-                        } else {
-                            directory.Write("from", content);
-                        }
-                        if (exists) {
-                            std::ofstream(to) << "old";
-                        }
-                    };
-                    prepare();
-                    const auto sourceBefore = Snapshot(directory.Path());
-                    const auto targetBefore = Snapshot(volume);
-                    const std::string targetAfter = "to:" + (link ? "somewhere" : content);
-                    WalkFaults(
-                        std::string("Rename without ") + system.lacks, FaultSource::System, [&] {
-                            prepare();
-                            const AtCall lacking(system.lacks, [&] { return system.error; });
-                            const bool moved = UnderFaults([&] {
-                                                   return kelFile::Rename(from, to);
-                                               }) == kelStatusOk;
-                            if (moved) {
-                                EXPECT_EQ(directory.Count(), 0U);
-                            } else {
-                                EXPECT_TRUE(Snapshot(directory.Path()) == sourceBefore);
-                            }
-                            // Where clearing up fails too, a name is left behind, but nothing is
-                            // lost.
-                            const auto now = Snapshot(volume);
-                            if (Faults::IsSingle() && !moved) {
-                                EXPECT_TRUE(now == targetBefore);
-                            }
-                            EXPECT_LE(now.size(), 3U);
-                            if (moved) {
-                                EXPECT_EQ(now.back(), targetAfter);
-                            } else if (exists) {
-                                EXPECT_TRUE(
-                                    std::any_of(now.begin(), now.end(), [](const auto& entry) {
-                                        return entry.substr(entry.find(':')) == ":old";
-                                    }));
-                            }
-                            return OutcomeOf(moved);
-                        });
-                }
-            }
-        }
-    });
-    if (!mounted) {
-        GTEST_SKIP() << "may not mount a second volume";
-    }
-}
+struct Transfer {
+    FaultSource source;
+    const char* lacks;  ///< The call that the system does not have, and how it says so.
+    int error;
+    std::function<int(const std::string&, const std::string&)> run;
+};
 
-TEST(FileOperationsFaults, SourceThatChangesWhileItIsMoved_StaysAndSoDoesTheTarget) {
-    const bool mounted = OnSmallVolume("size=1m", [](const std::string& volume) {
-        const TemporaryDirectory directory;
-        const std::string from = directory / "from";
-        std::ofstream(volume + "/to") << "old";
-        const std::vector<std::function<void()>> changes = {
-            [&] { std::ofstream(from, std::ios::app) << "more"; },
-            [&] { fs::remove(from), directory.Write("from", "another"); },
-            [&] { fs::last_write_time(from, fs::file_time_type::clock::now()); }};
-        for (const auto& change : changes) {
-            directory.Write("from", "content");
-            fs::last_write_time(from, fs::file_time_type::clock::now() - std::chrono::hours(1));
-            const AtCall copied("fsync", [&] { return change(), 0; });
-            EXPECT_EQ(UnderFaults([&] { return kelFile::Rename(from, volume + "/to"); }),
-                      kelStatusFailed);
-            EXPECT_EQ(Snapshot(volume), std::vector<std::string>{"to:old"});
-            EXPECT_TRUE(fs::exists(from));
-        }
-    });
-    if (!mounted) {
-        GTEST_SKIP() << "may not mount a second volume";
-    }
-}
-
-TEST(FileOperationsFaults, FailedCopy_RemovesTheTargetOnlyWhileItIsTheSameFile) {
+void Walk(const std::vector<Transfer>& transfers, const std::string& place, bool moves) {
     const TemporaryDirectory directory;
-    const std::string from = directory.Write("from", "content");
-    const std::string to = directory.Write("to", "old");
-    const AtCall someoneElse("copy_file_range", [&] {
-        fs::rename(to, directory / "away");
-        directory.Write("to", "another's");
-        return EIO;
-    });
-    const Faults fault(FaultSource::Memory, 1, FaultReach::FromThenOn);
-    EXPECT_EQ(UnderFaults([&] { return kelFile::Copy(from, to, kDefault); }), kelStatusFailed);
-    EXPECT_EQ(ReadWhole(to), "another's");
-}
-
-TEST(FileOperationsFaults, OtherOperations_TheCallFails_IsTold) {
-    const TemporaryDirectory directory;
-    const std::string file = directory / "file";
-    const std::vector<std::pair<const char*, std::function<bool()>>> withRuntime = {
-        {"Rename", [&] { return kelFile::Rename(file, directory / "new") == kelStatusOk; }},
-        {"Delete", [&] { return kelFile::Delete(nullptr, file) == kelStatusOk; }},
-        {"Exists", [&] { return kelFile::Exists(file); }},
-        {"Exists status", [&] { return kelFile::Exists(nullptr, file) == kelStatusOk; }}};
-    for (const auto& [name, operation] : withRuntime) {
-        WalkFaults(name, FaultSource::Runtime, [&, &operation = operation] {
-            directory.Write("file", "content");
-            const bool done = UnderFaults(operation);
-            EXPECT_TRUE(done || ReadWhole(file) == "content");
-            return OutcomeOf(done);
-        });
-    }
-    kelFile object(directory.Write("file", "content"), kelFile::ModeRead);
-    const std::vector<std::pair<const char*, std::function<bool()>>> withSystem = {
-        {"NativeRename", [&] { return kelFile::NativeRename(file, file) == kelStatusOk; }},
-        {"SetPermissions", [&] { return kelFile::SetPermissions(file, 0x600) == kelStatusOk; }},
-        {"IsReadable", [&] { return object.IsReadable(); }},
-        {"IsWritable", [&] { return object.IsWritable(); }}};
-    for (const auto& [name, operation] : withSystem) {
-        WalkFaults(name, FaultSource::System,
-                   [&, &operation = operation] { return OutcomeOf(UnderFaults(operation)); });
-    }
-}
-
-TEST(FileOperationsFaults, Copy_HasTheResultOfTheRuntimesCopy) {
-    const TemporaryDirectory directory;
-    const std::string from = directory.Write("from", "content");
-    fs::permissions(from, fs::perms(0604));
-    const mode_t umaskBefore = umask(026);
-    apr_initialize();
-    apr_pool_t* pool = nullptr;
-    apr_pool_create(&pool, nullptr);
-    const auto result = [&](bool done) {
-        struct stat status {};
-        const std::string to = directory / "to";
-        std::string text = done ? "done " : "failed ";
-        if (stat(to.c_str(), &status) == 0) {
-            text += std::to_string(status.st_mode) + " " + ReadWhole(to);
+    const std::string from = directory / "from";
+    const std::string to = place + "/to";
+    const auto prepare = [&](const std::string& kind, bool exists) {
+        for (const auto& entry : fs::directory_iterator(place)) {
+            fs::remove(entry);
         }
-        return text;
-    };
-    for (const int perms : {0, 0x644, 0x777, 0xF755, 0x1755, 0x0888, 0x7FFFFFFF, -1, kDefault}) {
-        for (const bool exists : {false, true}) {
-            std::string results[2];
-            for (const bool ours : {false, true}) {
-                fs::remove(directory / "to");
-                if (exists) {
-                    directory.Write("to", "longer than the source");
-                }
-                results[ours] =
-                    result(ours ? kelFile::Copy(from, directory / "to", perms) == kelStatusOk
-                                : apr_file_copy(from.c_str(), (directory / "to").c_str(), perms,
-                                                pool) == 0);
-            }
-            EXPECT_EQ(results[1], results[0]) << std::hex << perms << exists;
+        fs::remove(from);
+        if (kind == "link") {
+            fs::create_symlink("somewhere", from);
+        } else {
+            fs::resize_file(directory.Write("from", std::string(9000, 'c')),
+                            kind == "sparse" ? 100000 : 9000);
         }
-    }
-    umask(077);
-    for (const bool exists : {false, true}) {
-        fs::remove(directory / "to");
         if (exists) {
-            directory.Write("to", "longer than the source");
+            std::ofstream(to) << "old";
         }
-        EXPECT_EQ(kelFile::Copy(from, directory / "to", kOfSource), kelStatusOk);
-        EXPECT_EQ(fs::status(directory / "to").permissions(), fs::perms(0604))
-            << "whatever the umask";
+    };
+    for (const Transfer& transfer : transfers) {
+        for (const bool exists : {false, true}) {
+            for (const std::string kind : {"plain", moves ? "link" : "sparse"}) {
+                WalkFaults(kind + " without " + transfer.lacks, transfer.source, [&] {
+                    prepare(kind, exists);
+                    const auto source = Snapshot(directory.Path());
+                    const auto target = Snapshot(place);
+                    const AtCall lacking(transfer.lacks, [&] { return transfer.error; });
+                    const bool done = UnderFaults([&] { return transfer.run(from, to); }) == kOk;
+                    const auto now = Snapshot(place);
+                    if (done) {
+                        EXPECT_TRUE(*now.rbegin() == "to:" + source.begin()->substr(5));
+                    } else if (Faults::IsSingle()) {
+                        EXPECT_TRUE(now == target || (!moves && now.empty()));
+                    } else if (moves && exists) {  // the clearing up failed: under another name
+                        EXPECT_TRUE(std::any_of(now.begin(), now.end(), [](const auto& entry) {
+                            return entry.substr(entry.find(':')) == ":old";
+                        }));
+                    }
+                    EXPECT_TRUE(done && moves ? directory.Count() == 0
+                                              : Snapshot(directory.Path()) == source);
+                    return done ? Outcome::Succeeded : Outcome::Failed;
+                });
+            }
+        }
     }
-    umask(umaskBefore);
-    apr_pool_destroy(pool);
-    apr_terminate();
 }
 
-TEST(WideNames, AnyBytes_ComeBack) {
-    struct Case {
-        std::string name;
-        std::wstring wide;
+TEST(FileOperationsFaults, Copy_AnyCallFails_LeavesNoPartOfTheTarget) {
+    const auto copy = [](const auto& a, const auto& b) { return kelFile::Copy(a, b, 0x644); };
+    const auto full = [](const auto& a, const auto& b) { return kelFile::Copy(a, b, 0x1000); };
+    const auto native = [](const auto& a, const auto& b) { return kelFile::NativeCopy(a, b, 0); };
+    const TemporaryDirectory place;
+    Walk({{FaultSource::System, "nothing", 0, copy},
+          {FaultSource::System, "copy_file_range", EXDEV, copy},
+          {FaultSource::Memory, "copy_file_range", EXDEV, copy},
+          {FaultSource::System, "nothing", 0, full},
+          {FaultSource::System, "nothing", 0, native}},
+         place.Path(), false);
+}
+
+TEST(FileOperationsFaults, RenameAcrossVolumes_AnyCallFails_IsWholeOrNotAtAll) {
+    OnSecondVolume([](const std::string& volume) {
+        const auto move = [](const auto& a, const auto& b) { return kelFile::Rename(a, b); };
+        Walk({{FaultSource::System, "nothing", 0, move},
+              {FaultSource::System, "renameat2", EINVAL, move},
+              {FaultSource::System, "linkat", EPERM, move}},
+             volume, true);
+        const TemporaryDirectory directory;
+        const std::string from = directory.Write("from", "content");
+        const auto time = fs::last_write_time(from) - std::chrono::nanoseconds(1234567890123);
+        fs::last_write_time(from, time);
+        fs::permissions(from, fs::perms(04751));
+        EXPECT_EQ(move(from, volume + "/carried"), kOk);
+        EXPECT_EQ(fs::status(volume + "/carried").permissions(), fs::perms(04751));
+        EXPECT_TRUE(fs::last_write_time(volume + "/carried") == time);
+    });
+}
+
+TEST(FileOperationsFaults, ASourceThatChangesWhileItIsMoved_Stays) {
+    const TemporaryDirectory directory;
+    const std::string from = directory.Write("from", "content");
+    OnSecondVolume([&](const std::string& volume) {
+        const AtCall copied("fsync", [&] { return directory.Write("from", "newer"), 0; });
+        EXPECT_NE(UnderFaults([&] { return kelFile::Rename(from, volume + "/to"); }), kOk);
+        EXPECT_TRUE(Snapshot(volume).empty() && ReadWhole(from) == "newer");
+    });
+}
+
+TEST(FileOperationsFaults, OtherOperations_AnyCallFails_IsToldAndChangesNothing) {
+    const TemporaryDirectory directory;
+    const fs::path here = fs::current_path();
+    const std::string file = directory.Write("file", "a");
+    const std::string made = directory / "made with a name that is not short";
+    const std::string empty = directory / "empty";
+    constexpr auto kRuntime = FaultSource::Runtime;
+    constexpr auto kSystem = FaultSource::System;
+    constexpr auto kMemory = FaultSource::Memory;
+    struct Row {
+        FaultSource source;
+        std::function<bool()> operation;
     };
-    const std::vector<Case> cases = {
-        {"", L""},
-        {"plain", L"plain"},
-        {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", L"\u00E4\u20AC\U0001F600"},
-        {"\xEF\xBF\xBD", L"\uFFFD"},
-        {"\xFF"
-         "a\xC3",
-         L"\xDCFF"
-         L"a\xDCC3"},
-        {"\xED\xB2\x80", L"\xDCED\xDCB2\xDC80"},
-        {"\xC0\xAF\xF4\x90\x80\x80", L"\xDCC0\xDCAF\xDCF4\xDC90\xDC80\xDC80"},
-        {std::string("cut\0off", 7), L"cut"},
-    };
-    for (const Case& test : cases) {
-        const zuWString wide(test.name);
-        EXPECT_EQ(wide.c_str(), test.wide);
-        EXPECT_EQ(zukel::Narrow(wide.c_str()), test.name.c_str());
-    }
-    for (unsigned value = 0x100; value < 0x10000; ++value) {  // each pair of bytes but NUL
-        const std::string name = {static_cast<char>(value >> 8U),
-                                  static_cast<char>((value & 0xFFU) == 0 ? 1 : value)};
-        ASSERT_EQ(zukel::Narrow(zuWString(name).c_str()), name);
+    for (const auto& [source, operation] : std::vector<Row>{
+             {kRuntime, [&] { return kelFile::Rename(file, made) == kOk; }},
+             {kSystem, [&] { return kelFile::NativeRename(file, made) == kOk; }},
+             {kRuntime, [&] { return kelFile::Delete(file) == kOk; }},
+             {kRuntime, [&] { return kelFile::Exists(file); }},
+             {kSystem, [&] { return kelFile::SetPermissions(file, 0x600) == kOk; }},
+             {kRuntime, [&] { return kelDirectory::Create(made, 0x755, true) == kOk; }},
+             {kRuntime, [&] { return kelDirectory::Delete(empty) == kOk; }},
+             {kRuntime, [&] { return kelDirectory::SetCurrentDirectory(empty) == kOk; }},
+             {kRuntime, [&] { return kelDirectory::GetCurrentDirectory() == here; }},
+             {kMemory, [&] { return kelDirectory::GetCurrentDirectory() == here; }},
+             {kRuntime, [&] { return kelDirectory(directory.Path()).GetNumberOfFiles() == 2; }},
+             {kRuntime, [&] { return kelDirectory::GetFileNames(directory.Path()).size() == 2; }},
+             {kMemory, [&] { return kelDirectory::GetFileNames(directory.Path()).size() == 2; }}}) {
+        WalkFaults("row", source, [&, &operation = operation] {
+            fs::remove(made);
+            fs::create_directory(empty);
+            directory.Write("file", "a");
+            const bool done = UnderFaults(operation);
+            EXPECT_TRUE(done || (ReadWhole(file) == "a" && fs::exists(empty)));
+            EXPECT_TRUE(done || fs::current_path() == here);
+            fs::current_path(here);
+            return done ? Outcome::Succeeded : Outcome::Failed;
+        });
     }
 }
 

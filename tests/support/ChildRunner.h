@@ -1,49 +1,58 @@
 #pragma once
 
-#include <sys/types.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <cstddef>
+#include <chrono>
+#include <cstdio>
 #include <functional>
-#include <string>
+#include <thread>
 
 #include "kelProcess.h"
 
-/// Children of tests: a process of its own for what may start, signal or collect others.
 namespace zukel::test {
 
 /// Runs the body in a child process, and fails the test when a check in it fails, when it crashes,
-/// or when it takes longer than a minute, at which it is ended. Nothing that the body does to its
-/// descriptors, signals or children reaches the test program.
-void InChild(const std::function<void()>& body);
+/// or when it takes longer than a minute. Nothing that the body does to its descriptors, signals
+/// or children reaches the test program.
+inline void InChild(const std::function<void()>& body) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        alarm(60);
+        body();
+        std::fflush(nullptr);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "a check in the child failed, it crashed, or it took too long";
+}
 
 /// Waits until the condition holds, for ten seconds at most; tells whether it does.
-bool Eventually(const std::function<bool()>& condition);
+inline bool Eventually(const std::function<bool()>& condition) {
+    int rounds = 0;
+    while (!condition() && ++rounds < 5000) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return rounds < 5000;
+}
 
-/// How many descriptors this process has open.
-std::size_t Descriptors();
+inline bool Ends(const kelProcess& process) {
+    return Eventually([&] { return !process.IsRunning(); });
+}
 
-/// Waits until the process has ended, in vain if need be.
-bool Ends(const kelProcess& process);
-
-/// Expects an object without a process, that tells this text.
-void ExpectIdle(kelProcess& process, const std::string& text, const char* why);
-
-/// The children of this process that have ended and that nobody has collected. Collects them.
-int CollectZombies();
-
-/// Whether this process has children, ended or not.
-bool HasChildren();
-
-/// Makes a child of this process that has the number `pid`, which nobody may have, and that waits
-/// for a signal. Needs root. @returns the number, or -1.
-pid_t ForkAs(pid_t pid);
-
-/// Whether this process is the first of a namespace of process numbers of its own from here on, for
-/// a body of `InChild`. Needs root.
-bool InOwnNumbers(const std::function<void()>& body);
-
-/// Makes a system call fail with this error from here on, as a sandbox or an older system does, for
-/// a body of `InChild`. @param first the call fails when this is its first argument; -1: always.
-bool Withhold(int call, int error, int first = -1);
+/// Whether this process soon has no children, ended or not, for those that nobody holds are
+/// collected at the next start.
+inline bool AllCollected() {
+    return Eventually([] {
+        kelProcess next;
+        siginfo_t info{};
+        return next.Start("true", false) == 0 && Ends(next) &&
+               waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0;
+    });
+}
 
 }  // namespace zukel::test
