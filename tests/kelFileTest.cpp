@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "kelDirectory.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
 #include "support/System.h"
@@ -256,6 +257,8 @@ TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
                 failures += shared.Write(round) + shared.SeekToBegin() != kelStatusOk;
                 failures += file.Read(value) != kelStatusOk || value != round;
                 failures += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
+                failures += !kelFile::Exists(name);
+                failures += kelDirectory::GetFileNames(directory.Path()).empty();
                 kelLibrary().GetLocale();
             }
         });
