@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <sstream>
 #include <vector>
 
 // As <windows.h> has them: the first stands before the header, the second comes after it.
@@ -19,26 +18,13 @@
 #include "kelFileInfo.h"
 #include "kelStatus.h"
 #include "support/System.h"
+#include "support/Table.h"
 #include "support/TemporaryDirectory.h"
 
 using namespace zukel::test;
 using Library = kelLibrary;
 
 namespace {
-
-/// Like cases, written as a table: `text` holds the cells, `kColumns` for each case, parted by
-/// white space and taken as they stand; `_` stands for an empty one.
-template <std::size_t kColumns>
-std::vector<std::array<std::string, kColumns>> Table(const std::string& text) {
-    std::vector<std::array<std::string, kColumns>> rows;
-    std::istringstream stream(text);
-    std::size_t cells = 0;
-    for (std::string cell; stream >> cell; ++cells) {
-        rows.resize(cells / kColumns + 1);
-        rows.back()[cells % kColumns] = cell == "_" ? "" : cell;
-    }
-    return rows;
-}
 
 TEST(kelLibrary, EnvironmentVariables_AreSeenByTheLibraryAndByGetenv) {
     Library library;
