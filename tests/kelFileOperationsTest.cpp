@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "kelDirectory.h"
 #include "kelFile.h"
+#include "kelLibrary.h"
 #include "kelStatus.h"
 #include "support/System.h"
 #include "support/TemporaryDirectory.h"
@@ -178,6 +180,34 @@ TEST(kelFileOperations, SetPermissions_TouchesTheOwnersTwoBitsOnlyAndTheAccessTe
         }
     }
     EXPECT_EQ(kelFile::SetPermissions(directory / "missing", 0x600), kelStatusFailed);
+}
+
+TEST(Overloads, WithALibrary_TakeNullAndDoTheSame) {
+    kelLibrary library;
+    const std::string home = kelDirectory::GetCurrentDirectory();
+    for (const kelLibrary* const any :
+         {static_cast<const kelLibrary*>(nullptr), static_cast<const kelLibrary*>(&library)}) {
+        const TemporaryDirectory directory;
+        const std::string below = directory / "below";
+        const std::string from = directory.Write("from", "content");
+        const std::string to = below + "/to";
+        for (const int status :
+             {kelDirectory::Create(any, below, 0x755, false), kelFile::Copy(any, from, to, 4095),
+              kelFile::SetPermissions(any, to, 0x400), kelFile::Rename(any, to, to + "2"),
+              kelFile::Exists(any, to + "2"), kelDirectory::SetCurrentDirectory(any, below),
+              kelDirectory::SetCurrentDirectory(any, home), kelFile::Delete(any, to + "2"),
+              kelDirectory::Delete(any, below), library.Terminate(), library.Initialize()}) {
+            EXPECT_EQ(status, kelStatusOk);
+        }
+        EXPECT_EQ(kelDirectory::GetCurrentDirectory(any), home);
+        EXPECT_EQ(kelFile::Exists(any, to), kelStatusNotFound);
+        EXPECT_EQ(kelFile::Exists(any, ""), kelStatusEmptyPath);
+        EXPECT_EQ(directory.Count(), 1U);
+    }
+    kelLibrary copy(library);
+    copy = library;
+    EXPECT_TRUE(kelDirectory::IsRelativePath("a") && !kelDirectory::IsRelativePath("a:b"));
+    EXPECT_EQ(kelDirectory::CleanPath("a//b/../c\\"), "a//b/../c\\");
 }
 
 }  // namespace
