@@ -27,7 +27,12 @@ struct Plan {
 
 thread_local Plan plan;
 thread_local const AtCall* atCall = nullptr;
-std::atomic<int> runtimeUsers{0};
+std::atomic<int> runtimeUsers{0};  ///< Starts of the runtime less its stops.
+
+int OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(all), end(all))) - 1;  // less the iterator's own
+}
 
 }  // namespace
 
@@ -93,15 +98,6 @@ bool Faults::Strikes(FaultSource source, const char* call) noexcept {
     return strikes;
 }
 
-int RuntimeUsers() {
-    return runtimeUsers;
-}
-
-int OpenDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<int>(std::distance(begin(all), end(all))) - 1;  // less the iterator's own
-}
-
 void WalkFaults(const std::string& name, FaultSource source,
                 const std::function<Outcome()>& operation) {
     constexpr int kMost = 1000;
@@ -109,7 +105,7 @@ void WalkFaults(const std::string& name, FaultSource source,
         int nth = 1;
         for (bool struck = true; struck; ++nth) {
             ASSERT_LT(nth, kMost) << name << " does not end";
-            const int users = RuntimeUsers();
+            const int users = runtimeUsers.load();
             const int descriptors = OpenDescriptors();
             Outcome outcome = Outcome::Failed;
             {
@@ -122,7 +118,7 @@ void WalkFaults(const std::string& name, FaultSource source,
                     EXPECT_EQ(source, FaultSource::Memory);
                 }
                 struck = faults.Struck();
-                EXPECT_EQ(RuntimeUsers(), users) << plan.struck;
+                EXPECT_EQ(runtimeUsers.load(), users) << plan.struck;
                 EXPECT_EQ(OpenDescriptors(), descriptors) << plan.struck;
                 if (!struck) {
                     EXPECT_EQ(outcome, Outcome::Succeeded);

@@ -81,12 +81,6 @@ auto UnderFaults(Call call) {
     return call();
 }
 
-/// Starts of the runtime less its stops, in the whole program.
-int RuntimeUsers();
-
-/// How many descriptors the process has open.
-int OpenDescriptors();
-
 /// What one operation of a fault walk came to.
 enum class Outcome { Succeeded, Failed };
 
