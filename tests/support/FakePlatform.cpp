@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "platform/Environment.h"
-#include "platform/FileFacts.h"
 #include "platform/Files.h"
 #include "support/Faults.h"
 
@@ -55,11 +54,11 @@ unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
     return Called(name, " " + std::to_string(size)).longName(buffer, size);
 }
 
-apr_status_t QueryFile(apr_finfo_t&, const char*, apr_int32_t, apr_pool_t*) noexcept {
-    return APR_ENOENT;
+MemoryBytes QueryMemory() noexcept {
+    return test::UseFakePlatform::current->memory;
 }
-apr_status_t QueryPermissions(apr_finfo_t&, const char*, apr_pool_t*) noexcept {
-    return APR_ENOENT;
+bool QueryDisk(const char*, DiskBytes&) noexcept {
+    return false;
 }
 
 }  // namespace zukel::platform

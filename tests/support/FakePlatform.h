@@ -4,9 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/Machine.h"
+
 namespace zukel::test {
 
-/// The platform below files, names and surroundings, for the length of a test. What tests look at
+/// The platform below the portable code, for the length of a test. What tests look at
 /// is recorded; the answers are those that the test has put here.
 struct UseFakePlatform {
     UseFakePlatform() { current = this; }
@@ -18,6 +20,7 @@ struct UseFakePlatform {
     std::string shortPath;
     int measured = -1, fetched = -1;  ///< The sizes told of the short path; -1 for the truth.
     std::function<unsigned(char* buffer, unsigned size)> longName;
+    platform::MemoryBytes memory;
 
     static inline UseFakePlatform* current = nullptr;
 };

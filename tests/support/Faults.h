@@ -9,7 +9,7 @@ namespace zukel::test {
 
 enum class FaultSource {
     Runtime,  ///< Calls of the runtime, which give `APR_EGENERAL`.
-    System,   ///< Calls that the platform folder makes, which give EIO.
+    System,   ///< Calls that the platform folder makes, which tell EIO.
     Memory    ///< `operator new`, which throws `std::bad_alloc`.
 };
 
@@ -31,11 +31,14 @@ public:
     /// Whether one fault alone is armed. What follows it then works, clearing up included.
     static bool IsSingle();
 
-    /// Of the wrappers: counts a call and tells whether it is to fail.
-    static bool Strikes(FaultSource source, const char* call) noexcept;
+    /// What kind of call the armed fault strikes.
+    static FaultSource Source();
+
+    /// Of the wrappers: counts a call, and gives the error that it is to fail with, or 0.
+    static int ErrorOf(FaultSource source, const char* call) noexcept;
 };
 
-/// Does something of the test's choice before every system call of one name, for the calling thread
+/// Does something of the test's choice before every call of one name, for the calling thread
 /// and within `UnderFaults`, beside what an armed fault does.
 class AtCall {
 public:
@@ -45,10 +48,8 @@ public:
     AtCall(const AtCall&) = delete;
     AtCall& operator=(const AtCall&) = delete;
 
-    /// Of the wrappers: the error of that call, or 0.
-    static int ErrorOf(const char* call);
-
 private:
+    friend class Faults;
     const char* call_;
     std::function<int()> answer_;
 };
@@ -81,15 +82,11 @@ auto UnderFaults(Call call) {
     return call();
 }
 
-/// What one operation of a fault walk came to.
-enum class Outcome { Succeeded, Failed };
-
-/// Runs `operation` again and again with the nth call of the source failing, n from 1 until it
-/// passes without a fault, once and from there on. The operation makes its call through
-/// `UnderFaults`, checks what a failure must leave behind, and may let `std::bad_alloc` out. After
-/// each round the runtime's users and the descriptors must be back where they were, and the last
-/// round must succeed.
-void WalkFaults(const std::string& name, FaultSource source,
-                const std::function<Outcome()>& operation);
+/// Runs `step` again and again with the nth call of each source failing, n from 1 until the step
+/// passes without a fault, once and from there on. The step makes its call through `UnderFaults`,
+/// checks what a failure must leave behind, and tells whether the call succeeded, which without a
+/// fault it must. After each step the runtime's users, the pools, the blocks of `operator new` and
+/// the descriptors must be back where they were.
+void WalkFaults(const std::string& name, const std::function<bool()>& step);
 
 }  // namespace zukel::test

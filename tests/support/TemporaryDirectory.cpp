@@ -11,11 +11,11 @@ namespace zukel::test {
 
 namespace fs = std::filesystem;
 
-TemporaryDirectory::TemporaryDirectory() {
+TemporaryDirectory::TemporaryDirectory(const std::string& folder) {
     static std::atomic<unsigned> serial{0};
     const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
     do {
-        path_ = (fs::temp_directory_path() /
+        path_ = ((folder.empty() ? fs::temp_directory_path() : fs::path(folder)) /
                  ("zukel-test-" + std::to_string(ticks) + "-" + std::to_string(serial++)))
                     .generic_string();
     } while (!fs::create_directory(path_));

@@ -8,7 +8,8 @@ namespace zukel::test {
 /// An empty directory of a test's own, removed with all that is in it at the end.
 class TemporaryDirectory {
 public:
-    TemporaryDirectory();
+    /// Below the folder, or where the system puts such things.
+    explicit TemporaryDirectory(const std::string& folder = "");
     ~TemporaryDirectory();
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;

@@ -1,85 +1,66 @@
+// What is read of the machine, where the inner functions can be reached.
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <map>
 
+#include "kelProcess.h"
 #include "kelSharedMemory.h"
 #include "kelStatus.h"
-#include "kelSystem.h"
-#include "kelTime.h"
 #include "platform/Machine.h"
 #include "platform/linux/MemoryFigures.h"
+#include "support/ChildRunner.h"
 #include "support/Faults.h"
 #include "support/TemporaryDirectory.h"
+#include "system/ProcessorLeaves.h"
 #include "zubase/Utf16.h"
 
 using namespace zukel::platform;
 using namespace zukel::test;
+using Memory = kelSharedMemory;
 
 namespace {
 
-using Memory = kelSharedMemory;
-constexpr int kOk = kelStatusOk;
-constexpr int kFailed = kelStatusFailed;
-
-/// Of a figure in kilobytes that is either well above this number or not told.
-int StatusOf(unsigned long long figure) {
-    return figure == kUnknown ? kFailed : figure > 1024 ? kOk : 1024;
-}
-
-TEST(SystemFaults, AnyCallFails_IsToldAndLeavesNothing) {
-    constexpr auto kNew = FaultSource::Memory, kSystem = FaultSource::System;
-    constexpr auto kRuntime = FaultSource::Runtime;
-    const TemporaryDirectory directory;
-    const std::string name = directory / "a segment with a name that is not short";
-    const std::string taken = directory / "another one, which stands beside it";
-    struct Around {
-        kelSharedMemory empty, owner, attached;
-        kelTime time = kelTime(1000);
-        zuString text = "unchanged";
-    };
+/// Most registers are as they were read from real processors and published (InstLatx64).
+TEST(Machine, Processors_AnswerByTheirRegisters) {
     struct Row {
-        const char* call;
-        FaultSource source;
-        std::function<int(Around&)> made;
+        char vendor[13];
+        std::uint32_t highest, ebx1, edx1, highestExtended, ecx80000001, ecx80000008;
+        int perPackage;
+        bool multiThreading;
     };
     const Row rows[] = {
-        {"Create", kNew, [&](Around& it) { return it.empty.Create(100, name); }},
-        {"Create", kSystem, [&](Around& it) { return it.empty.Create(100, name); }},
-        {"Create large", kSystem, [&](Around& it) { return it.empty.Create(16U << 20U, name); }},
-        {"Attach", kNew, [&](Around& it) { return it.empty.Attach(taken); }},
-        {"Attach", kSystem, [&](Around& it) { return it.empty.Attach(taken); }},
-        {"Destroy", kSystem, [](Around& it) { return it.owner.Destroy(); }},
-        {"Detach", kSystem, [](Around& it) { return it.attached.Detach(); }},
-        {"Remove", kRuntime, [&](Around& it) { return it.owner.Remove(taken); }},
-        {"new object", kRuntime, [&](Around&) { return Memory().Create(8, name); }},
-        {"kelTime", kRuntime, [](Around&) { return kelTime(9).GetSeconds() == 0 ? kOk : kFailed; }},
-        {"text", kRuntime, [](Around& it) { return it.time.GetFormatTime(it.text, "%Y"); }},
-        {"text", kNew, [&](Around& it) { return it.time.GetFormatTime(it.text, name); }},
-        {"memory", kSystem, [](Around&) { return StatusOf(kelSystem::UsedVirtualMemory()); }},
+        {"GenuineIntel", 2, 0x00000004, 0x0383fbff, 0x80000004, 0, 0, 1, false},  // Pentium III
+        {"GenuineIntel", 2, 0x0001080a, 0xbfebfbff, 0x80000004, 0, 0, 1, true},   // Celeron 2.00
+        {"GenuineIntel", 5, 0x00020800, 0xbfebfbff, 0x80000008, 0, 0, 2, true},   // Pentium 4 3.20
+        {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
+        {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
+        {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
+        {"AuthenticAMD", 1, 0x00020800, 0x178bfbff, 0x80000018, 3, 1, 2, false},  // Athlon 64 X2
+        {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
+        {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
+        {"", 0, 0, 0, 0, 0, 0, 1, false},  // no CPUID at all
     };
     for (const Row& row : rows) {
-        WalkFaults(row.call, row.source, [&] {
-            Around it;
-            EXPECT_EQ(it.owner.Create(100, taken), kOk);
-            EXPECT_EQ(it.attached.Attach(taken), kOk);
-            int status = kFailed;
-            try {
-                status = UnderFaults([&] { return row.made(it); });
-            } catch (const std::bad_alloc&) {
-            }
-            if (status != kOk) {
-                EXPECT_EQ(status, kFailed);
-                EXPECT_EQ(it.text, "unchanged");
-                EXPECT_EQ(it.empty.GetBaseAddress(), nullptr);
-                EXPECT_TRUE(Memory().Remove(name) != kOk || !Faults::IsSingle())
-                    << "a name is left";
-                EXPECT_EQ(it.empty.Create(100, name), kOk) << "usable";
-            }
-            Memory().Remove(taken);
-            return status == kOk ? Outcome::Succeeded : Outcome::Failed;
-        });
+        std::uint32_t vendor[3];
+        std::memcpy(vendor, row.vendor, sizeof vendor);
+        std::map<std::uint32_t, CpuRegisters> leaves = {
+            {0, {row.highest, vendor[0], vendor[2], vendor[1]}},
+            {1, {0, row.ebx1, 0, row.edx1}},
+            {0x80000000, {row.highestExtended, 0, 0, 0}},
+            {0x80000001, {0, 0, row.ecx80000001, 0}},
+            {0x80000008, {0, 0, row.ecx80000008, 0}}};
+        const auto read = [&](std::uint32_t leaf) { return leaves[leaf]; };
+        EXPECT_EQ(zukel::VendorText(leaves[0]), row.vendor);
+        EXPECT_EQ(zukel::LogicalProcessors(read), row.perPackage) << &row - rows;
+        EXPECT_EQ(zukel::HasMultiThreading(read), row.multiThreading) << &row - rows;
     }
 }
 
@@ -87,7 +68,7 @@ TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
     const TemporaryDirectory directory;
     Memory memory;
     const mode_t former = umask(0);
-    EXPECT_EQ(memory.Create(100, directory / "segment"), kOk);
+    EXPECT_EQ(memory.Create(100, directory / "segment"), kelStatusOk);
     umask(former);
     std::string path;  // that is mapped at its address
     std::ifstream maps("/proc/self/maps");
@@ -103,9 +84,9 @@ TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
                                        'm' + zero + ones, '\xff' + ones + ones}) {
         std::filesystem::remove(path);
         std::ofstream(path, std::ios::binary) << content;
-        EXPECT_EQ(Memory().Attach(directory / "segment"), kFailed) << content;
+        EXPECT_EQ(Memory().Attach(directory / "segment"), kelStatusFailed) << content;
     }
-    EXPECT_EQ(Memory().Remove(directory / "segment"), kOk);
+    EXPECT_EQ(Memory().Remove(directory / "segment"), kelStatusOk);
 }
 
 // The texts from which figures are read, and UTF-8 from anywhere: none of them is to be trusted.
@@ -151,6 +132,33 @@ TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
         EXPECT_EQ(std::u16string(units.begin(), units.end()), expected)
             << testing::PrintToString(text);
     }
+}
+
+TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
+    for (const char* lacks : {"syscall", "fstatfs"}) {  // as older systems and sandboxes do
+        InChild([&] {
+            const AtCall lacking(lacks, [] { return ENOSYS; });
+            const FaultWindow all;
+            kelProcess process;
+            EXPECT_EQ(process.Start("sleep", {"30"}, true), kelStatusOk);
+            EXPECT_TRUE(process.IsRunning() && kelProcess::IsRunning(process.GetPid()));
+            EXPECT_EQ(process.Kill(), kelStatusOk);
+            EXPECT_EQ(process.Start("sleep", {"30"}, false), kelStatusOk);
+            EXPECT_EQ(kelProcess::NativeKill(process.GetPid()), kelStatusOk);
+            EXPECT_TRUE(Ends(process));
+            EXPECT_EQ(process.Kill(), kelStatusFailed);
+            EXPECT_TRUE(AllCollected());
+        });
+    }
+}
+
+TEST(kelProcess, NumbersThatMeanGroups_NeverReachTheSystem) {
+    const Faults all(FaultSource::System, 1, FaultReach::FromThenOn);
+    for (const int pid : {0, -1, -2, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(UnderFaults([&] { return kelProcess::NativeKill(pid); }), kelStatusFailed) << pid;
+        EXPECT_FALSE(UnderFaults([&] { return kelProcess::IsRunning(pid); })) << pid;
+    }
+    EXPECT_FALSE(all.Struck());
 }
 
 }  // namespace

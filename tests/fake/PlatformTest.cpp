@@ -2,16 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstring>
 #include <utility>
 
 #include "kelFile.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
+#include "kelSystem.h"
 #include "support/FakePlatform.h"
 #include "support/Faults.h"
 #include "support/TemporaryDirectory.h"
 
 using namespace zukel::test;
+using zukel::platform::kUnknown;
+using zukel::platform::MemoryBytes;
 
 namespace {
 
@@ -73,6 +78,28 @@ TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
         EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob\\x"), "~bob/x") << second;
     }
     EXPECT_EQ(platform.calls.back(), "~bob/x 301");
+}
+
+TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
+    UseFakePlatform platform;
+    const std::pair<MemoryBytes, std::array<unsigned long long, 9>> rows[] = {
+        {{2047, 1023, 1024, 1024, 4096, 8192}, {1, 1, 0, 1, 0, 1, 4, 0, 4}},
+        {{kUnknown, 2048, 1024, kUnknown, 0, 0}, {kUnknown, kUnknown, 2, 1, kUnknown, kUnknown}},
+        {{1024, 0, 30720, 4096, 51200, 6144}, {1, 1, 0, 30, 26, 4, 50, 44, 6}},
+    };
+    for (const auto& [bytes, figures] : rows) {
+        platform.memory = bytes;
+        kelMemoryInfo info;
+        kelSystem::GetMemoryDetails(info);
+        EXPECT_EQ(std::memcmp(&info, figures.data(), sizeof info), 0);
+        const std::array<unsigned long long, 9> single = {
+            kelSystem::TotalPhysicalMemory(),     kelSystem::UsedPhysicalMemory(),
+            kelSystem::AvailablePhysicalMemory(), kelSystem::TotalVirtualMemory(),
+            kelSystem::UsedVirtualMemory(),       kelSystem::AvailableVirtualMemory(),
+            kelSystem::TotalPagingMemory(),       kelSystem::UsedPagingMemory(),
+            kelSystem::AvailablePagingMemory()};
+        EXPECT_EQ(single, figures);
+    }
 }
 
 }  // namespace
