@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <thread>
 #include <type_traits>
 
@@ -34,10 +35,16 @@ static_assert(kBase<kelCondition> && kBase<kelThread> && std::is_abstract_v<kelT
 static_assert(sizeof(kelTime) == sizeof(void*) && sizeof(kelMemoryInfo) == 72);
 
 TEST(kelSystem, Figures_AreThoseOfTheMachine) {
+    EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
     EXPECT_LE(kelSystem::TotalPhysicalMemory() << 10U,
               std::size_t(getpagesize()) * std::size_t(sysconf(_SC_PHYS_PAGES)));
     EXPECT_EQ(kelCPUInfo::GetNumProcessors(), sysconf(_SC_NPROCESSORS_ONLN));
+    std::ifstream facts("/proc/cpuinfo");
+    const std::string all{std::istreambuf_iterator<char>(facts), {}};
+    EXPECT_NE(all.find(": " + kelCPUInfo::GetCPUID() + "\n"), std::string::npos);
+    EXPECT_GE(kelCPUInfo::GetLogicalProcsPerPackage(), 1);
+    EXPECT_LE(kelCPUInfo::HasCMT(), kelCPUInfo::GetLogicalProcsPerPackage() > 1);
     for (const char* const path : {".", "/", "", "/missing", "/\xc3"}) {
         zuDiskInfo disk;
         disk.freeBytes = disk.totalBytes = 1;
@@ -46,6 +53,9 @@ TEST(kelSystem, Figures_AreThoseOfTheMachine) {
         EXPECT_EQ(kelSystem::GetFreeDiskSpace(path, disk), !error) << path;
         EXPECT_EQ(disk.totalBytes, error ? 1 : space.capacity);
         EXPECT_EQ(disk.freeBytes < disk.totalBytes, !error);
+        zuDiskInfo copy;
+        copy = disk;
+        EXPECT_EQ(copy.freeBytes, disk.freeBytes);
     }
 }
 
@@ -83,11 +93,37 @@ TEST(kelString, vsnprintf_CutsAndTells) {
     EXPECT_EQ(Print(nullptr, 0, "%d", 12345), 5);
 }
 
+struct Thread : kelThread {
+    using kelThread::kelThread;
+    void ThreadBody() override {}
+};
+
 TEST(kelInterfaces, TheClassesThemselvesDoNothing) {
     kelMutex mutex(nullptr);
+    mutex = kelMutex();
     EXPECT_EQ(mutex.Lock(), kelStatusFailed);
     EXPECT_EQ(mutex.Trylock(), kelStatusFailed);
     EXPECT_EQ(mutex.Unlock(), kelStatusFailed);
+    kelBarrier barrier(nullptr, 2);
+    barrier = kelBarrier(2);
+    barrier.Block(1);  // returns at once
+    barrier.Reset();
+    kelCondition condition(nullptr);
+    condition = kelCondition();
+    Thread thread(nullptr);
+    thread = Thread();
+}
+
+TEST(Interface, EveryFormThatTakesALibrary_IsThePlainOne) {
+    kelLibrary library;
+    EXPECT_EQ(kelFile(&library).Close(), kelStatusFailed);
+    EXPECT_EQ(kelDirectory(&library).Close(), kelStatusNotOpen);
+    EXPECT_EQ(kelDynamicObject(&library).UnloadLibrary(), kelStatusOk);
+    EXPECT_TRUE(kelSharedMemory(&library).IsValid());
+    kelFileInfo info("/");
+    info.SetLibrary(&library);
+    EXPECT_EQ(info.GetFilePath() + info.GetPath(), "//");
+    EXPECT_EQ(info.GetUserId() + info.GetGroupId(), 0);
 }
 
 }  // namespace

@@ -67,6 +67,9 @@ TEST(kelLibrary, NamesAreExpanded) {
     for (const auto& [name, expanded] : cases) {
         EXPECT_EQ(Library::GetAbsoluteFileName(name), expanded) << name;
     }
+    const bool native = ZUKEL_PLATFORM_TEXTS == std::string("native");
+    EXPECT_STREQ(Library::GetPlatform(), native ? "linux64" : "win64");
+    EXPECT_STREQ(Library::GetPlatformBase(), native ? "linux" : "win");
     const zuString platform = Library::GetPlatform(), prefix = Library::GetSharedLibPrefix();
     EXPECT_EQ(Library::GetAbsoluteLibraryName("$PLATFORM\\lib.dll"),
               platform + "/" + prefix + "lib.dll" + Library::GetSharedLibSuffix());
@@ -128,6 +131,10 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     shared = info;
     EXPECT_EQ(shared.GetSize(), 4);
     EXPECT_EQ(kelFileInfo(info).GetSize(), -1073741824) << "the low 32 bits";
+    EXPECT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(mknod((directory / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
+    EXPECT_EQ(kelFileInfo(directory / "pipe").GetType(), kelFileInfo::Pipe);
+    EXPECT_EQ(kelFileInfo(directory / "socket").GetType(), kelFileInfo::Socket);
     EXPECT_EQ(symlink("a.d", (directory / "link.x").c_str()), 0);
     EXPECT_EQ(kelFileInfo(name).GetType(), kelFileInfo::RegularFile);
     EXPECT_EQ(kelFileInfo(directory / "link.x").GetType(), kelFileInfo::Link);

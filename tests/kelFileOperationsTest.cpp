@@ -94,6 +94,7 @@ TEST(kelFileOperations, Copy_WhenThereIsNoRoom_LeavesNoPartOfTheTarget) {
 
 TEST(kelFileOperations, Copy_CarriesPermissionsAndTime) {
     const mode_t umaskBefore = umask(026);
+    const Unprivileged user;
     struct Case {
         int perms;
         bool native;
@@ -165,7 +166,7 @@ TEST(kelFileOperations, DeleteExistsAndEmptyNames) {
 TEST(kelFileOperations, SetPermissions_TouchesTheOwnersTwoBitsOnlyAndTheAccessTestsSeeThem) {
     const TemporaryDirectory directory;
     fs::permissions(directory.Path(), fs::perms::all);
-    const std::string name = directory / "\xC3\xA4 \xFF\xED\xA0\x80";
+    const std::string name = directory / "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80 \xFF\xED\xA0\x80";
     const Unprivileged user;
     kelFile file(name, kelFile::ModeWrite | kelFile::ModeCreate);
     EXPECT_EQ(file.Close(), kelStatusOk);

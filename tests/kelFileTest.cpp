@@ -130,6 +130,11 @@ protected:
         EXPECT_EQ(Content(), bytes);
         EXPECT_TRUE(file.Read(back) == kelStatusFailed && file.EndOfFile());
         EXPECT_EQ(back, value);
+        unsigned long long size = bytes.size();
+        EXPECT_TRUE(All(kelStatusOk, {file.SeekToBegin(), file.Write(&value, size),
+                                      file.SeekToBegin(), file.Read(&back, size)}));
+        EXPECT_EQ(std::memcmp(&back, &value, bytes.size()), 0);
+        EXPECT_EQ(size, bytes.size());
         kelFile cut = Make("\x01");
         std::memset(&back, 0xEE, sizeof back);
         EXPECT_EQ(cut.Read(back), kelStatusOk);
@@ -148,6 +153,9 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
     RoundTrip(0xFFFFFFFEU, "\xFE\xFF\xFF\xFF");
     RoundTrip(-2147483647L - 1, std::string("\0\0\0\x80", 4));
     RoundTrip(0xFFFFFFFDUL, "\xFD\xFF\xFF\xFF");
+    RoundTrip(-2, "\xFE\xFF\xFF\xFF");
+    RoundTrip('a', "a");
+    RoundTrip(1.0F, std::string("\x00\x00\x80\x3F", 4));
     RoundTrip(1.0, std::string("\x00\x00\x00\x00\x00\x00\xF0\x3F", 8));
     kelFile file = Make();
     EXPECT_TRUE(All(kelStatusFailed,
@@ -199,10 +207,11 @@ TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
 TEST(kelFileClosed, EveryOperationFailsAndChangesNothing) {
     kelFile file;
     int value = 7;
+    long wide = 7;
     unsigned long long size = 4;
     char line[4] = "abc";
     EXPECT_TRUE(All(kelStatusFailed,
-                    {file.Read(value), file.Write(value), file.Read(&value, size),
+                    {file.Read(value), file.Write(value), file.Read(wide), file.Read(&value, size),
                      file.Write(&value, size), file.ReadLine(line, 4), file.WriteLine(line),
                      file.SeekTo(0), file.SeekToEnd(), file.Flush(), file.Close()}));
     EXPECT_TRUE(file.EndOfFile() && value == 7 && size == 4 && line == std::string("abc"));

@@ -87,7 +87,11 @@ TEST(kelTime, PresentMomentAndSleep_AreOfTheSystemClockThroughSignals) {
         const kelTime before = kelTime::GetNow();
         EXPECT_LE(std::abs(before.GetSeconds() - std::time(nullptr)), 2);
         EXPECT_EQ(kelTime::Sleep(wanted), kelStatusOk);
-        kelTime after(-1);
+        kelTime after(-1), current(-1), copy(-1);
+        current.MakeCurrentTime();
+        EXPECT_LE(std::abs(current.GetSeconds() - kelTime::GetCurrentTime().GetSeconds()), 2);
+        copy = current;
+        EXPECT_EQ(copy.GetNumericEpochTime(), current.GetNumericEpochTime());
         after.MakeLocalTime();
         EXPECT_GE(after.GetMicroSeconds(), before.GetMicroSeconds() + std::max(wanted, 0LL));
         EXPECT_LT(after.GetMicroSeconds(), before.GetMicroSeconds() + 5 * kSecond);

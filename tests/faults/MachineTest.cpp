@@ -1,6 +1,7 @@
 // What is read of the machine, where the inner functions can be reached.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "kelProcess.h"
 #include "kelSharedMemory.h"
 #include "kelStatus.h"
+#include "kelSystem.h"
 #include "platform/Machine.h"
 #include "platform/linux/MemoryFigures.h"
 #include "support/ChildRunner.h"
@@ -64,31 +66,6 @@ TEST(Machine, Processors_AnswerByTheirRegisters) {
     }
 }
 
-TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
-    const TemporaryDirectory directory;
-    Memory memory;
-    const mode_t former = umask(0);
-    EXPECT_EQ(memory.Create(100, directory / "segment"), kelStatusOk);
-    umask(former);
-    std::string path;  // that is mapped at its address
-    std::ifstream maps("/proc/self/maps");
-    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
-    for (std::string line; std::getline(maps, line);) {
-        path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
-    }
-    struct stat facts {};
-    ASSERT_EQ(stat(path.c_str(), &facts), 0) << path;
-    EXPECT_EQ(facts.st_mode & 07777U, 0600U);
-    const std::string zero(7, '\0'), ones(7, '\xff');
-    for (const std::string& content : {std::string(), std::string(108, '\0'), zero, '\x7' + zero,
-                                       'm' + zero + ones, '\xff' + ones + ones}) {
-        std::filesystem::remove(path);
-        std::ofstream(path, std::ios::binary) << content;
-        EXPECT_EQ(Memory().Attach(directory / "segment"), kelStatusFailed) << content;
-    }
-    EXPECT_EQ(Memory().Remove(directory / "segment"), kelStatusOk);
-}
-
 // The texts from which figures are read, and UTF-8 from anywhere: none of them is to be trusted.
 TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
     const char* const groups[][3] = {
@@ -116,6 +93,7 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
     constexpr auto text = "XMemTotal: 2\nMemTotal:   3 kB\nBig: 18014398509481984";
     EXPECT_EQ(FieldOf(text, "MemTotal", 1024), 3072U);
     EXPECT_EQ(FieldOf(text, "Big", 1024), kUnknown);
+    EXPECT_EQ(FieldOf("Number: 18446744073709551616", "Number", 1), kUnknown);
 }
 
 TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
@@ -134,6 +112,33 @@ TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
     }
 }
 
+TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
+    const TemporaryDirectory directory;
+    Memory memory;
+    int signals = 1;  // that come in between
+    const AtCall reserved("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
+    const mode_t former = umask(0777);
+    EXPECT_EQ(UnderFaults([&] { return memory.Create(100, directory / "segment"); }), kelStatusOk);
+    umask(former);
+    std::string path;  // that is mapped at its address
+    std::ifstream maps("/proc/self/maps");
+    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
+    for (std::string line; std::getline(maps, line);) {
+        path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
+    }
+    struct stat facts {};
+    ASSERT_EQ(stat(path.c_str(), &facts), 0) << path;
+    EXPECT_EQ(facts.st_mode & 07777U, 0600U);
+    const std::string zero(7, '\0'), ones(7, '\xff');
+    for (const std::string& content : {std::string(), std::string(108, '\0'), zero, '\x7' + zero,
+                                       'm' + zero + ones, '\xff' + ones + ones}) {
+        std::filesystem::remove(path);
+        std::ofstream(path, std::ios::binary) << content;
+        EXPECT_EQ(Memory().Attach(directory / "segment"), kelStatusFailed) << content;
+    }
+    EXPECT_EQ(Memory().Remove(directory / "segment"), kelStatusOk);
+}
+
 TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
     for (const char* lacks : {"syscall", "fstatfs"}) {  // as older systems and sandboxes do
         InChild([&] {
@@ -147,6 +152,7 @@ TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
             EXPECT_EQ(kelProcess::NativeKill(process.GetPid()), kelStatusOk);
             EXPECT_TRUE(Ends(process));
             EXPECT_EQ(process.Kill(), kelStatusFailed);
+            EXPECT_TRUE(kelProcess::IsRunning(kelProcess::GetCurrentProcessPid()));
             EXPECT_TRUE(AllCollected());
         });
     }
@@ -159,6 +165,14 @@ TEST(kelProcess, NumbersThatMeanGroups_NeverReachTheSystem) {
         EXPECT_FALSE(UnderFaults([&] { return kelProcess::IsRunning(pid); })) << pid;
     }
     EXPECT_FALSE(all.Struck());
+}
+
+TEST(Machine, ALimitOfTheAddressSpace_IsTheTotal) {
+    InChild([] {
+        const rlimit limit{rlim_t{1} << 45U, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+        EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 35U);
+    });
 }
 
 }  // namespace

@@ -11,6 +11,9 @@
 
 #include "kelProcess.h"
 
+/// Of the coverage build: `_exit` would lose what the child has counted.
+extern "C" void __gcov_dump() __attribute__((weak));
+
 namespace zukel::test {
 
 /// Runs the body in a child process, and fails the test when a check in it fails, when it crashes,
@@ -24,6 +27,9 @@ inline void InChild(const std::function<void()>& body) {
         alarm(60);
         body();
         std::fflush(nullptr);
+        if (__gcov_dump != nullptr) {
+            __gcov_dump();
+        }
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;

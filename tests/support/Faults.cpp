@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <iterator>
 #include <new>
+#include <tuple>
 
 namespace zukel::test {
 
@@ -22,6 +23,7 @@ struct Plan {
     bool counting = false;
     FaultSource source = FaultSource::Runtime;
     FaultReach reach = FaultReach::Once;
+    int error = EIO;
     int nth = 0;
     int calls = 0;
     const char* struck = nullptr;  ///< Name of the first call that failed.
@@ -43,8 +45,8 @@ Held WhatIsHeld() {
 
 }  // namespace
 
-Faults::Faults(FaultSource source, int nth, FaultReach reach) {
-    plan = {true, false, source, reach, nth, 0, nullptr};
+Faults::Faults(FaultSource source, int nth, FaultReach reach, int error) {
+    plan = {true, false, source, reach, error, nth, 0, nullptr};
 }
 
 Faults::~Faults() {
@@ -107,31 +109,37 @@ int Faults::ErrorOf(FaultSource source, const char* call) noexcept {
     if (strikes && plan.struck == nullptr) {
         plan.struck = call;
     }
-    return strikes ? EIO : 0;
+    return strikes ? plan.error : 0;
 }
 
 void WalkFaults(const std::string& name, const std::function<bool()>& step) {
     constexpr int kMost = 1000;
     step();  // what is made once and kept is made here
+    constexpr auto kOnce = FaultReach::Once, kOn = FaultReach::FromThenOn;
+    const std::tuple<FaultSource, FaultReach, int> walks[] = {
+        {FaultSource::Runtime, kOnce, EIO},  {FaultSource::Runtime, kOn, EIO},
+        {FaultSource::Memory, kOnce, EIO},   {FaultSource::Memory, kOn, EIO},
+        {FaultSource::System, kOnce, EIO},   {FaultSource::System, kOn, EIO},
+        {FaultSource::System, kOnce, EPERM}, {FaultSource::System, kOnce, ENOSYS},
+        {FaultSource::System, kOnce, EINTR}, {FaultSource::System, kOn, EACCES}};
     int struckSteps = 0;
-    for (const auto source : {FaultSource::Runtime, FaultSource::System, FaultSource::Memory}) {
-        for (const auto reach : {FaultReach::Once, FaultReach::FromThenOn}) {
-            bool struck = true;
-            for (int nth = 1; struck && nth < kMost; ++nth) {
-                const Held before = WhatIsHeld();
-                const Faults faults(source, nth, reach);
-                const bool succeeded = step();
-                struck = faults.Struck();
-                struckSteps += struck ? 1 : 0;
-                EXPECT_TRUE(struck || succeeded);
-                EXPECT_EQ(WhatIsHeld(), before) << "users, pools, blocks, descriptors";
-                if (testing::Test::HasFailure()) {
-                    FAIL() << name << ": call " << nth << ", " << (struck ? plan.struck : "none")
-                           << (reach == FaultReach::Once ? ", failed" : ", and the rest failed");
-                }
+    for (const auto& [source, reach, error] : walks) {
+        bool struck = true;
+        for (int nth = 1; struck && nth < kMost; ++nth) {
+            const Held before = WhatIsHeld();
+            const Faults faults(source, nth, reach, error);
+            const bool succeeded = step();
+            struck = faults.Struck();
+            struckSteps += struck ? 1 : 0;
+            EXPECT_TRUE(struck || succeeded);
+            EXPECT_EQ(WhatIsHeld(), before) << "users, pools, blocks, descriptors";
+            if (testing::Test::HasFailure()) {
+                FAIL() << name << ": call " << nth << ", " << (struck ? plan.struck : "none")
+                       << (reach == kOnce ? ", failed with " : ", and the rest failed with ")
+                       << error;
             }
-            EXPECT_FALSE(struck) << name << " does not end";
         }
+        EXPECT_FALSE(struck) << name << " does not end";
     }
     EXPECT_GT(struckSteps, 0) << name << " makes no call: nothing was walked";
 }

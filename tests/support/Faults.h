@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <functional>
 #include <string>
 
@@ -9,7 +10,7 @@ namespace zukel::test {
 
 enum class FaultSource {
     Runtime,  ///< Calls of the runtime, which give `APR_EGENERAL`.
-    System,   ///< Calls that the platform folder makes, which tell EIO.
+    System,   ///< Calls that the platform folder makes, which tell an error.
     Memory    ///< `operator new`, which throws `std::bad_alloc`.
 };
 
@@ -20,7 +21,8 @@ enum class FaultReach { Once, FromThenOn };
 /// `UnderFaults`.
 class Faults {
 public:
-    Faults(FaultSource source, int nth, FaultReach reach);
+    /// @param error tells a failing system call's reason.
+    Faults(FaultSource source, int nth, FaultReach reach, int error = EIO);
     ~Faults();
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
@@ -83,7 +85,8 @@ auto UnderFaults(Call call) {
 }
 
 /// Runs `step` again and again with the nth call of each source failing, n from 1 until the step
-/// passes without a fault, once and from there on. The step makes its call through `UnderFaults`,
+/// passes without a fault, once and from there on, and of the system also with the errors by which
+/// it refuses, lacks a call, or is interrupted. The step makes its call through `UnderFaults`,
 /// checks what a failure must leave behind, and tells whether the call succeeded, which without a
 /// fault it must. After each step the runtime's users, the pools, the blocks of `operator new` and
 /// the descriptors must be back where they were.
