@@ -153,7 +153,7 @@ TEST(kelDirectory, AbsoluteAndRelativePaths) {
         EXPECT_EQ(kelDirectory::GetAbsolutePath(path), result) << path;
     }
     const TemporaryDirectory directory;
-    const WorkingDirectory entered(directory.Path());
+    const Guard entered = WorkingDirectory(directory.Path());
     std::filesystem::create_directories("a/b");
     std::filesystem::create_directories("a/c");
     std::filesystem::create_directory_symlink("a", "link");

@@ -82,7 +82,7 @@ TEST(kelDirectory, CreateAndDelete_Table) {
              full           no ok no)")) {
         for (const bool parents : {false, true}) {
             const TemporaryDirectory directory;
-            const WorkingDirectory here(directory.Path());
+            const Guard here = WorkingDirectory(directory.Path());
             directory.Write("file", "content");
             fs::create_directories("full/below");
             fs::create_directory("directory");
@@ -102,7 +102,7 @@ TEST(kelDirectory, CreateAndDelete_Table) {
 TEST(kelDirectory, CurrentDirectory_ChangesForTheProcessOrStays) {
     const TemporaryDirectory directory;
     const std::string former = fs::current_path();
-    const WorkingDirectory back(".");
+    const Guard back = WorkingDirectory(".");
     EXPECT_EQ(kelDirectory::SetCurrentDirectory(directory / "missing"), kelStatusFailed);
     EXPECT_EQ(kelDirectory::SetCurrentDirectory(""), kelStatusEmptyPath);
     EXPECT_EQ(kelDirectory::GetCurrentDirectory(), former);

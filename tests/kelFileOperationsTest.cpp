@@ -55,7 +55,7 @@ TEST(kelFileOperations, Copy_WritesEveryByteIntoTheTargetItself) {
 
 TEST(kelFileOperations, Copy_OntoItselfUnderAnyName_FailsAndChangesNothing) {
     const TemporaryDirectory directory;
-    const WorkingDirectory here(directory.Path());
+    const Guard here = WorkingDirectory(directory.Path());
     fs::permissions(directory.Write("file", "content"), fs::perms::owner_read);
     fs::create_hard_link("file", "hard");
     fs::create_symlink("file", "soft");
@@ -80,7 +80,7 @@ TEST(kelFileOperations, Copy_WhenThereIsNoRoom_LeavesNoPartOfTheTarget) {
     const std::string from = directory.Write("from", std::string(400000, 'c'));
     for (const auto& copy : kCopies) {
         fs::create_hard_link(directory.Write("old", "old"), directory / "hard");
-        const FileSizeLimit limit(100000);
+        const Guard limit = FileSizeLimit(100000);
         EXPECT_EQ(copy(directory / "missing", directory / "old"), kelStatusFailed);
         EXPECT_EQ(copy(directory.Path(), directory / "old"), kelStatusFailed);
         EXPECT_EQ(ReadWhole(directory / "old"), "old") << "nothing was to be copied";
@@ -94,7 +94,7 @@ TEST(kelFileOperations, Copy_WhenThereIsNoRoom_LeavesNoPartOfTheTarget) {
 
 TEST(kelFileOperations, Copy_CarriesPermissionsAndTime) {
     const mode_t umaskBefore = umask(026);
-    const Unprivileged user;
+    const Guard user = Unprivileged();
     struct Case {
         int perms;
         bool native;
@@ -167,7 +167,7 @@ TEST(kelFileOperations, SetPermissions_TouchesTheOwnersTwoBitsOnlyAndTheAccessTe
     const TemporaryDirectory directory;
     fs::permissions(directory.Path(), fs::perms::all);
     const std::string name = directory / "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80 \xFF\xED\xA0\x80";
-    const Unprivileged user;
+    const Guard user = Unprivileged();
     kelFile file(name, kelFile::ModeWrite | kelFile::ModeCreate);
     EXPECT_EQ(file.Close(), kelStatusOk);
     for (const mode_t rest : {0U, 0177U, 04050U}) {

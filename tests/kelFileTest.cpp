@@ -58,7 +58,7 @@ TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
     EXPECT_EQ(file.Open("", kRead), kelStatusNotFound);
     fs::permissions(readOnly, fs::perms::group_read);
     fs::permissions(directory.Path(), fs::perms::group_exec, fs::perm_options::add);
-    const Unprivileged user;
+    const Guard user = Unprivileged();
     EXPECT_EQ(file.Open(readOnly, kCreate), kelStatusAccessDenied);
     EXPECT_EQ(file.CreateTemporaryFile(directory / "XXXXXX"), kelStatusAccessDenied);
 }
@@ -84,7 +84,7 @@ TEST(kelFile, CopiesAreClosedAndAssignmentsShare) {
 
 TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
     const TemporaryDirectory directory;
-    const WorkingDirectory entered(directory.Path());
+    const Guard entered = WorkingDirectory(directory.Path());
     fs::create_directory("elsewhere");
     const std::string slash = directory / "", full = slash + std::string(121 - slash.size(), 'n');
     const std::vector<std::pair<std::string, std::size_t>> cases = {
@@ -103,7 +103,7 @@ TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
         EXPECT_EQ(InheritedDescriptors(), inherited);
         std::ofstream("elsewhere/" + name) << "a stranger's file of the same name";
         {
-            const WorkingDirectory moved(directory / "elsewhere");
+            const Guard moved = WorkingDirectory(directory / "elsewhere");
             file.Close();
             EXPECT_TRUE(name[0] != 'a' || fs::exists(name)) << form;
         }
@@ -243,7 +243,7 @@ TEST(kelFileFullDevice, WritingGoesOnWhereItStoppedWhenThereIsRoomAgain) {
     kelFile file(directory / "file", kCreate | kBuffered);
     unsigned long long taken = text.size();
     {
-        const FileSizeLimit full(6000);
+        const Guard full = FileSizeLimit(6000);
         EXPECT_TRUE(All(kelStatusFailed, {file.Write(text.data(), taken), file.Write(1),
                                           file.WriteLine("taken whole or not at all")}));
     }

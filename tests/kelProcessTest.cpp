@@ -72,7 +72,7 @@ TEST(kelProcess, OutputFiles_TakeTheStreams) {
                                            {{}, "-", "-"}}) {
         const TemporaryDirectory directory;
         fs::create_directory(directory / "child");
-        const WorkingDirectory here(directory.Path());
+        const Guard here = WorkingDirectory(directory.Path());
         const std::string script = "echo 1; echo 2 >&2; echo 3; >ran";
         for (const bool detach : {false, true}) {
             kelProcess process;
@@ -146,7 +146,7 @@ TEST(kelProcess, States_FollowTheTable) {
         EXPECT_EQ(process.Kill(), kelStatusFailed);
         ExpectIdle(process, std::strerror(ESRCH));
     }
-    const Unprivileged user;
+    const Guard user = Unprivileged();
     EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
     EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
 }

@@ -51,10 +51,10 @@ TEST_F(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
     }
     std::string roads;
     for (bool struck = true; struck;) {  // no memory for the wide name, the path, the narrow name
-        const Faults fault(FaultSource::Memory, static_cast<int>(roads.size()) + 2,
-                           FaultReach::Once);
+        const Guard fault =
+            Fault(FaultSource::Memory, static_cast<int>(roads.size()) + 2, FaultReach::Once);
         roads += static_cast<char>(Opened());
-        struck = fault.Struck();
+        struck = FaultStruck();
     }
     EXPECT_EQ(roads, "LLLS");
     platform.shortPath = directory / "gone";

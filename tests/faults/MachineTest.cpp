@@ -116,7 +116,7 @@ TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
     const TemporaryDirectory directory;
     Memory memory;
     int signals = 1;  // that come in between
-    const AtCall reserved("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
+    const Guard reserved = AtCall("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
     const mode_t former = umask(0777);
     EXPECT_EQ(UnderFaults([&] { return memory.Create(100, directory / "segment"); }), kelStatusOk);
     umask(former);
@@ -142,8 +142,8 @@ TEST(SharedMemory, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
 TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
     for (const char* lacks : {"syscall", "fstatfs"}) {  // as older systems and sandboxes do
         InChild([&] {
-            const AtCall lacking(lacks, [] { return ENOSYS; });
-            const FaultWindow all;
+            const Guard lacking = AtCall(lacks, [] { return ENOSYS; });
+            const Guard all = Counting(true);
             kelProcess process;
             EXPECT_EQ(process.Start("sleep", {"30"}, true), kelStatusOk);
             EXPECT_TRUE(process.IsRunning() && kelProcess::IsRunning(process.GetPid()));
@@ -159,12 +159,12 @@ TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
 }
 
 TEST(kelProcess, NumbersThatMeanGroups_NeverReachTheSystem) {
-    const Faults all(FaultSource::System, 1, FaultReach::FromThenOn);
+    const Guard all = Fault(FaultSource::System, 1, FaultReach::FromThenOn);
     for (const int pid : {0, -1, -2, std::numeric_limits<int>::min()}) {
         EXPECT_EQ(UnderFaults([&] { return kelProcess::NativeKill(pid); }), kelStatusFailed) << pid;
         EXPECT_FALSE(UnderFaults([&] { return kelProcess::IsRunning(pid); })) << pid;
     }
-    EXPECT_FALSE(all.Struck());
+    EXPECT_FALSE(FaultStruck());
 }
 
 TEST(Machine, ALimitOfTheAddressSpace_IsTheTotal) {

@@ -128,9 +128,9 @@ void ExpectNothingHappened(World& it, const Row& row, const World::State& before
     if (row.after == After::Made && now != before) {
         EXPECT_TRUE(fs::is_directory(it.missing));
     } else if (row.after == After::NoPartOfIt && now != before) {
-        EXPECT_TRUE(!fs::exists(it.to) || !Faults::IsSingle());
+        EXPECT_TRUE(!fs::exists(it.to) || !FaultIsSingle());
         EXPECT_EQ(ReadWhole(it.from), std::get<0>(before).at("the source of a transfer"));
-    } else if (row.after == After::UnderAnyName && !Faults::IsSingle()) {
+    } else if (row.after == After::UnderAnyName && !FaultIsSingle()) {
         EXPECT_EQ(std::get<0>(now), std::get<0>(before)) << "the source";
         const auto& left = std::get<1>(now);
         for (const auto& former : std::get<1>(before)) {
@@ -159,16 +159,16 @@ bool Step(const Row& row) {
             EXPECT_TRUE(status == kOk || status == row.failure) << status;
             succeeded = status == kOk;
         } catch (const std::bad_alloc&) {
-            EXPECT_EQ(Faults::Source(), FaultSource::Memory);
+            EXPECT_EQ(FaultedSource(), FaultSource::Memory);
         }
         if (!succeeded) {
             ExpectNothingHappened(it, row, before);
-            if (Faults::IsSingle()) {
+            if (FaultIsSingle()) {
                 EXPECT_EQ(row.call(it) == kOk, row.after != After::Ended) << "the same call again";
             }
         }
     }
-    EXPECT_TRUE(Memory().Remove(segment) != kOk || !Faults::IsSingle()) << "a name is left";
+    EXPECT_TRUE(Memory().Remove(segment) != kOk || !FaultIsSingle()) << "a name is left";
     return succeeded;
 }
 
@@ -325,13 +325,13 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         const std::string out = it.beyond / "out", error = it.beyond / "err";
         const int status =
             it.process.Start(it.program, {it.file}, it.beyond.Path(), {out, error}, true);
-        const FaultPause own;
+        const Guard own = Counting(false);
         EXPECT_TRUE(Ends(it.process));
         EXPECT_EQ(fs::remove(it.beyond / "ran"), status == kOk);
         EXPECT_EQ(it.process.GetPid() != -1, status == kOk);
         EXPECT_EQ(it.process.GetLastError().empty(), status == kOk);
         EXPECT_TRUE(status != kOk || ReadWhole(out) == "out\n" ||
-                    Faults::Source() == FaultSource::Runtime);
+                    FaultedSource() == FaultSource::Runtime);
         return status;
     };
     Walk({
@@ -411,13 +411,13 @@ TEST(FaultWalk, Transfers) {
                     }
                 };
                 const auto call = [&](World& it) {
-                    const AtCall lacking(way.lacks, [&] { return way.error; });
+                    const Guard lacking = AtCall(way.lacks, [&] { return way.error; });
                     const auto source = [&] {
-                        const FaultPause own;
+                        const Guard own = Counting(false);
                         return Snapshot(it.place.Path())["the source of a transfer"];
                     }();
                     const int status = way.run(it);
-                    const FaultPause own;
+                    const Guard own = Counting(false);
                     EXPECT_TRUE(
                         status != kOk ||
                         Snapshot(fs::path(it.to).parent_path())["the target of a transfer"] ==
@@ -442,7 +442,7 @@ TEST(Transfers, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     fs::last_write_time(it.file, time);
     fs::permissions(it.file, fs::perms(04751));
     {
-        const AtCall copied("fsync", [&] { return fs::resize_file(it.file, 9), 0; });
+        const Guard copied = AtCall("fsync", [&] { return fs::resize_file(it.file, 9), 0; });
         EXPECT_NE(UnderFaults([&] { return kelFile::Rename(it.file, to); }), kOk);
         EXPECT_TRUE(Snapshot(it.beyond.Path()).empty() && fs::file_size(it.file) == 9);
     }

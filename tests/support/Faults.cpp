@@ -1,12 +1,10 @@
 #include "support/Faults.h"
 
 #include <apr_errno.h>
-#include <apr_pools.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -20,7 +18,6 @@ namespace {
 
 struct Plan {
     bool armed = false;
-    bool counting = false;
     FaultSource source = FaultSource::Runtime;
     FaultReach reach = FaultReach::Once;
     int error = EIO;
@@ -29,74 +26,60 @@ struct Plan {
     const char* struck = nullptr;  ///< Name of the first call that failed.
 };
 
-thread_local Plan plan;
-thread_local const AtCall* atCall = nullptr;
-thread_local long blocks = 0;  ///< Of `operator new` that have not been given back.
-std::atomic<int> users{0};     ///< Starts of the runtime less its stops.
-std::atomic<int> pools{0};     ///< Made and not destroyed.
+struct Answer {
+    const char* call = "";
+    std::function<int()> answer;
+};
 
-using Held = std::array<long, 4>;
+thread_local Plan plan;
+thread_local Answer atCall;
+thread_local bool counting = false;
+thread_local long blocks = 0;  ///< Of `operator new` that have not been given back.
+std::atomic<long> users{0};    ///< Starts of the runtime less its stops.
+
+using Held = std::array<long, 3>;
 
 Held WhatIsHeld() {
     const long blocksNow = blocks;
     const std::filesystem::directory_iterator all("/proc/self/fd");
-    return {users.load(), pools.load(), blocksNow, std::distance(begin(all), end(all))};
+    return {users.load(), blocksNow, std::distance(begin(all), end(all))};
 }
 
 }  // namespace
 
-Faults::Faults(FaultSource source, int nth, FaultReach reach, int error) {
-    plan = {true, false, source, reach, error, nth, 0, nullptr};
+Guard Fault(FaultSource source, int nth, FaultReach reach, int error) {
+    plan = {true, source, reach, error, nth, 0, nullptr};
+    return Guard([] { plan.armed = false; });
 }
 
-Faults::~Faults() {
-    plan.armed = false;
-}
-
-bool Faults::Struck() const {
+bool FaultStruck() {
     return plan.struck != nullptr;
 }
 
-bool Faults::IsSingle() {
+bool FaultIsSingle() {
     return plan.reach == FaultReach::Once;
 }
 
-FaultSource Faults::Source() {
+FaultSource FaultedSource() {
     return plan.source;
 }
 
-AtCall::AtCall(const char* call, std::function<int()> answer)
-    : call_(call), answer_(std::move(answer)) {
-    atCall = this;
+Guard AtCall(const char* call, std::function<int()> answer) {
+    atCall = {call, std::move(answer)};
+    return Guard([] { atCall = {}; });
 }
 
-AtCall::~AtCall() {
-    atCall = nullptr;
+Guard Counting(bool on) {
+    return Guard([former = std::exchange(counting, on)] { counting = former; });
 }
 
-FaultWindow::FaultWindow() {
-    plan.counting = true;
-}
-
-FaultWindow::~FaultWindow() {
-    plan.counting = false;
-}
-
-FaultPause::FaultPause() : counting_(plan.counting) {
-    plan.counting = false;
-}
-
-FaultPause::~FaultPause() {
-    plan.counting = counting_;
-}
-
-int Faults::ErrorOf(FaultSource source, const char* call) noexcept {
-    if (!plan.counting) {
+int ErrorOf(FaultSource source, const char* call) noexcept {
+    if (!counting) {
         return 0;
     }
-    if (atCall != nullptr && std::strcmp(atCall->call_, call) == 0) {
-        const FaultPause ownWork;
-        if (const int error = atCall->answer_()) {
+    if (std::strcmp(atCall.call, call) == 0) {
+        const Guard ownWork = Counting(false);
+        if (const int error = atCall.answer()) {
             return error;
         }
     }
@@ -127,12 +110,12 @@ void WalkFaults(const std::string& name, const std::function<bool()>& step) {
         bool struck = true;
         for (int nth = 1; struck && nth < kMost; ++nth) {
             const Held before = WhatIsHeld();
-            const Faults faults(source, nth, reach, error);
+            const Guard fault = Fault(source, nth, reach, error);
             const bool succeeded = step();
-            struck = faults.Struck();
+            struck = FaultStruck();
             struckSteps += struck ? 1 : 0;
             EXPECT_TRUE(struck || succeeded);
-            EXPECT_EQ(WhatIsHeld(), before) << "users, pools, blocks, descriptors";
+            EXPECT_EQ(WhatIsHeld(), before) << "users, blocks, descriptors";
             if (testing::Test::HasFailure()) {
                 FAIL() << name << ": call " << nth << ", " << (struck ? plan.struck : "none")
                        << (reach == kOnce ? ", failed with " : ", and the rest failed with ")
@@ -146,63 +129,48 @@ void WalkFaults(const std::string& name, const std::function<bool()>& step) {
 
 }  // namespace zukel::test
 
-using zukel::test::Faults;
+using zukel::test::ErrorOf;
 using zukel::test::FaultSource;
 
-// FAILS(source, type, name, parameters, arguments, failure) fails without making the call.
-#define FAILS(source, type, name, parameters, arguments, failure)      \
-    extern "C" type __real_##name parameters;                          \
-    extern "C" type __wrap_##name parameters {                         \
-        const int error = Faults::ErrorOf(FaultSource::source, #name); \
+// All arguments of the calls that are wrapped here are integers or pointers, and so are the
+// results: six words carry those of any of them, whatever their types.
+#define WORDS long a, long b, long c, long d, long e, long f
+#define WRAPPED(name)                     \
+    extern "C" long __real_##name(WORDS); \
+    extern "C" long __wrap_##name(WORDS)
+
+// FAILS(source, name, failure) fails without making the call.
+#define FAILS(source, name, failure)                                   \
+    WRAPPED(name) {                                                    \
+        const int error = ErrorOf(FaultSource::source, #name);         \
         errno = error != 0 ? error : errno;                            \
-        return error != 0 ? (type)(failure) : __real_##name arguments; \
+        return error != 0 ? failure : __real_##name(a, b, c, d, e, f); \
     }
-// ENDS(source, type, name, parameters, arguments, failure) gives up a handle and then tells a
-// failure.
-#define ENDS(source, type, name, parameters, arguments, failure)       \
-    extern "C" type __real_##name parameters;                          \
-    extern "C" type __wrap_##name parameters {                         \
-        const int error = Faults::ErrorOf(FaultSource::source, #name); \
-        const type result = __real_##name arguments;                   \
-        errno = error != 0 ? error : errno;                            \
-        return error != 0 ? (type)(failure) : result;                  \
+// ENDS(source, name, failure) gives up a handle and then tells a failure.
+#define ENDS(source, name, failure)                            \
+    WRAPPED(name) {                                            \
+        const int error = ErrorOf(FaultSource::source, #name); \
+        const long result = __real_##name(a, b, c, d, e, f);   \
+        errno = error != 0 ? error : errno;                    \
+        return error != 0 ? failure : result;                  \
     }
-#include "support/RuntimeCalls.inc"
-#include "support/SystemCalls.inc"
+#include "WrappedCalls.inc"
 
 // The runtime counts a user before it tries to start, also when it then fails.
-extern "C" apr_status_t __real_apr_initialize();
-extern "C" apr_status_t __wrap_apr_initialize() {
+WRAPPED(apr_initialize) {
     ++zukel::test::users;
-    const apr_status_t status = __real_apr_initialize();
-    return Faults::ErrorOf(FaultSource::Runtime, "apr_initialize") != 0 ? APR_EGENERAL : status;
+    const long status = __real_apr_initialize(a, b, c, d, e, f);
+    return ErrorOf(FaultSource::Runtime, "apr_initialize") != 0 ? APR_EGENERAL : status;
 }
-extern "C" void __real_apr_terminate();
-extern "C" void __wrap_apr_terminate() {
+WRAPPED(apr_terminate) {
     --zukel::test::users;
-    __real_apr_terminate();
-}
-
-extern "C" apr_status_t __real_apr_pool_create_ex(apr_pool_t** pool, apr_pool_t* parent,
-                                                  apr_abortfunc_t abort, apr_allocator_t* from);
-extern "C" apr_status_t __wrap_apr_pool_create_ex(apr_pool_t** pool, apr_pool_t* parent,
-                                                  apr_abortfunc_t abort, apr_allocator_t* from) {
-    if (Faults::ErrorOf(FaultSource::Runtime, "apr_pool_create_ex") != 0) {
-        return APR_EGENERAL;
-    }
-    ++zukel::test::pools;
-    return __real_apr_pool_create_ex(pool, parent, abort, from);
-}
-extern "C" void __real_apr_pool_destroy(apr_pool_t* pool);
-extern "C" void __wrap_apr_pool_destroy(apr_pool_t* pool) {
-    --zukel::test::pools;
-    __real_apr_pool_destroy(pool);
+    return __real_apr_terminate(a, b, c, d, e, f);
 }
 
 // Every form that the library uses goes through this pair.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     void* const block =
-        Faults::ErrorOf(FaultSource::Memory, "operator new") != 0 ? nullptr : std::malloc(size);
+        ErrorOf(FaultSource::Memory, "operator new") != 0 ? nullptr : std::malloc(size);
     zukel::test::blocks += block != nullptr ? 1 : 0;
     return block;
 }

@@ -6,31 +6,31 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 
 namespace zukel::test {
 
-Unprivileged::Unprivileged() : dropped_(geteuid() == 0) {
+Guard WorkingDirectory(const std::string& path) {
+    const auto former = std::filesystem::current_path();
+    std::filesystem::current_path(path);
+    return Guard([former] { std::filesystem::current_path(former); });
+}
+
+Guard Unprivileged() {
     constexpr uid_t kNobody = 65534;
-    if (dropped_) {
-        EXPECT_EQ(seteuid(kNobody), 0);
-    }
+    const uid_t former = geteuid();
+    EXPECT_EQ(seteuid(former == 0 ? kNobody : former), 0);
+    return Guard([former] { EXPECT_EQ(seteuid(former), 0); });
 }
 
-Unprivileged::~Unprivileged() {
-    if (dropped_) {
-        EXPECT_EQ(seteuid(0), 0);
-    }
-}
-
-FileSizeLimit::FileSizeLimit(unsigned long long bytes) {
+Guard FileSizeLimit(unsigned long long bytes) {
+    const auto limit = [](rlim_t most) {
+        const rlimit both{most, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &both), 0);
+    };
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{bytes, RLIM_INFINITY};
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-}
-
-FileSizeLimit::~FileSizeLimit() {
-    const rlimit limit{RLIM_INFINITY, RLIM_INFINITY};
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    limit(bytes);
+    return Guard([limit] { limit(RLIM_INFINITY); });
 }
 
 std::set<int> InheritedDescriptors() {
