@@ -115,8 +115,9 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     const TemporaryDirectory directory;
     const std::string name = directory / "a.d";
     const kelFileInfo info(name);
-    for (const long long fact : {info.GetSize() + 0LL, info.GetCreationTime(),
-                                 info.GetLastModifiedTime(), info.GetPermissions() + 0LL}) {
+    for (const long long fact :
+         {info.GetSize() + 0LL, info.GetCreationTime(), info.GetLastModifiedTime(),
+          info.GetLastAccessTime(), info.GetPermissions() + 0LL}) {
         EXPECT_EQ(fact, -1) << "missing";
     }
     directory.Write("a.d", "four");
@@ -162,6 +163,7 @@ TEST(kelDirectory, AbsoluteAndRelativePaths) {
     // no directory.
     const auto ways = Table<3>(R"(
         a/b   a/c  ./../c/  a        a/   ./  _  a\b  _          a/b    A/B  ./
+        a     file _        a        gone _   file  a  _
         file  file _        missing  a    _   .  /    _          link/  a    a)");
     for (const auto& [from, to, way] : ways) {
         EXPECT_EQ(kelDirectory::GetRelativePath(from, to), way) << from << " to " << to;

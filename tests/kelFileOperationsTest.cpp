@@ -48,6 +48,7 @@ TEST(kelFileOperations, Copy_WritesEveryByteIntoTheTargetItself) {
             EXPECT_EQ(copy(from, directory / "soft"), kelStatusOk);
             EXPECT_TRUE(ReadWhole(directory / "hard") == content);
             EXPECT_TRUE(fs::is_symlink(directory / "soft"));
+            EXPECT_EQ(copy(from, "/dev/null"), kelStatusOk);
             EXPECT_TRUE(fs::remove(directory / "to") && fs::remove(directory / "hard"));
         }
     }
@@ -108,7 +109,8 @@ TEST(kelFileOperations, Copy_CarriesPermissionsAndTime) {
             const std::string from = directory.Write("from", "content");
             const std::string to = directory / "to";
             if (exists) {
-                fs::permissions(directory.Write("to", "old"), fs::perms(0622));
+                const auto unwritable = c.perms == kOfSource ? 0222U : 0U;
+                fs::permissions(directory.Write("to", "old"), fs::perms(0622 & ~unwritable));
             }
             fs::permissions(from, fs::perms(c.source));
             const auto time = fs::last_write_time(from) - std::chrono::nanoseconds(1234567890123);
@@ -166,7 +168,8 @@ TEST(kelFileOperations, DeleteExistsAndEmptyNames) {
 TEST(kelFileOperations, SetPermissions_TouchesTheOwnersTwoBitsOnlyAndTheAccessTestsSeeThem) {
     const TemporaryDirectory directory;
     fs::permissions(directory.Path(), fs::perms::all);
-    const std::string name = directory / "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80 \xFF\xED\xA0\x80";
+    const std::string name =
+        directory / "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD \xFF\xED\xA0\x80";
     const Guard user = Unprivileged();
     kelFile file(name, kelFile::ModeWrite | kelFile::ModeCreate);
     EXPECT_EQ(file.Close(), kelStatusOk);
@@ -207,7 +210,9 @@ TEST(Overloads, WithALibrary_TakeNullAndDoTheSame) {
     }
     kelLibrary copy(library);
     copy = library;
-    EXPECT_TRUE(kelDirectory::IsRelativePath("a") && !kelDirectory::IsRelativePath("a:b"));
+    for (const char* const name : {"a", "", "/a", "\\a", "a:b"}) {
+        EXPECT_EQ(kelDirectory::IsRelativePath(name), name == std::string("a")) << name;
+    }
     EXPECT_EQ(kelDirectory::CleanPath("a//b/../c\\"), "a//b/../c\\");
 }
 

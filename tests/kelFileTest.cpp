@@ -129,6 +129,7 @@ protected:
         EXPECT_TRUE(All(kelStatusOk, {file.Write(value), file.SeekToBegin(), file.Read(back)}));
         EXPECT_EQ(Content(), bytes);
         EXPECT_TRUE(file.Read(back) == kelStatusFailed && file.EndOfFile());
+        EXPECT_TRUE(All(kelStatusFailed, {kelFile().Read(back), kelFile().Write(value)}));
         EXPECT_EQ(back, value);
         unsigned long long size = bytes.size();
         EXPECT_TRUE(All(kelStatusOk, {file.SeekToBegin(), file.Write(&value, size),

@@ -9,6 +9,7 @@
 #include <functional>
 
 #include "kelStatus.h"
+#include "support/System.h"
 #include "support/TemporaryDirectory.h"
 
 namespace {
@@ -101,6 +102,8 @@ TEST_F(kelSharedMemoryStates, Sizes_AreExactOrRefusedWithoutAName) {
         EXPECT_EQ(memory.Create(size, own), kFailed) << size;
         EXPECT_EQ(memory.Create(1, own), kOk) << "the name is free and the object Empty";
     }
+    const auto limit = zukel::test::FileSizeLimit(5000);
+    EXPECT_EQ(Memory().Create(5001, own), kFailed) << "and no signal";
 }
 
 TEST_F(kelSharedMemoryStates, Processes_ExchangeDataAndOutliveAKilledCreator) {

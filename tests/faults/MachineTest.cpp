@@ -93,6 +93,8 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
     constexpr auto text = "XMemTotal: 2\nMemTotal:   3 kB\nBig: 18014398509481984";
     EXPECT_EQ(FieldOf(text, "MemTotal", 1024), 3072U);
     EXPECT_EQ(FieldOf(text, "Big", 1024), kUnknown);
+    EXPECT_EQ(FieldOf("MemTotals: 1\nMemTotal", "MemTotal", 1), kUnknown);
+    EXPECT_EQ(FieldOf("MemTotal: x", "MemTotal", 1), kUnknown);
     EXPECT_EQ(FieldOf("Number: 18446744073709551616", "Number", 1), kUnknown);
 }
 
@@ -102,6 +104,9 @@ TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
         {"\xf0\x9f\x98", u"\ufffd"},              // ends in the middle
         {"\xf0\x9f\xc3\xa4", u"\ufffd\u00e4"},    // the next character is not swallowed
         {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"},  // a surrogate
+        {"\xed\x9f\xbf\xf4\x8f\xbf\xbf", u"\ud7ff\U0010ffff"},
+        {"\xe0\x9f\xbf", u"\ufffd\ufffd\ufffd"},            // longer than need be
+        {"\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd"},  // beyond the last character
     };
     for (const auto& [text, expected] : rows) {
         const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is

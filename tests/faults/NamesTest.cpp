@@ -69,7 +69,9 @@ TEST(Names, LocaleNames) {
         fil_PH.UTF-8    UTF-8        _               eo       UTF-8           _
         en_USA          UTF-8        _               vi_VN    TCVN5712-1      _
         xx_XX           ISO-8859-17  _               xx_XX    ISO-8859-       _
-        xx_XX           ISO-8859-1x  _)");
+        xx_XX           ISO-8859-1x  _               Sv_SE    UTF-8           _
+        sV_SE           UTF-8        _               sv-SE    UTF-8           _
+        sv_sE           UTF-8        _               sv_S{    UTF-8           _)");
     for (const auto& [name, characterSet, text] : cases) {
         using platform::LocaleFact;
         const platform::LocaleId id = platform::PackLocale(name, characterSet);

@@ -451,6 +451,17 @@ TEST(Transfers, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     EXPECT_EQ(kelFile::Rename(it.file, to), kOk);
     EXPECT_EQ(fs::status(to).permissions(), fs::perms(04751));
     EXPECT_TRUE(fs::last_write_time(to) == time);
+    fs::current_path(it.beyond.Path());
+    EXPECT_EQ(kelFile::Rename("to", it.file), kOk) << "a name without a folder";
+    EXPECT_EQ(kelFile::Rename(it.file, "to"), kOk);
+    EXPECT_EQ(kelFile::Rename("to", it.place / ""), kFailed) << "no name at all";
+    if (geteuid() == 0) {  // what runs as its owner must not come to run as another
+        EXPECT_EQ(chown("to", 65534, 65534) + chmod("to", 06751), 0);
+        EXPECT_EQ(kelFile::NativeCopy("to", it.missing, 0), kOk);
+        EXPECT_EQ(fs::status(it.missing).permissions(), fs::perms(0751));
+        EXPECT_EQ(kelFile::Rename("to", it.from), kOk);
+        EXPECT_EQ(fs::status(it.from).permissions(), fs::perms(06751));
+    }
 }
 
 }  // namespace
