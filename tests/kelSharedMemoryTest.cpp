@@ -103,7 +103,8 @@ TEST_F(kelSharedMemoryStates, Sizes_AreExactOrRefusedWithoutAName) {
         EXPECT_EQ(memory.Create(1, own), kOk) << "the name is free and the object Empty";
     }
     const auto limit = zukel::test::FileSizeLimit(5000);
-    EXPECT_EQ(Memory().Create(5001, own), kFailed) << "and no signal";
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(Memory().Create(5001, own), kFailed) << "and no signal ends the process";
 }
 
 TEST_F(kelSharedMemoryStates, Processes_ExchangeDataAndOutliveAKilledCreator) {
