@@ -163,6 +163,15 @@ TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
     }
 }
 
+TEST(kelProcess, Kill_GoesByADescriptorThatNeverMeansAnotherProcess) {
+    int byNumber = 0;
+    kelProcess process;
+    EXPECT_EQ(process.Start("sleep", {"30"}, false), kelStatusOk);
+    const Guard counted = AtCall("kill", [&] { return ++byNumber, 0; });
+    EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kelStatusOk);
+    EXPECT_EQ(byNumber, 0);
+}
+
 TEST(kelProcess, NumbersThatMeanGroups_NeverReachTheSystem) {
     const Guard all = Fault(FaultSource::System, 1, FaultReach::FromThenOn);
     for (const int pid : {0, -1, -2, std::numeric_limits<int>::min()}) {
