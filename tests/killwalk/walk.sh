@@ -1,0 +1,214 @@
+#!/usr/bin/env bash
+# Kills a process before each of its system calls in turn, from the first that names one of its files to
+# the last, and looks at the files afterwards.
+#
+#   walk.sh OPERATION PROGRAM        Copy, NativeCopy and Rename by the program that runs one of them,
+#                                    mirror by the example of that name
+#
+# What holds after a kill at any call:
+#
+#   Copy, NativeCopy   The source is whole. The target is missing only if it was before; it has its former
+#                      contents or as many of the first bytes of the source as were written: these two
+#                      write into the target itself. No other name has come up.
+#   Rename             On one volume: either the source is whole and the target is as it was, or the
+#                      source is gone and the target is whole. No other name has come up.
+#                      Across two: the same, or both are whole. The target never has a part of anything,
+#                      and is missing only if it was before. What is new beside it is called .zukel-*.
+#   mirror             The source is whole. Each file of the target is as it was or whole, and is missing
+#                      only if it was before; what is new beside them is called .mirror-*. The next run
+#                      makes the two equal.
+#
+# "Whole" is contents, permissions and modification time.
+set -euo pipefail
+operation=$1
+program=$2
+
+skip() {
+    echo "SKIPPED: $*"
+    exit 77
+}
+
+work=$(mktemp -d)
+other=$(mktemp -d -p /dev/shm 2>/dev/null) || other=
+trap 'rm -rf "$work" ${other:+"$other"}' EXIT
+# Nothing but the operation: no leak check, which cannot be traced, and no counts of coverage.
+export ASAN_OPTIONS=detect_leaks=0 GCOV_PREFIX=$work/counts LC_ALL=C
+
+# traced [OPTION...] COMMAND...: with the trace in a file, and what is said in another. That the shell
+# tells of the kill is of no use: call it with 2>/dev/null.
+traced() {
+    strace -qq -f -o "$work/trace" "$@" >"$work/said" 2>&1
+}
+
+command -v strace >/dev/null || skip "strace is not installed"
+traced -e inject=exit_group:signal=KILL true 2>/dev/null || true
+grep -q 'killed by SIGKILL' "$work/trace" || skip "nothing can be traced here: $(head -n 1 "$work/said")"
+
+fail() {
+    echo "walk.sh: $operation, $situation, killed before ${call:-nothing}: $*" >&2
+    ls -la "$from" "$to" >&2 || true
+    exit 1
+}
+
+facts() {
+    stat -c '%a %Y' "$1"
+}
+
+# whole FILE ORIGINAL
+whole() {
+    [[ -f $1 ]] && cmp -s "$1" "$2" && [[ $(facts "$1") == "$(facts "$2")" ]]
+}
+
+# calls FILE: the name of each call in the trace, and which of this name it is, as far as it matters.
+calls() {
+    awk -v work="$work" -v place="${other:-$work}" '
+        { sub(/^[0-9]+ +/, ""); name = $0; sub(/\(.*/, "", name) }
+        name !~ /^[a-z_0-9]+$/ { next }
+        /\.gcda/ { exit }
+        { ++seen[name] }
+        (index($0, work "/") || index($0, place "/")) && name != "execve" { started = 1 }
+        started { print name, seen[name] }' "$1"
+}
+
+# walk SITUATION PREPARE CHECK COMMAND...: the check gets "done" after the command has run to its end.
+walk() {
+    situation=$1
+    local prepare=$2 check=$3 name number code count=0
+    shift 3
+    call=
+    "$prepare"
+    traced "$@" || fail "it fails: $(cat "$work/said")"
+    "$check" done
+    calls "$work/trace" >"$work/calls"
+    while read -r name number; do
+        call="$name $number"
+        "$prepare"
+        code=0
+        traced -e trace="$name" -e inject="$name:signal=KILL:when=$number" "$@" 2>/dev/null || code=$?
+        [[ $code -eq 137 ]] || fail "it was to be killed, and gave $code"
+        "$check" killed
+        count=$((count + 1))
+    done <"$work/calls"
+    [[ $count -ge 2 ]] || fail "there are only $count calls"
+    echo "$operation, $situation: killed before each of $count calls"
+}
+
+# Two originals; the first has more than two blocks of those in which files are copied.
+head -c 600000 /dev/urandom >"$work/new"
+head -c 5000 /dev/urandom >"$work/old"
+chmod 640 "$work/new"
+touch -d '2001-02-03 04:05:06' "$work/new"
+touch -d '1999-01-01' "$work/old"
+
+prepare_new() {
+    rm -rf "$from" "$to"
+    mkdir "$from" "$to"
+    cp -p "$work/new" "$from/file"
+}
+
+prepare_existing() {
+    prepare_new
+    cp -p "$work/old" "$to/file"
+}
+
+# No name but those given in a folder.
+only() {
+    local folder=$1 entry
+    shift
+    for entry in "$folder"/* "$folder"/.[!.]*; do
+        [[ -e $entry ]] || continue
+        # shellcheck disable=SC2053
+        [[ ${entry##*/} == file || ${entry##*/} == ${1-file} ]] || fail "$entry has come up"
+    done
+}
+
+as_it_was() {
+    if [[ $situation == *existing* ]]; then
+        whole "$to/file" "$work/old"
+    else
+        [[ ! -e $to/file ]]
+    fi
+}
+
+check_copy() {
+    whole "$from/file" "$work/new" || fail "the source is not whole"
+    only "$from"
+    only "$to"
+    if [[ $1 == done ]]; then
+        cmp -s "$to/file" "$work/new" || fail "the target is not complete"
+    elif ! as_it_was; then
+        [[ -f $to/file ]] || fail "the target is missing"
+        cmp -s "$to/file" "$work/old" || cmp -s -n "$(stat -c %s "$to/file")" "$to/file" "$work/new" ||
+            fail "the target is no beginning of the source"
+    fi
+}
+
+check_rename() {
+    local source=gone target=broken
+    [[ ! -e $from/file ]] || source=broken
+    ! whole "$from/file" "$work/new" || source=whole
+    ! as_it_was || target=former
+    ! whole "$to/file" "$work/new" || target=whole
+    only "$from"
+    case $situation:$1:$source:$target in
+        *:gone:whole | *:killed:whole:former | *volumes*:killed:whole:whole) ;;
+        *) fail "source $source, target $target" ;;
+    esac
+    if [[ $situation == *volumes* && $1 == killed ]]; then
+        only "$to" '.zukel-*'
+    else
+        only "$to"
+    fi
+}
+
+prepare_mirror() {
+    rm -rf "$from" "$to"
+    cp -a "$work/trees/from" "$from"
+    cp -a "$work/trees/to" "$to"
+}
+
+check_mirror() {
+    local name
+    diff -r "$work/trees/from" "$from" >"$work/said" || fail "the source has changed"
+    for name in changed same "more/deep file"; do
+        whole "$to/$name" "$from/$name" && continue
+        [[ $1 == killed ]] || fail "$name is not whole"
+        [[ ! -e $to/$name && ! -e $work/trees/to/$name ]] || whole "$to/$name" "$work/trees/to/$name" ||
+            fail "$name is neither old nor new"
+    done
+    [[ -z $(cd "$to" && find . -mindepth 1 ! -name 'changed' ! -name same ! -name more ! -name 'deep file' \
+        ! -name vanished ! -name '.mirror-??????') ]] || fail "a name has come up"
+    "$program" -q --delete "$from" "$to" || fail "the next run fails"
+    diff -r "$from" "$to" >"$work/said" && whole "$to/more/deep file" "$from/more/deep file" &&
+        whole "$to/changed" "$from/changed" || fail "the next run does not make them equal"
+}
+
+from=$work/from
+to=$work/to
+case $operation in
+    Copy | NativeCopy) check=check_copy ;;
+    Rename) check=check_rename ;;
+    mirror)
+        mkdir -p "$work"/trees/{from/more,to}
+        cp -p "$work/new" "$work/trees/from/changed"
+        cp -p "$work/old" "$work/trees/to/changed"
+        cp -p "$work/old" "$work/trees/from/same"
+        cp -p "$work/old" "$work/trees/to/same"
+        cp -p "$work/new" "$work/trees/from/more/deep file"
+        cp -p "$work/old" "$work/trees/to/vanished"
+        walk "two trees" prepare_mirror check_mirror "$program" -q --delete "$from" "$to"
+        exit
+        ;;
+esac
+for target in new existing; do
+    walk "$target target" "prepare_$target" "$check" "$program" "$operation" "$from/file" "$to/file"
+done
+if [[ -z $other || $(stat -c %d "$other") == "$(stat -c %d "$work")" ]]; then
+    echo "Across volumes: nothing tried, /dev/shm is no other one"
+    exit
+fi
+to=$other/to
+for target in new existing; do
+    walk "$target target, two volumes" "prepare_$target" "$check" \
+        "$program" "$operation" "$from/file" "$to/file"
+done
