@@ -1,0 +1,140 @@
+// What a program that lives long does, long: children started, objects of each class made and
+// dropped, and a directory listed in eight threads, while nothing keeps the runtime started. Fails
+// when memory, descriptors or zombies grow.
+//
+//   zukel_soak CHILDREN OBJECTS SECONDS
+//
+// so many children, objects of each class, and at most so many seconds. The work is cut into 50
+// equal rounds; between them, with the listing threads ended, the figures are read. After the first
+// ten they must have come to rest: from then on no descriptor and no zombie more is allowed, 64 KiB
+// more on the heap and 2 MiB more of memory, whatever the number of rounds.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include "Soak.h"
+
+namespace {
+
+constexpr int kRounds = 50;
+constexpr int kWarmUp = 10;
+constexpr int kThreads = 8;
+constexpr long long kMoreHeap = 64 << 10;
+constexpr long long kMoreResident = 2 << 20;
+
+/// Threads that list the place until they are no longer needed.
+class Listers {
+public:
+    explicit Listers(const Place& place) {
+        for (int number = 0; number < kThreads; ++number) {
+            threads_.emplace_back([this, &place] {
+                while (!done_) {
+                    List(place);
+                    ++lists_;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                }
+            });
+        }
+    }
+    ~Listers() {
+        done_ = true;
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+    }
+    Listers(const Listers&) = delete;
+    Listers& operator=(const Listers&) = delete;
+    static long long Lists() { return lists_; }
+
+private:
+    std::atomic<bool> done_{false};
+    static inline std::atomic<long long> lists_{0};
+    std::vector<std::thread> threads_;
+};
+
+/// Round `round` of the work on `count` things: from where to where it goes.
+template <typename Do>
+void Part(int round, long long count, Do what) {
+    for (long long number = count * round / kRounds; number < count * (round + 1) / kRounds;
+         ++number) {
+        what(number);
+    }
+}
+
+void Take(Figures& most, const Figures& now) {
+    most.heap = std::max(most.heap, now.heap);
+    most.resident = std::max(most.resident, now.resident);
+    most.descriptors = std::max(most.descriptors, now.descriptors);
+}
+
+bool Grew(const Figures& now, const Figures& most) {
+    return now.heap > most.heap + kMoreHeap || now.resident > most.resident + kMoreResident ||
+           now.descriptors > most.descriptors || now.zombies != 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 4) {
+        std::fprintf(stderr, "usage: zukel_soak CHILDREN OBJECTS SECONDS\n");
+        return 2;
+    }
+    const long long children = std::atoll(arguments[1]);
+    const long long objects = std::atoll(arguments[2]);
+    const std::chrono::seconds limit(std::atoll(arguments[3]));
+    const auto start = std::chrono::steady_clock::now();
+    const bool shows = isatty(STDERR_FILENO) != 0;
+    const Place place;
+    Figures most{};
+    std::printf("%9s %9s %10s %9s %10s %12s %11s %7s\n", "seconds", "children", "of a class",
+                "listings", "heap KiB", "memory KiB", "descriptors", "zombies");
+    for (int round = 0; round < kRounds; ++round) {
+        const auto spent = std::chrono::steady_clock::now() - start;
+        if (spent > limit) {
+            std::printf("NOT DONE in %s seconds\n", arguments[3]);
+            return 1;
+        }
+        {
+            const Listers listers(place);
+            Part(round, children, RunChild);
+            for (const Job& job : kJobs) {
+                if (shows) {
+                    std::fprintf(stderr, "\r%3d %%  %-30s", 100 * round / kRounds, job.name);
+                }
+                Part(round, objects, [&](long long number) { job.run(place, number); });
+            }
+        }
+        SettleChildren();
+        const Figures now = ReadFigures();
+        const bool grew = round >= kWarmUp && Grew(now, most);
+        if (round < kWarmUp) {
+            Take(most, now);
+        }
+        if (grew || round % 5 == 4) {
+            const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+            std::printf("%s%9.1f %9lld %10lld %9lld %10.1f %12lld %11lld %7lld\n",
+                        shows ? "\r" : "", seconds.count(), children * (round + 1) / kRounds,
+                        objects * (round + 1) / kRounds, Listers::Lists(),
+                        static_cast<double>(now.heap) / 1024, now.resident / 1024, now.descriptors,
+                        now.zombies);
+            std::fflush(stdout);
+        }
+        if (grew) {
+            std::printf(
+                "GROWN beyond the first %d of %d rounds: heap %.1f KiB, memory %lld KiB, "
+                "descriptors %lld, zombies 0\n",
+                kWarmUp, kRounds, static_cast<double>(most.heap) / 1024, most.resident / 1024,
+                most.descriptors);
+            return 1;
+        }
+    }
+    std::printf("soak: nothing has grown\n");
+    return 0;
+}
