@@ -11,7 +11,7 @@ struct kelAtomicRecord;
 /// kelAtomic users;
 /// users.Increment();
 /// if (users.Decrement() == 0) {
-///     std::puts("the last one is gone");
+///     std::puts("the last one is gone");  // prints: the last one is gone
 /// }
 /// @endcode
 ///
@@ -22,13 +22,15 @@ public:
     /// Makes a counter at 0. Throws `std::bad_alloc` without memory.
     kelAtomic();
     kelAtomic(const kelAtomic& other) = delete;
+    /// Gives the counter up, unless another object counts on it.
     ~kelAtomic();
     /// Counts on the counter of `other` from now on; it lives as long as either object.
     kelAtomic& operator=(const kelAtomic& other);
 
-    /// Adds one and returns the value before.
+    /// Adds one and returns the value before. 4294967295 goes to 0.
     unsigned int Increment();
-    /// Takes one off and returns the value after; 0 when it has come to zero, -1 from 0.
+    /// Takes one off and returns the value after; 0 when it has come to zero, -1 from 0. A count of
+    /// 2^31 and more comes out negative.
     int Decrement();
 
 private:

@@ -7,14 +7,43 @@
 class kelLibrary;
 
 /// The interface of a meeting point of threads, to derive from. The class itself makes nobody wait.
+///
+/// @code
+/// class Barrier : public kelBarrier {
+/// public:
+///     /// Returns when `count` threads have called it.
+///     void Block(unsigned long long count) override {
+///         std::unique_lock<std::mutex> lock(mutex_);
+///         const int round = round_;
+///         if (++waiting_ == count) {
+///             waiting_ = 0;
+///             ++round_;
+///             all_.notify_all();
+///         }
+///         all_.wait(lock, [&] { return round != round_; });
+///     }
+///
+/// private:
+///     std::mutex mutex_;
+///     std::condition_variable all_;
+///     unsigned long long waiting_ = 0;
+///     int round_ = 0;
+/// };
+/// Barrier barrier;
+/// std::thread other([&] { barrier.Block(2); });
+/// barrier.Block(2);
+/// other.join();
+/// std::puts("both were there");  // prints: both were there
+/// @endcode
 class KEL_API kelBarrier {
 public:
-    /// The count is not read.
+    /// The count is not read: `Block` is given one of its own.
     explicit kelBarrier(std::size_t count = 0);
     /// The same. The pointer is not read and may be null.
     explicit kelBarrier(kelLibrary* library, std::size_t count = 0);
     kelBarrier(const kelBarrier& other) = delete;
     virtual ~kelBarrier();
+    /// There is nothing to take over: the base holds no state.
     kelBarrier& operator=(const kelBarrier& other);
 
     /// Returns at once; the count is not read.

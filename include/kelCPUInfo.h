@@ -11,6 +11,11 @@
 /// the answer. The figures of a package are those of the vendors "GenuineIntel" and "AuthenticAMD"
 /// alone, by the leaves 1, 0x80000001 and 0x80000008. On a processor without the instruction the
 /// vendor text is empty and the answers are those for any other vendor.
+///
+/// @code
+/// const int workers = std::max(1, kelCPUInfo::GetNumProcessors());
+/// std::printf("%d workers on \"%s\"\n", workers, kelCPUInfo::GetCPUID().c_str());
+/// @endcode
 class KEL_API kelCPUInfo {
 public:
     /// Returns the object: there is nothing to copy.

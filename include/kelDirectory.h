@@ -38,13 +38,17 @@ struct kelDirectoryRecord;
 /// `GetFileNames`.
 ///
 /// @code
-/// kelDirectory directory("/etc");
+/// kelDirectory directory("notes");
 /// zuString name;
 /// while (directory.ReadNext(name) == kelStatusOk) {
-///     std::puts(name.c_str());
+///     if (name != "." && name != "..") {
+///         std::puts(name.c_str());  // prints: today.txt
+///     }
 /// }
-/// kelDirectory::GetAbsolutePath("/srv/./www/../data/");      // "/srv/data"
-/// kelDirectory::GetRelativePath("/usr/lib", "/usr/share");   // "./../share/"
+/// std::puts(kelDirectory::GetAbsolutePath("/srv/./www/../data/").c_str());
+/// // prints: /srv/data
+/// std::puts(kelDirectory::GetRelativePath("/usr/lib", "/usr/share").c_str());
+/// // prints: ./../share/
 /// @endcode
 class KEL_API kelDirectory {
 public:
@@ -153,27 +157,27 @@ public:
     /// A copy of `path`, byte for byte. Nothing is cleaned: ask `GetAbsolutePath` for that.
     static zuString CleanPath(const zuString& path);
 
-    /// Whether `path` is not empty, begins with neither `/` nor `\` and has no `:` anywhere. So
-    /// `a/b:c` is not relative, and `~/a` is.
+    /// Whether `path` is not empty, begins with neither `/` nor a backslash and has no `:`
+    /// anywhere. So `a/b:c` is not relative, and `~/a` is.
     static bool IsRelativePath(const zuString& path);
 
-    /// The canonical form of `path`: `.` and `..` worked out, repeated and trailing separators
-    /// gone.
+    /// The canonical form of `path`. `.` and `..` are worked out, repeated and trailing separators
+    /// are gone.
     ///
     /// The result is rooted, but it has nothing to do with the current directory: `a/b` gives
-    /// `/a/b`. The separator is `/` alone; `\` is an ordinary byte. A path whose second byte is `:`
-    /// keeps its first two bytes in front (`C:/a/..` gives `C:`), and one that begins with `//`
-    /// keeps both slashes (`//host/share/`, but `//` alone gives `/`). A `..` that has nothing to
-    /// remove vanishes. Only the result `/` ends in a separator; only the empty path gives an empty
-    /// result.
+    /// `/a/b`. The separator is `/` alone; a backslash is an ordinary byte. A path whose second
+    /// byte is `:` keeps its first two bytes in front (`C:/a/..` gives `C:`), and one that begins
+    /// with `//` keeps both slashes (`//host/share/`, but `//` alone gives `/`). A `..` that has
+    /// nothing to remove vanishes. Only the result `/` ends in a separator; only the empty path
+    /// gives an empty result.
     ///
     /// The way through a symbolic link is not seen: `link/..` is removed as text.
     static zuString GetAbsolutePath(const zuString& path);
     /// @}
 
-    /// The way from one existing directory to another: `./`, then `../` for each level up, then the
-    /// names down, each with a `/` behind it. From `/usr/lib` to `/usr/share` it is `./../share/`,
-    /// from a directory to itself `./`.
+    /// The way from one existing directory to another. It is made of `./`, then `../` for each
+    /// level up, then the names down, each with a `/` behind it. From `/usr/lib` to `/usr/share` it
+    /// is `./../share/`, from a directory to itself `./`.
     ///
     /// Both names are first expanded by `kelLibrary::GetAbsoluteFileName`, then brought to lower
     /// case byte by byte (by the C library's `tolower`) and to `/` as separator; it is these texts

@@ -45,7 +45,7 @@ struct kelDynamicObjectRecord;
 /// if (module.kelLoadLibraryEx("plugins", "answer") != kelStatusOk) {
 ///     std::fprintf(stderr, "%s\n", module.GetError().c_str());
 /// } else if (module.FindSymbol(&answer, "Answer") == kelStatusOk) {
-///     std::printf("%lld\n", answer());
+///     std::printf("%lld\n", answer());  // prints: 42
 /// }
 /// @endcode
 class KEL_API kelDynamicObject {
@@ -100,8 +100,10 @@ public:
     /// that failed.
     zuString GetLibraryName() const;
 
-    /// @name Under the names that <windows.h> makes of a call to `LoadLibrary`
+    /// @name Under the names that windows.h makes of a call to `LoadLibrary`
     /// @{
+
+    /// The same as `LoadLibrary`.
     int LoadLibraryA(const zuString& name) { return LoadLibrary(name); }
     int LoadLibraryW(const zuString& name) { return LoadLibrary(name); }
     /// @}

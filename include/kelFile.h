@@ -33,11 +33,19 @@ struct kelFileRecord;
 /// is destroyed. For many files in a row make an object for each.
 ///
 /// @code
-/// kelFile in("notes.txt", kelFile::ModeRead | kelFile::ModeBuffered);
+/// kelFile out("list.txt", kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeTruncate);
+/// out.WriteLine("milk\n");
+/// out.WriteLine("bread\n");
+/// if (out.Close() != kelStatusOk) {
+///     return 1;  // not opened, or not all of it has reached the system
+/// }
+/// kelFile in("list.txt", kelFile::ModeRead | kelFile::ModeBuffered);
 /// char line[1024];
 /// while (in.ReadLine(line, sizeof line) == kelStatusOk) {
 ///     std::fputs(line, stdout);
 /// }
+/// // prints: milk
+/// // prints: bread
 /// @endcode
 class KEL_API kelFile {
 public:
@@ -128,6 +136,8 @@ public:
     /// gives `kelStatusFailed` and writes nothing. Buffered, a value is taken whole or not at all;
     /// unbuffered, a full device may take a part of it, and the block form tells how much.
     /// @{
+
+    /// Reads or writes one value, as told above.
     int Read(char& value);
     int Read(short& value);
     int Read(unsigned short& value);
@@ -160,6 +170,8 @@ public:
     /// GiB less 4 KiB in one call): go on with the rest. Buffered, it is whole unless it fails, and
     /// `size` then tells exactly how many bytes reached the file or the buffer.
     /// @{
+
+    /// Reads into or writes from `size` bytes at `buffer`, as told above.
     int Read(char* buffer, unsigned long long& size);
     int Read(short* buffer, unsigned long long& size);
     int Read(unsigned short* buffer, unsigned long long& size);
@@ -254,6 +266,7 @@ public:
     /// (group), and is not insisted on where the target belongs to somebody else or its volume
     /// keeps no permissions. A pipe as source is read until its writers have closed it.
     static int Copy(const zuString& from, const zuString& to, int perms);
+    /// The same. The pointer is not read and may be null.
     static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
 
     /// Copies a file as the platform's own copy does: contents, permissions and modification time.
@@ -278,6 +291,7 @@ public:
     ///
     /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
     static int Rename(const zuString& from, const zuString& to);
+    /// The same. The pointer is not read and may be null.
     static int Rename(const kelLibrary* library, const zuString& from, const zuString& to);
 
     /// The platform's own rename: never to another volume. Linux: replaces a file of that name in
@@ -287,6 +301,7 @@ public:
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
     /// not removed. Linux: a file that is open somewhere lives on without the name.
     static int Delete(const zuString& name);
+    /// The same. The pointer is not read and may be null.
     static int Delete(const kelLibrary* library, const zuString& name);
 
     /// Whether something of this name exists: a file, a directory, or what a symbolic link leads
@@ -301,6 +316,7 @@ public:
     /// mean nothing. Linux: every other permission of the file stays as it was; a symbolic link is
     /// followed. Windows: a file can always be read.
     static int SetPermissions(const zuString& name, int perms);
+    /// The same. The pointer is not read and may be null.
     static int SetPermissions(const kelLibrary* library, const zuString& name, int perms);
     /// @}
 

@@ -36,6 +36,7 @@ struct kelFileInfoRecord;
 /// if (info.GetType() == kelFileInfo::RegularFile) {
 ///     std::printf("%s: %d bytes\n", info.GetFileName().c_str(), info.GetSize());
 /// }
+/// // prints: today.txt: 11 bytes
 /// @endcode
 class KEL_API kelFileInfo {
 public:
@@ -91,8 +92,8 @@ public:
     void SetLibrary(kelLibrary* library);
 
     /// @name Parts of the name
-    /// Separators are `/`, `\` and `:`. The parts are those of the text; only `GetFileExtension`
-    /// asks the system.
+    /// Separators are `/`, the backslash and `:`. The parts are those of the text; only
+    /// `GetFileExtension` asks the system.
     ///
     /// | name            | `GetPath` | `GetFileName`  | `GetBaseName` | `GetFileExtension` |
     /// |-----------------|-----------|----------------|---------------|--------------------|
@@ -112,9 +113,9 @@ public:
     zuString GetFileName() const;
     /// The file name up to its last dot. A name whose only dot is its first byte is whole.
     zuString GetBaseName() const;
-    /// What follows the last dot in the part behind the last `/` or `\`: a colon does not count
-    /// here, and neither does it matter that a dot comes first. Empty for a directory, which is
-    /// found out by the query; a file that cannot be queried has its extension all the same.
+    /// What follows the last dot in the part behind the last `/` or backslash: a colon does not
+    /// count here, and neither does it matter that a dot comes first. Empty for a directory, which
+    /// is found out by the query; a file that cannot be queried has its extension all the same.
     zuString GetFileExtension() const;
     /// @}
 

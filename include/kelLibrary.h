@@ -24,7 +24,9 @@ struct kelLibraryRecord;
 /// @code
 /// int main() {
 ///     kelLibrary library;
-///     return kelFile::Exists(kelLibrary::GetAbsoluteFileName("~/settings.ini")) ? 0 : 1;
+///     library.SetEnvironmentVariable("SITE", "/srv/www");
+///     std::puts(kelLibrary::GetAbsoluteFileName("$SITE\\index.html").c_str());
+///     return 0;  // prints: /srv/www/index.html
 /// }
 /// @endcode
 ///
@@ -86,8 +88,8 @@ public:
     /// not tell it.
     int GetHostName(zuString& name);
 
-    /// The locale of the calling thread: two lower-case letters of language, `_`, two letters of
-    /// country, `.`, and the number of the code page in decimal, such as `en_US.1252`.
+    /// The locale of the calling thread, such as `en_US.1252`: two lower-case letters of language,
+    /// an underscore, two letters of country, a dot, and the number of the code page in decimal.
     ///
     /// @returns a text of its own for each call, which stays valid until the object and all that
     /// share with it by assignment are destroyed; null when the platform cannot tell one of the
@@ -121,7 +123,7 @@ public:
     static const char* GetSharedLibSuffix();
     /// @}
 
-    /// The name with its shorthands expanded and every `\` outside of them turned into `/`:
+    /// The name with its shorthands expanded and every backslash outside of them turned into `/`:
     ///
     /// | component               | becomes                                                   |
     /// |-------------------------|-----------------------------------------------------------|
@@ -130,9 +132,9 @@ public:
     /// | `$NAME`                 | the value of the environment variable `NAME`              |
     /// | any other               | stays: also `~user`, `a$NAME`, `.`, `..` and an empty one |
     ///
-    /// Components lie between separators, `/` or `\`. What a shorthand gives is not expanded again
-    /// and keeps its separators. A shorthand that cannot be expanded stays as it is; nothing
-    /// reports it. The name need not exist, and a relative name stays relative.
+    /// Components lie between separators, `/` or the backslash. What a shorthand gives is not
+    /// expanded again and keeps its separators. A shorthand that cannot be expanded stays as it is;
+    /// nothing reports it. The name need not exist, and a relative name stays relative.
     ///
     /// Windows: a result with a `~` in it, wherever that comes from, has the short (8.3) components
     /// of a file that exists replaced by the long ones. Linux: there are no short names.
@@ -144,17 +146,22 @@ public:
     /// `lib.dll.dll`. A last component `$NAME` is looked up with prefix and suffix around it.
     static zuString GetAbsoluteLibraryName(const zuString& name);
 
-    /// @name Under the names that <windows.h> makes of calls to the two above
+    /// @name Under the names that windows.h makes of calls to the two above
     /// @{
+
+    /// The same as `GetEnvironmentVariable`.
     int GetEnvironmentVariableA(zuString& value, const zuString& name) {
         return GetEnvironmentVariable(value, name);
     }
+    /// The same as `GetEnvironmentVariable`.
     int GetEnvironmentVariableW(zuString& value, const zuString& name) {
         return GetEnvironmentVariable(value, name);
     }
+    /// The same as `SetEnvironmentVariable`.
     int SetEnvironmentVariableA(const zuString& name, const zuString& value) {
         return SetEnvironmentVariable(name, value);
     }
+    /// The same as `SetEnvironmentVariable`.
     int SetEnvironmentVariableW(const zuString& name, const zuString& value) {
         return SetEnvironmentVariable(name, value);
     }

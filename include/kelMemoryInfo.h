@@ -7,12 +7,22 @@
 ///
 /// A used figure is the difference of the other two, which were read together; it is all ones where
 /// one of them is.
+///
+/// @code
+/// kelMemoryInfo memory;
+/// kelSystem::GetMemoryDetails(memory);
+/// if (memory.availablePhysical != ~0ULL) {
+///     std::printf("%llu MiB can be had\n", memory.availablePhysical >> 10);
+/// }
+/// @endcode
 class KEL_API kelMemoryInfo {
 public:
     /// Sets all figures to all ones.
     kelMemoryInfo();
+    /// Copies the nine figures.
     kelMemoryInfo(const kelMemoryInfo& other) = default;
     ~kelMemoryInfo();
+    /// Copies the nine figures.
     kelMemoryInfo& operator=(const kelMemoryInfo& other);
 
     /// @name Physical memory
@@ -21,9 +31,9 @@ public:
     /// Available is what can be had without swapping: unused memory and what the system would give
     /// up of its caches. Windows: the machine's memory, and what of it is available.
     /// @{
-    unsigned long long totalPhysical;
-    unsigned long long usedPhysical;
-    unsigned long long availablePhysical;
+    unsigned long long totalPhysical;      ///< All of it.
+    unsigned long long usedPhysical;       ///< Total less available.
+    unsigned long long availablePhysical;  ///< What is left.
     /// @}
 
     /// @name Address space of the process
@@ -31,9 +41,9 @@ public:
     /// offers a process (x86-64: 128 TiB; all ones on others); used is what is mapped. Windows: the
     /// user part of the address space, and what of it is neither reserved nor committed.
     /// @{
-    unsigned long long totalVirtual;
-    unsigned long long usedVirtual;
-    unsigned long long availableVirtual;
+    unsigned long long totalVirtual;      ///< All of it.
+    unsigned long long usedVirtual;       ///< Total less available.
+    unsigned long long availableVirtual;  ///< What is left.
     /// @}
 
     /// @name Paging memory
@@ -42,8 +52,8 @@ public:
     /// on promising when nothing of it is available. Windows: the commit limit of the system or the
     /// process, and what the process can still commit.
     /// @{
-    unsigned long long totalPaging;
-    unsigned long long usedPaging;
-    unsigned long long availablePaging;
+    unsigned long long totalPaging;      ///< All of it.
+    unsigned long long usedPaging;       ///< Total less available.
+    unsigned long long availablePaging;  ///< What is left.
     /// @}
 };

@@ -39,10 +39,12 @@ struct kelProcessRecord;
 /// if (process.Start("sort", {"-u", "names.txt"}, "", {"sorted.txt", "errors.txt"}, false) !=
 ///     kelStatusOk) {
 ///     std::fprintf(stderr, "sort: %s\n", process.GetLastError().c_str());
+///     return 1;
 /// }
 /// while (process.IsRunning()) {
-///     DoSomethingElse();
+///     kelTime::Sleep(1000);  // or do something else
 /// }
+/// std::puts(kelFile::Exists("sorted.txt") ? "sorted" : "no output");  // prints: sorted
 /// @endcode
 class KEL_API kelProcess {
 public:
@@ -88,6 +90,8 @@ public:
     /// @name Shorter forms of `Start`, with empty values for what they lack
     /// A text or any other pointer in the place of `detach` does not compile.
     /// @{
+
+    /// As the full form; what is not given is empty.
     int Start(const zuString& command, const zuStlVector<zuString>& arguments,
               const zuString& directory, bool detach);
     int Start(const zuString& command, const zuStlVector<zuString>& arguments, bool detach);

@@ -34,13 +34,17 @@ struct kelSharedMemoryRecord;
 ///
 /// @code
 /// kelSharedMemory board;
-/// if (board.Create(4096, "board") != kelStatusOk) {
-///     kelSharedMemory().Remove("board");  // of a creator that is known to be gone
-///     if (board.Create(4096, "board") != kelStatusOk) {
+/// if (board.Create(4096, "org.example.board") != kelStatusOk) {
+///     kelSharedMemory().Remove("org.example.board");  // of a creator that is known to be gone
+///     if (board.Create(4096, "org.example.board") != kelStatusOk) {
 ///         return 1;
 ///     }
 /// }
 /// static_cast<int*>(board.GetBaseAddress())[0] = 42;
+/// kelSharedMemory seen;  // here or in another process
+/// if (seen.Attach("org.example.board") == kelStatusOk) {
+///     std::printf("%d\n", static_cast<int*>(seen.GetBaseAddress())[0]);  // prints: 42
+/// }
 /// @endcode
 ///
 /// Names: any text but the empty one, of any length, up to its first NUL; processes meet when they

@@ -5,6 +5,24 @@
 #include "kelExport.h"
 
 /// Formatting into a buffer. There is no state, and the operation may be called from any thread.
+///
+/// @code
+/// int Format(char* buffer, int size, char* format, ...) {
+///     va_list arguments;
+///     va_start(arguments, format);
+///     const int length = kelString::vsnprintf(buffer, size, format, arguments);
+///     va_end(arguments);
+///     return length;
+/// }
+///
+/// int main() {
+///     char text[12];
+///     char format[] = "%d files, %qd bytes";
+///     const int length = Format(text, sizeof text, format, 3, 5000000000LL);
+///     std::printf("%d: %s\n", length, text);  // prints: 11: 3 files, 50
+///     return 0;
+/// }
+/// @endcode
 class KEL_API kelString {
 public:
     /// Returns the object: there is nothing to copy.

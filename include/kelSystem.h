@@ -29,6 +29,8 @@ public:
     /// In kilobytes of 1024 bytes. Each call asks the platform anew: figures that are to fit
     /// together come from one call of `GetMemoryDetails`.
     /// @{
+
+    /// The figure of that name in `kelMemoryInfo`; all ones when the platform cannot tell it.
     static unsigned long long TotalPhysicalMemory();
     static unsigned long long UsedPhysicalMemory();
     static unsigned long long AvailablePhysicalMemory();

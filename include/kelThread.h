@@ -6,13 +6,25 @@ class kelLibrary;
 
 /// The interface of a thread, to derive from. Nothing in the library starts a thread or calls
 /// `ThreadBody`: the deriving application does both.
+///
+/// @code
+/// class Greeting : public kelThread {
+/// public:
+///     void ThreadBody() override { std::puts("hello from a thread"); }
+/// };
+/// Greeting greeting;
+/// std::thread thread(&Greeting::ThreadBody, &greeting);  // prints: hello from a thread
+/// thread.join();
+/// @endcode
 class KEL_API kelThread {
 public:
+    /// Allocates nothing.
     kelThread();
     /// The same. The pointer is not read and may be null.
     explicit kelThread(kelLibrary* library);
     kelThread(const kelThread& other) = delete;
     virtual ~kelThread();
+    /// There is nothing to take over: the base holds no state.
     kelThread& operator=(const kelThread& other);
 
     /// What the thread is to do.

@@ -17,18 +17,24 @@ struct kelTimeRecord;
 /// local time, and after the constructor from eleven values as given. Copies take the value; their
 /// date is in universal time again.
 ///
-/// The value -1 says that the object holds no valid time: `GetFormatTime` then fails and the
-/// numbers are -1. `MakeCurrentTime`, `MakeLocalTime` and assignment end that.
+/// | State     | value            | date          | entered by                               |
+/// |-----------|------------------|---------------|------------------------------------------|
+/// | universal | the microseconds | universal     | microseconds, `MakeCurrentTime`, copying |
+/// | as given  | the microseconds | of its zone   | the constructor from eleven values       |
+/// | local     | the microseconds | the process's | `MakeLocalTime`                          |
+/// | invalid   | -1               | none          | a constructor that was given no moment   |
+///
+/// An invalid object gives -1 for each number, and its `GetFormatTime` fails. `MakeCurrentTime`,
+/// `MakeLocalTime` and assignment end that.
 ///
 /// Threads: one object is used by one thread at a time; different objects are independent. The
 /// runtime is neither needed nor started.
 ///
 /// @code
-/// kelTime now = kelTime::GetNow();
-/// now.MakeLocalTime();
+/// const kelTime moment(1700000000000000);  // or kelTime::GetNow()
 /// zuString text;
-/// if (now.GetFormatTime(text, "%Y-%m-%d %H:%M:%S") == kelStatusOk) {
-///     std::puts(text.c_str());
+/// if (moment.GetFormatTime(text, "%Y-%m-%d %H:%M:%S") == kelStatusOk) {
+///     std::puts(text.c_str());  // prints: 2023-11-14 22:13:20
 /// }
 /// @endcode
 class KEL_API kelTime {
@@ -44,10 +50,13 @@ public:
     /// the date and time of day, before `secondsEast` is taken off, lie before 1970-01-01 00:00:00,
     /// and when the microseconds do not fit into 64 bits (all of the year 294246 does).
     ///
-    /// @param year since 1900.
+    /// @param monthDay 1 is the first of the month.
     /// @param month 0 is January.
+    /// @param year since 1900.
     /// @param weekDay 0 is Sunday.
     /// @param yearDay 0 is the first of January.
+    /// @param daylightSaving 0 when it is not in force.
+    /// @param secondsEast what the zone is ahead of universal time: 3600 in Paris in winter.
     kelTime(int microSeconds, int seconds, int minutes, int hours, int monthDay, int month,
             int year, int weekDay, int yearDay, int daylightSaving, int secondsEast);
     /// Takes the value of `other`, with its date in universal time.
@@ -92,8 +101,10 @@ public:
     /// durations return at once. Always `kelStatusOk`.
     static int Sleep(long long microSeconds);
 
-    /// @name Under the name that <windows.h> makes of a call to `GetCurrentTime`
+    /// @name Under the name that windows.h makes of a call to `GetCurrentTime`
     /// @{
+
+    /// The same as `GetCurrentTime`.
     static kelTime GetTickCount() { return GetCurrentTime(); }
     /// @}
 

@@ -9,7 +9,8 @@ build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 test_packages=(libgtest-dev libgmock-dev locales strace)
 check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
-package_packages=(dpkg-dev)
+document_packages=(doxygen)
+package_packages=(dpkg-dev "${document_packages[@]}")
 
 say() {
     printf '%s\n' "$*"
