@@ -34,9 +34,7 @@ struct kelFileRecord;
 ///
 /// @code
 /// kelFile out("list.txt", kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeTruncate);
-/// out.WriteLine("milk\n");
-/// out.WriteLine("bread\n");
-/// if (out.Close() != kelStatusOk) {
+/// if (out.WriteLine("milk\nbread\n") != kelStatusOk || out.Close() != kelStatusOk) {
 ///     return 1;  // not opened, or not all of it has reached the system
 /// }
 /// kelFile in("list.txt", kelFile::ModeRead | kelFile::ModeBuffered);

@@ -79,3 +79,82 @@ step_reference() {
         warnings=($warnings)
         try_example "$1"' check
 }
+
+# render_document FILE: the document with its marked blocks made anew. Below `<!-- source: FILE -->` the
+# block is that file; below `<!-- output -->` it is what its lines `$ COMMAND` print in an empty folder
+# beside the programs of the guide.
+render_document() {
+    local line mark=text command printed
+    while IFS= read -r line; do
+        case $mark$line in
+            text'<!-- source: '*' -->')
+                mark=${line#<!-- source: }
+                mark=source:${mark% -->}
+                ;;
+            text'<!-- output -->') mark=output ;;
+            text*) ;;
+            *'```') # the end of a block
+                [[ $mark != inside ]] || rm -rf "$shown_folder"
+                mark=text
+                ;;
+            source:*'```'*)
+                printf '%s\n' "$line"
+                cat "$root/${mark#source:}" || say "there is no ${mark#source:}"
+                mark=drop
+                continue
+                ;;
+            output'```'*)
+                shown_folder=$(mktemp -d)
+                ln -s "$root"/build/test/bin/guide/* "$shown_folder/"
+                mark=inside
+                ;;
+            inside'$ '*)
+                printf '%s\n' "$line"
+                command=${line#$ }
+                printed=$(cd "$shown_folder" && LC_ALL=C.UTF-8 timeout 20 bash -c "$command" 2>&1) || true
+                [[ -z $printed ]] || printf '%s\n' "$printed"
+                continue
+                ;;
+            inside* | drop*) continue ;;
+        esac
+        printf '%s\n' "$line"
+    done <"$1"
+}
+
+# The documents with marked blocks, from the root of the project.
+shown_documents() {
+    (cd "$root" && grep -rlE '^<!-- (source: .*|output) -->$' README.md docs)
+}
+
+build_guide() {
+    configure test
+    build test all -- --quiet
+}
+
+# Each document is as it would be made now, and shows each program of the guide.
+step_readme() {
+    build_guide
+    local document source bad=0
+    while read -r document; do
+        render_document "$root/$document" |
+            diff -u --label "$document" --label "made anew" "$root/$document" - || bad=1
+    done < <(shown_documents)
+    while read -r source; do
+        if ! (cd "$root" && grep -rqxF "<!-- source: $source -->" README.md docs); then
+            say "no document shows $source"
+            bad=1
+        fi
+    done < <(cd "$root" && find examples/guide -name '*.cpp' | sort)
+    [[ $bad -eq 0 ]] || die "if that is what should be shown: tools/check --update-documents"
+}
+
+update_documents() {
+    build_guide
+    local document made
+    made=$(mktemp)
+    while read -r document; do
+        render_document "$root/$document" >"$made"
+        cmp -s "$made" "$root/$document" || cp "$made" "$root/$document"
+    done < <(shown_documents)
+    rm -f "$made"
+}

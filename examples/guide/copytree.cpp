@@ -1,0 +1,58 @@
+// Copies a tree of directories. What is neither a file nor a directory is told and left out.
+//
+//     copytree FROM TO
+
+#include <kelDirectory.h>
+#include <kelFile.h>
+#include <kelFileInfo.h>
+#include <kelLibrary.h>
+#include <kelStatus.h>
+
+#include <cstdio>
+
+namespace {
+
+bool Tell(const zuString& name, const char* what) {
+    std::fprintf(stderr, "copytree: %s: %s\n", name.c_str(), what);
+    return false;
+}
+
+bool CopyTree(const zuString& from, const zuString& to) {
+    kelDirectory open;
+    if (open.Open(from) != kelStatusOk) {
+        return Tell(from, "cannot be read");
+    }
+    if (kelDirectory::Create(to, kelFileInfo::PermissionDefault, true) != kelStatusOk) {
+        return Tell(to, "cannot be made");
+    }
+    bool all = true;
+    for (const zuString& name : open.GetFileNames()) {
+        const kelFileInfo source(from + "/" + name);
+        const zuString target = to + "/" + name;
+        switch (source.GetType()) {
+            case kelFileInfo::Directory:
+                all = CopyTree(source.GetFilePath(), target) && all;
+                break;
+            case kelFileInfo::RegularFile:
+                if (kelFile::Copy(source.GetFilePath(), target, kelFileInfo::PermissionOfSource) !=
+                    kelStatusOk) {
+                    all = Tell(target, "not copied");
+                }
+                break;
+            default:
+                all = Tell(source.GetFilePath(), "left out");
+        }
+    }
+    return all;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 3) {
+        std::fprintf(stderr, "usage: copytree FROM TO\n");
+        return 2;
+    }
+    const kelLibrary library;
+    return CopyTree(arguments[1], arguments[2]) ? 0 : 1;
+}

@@ -1,0 +1,58 @@
+// Two processes share a block of memory: this program, and another run of itself that it starts.
+
+#include <kelLibrary.h>
+#include <kelProcess.h>
+#include <kelSharedMemory.h>
+#include <kelStatus.h>
+#include <kelTime.h>
+
+#include <atomic>
+#include <cstdio>
+#include <new>
+#include <string>
+
+namespace {
+
+/// What lies in the segment. Both sides are built from this; no pointers, they mean nothing there.
+struct Board {
+    std::atomic<int> answer{0};
+};
+
+int Child(const zuString& name) {
+    kelSharedMemory segment;
+    if (segment.Attach(name) != kelStatusOk || segment.GetSize() < sizeof(Board)) {
+        return 1;
+    }
+    static_cast<Board*>(segment.GetBaseAddress())->answer = 42;
+    return 0;  // the segment stays: it is not this process's own
+}
+
+int Parent(const zuString& program, const zuString& name) {
+    kelSharedMemory segment;
+    if (segment.Create(sizeof(Board), name) != kelStatusOk) {
+        std::fprintf(stderr, "share: the segment cannot be made\n");
+        return 1;
+    }
+    const Board& board = *new (segment.GetBaseAddress()) Board;
+    kelProcess child;
+    if (child.Start(program, {name}, false) != kelStatusOk) {
+        std::fprintf(stderr, "share: %s\n", child.GetLastError().c_str());
+        return 1;
+    }
+    while (child.IsRunning()) {
+        kelTime::Sleep(1000);
+    }
+    std::printf("the other process wrote %d\n", board.answer.load());
+    return 0;  // the destructor destroys the segment
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const kelLibrary library;
+    if (count == 2) {
+        return Child(arguments[1]);
+    }
+    return Parent(arguments[0],
+                  "guide-share-" + std::to_string(kelProcess::GetCurrentProcessPid()));
+}
