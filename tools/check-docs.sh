@@ -158,3 +158,16 @@ update_documents() {
     done < <(shown_documents)
     rm -f "$made"
 }
+
+# The picture of the architecture names each folder below src, and no other.
+step_picture() {
+    local picture=$root/docs/architecture.svg folder
+    xmllint --noout "$picture"
+    diff -u --label "folders" --label "docs/architecture.svg" \
+        <(cd "$root" && find src -mindepth 1 -maxdepth 1 -type d | sort) \
+        <(grep -oE '>src/[a-z]+<' "$picture" | tr -d '<>' | sort)
+    for folder in "$root"/src/platform/*/; do
+        folder=$(basename "$folder")
+        grep -qF ">$folder<" "$picture" || die "the picture lacks the platform $folder"
+    done
+}
