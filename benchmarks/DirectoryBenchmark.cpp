@@ -12,12 +12,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "RuntimePool.h"
+#include "Work.h"
 #include "kelDirectory.h"
 #include "kelLibrary.h"
 
@@ -25,46 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-
-/// A directory of the benchmark's own, and below it one for each number of entries asked for.
-class Directories {
-public:
-    Directories() {
-        std::string name = (fs::temp_directory_path() / "zukel-bench-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-    }
-    ~Directories() { fs::remove_all(path_); }
-    Directories(const Directories&) = delete;
-    Directories& operator=(const Directories&) = delete;
-
-    const std::string& Path() const { return path_; }
-    const std::string& With(std::int64_t entries) {
-        std::string& directory = full_[entries];
-        if (directory.empty()) {
-            directory = path_ + "/" + std::to_string(entries);
-            fs::create_directory(directory);
-            const std::string first = directory + "/entry number 0";
-            std::ofstream(first).put('x');
-            for (std::int64_t number = 1; number < entries; ++number) {
-                // A file has at most 65000 names on ext4.
-                const std::string name = directory + "/entry number " + std::to_string(number);
-                if (number % 50000 == 0 || link(first.c_str(), name.c_str()) != 0) {
-                    std::ofstream(name).put('x');
-                }
-            }
-        }
-        return directory;
-    }
-
-private:
-    std::string path_;
-    std::map<std::int64_t, std::string> full_;
-};
-
-Directories& TheDirectories() {
-    static Directories directories;
-    return directories;
-}
 
 bool IsDots(const char* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
@@ -112,7 +71,7 @@ Names ListStd(const std::string& directory) {
 template <Names (*kList)(const std::string&)>
 void List(benchmark::State& state) {
     const kelLibrary alive;
-    const std::string& directory = TheDirectories().With(state.range(0));
+    const std::string& directory = Work::Get().Directory(state.range(0));
     for (auto _ : state) {
         benchmark::DoNotOptimize(kList(directory));
     }
@@ -126,7 +85,7 @@ LIST_JOB(ListSystem, "ListNames/system");
 LIST_JOB(ListStd, "ListNames/std");
 
 void CountZukel(benchmark::State& state) {
-    kelDirectory directory(TheDirectories().With(10000));
+    kelDirectory directory(Work::Get().Directory(10000));
     for (auto _ : state) {
         benchmark::DoNotOptimize(directory.GetNumberOfFiles());
     }
@@ -137,7 +96,7 @@ BENCHMARK(CountZukel)->Name("CountNames/zukel");
 template <typename Make, typename Remove>
 void MakeAndRemove(benchmark::State& state, Make make, Remove remove) {
     const kelLibrary alive;
-    const std::string path = TheDirectories().Path() + "/made";
+    const std::string path = Work::Get().Path() + "/made";
     for (auto _ : state) {
         make(path);
         remove(path);
@@ -150,7 +109,7 @@ void MakeAndRemove(benchmark::State& state, Make make, Remove remove) {
 /// Makes five levels at once and removes them one by one.
 template <typename Make, typename Remove>
 void MakeFiveLevels(benchmark::State& state, Make make, Remove remove) {
-    const std::string top = TheDirectories().Path() + "/made";
+    const std::string top = Work::Get().Path() + "/made";
     Names levels = {top};
     for (const char* name : {"/a", "/b", "/c", "/d"}) {
         levels.push_back(levels.back() + name);

@@ -9,58 +9,20 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "RuntimePool.h"
+#include "Work.h"
 #include "kelFile.h"
 #include "kelLibrary.h"
 
 namespace {
 
-constexpr int kValues = 1000000;
-constexpr std::size_t kBlock = 64 * 1024;
-constexpr std::size_t kLarge = 64 * 1024 * 1024;
+constexpr int kValues = Work::kValues;
+constexpr std::size_t kBlock = Work::kBlock;
 constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
-
-/// The files that the jobs work on, made once in a directory of their own.
-class Files {
-public:
-    Files() {
-        std::string name = (std::filesystem::temp_directory_path() / "zukel-bench-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-        std::ofstream(Small()) << "a small file\n";
-        std::ofstream lines(Lines());
-        for (int line = 0; line < kValues; ++line) {
-            lines << "this is line number " << line << '\n';
-        }
-        std::ofstream few(FewLines());
-        for (int line = 0; line < 1000; ++line) {
-            few << "this is line number " << line << '\n';
-        }
-        const std::vector<char> block(kLarge, 'x');
-        std::ofstream(Large()).write(block.data(), static_cast<std::streamsize>(block.size()));
-    }
-    ~Files() { std::filesystem::remove_all(path_); }
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
-
-    std::string Small() const { return path_ + "/small"; }
-    std::string Lines() const { return path_ + "/lines"; }
-    std::string FewLines() const { return path_ + "/few"; }
-    std::string Large() const { return path_ + "/large"; }
-    std::string Target() const { return path_ + "/target"; }
-
-private:
-    std::string path_;
-};
-
-const Files& TheFiles() {
-    static const Files files;
-    return files;
-}
 
 /// Keeps the runtime started, as a program with one object alive does.
 struct Runtime {
@@ -112,7 +74,8 @@ BENCHMARK(IdleRuntime)->Name("IdleObject/runtime");
 template <int kMode>
 void OpenZukel(benchmark::State& state) {
     const kelLibrary alive;
-    const std::string name = kMode == kelFile::ModeRead ? TheFiles().Small() : TheFiles().Target();
+    const std::string name =
+        kMode == kelFile::ModeRead ? Work::Get().Small() : Work::Get().Target();
     for (auto _ : state) {
         kelFile file(name, kMode);
         if (kMode != kelFile::ModeRead) {
@@ -127,7 +90,7 @@ BENCHMARK_TEMPLATE(OpenZukel, kCreate)->Name("CreateWriteClose/zukel");
 template <apr_int32_t kMode>
 void OpenRuntime(benchmark::State& state) {
     const Runtime alive;
-    const std::string name = kMode == APR_FOPEN_READ ? TheFiles().Small() : TheFiles().Target();
+    const std::string name = kMode == APR_FOPEN_READ ? Work::Get().Small() : Work::Get().Target();
     for (auto _ : state) {
         const RuntimeFile file(name, kMode);
         if (kMode != APR_FOPEN_READ) {
@@ -139,7 +102,7 @@ BENCHMARK_TEMPLATE(OpenRuntime, APR_FOPEN_READ)->Name("OpenClose/runtime");
 BENCHMARK_TEMPLATE(OpenRuntime, kCreate)->Name("CreateWriteClose/runtime");
 
 void OpenSystem(benchmark::State& state) {
-    const std::string name = TheFiles().Small();
+    const std::string name = Work::Get().Small();
     for (auto _ : state) {
         close(open(name.c_str(), O_RDONLY | O_CLOEXEC));
     }
@@ -147,7 +110,7 @@ void OpenSystem(benchmark::State& state) {
 BENCHMARK(OpenSystem)->Name("OpenClose/system");
 
 void CreateSystem(benchmark::State& state) {
-    const std::string name = TheFiles().Target();
+    const std::string name = Work::Get().Target();
     const std::string text = "created, written and closed\n";
     for (auto _ : state) {
         const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -159,7 +122,7 @@ BENCHMARK(CreateSystem)->Name("CreateWriteClose/system");
 
 void WriteValuesZukel(benchmark::State& state) {
     for (auto _ : state) {
-        kelFile file(TheFiles().Target(), kCreate | kelFile::ModeBuffered);
+        kelFile file(Work::Get().Target(), kCreate | kelFile::ModeBuffered);
         for (int value = 0; value < kValues; ++value) {
             file.Write(value);
         }
@@ -169,7 +132,7 @@ BENCHMARK(WriteValuesZukel)->Name("WriteMillionValues/zukel")->Unit(benchmark::k
 
 void WriteValuesRuntime(benchmark::State& state) {
     for (auto _ : state) {
-        const RuntimeFile file(TheFiles().Target(), kCreate | APR_FOPEN_BUFFERED);
+        const RuntimeFile file(Work::Get().Target(), kCreate | APR_FOPEN_BUFFERED);
         for (int value = 0; value < kValues; ++value) {
             apr_size_t size = sizeof value;
             apr_file_write(file.Get(), &value, &size);
@@ -180,7 +143,7 @@ BENCHMARK(WriteValuesRuntime)->Name("WriteMillionValues/runtime")->Unit(benchmar
 
 void WriteValuesStd(benchmark::State& state) {
     for (auto _ : state) {
-        std::ofstream file(TheFiles().Target(), std::ios::binary);
+        std::ofstream file(Work::Get().Target(), std::ios::binary);
         for (int value = 0; value < kValues; ++value) {
             file.write(reinterpret_cast<const char*>(&value), sizeof value);
         }
@@ -190,7 +153,7 @@ BENCHMARK(WriteValuesStd)->Name("WriteMillionValues/std")->Unit(benchmark::kMill
 
 void ReadValuesZukel(benchmark::State& state) {
     for (auto _ : state) {
-        kelFile file(TheFiles().Large(), kelFile::ModeRead | kelFile::ModeBuffered);
+        kelFile file(Work::Get().Large(), kelFile::ModeRead | kelFile::ModeBuffered);
         int value = 0;
         for (int count = 0; count < kValues; ++count) {
             file.Read(value);
@@ -202,7 +165,7 @@ BENCHMARK(ReadValuesZukel)->Name("ReadMillionValues/zukel")->Unit(benchmark::kMi
 
 void ReadValuesRuntime(benchmark::State& state) {
     for (auto _ : state) {
-        const RuntimeFile file(TheFiles().Large(), APR_FOPEN_READ | APR_FOPEN_BUFFERED);
+        const RuntimeFile file(Work::Get().Large(), APR_FOPEN_READ | APR_FOPEN_BUFFERED);
         int value = 0;
         for (int count = 0; count < kValues; ++count) {
             apr_size_t size = sizeof value;
@@ -215,7 +178,7 @@ BENCHMARK(ReadValuesRuntime)->Name("ReadMillionValues/runtime")->Unit(benchmark:
 
 void ReadValuesStd(benchmark::State& state) {
     for (auto _ : state) {
-        std::ifstream file(TheFiles().Large(), std::ios::binary);
+        std::ifstream file(Work::Get().Large(), std::ios::binary);
         int value = 0;
         for (int count = 0; count < kValues; ++count) {
             file.read(reinterpret_cast<char*>(&value), sizeof value);
@@ -228,7 +191,7 @@ BENCHMARK(ReadValuesStd)->Name("ReadMillionValues/std")->Unit(benchmark::kMillis
 void ReadBlocksZukel(benchmark::State& state) {
     std::vector<char> block(kBlock);
     for (auto _ : state) {
-        kelFile file(TheFiles().Large(), kelFile::ModeRead);
+        kelFile file(Work::Get().Large(), kelFile::ModeRead);
         unsigned long long size = kBlock;
         while (file.Read(block.data(), size) == 0) {
             size = kBlock;
@@ -240,7 +203,7 @@ BENCHMARK(ReadBlocksZukel)->Name("Read64MiBInBlocks/zukel")->Unit(benchmark::kMi
 void ReadBlocksRuntime(benchmark::State& state) {
     std::vector<char> block(kBlock);
     for (auto _ : state) {
-        const RuntimeFile file(TheFiles().Large(), APR_FOPEN_READ);
+        const RuntimeFile file(Work::Get().Large(), APR_FOPEN_READ);
         apr_size_t size = kBlock;
         while (apr_file_read(file.Get(), block.data(), &size) == APR_SUCCESS) {
             size = kBlock;
@@ -252,7 +215,7 @@ BENCHMARK(ReadBlocksRuntime)->Name("Read64MiBInBlocks/runtime")->Unit(benchmark:
 void ReadBlocksSystem(benchmark::State& state) {
     std::vector<char> block(kBlock);
     for (auto _ : state) {
-        const int file = open(TheFiles().Large().c_str(), O_RDONLY | O_CLOEXEC);
+        const int file = open(Work::Get().Large().c_str(), O_RDONLY | O_CLOEXEC);
         while (read(file, block.data(), kBlock) > 0) {
         }
         close(file);
@@ -264,7 +227,7 @@ template <bool kBuffered>
 void ReadLinesZukel(benchmark::State& state) {
     char line[128];
     for (auto _ : state) {
-        kelFile file(kBuffered ? TheFiles().Lines() : TheFiles().FewLines(),
+        kelFile file(kBuffered ? Work::Get().Lines() : Work::Get().FewLines(),
                      kelFile::ModeRead | (kBuffered ? kelFile::ModeBuffered : 0));
         while (file.ReadLine(line, sizeof line) == 0) {
         }
@@ -281,7 +244,7 @@ template <bool kBuffered>
 void ReadLinesRuntime(benchmark::State& state) {
     char line[128];
     for (auto _ : state) {
-        const RuntimeFile file(kBuffered ? TheFiles().Lines() : TheFiles().FewLines(),
+        const RuntimeFile file(kBuffered ? Work::Get().Lines() : Work::Get().FewLines(),
                                APR_FOPEN_READ | (kBuffered ? APR_FOPEN_BUFFERED : 0));
         while (apr_file_gets(line, sizeof line, file.Get()) == APR_SUCCESS) {
         }
@@ -297,7 +260,7 @@ BENCHMARK_TEMPLATE(ReadLinesRuntime, false)
 void ReadLinesStd(benchmark::State& state) {
     char line[128];
     for (auto _ : state) {
-        std::FILE* const file = std::fopen(TheFiles().Lines().c_str(), "re");
+        std::FILE* const file = std::fopen(Work::Get().Lines().c_str(), "re");
         while (std::fgets(line, sizeof line, file) != nullptr) {
         }
         std::fclose(file);

@@ -13,44 +13,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 
 #include "RuntimePool.h"
+#include "Work.h"
 #include "kelFile.h"
 #include "kelLibrary.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Two sources to copy, in a directory of the benchmark's own.
-class Files {
-public:
-    Files() {
-        std::string name = (fs::temp_directory_path() / "zukel-bench-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-        std::ofstream(Large()) << std::string(16 * 1024 * 1024, 'x');
-        std::ofstream(Small()) << std::string(4000, 'x');
-    }
-    ~Files() { fs::remove_all(path_); }
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
-
-    std::string Large() const { return path_ + "/large"; }
-    std::string Small() const { return path_ + "/small"; }
-    std::string Target() const { return path_ + "/target"; }
-    std::string Missing() const { return path_ + "/missing"; }
-
-private:
-    std::string path_;
-};
-
-const Files& TheFiles() {
-    static const Files files;
-    return files;
-}
 
 bool CopyZukel(const std::string& from, const std::string& to) {
     return kelFile::Copy(from, to, APR_FPROT_OS_DEFAULT) == 0;
@@ -79,8 +52,8 @@ bool CopyStd(const std::string& from, const std::string& to) {
 template <bool (*kCopy)(const std::string&, const std::string&), bool kLarge>
 void Copy(benchmark::State& state) {
     const kelLibrary alive;
-    const std::string from = kLarge ? TheFiles().Large() : TheFiles().Small();
-    const std::string to = TheFiles().Target();
+    const std::string from = kLarge ? Work::Get().SixteenMiB() : Work::Get().FourThousand();
+    const std::string to = Work::Get().Target();
     for (auto _ : state) {
         if (!kCopy(from, to)) {
             state.SkipWithError("not copied");
@@ -103,8 +76,8 @@ COPY_JOBS(CopyStd, "std");
 template <typename Call>
 void Rename(benchmark::State& state, Call rename) {
     const kelLibrary alive;
-    const std::string one = TheFiles().Small();
-    const std::string other = TheFiles().Target();
+    const std::string one = Work::Get().FourThousand();
+    const std::string other = Work::Get().Target();
     for (auto _ : state) {
         rename(one, other);
         rename(other, one);
@@ -129,7 +102,7 @@ BENCHMARK_CAPTURE(Rename, , [](const auto& from, const auto& to) { fs::rename(fr
 template <typename Call>
 void Exists(benchmark::State& state, bool present, bool alive, Call exists) {
     const std::unique_ptr<kelLibrary> library(alive ? new kelLibrary : nullptr);
-    const std::string name = present ? TheFiles().Small() : TheFiles().Missing();
+    const std::string name = present ? Work::Get().FourThousand() : Work::Get().Missing();
     for (auto _ : state) {
         if (exists(name) != present) {
             state.SkipWithError("the wrong answer");
