@@ -100,7 +100,7 @@ public:
     /// that failed.
     zuString GetLibraryName() const;
 
-    /// @name Under the names that windows.h makes of a call to `LoadLibrary`
+    /// @name Under the names that windows.h makes of a call to LoadLibrary
     /// @{
 
     /// The same as `LoadLibrary`.

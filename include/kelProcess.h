@@ -87,7 +87,7 @@ public:
     int Start(const zuString& command, const zuStlVector<zuString>& arguments,
               const zuString& directory, const zuStlVector<zuString>& outputFiles, bool detach);
 
-    /// @name Shorter forms of `Start`, with empty values for what they lack
+    /// @name Shorter forms of Start, with empty values for what they lack
     /// A text or any other pointer in the place of `detach` does not compile.
     /// @{
 

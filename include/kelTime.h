@@ -101,7 +101,7 @@ public:
     /// durations return at once. Always `kelStatusOk`.
     static int Sleep(long long microSeconds);
 
-    /// @name Under the name that windows.h makes of a call to `GetCurrentTime`
+    /// @name Under the name that windows.h makes of a call to GetCurrentTime
     /// @{
 
     /// The same as `GetCurrentTime`.

@@ -82,7 +82,7 @@ step_reference() {
 
 # render_document FILE: the document with its marked blocks made anew. Below `<!-- source: FILE -->` the
 # block is that file; below `<!-- output -->` it is what its lines `$ COMMAND` print in an empty folder
-# beside the programs of the guide.
+# beside the programs of the guide; below `<!-- excerpt: FILE: HEADING -->` stands the table of that part.
 render_document() {
     local line mark=text command printed
     while IFS= read -r line; do
@@ -92,6 +92,20 @@ render_document() {
                 mark=source:${mark% -->}
                 ;;
             text'<!-- output -->') mark=output ;;
+            text'<!-- excerpt: '*' -->')
+                printf '%s\n\n' "$line"
+                line=${line#<!-- excerpt: }
+                line=${line% -->}
+                awk -v heading="## ${line#*: }" '/^## / { there = $0 == heading } there && /^\|/' \
+                    "$root/${line%%: *}" | grep . || say "there is no such table"
+                mark=excerpt
+                continue
+                ;;
+            excerpt | excerpt'|'* | excerpt'there is no'*) continue ;;
+            excerpt*) # the first line behind the table
+                mark=text
+                printf '\n'
+                ;;
             text*) ;;
             *'```') # the end of a block
                 [[ $mark != inside ]] || rm -rf "$shown_folder"
@@ -123,7 +137,7 @@ render_document() {
 
 # The documents with marked blocks, from the root of the project.
 shown_documents() {
-    (cd "$root" && grep -rlE '^<!-- (source: .*|output) -->$' README.md docs)
+    (cd "$root" && grep -rlE '^<!-- (source: .*|excerpt: .*|output) -->$' README.md docs)
 }
 
 build_guide() {
