@@ -12,6 +12,10 @@
 
 namespace {
 
+zuString Below(zuString directory, const zuString& name) {
+    return directory.append("/").append(name);
+}
+
 bool Tell(const zuString& name, const char* what) {
     std::fprintf(stderr, "copytree: %s: %s\n", name.c_str(), what);
     return false;
@@ -27,8 +31,8 @@ bool CopyTree(const zuString& from, const zuString& to) {
     }
     bool all = true;
     for (const zuString& name : open.GetFileNames()) {
-        const kelFileInfo source(from + "/" + name);
-        const zuString target = to + "/" + name;
+        const kelFileInfo source(Below(from, name));
+        const zuString target = Below(to, name);
         switch (source.GetType()) {
             case kelFileInfo::Directory:
                 all = CopyTree(source.GetFilePath(), target) && all;

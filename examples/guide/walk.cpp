@@ -11,11 +11,15 @@
 
 namespace {
 
+zuString Below(zuString directory, const zuString& name) {
+    return directory.append("/").append(name);
+}
+
 void Walk(const zuString& directory, int depth) {
     zuStlVector<zuString> names = kelDirectory::GetFileNames(directory);
     std::sort(names.begin(), names.end());
     for (const zuString& name : names) {
-        const kelFileInfo info(directory + "/" + name);
+        const kelFileInfo info(Below(directory, name));
         if (info.GetType() == kelFileInfo::Directory) {
             std::printf("%*s%s/\n", 2 * depth, "", name.c_str());
             Walk(info.GetFilePath(), depth + 1);
