@@ -4,7 +4,8 @@
 
 class kelLibrary;
 
-/// The base of a condition that threads wait for, to derive from. It has no operations.
+/// The base of a condition that threads wait for, to derive from. It has no operations: those of
+/// the derived class are called by its own type.
 ///
 /// @code
 /// class Ready : public kelCondition {

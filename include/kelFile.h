@@ -205,6 +205,7 @@ public:
 
     /// Writes the bytes of `text` up to its NUL; no line end is added.
     ///
+    /// @param text not null.
     /// @returns `kelStatusFailed` when not all of it reached the file or the buffer. Buffered, a
     /// text of up to 4 KiB has then not been taken at all.
     int WriteLine(const char* text);

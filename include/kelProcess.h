@@ -116,7 +116,8 @@ public:
     static int GetCurrentProcessPid();
 
     /// Ends the started process and forgets it: the object is idle afterwards, also when this
-    /// fails. Linux: sends SIGTERM, which the process may handle or ignore.
+    /// fails. Linux: sends SIGTERM, which the process may handle or ignore. Windows: gives it no
+    /// choice.
     ///
     /// @returns `kelStatusOk`; `kelStatusFailed` when the process could not be ended or had ended
     /// already, with the reason in `GetLastError`, and when the object was idle, without a text.
