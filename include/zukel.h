@@ -1,7 +1,31 @@
 #pragma once
 
 /// @file
-/// The whole interface of the library.
+/// The whole interface of the library: everything below has its own header too.
+///
+/// | For                                           | Header                                 |
+/// |-----------------------------------------------|----------------------------------------|
+/// | reading and writing files; files by name      | kelFile.h                              |
+/// | the parts of a file's name, and its facts     | kelFileInfo.h                          |
+/// | directories, and the text of paths            | kelDirectory.h                         |
+/// | the runtime; environment, user, host, names   | kelLibrary.h                           |
+/// | starting, watching and ending programs        | kelProcess.h                           |
+/// | plug-ins                                      | kelDynamicObject.h                     |
+/// | memory that processes share                   | kelSharedMemory.h                      |
+/// | moments, dates as text, sleeping              | kelTime.h                              |
+/// | figures of memory and of disks                | kelSystem.h                            |
+/// | figures of the processor                      | kelCPUInfo.h                           |
+/// | a counter for many threads                    | kelAtomic.h                            |
+/// | formatting into a buffer                      | kelString.h                            |
+/// | interfaces without a function, to derive from | kelMutex.h, kelThread.h and two others |
+/// | statuses; text and lists                      | kelStatus.h, zuString.h                |
+///
+/// What holds for all of them, unless one says otherwise: an operation with an `int` result returns
+/// `kelStatusOk`, which is 0, or another status of kelStatus.h; output arguments change only on
+/// success; nothing throws but `std::bad_alloc`; what comes back by value belongs to the caller; a
+/// destructor closes what its object holds and drops the status; one object is used by one thread
+/// at a time, different objects and static operations by any number. A program that keeps one
+/// `kelLibrary` alive spares each static call the start of the runtime.
 
 #include "kelAtomic.h"
 #include "kelBarrier.h"
