@@ -10,7 +10,7 @@ test_packages=(libgtest-dev libgmock-dev locales strace)
 check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
 document_packages=(doxygen)
-package_packages=(dpkg-dev "${document_packages[@]}")
+package_packages=(dpkg-dev file "${document_packages[@]}")
 
 say() {
     printf '%s\n' "$*"
