@@ -173,9 +173,10 @@ update_documents() {
     rm -f "$made"
 }
 
-# The picture of the architecture names each folder below src, and no other.
+# The picture of the architecture names each folder below src, and no other; what is written about porting
+# names each function that a port must provide.
 step_picture() {
-    local picture=$root/docs/architecture.svg folder
+    local picture=$root/docs/architecture.svg folder function functions bad=0
     xmllint --noout "$picture"
     diff -u --label "folders" --label "docs/architecture.svg" \
         <(cd "$root" && find src -mindepth 1 -maxdepth 1 -type d | sort) \
@@ -184,4 +185,13 @@ step_picture() {
         folder=$(basename "$folder")
         grep -qF ">$folder<" "$picture" || die "the picture lacks the platform $folder"
     done
+    mapfile -t functions < <(sed -nE 's/^[A-Za-z_][A-Za-z0-9_:*& ]* \*?([A-Z][A-Za-z0-9]+)\(.*/\1/p' "$root"/src/platform/*.h)
+    [[ ${#functions[@]} -gt 0 ]] || die "no function found in the headers of src/platform"
+    for function in "${functions[@]}"; do
+        if ! grep -qF "\`$function\`" "$root/src/platform/README.md"; then
+            say "src/platform/README.md lacks $function"
+            bad=1
+        fi
+    done
+    return $bad
 }
