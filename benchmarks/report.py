@@ -234,6 +234,7 @@ def document(rows, peers, loads, facts, rounds, folder, reasons):
     ahead = sum(1 for ratios in beside if min(ratios) >= LOST)
     versions = ", ".join(read_lines(folder, "versions"))
     compiler = "; ".join(read_lines(folder, "compiler"))
+    volume = "".join(read_lines(folder, "volume"))
     return f"""# Figures
 
 Made by `./tools/benchmark`; not written by hand, but for the reasons in `docs/benchmarks/reasons.txt`.
@@ -251,7 +252,8 @@ The times are medians of {rounds} rounds; in each round all the ways of a job ru
 processor time, but for `StartUntilEnded` and `Counter`, which are time on the clock. “Spread” is how far
 the middle half of the rounds reaches from the median, for the way of the row in which that is most. “APR” is
 the runtime called directly, with a pool for each operation as the library needs one; “system calls” do the
-least that the system offers, without any of the promises of the library.
+least that the system offers, without any of the promises of the library. The files are on a volume of the
+kind {volume}.
 
 Measured on {facts.get("num_cpus")} processors at {facts.get("mhz_per_cpu")} MHz, with a load of {min(loads):.1f} to {max(loads):.1f} on the machine, the benchmarks'
 own included. {compiler}. {versions}.

@@ -51,7 +51,8 @@ set(CPACK_COMPONENT_ZUKEL_DEVELOPMENT_DEPENDS zukel_runtime)
 set(CPACK_DEBIAN_ZUKEL_DEVELOPMENT_PACKAGE_SUGGESTS "libapr1-dev, libzukel-doc")
 
 zukel_debian_package(ZUKEL_DOCUMENTATION libzukel-doc doc "documentation"
-  "This package holds the documents and the examples.")
+  "This package holds the reference, the guide and other documents, and the
+examples.")
 set(CPACK_DEBIAN_ZUKEL_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
 foreach(step IN ITEMS Files Control)
