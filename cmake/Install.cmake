@@ -51,12 +51,13 @@ install(FILES ${PROJECT_BINARY_DIR}/zukel.pc
 
 # The documents lie to each other as they do in the sources, so that their links hold.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGES.md
+              ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR}
         COMPONENT zukel_documentation)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
         DESTINATION ${CMAKE_INSTALL_DOCDIR}
         COMPONENT zukel_documentation
-        FILES_MATCHING PATTERN *.cpp)
+        FILES_MATCHING PATTERN *.cpp PATTERN *.h)
 foreach(folder IN ITEMS ${PROJECT_SOURCE_DIR}/docs ${PROJECT_BINARY_DIR}/reference)
   install(DIRECTORY ${folder}
           DESTINATION ${CMAKE_INSTALL_DOCDIR}

@@ -77,7 +77,8 @@ public:
     /// @returns `kelStatusFailed`, with `out` unchanged, when the object holds no valid time or the
     /// text has more than 255 bytes. A pattern that gives no text, such as the empty one, succeeds.
     ///
-    /// No directive gives the microseconds. Linux: `%Z` and `%s` read every date as one of the
+    /// No directive gives the microseconds, and before 1970 a part of a second is dropped as it is
+    /// behind: -1500000 is shown as 23:59:59. Linux: `%Z` and `%s` read every date as one of the
     /// process's own zone, so they are right after `MakeLocalTime` only; `%z` always is. Fields
     /// that were given out of their range come out as odd text, never as a fault.
     int GetFormatTime(zuString& out, const zuString& format) const;
