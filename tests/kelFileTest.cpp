@@ -141,6 +141,13 @@ protected:
         EXPECT_EQ(cut.Read(back), kelStatusOk);
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&back), sizeof back),
                   "\x01" + std::string(sizeof back - 1, '\xEE'));
+        kelFile full("/dev/full", kRead | kelFile::ModeWrite | GetParam());
+        std::size_t taken = 0;
+        while (full.Write(value) == kelStatusOk) {
+            ++taken;
+        }
+        EXPECT_EQ(taken, GetParam() == 0 ? 0 : 4096 / bytes.size()) << "until the buffer is full";
+        EXPECT_EQ(full.Read(back), GetParam() == 0 ? kelStatusOk : kelStatusFailed);
     }
 
     const TemporaryDirectory directory;

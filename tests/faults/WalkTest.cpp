@@ -355,10 +355,27 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
          After::AsBefore, child},
     });
     EXPECT_TRUE(AllCollected());
-    InChild([&] {  // the files take the numbers of the streams
+    InChild([] {
+        const TemporaryDirectory place;
+        const std::string out = place / "out";
         close(STDIN_FILENO);
         close(STDERR_FILENO);
-        Walk({{"start without streams", kFailed, start, After::AsBefore, files}});
+        WalkFaults("start when the files take the numbers of the streams", [&] {
+            kelProcess process;
+            int status = kFailed;
+            try {
+                status = UnderFaults([&] {
+                    return process.Start("echo", {"out"}, "", {out, place / "err"}, false);
+                });
+            } catch (const std::bad_alloc&) {
+            }
+            EXPECT_TRUE(Ends(process));
+            process = kelProcess();
+            EXPECT_TRUE(AllCollected());
+            const bool whole = fs::exists(out) && ReadWhole(out) == "out\n";
+            fs::remove(out);
+            return status == kOk && (whole || FaultedSource() == FaultSource::Runtime);
+        });
     });
 }
 
