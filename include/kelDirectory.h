@@ -6,6 +6,13 @@
 class kelLibrary;
 struct kelDirectoryRecord;
 
+// <windows.h> has macros of these names. They must not rename the members, whether that header
+// comes before this one or after it: at the end of the class the calls are met under either name.
+#pragma push_macro("GetCurrentDirectory")
+#pragma push_macro("SetCurrentDirectory")
+#undef GetCurrentDirectory
+#undef SetCurrentDirectory
+
 /// A cursor over the entries of one directory; operations on directories by name, and on the text
 /// of their paths.
 ///
@@ -197,6 +204,29 @@ public:
     /// stands behind its name.
     static zuString GetRelativePath(const zuString& from, const zuString& to);
 
+    /// @name Under the names that <windows.h> makes of calls to the current directory's
+    /// @{
+    static zuString GetCurrentDirectoryA() { return GetCurrentDirectory(); }
+    static zuString GetCurrentDirectoryA(const kelLibrary* library) {
+        return GetCurrentDirectory(library);
+    }
+    static zuString GetCurrentDirectoryW() { return GetCurrentDirectory(); }
+    static zuString GetCurrentDirectoryW(const kelLibrary* library) {
+        return GetCurrentDirectory(library);
+    }
+    static int SetCurrentDirectoryA(const zuString& path) { return SetCurrentDirectory(path); }
+    static int SetCurrentDirectoryA(const kelLibrary* library, const zuString& path) {
+        return SetCurrentDirectory(library, path);
+    }
+    static int SetCurrentDirectoryW(const zuString& path) { return SetCurrentDirectory(path); }
+    static int SetCurrentDirectoryW(const kelLibrary* library, const zuString& path) {
+        return SetCurrentDirectory(library, path);
+    }
+    /// @}
+
 private:
     kelDirectoryRecord* record_;
 };
+
+#pragma pop_macro("SetCurrentDirectory")
+#pragma pop_macro("GetCurrentDirectory")

@@ -4,6 +4,10 @@
 #include "frame/StatusMapping.h"
 #include "kelDirectory.h"
 
+// Macros of <windows.h>, which the runtime's headers may include.
+#undef GetCurrentDirectory
+#undef SetCurrentDirectory
+
 namespace {
 
 /// The frame of the operations on one path: a pool for the length of the call, the test for an

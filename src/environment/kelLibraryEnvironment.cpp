@@ -12,6 +12,10 @@
 #include "kelStatus.h"
 #include "platform/Environment.h"
 
+// Macros of <windows.h>, which the runtime's headers may include.
+#undef GetEnvironmentVariable
+#undef SetEnvironmentVariable
+
 namespace {
 
 /// The name of the process's user, in the pool; null when the system knows none.

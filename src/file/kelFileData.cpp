@@ -12,6 +12,10 @@ namespace {
 // A typed value takes some 10 ns in the runtime. So that this class adds little to that, the short
 // way of a transfer is inlined into each operation, and the rare ways stay out of it.
 
+/// What one call of the runtime moves at most. It is the most that Linux moves at once; on Windows
+/// the runtime (1.7.2) cuts a size to its low 32 bits, of which nothing may be left.
+constexpr apr_size_t kMostAtOnce = 0x7ffff000;
+
 /// The frame of every operation on an open file: the runtime's status is kept in the record and
 /// mapped for the caller.
 int Keep(kelFileRecord& record, apr_status_t status) noexcept {
@@ -45,6 +49,7 @@ apr_status_t WriteOut(kelFileRecord& record) noexcept {
                                             apr_size_t& size) noexcept {
     apr_status_t status = WriteOut(record);
     if (status == APR_SUCCESS) {
+        size = std::min(size, kMostAtOnce);
         status = apr_file_read(record.file, target, &size);
     }
     if (status != APR_SUCCESS) {
@@ -93,6 +98,7 @@ enum class Unit {
     if (buffered && size > record.bufferSize - record.bufferFill) {
         return WriteBuffered(record, static_cast<const char*>(source), size, unit);
     }
+    size = std::min(size, kMostAtOnce);
     const apr_status_t status = apr_file_write(record.file, source, &size);
     if (buffered) {
         size = status == APR_SUCCESS ? size : 0;  // a failure leaves the count at the whole

@@ -70,7 +70,7 @@ int kelFile::Rename(const zuString& from, const zuString& to) {
         if (pool == nullptr) {
             return kelStatusFailed;
         }
-        const apr_status_t status = apr_file_rename(source, target, pool);
+        const apr_status_t status = platform::RenameFile(source, target, pool);
         return APR_STATUS_IS_EXDEV(status) ? StatusOf(platform::MoveAcrossVolumes(source, target))
                                            : zukel::MapStatus(status);
     });

@@ -7,7 +7,8 @@
 namespace zukel::platform {
 
 /// Repeats in the C library's own table, the one that `getenv` reads, a variable that the runtime
-/// has set. Windows: `_putenv_s`, whose status is dropped. Linux: nothing; there is one table.
+/// has set. Windows: `_putenv_s`, whose status is dropped, and
+/// the runtime's value again where that call has changed it. Linux: nothing; there is one table.
 void RepeatEnvironmentVariable(const char* name, const char* value) noexcept;
 
 /// Names a locale, as a value: nothing is held or has to be given up. Windows: the LCID. Linux:
@@ -16,8 +17,8 @@ using LocaleId = std::uint64_t;
 
 /// What can be asked about a locale.
 enum class LocaleFact {
-    Language,  ///< Letters, of which the first two are the language. Windows: 3.
-    Country,   ///< Letters, of which the first two are the country. Windows: 7.
+    Language,  ///< Letters, of which the first two are the language. Windows: 89.
+    Country,   ///< Letters, of which the first two are the country. Windows: 90.
     CodePage   ///< Decimal digits. Windows: 4100.
 };
 

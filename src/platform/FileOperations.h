@@ -16,30 +16,36 @@ enum class CopyEnd {
 };
 
 /// Copies the contents of a file with the result of `apr_file_copy`: the target is made or cut to
-/// nothing and written into, with that permission word. Windows: `apr_file_copy`, which moves the
-/// bytes by the system's own copy and refuses a file as its own target.
-///
-/// Linux: the runtime's copy would empty a file that is copied onto itself, leave a part when the
+/// nothing and written into, with that permission word. The
+/// runtime's copy itself would empty a file that is copied onto itself, leave a part when the
 /// writing fails, and move 8 KiB at a time, so it is done here, by the rules that
-/// `kelFile::Copy` promises.
+/// `kelFile::Copy` promises. Windows: the word has no effect there, but that the target is
+/// read-only as its source when it is to have the source's permissions.
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
                             apr_pool_t* pool) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing
-/// target. Windows: `CopyFileA(from, to, 0)`. Linux: as `CopyWithPermissions` with the source's
-/// permissions, and the modification time.
+/// target. Windows: `CopyFileA(from, to, 0)`, where both ends can be had. Linux: as
+/// `CopyWithPermissions` with the source's permissions, and the modification time.
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept;
 
 /// Gives a file normal attributes as far as that is possible: its owner may write it. Windows:
 /// `SetFileAttributesA(name, FILE_ATTRIBUTE_NORMAL)`.
 void SetNormalAttributes(const char* name) noexcept;
 
+/// Renames within a volume, over an existing target, with the result of `apr_file_rename`. Two
+/// names of one file stay both.
+///
+/// @returns the runtime's status, one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux:
+/// `apr_file_rename`. Windows: `MoveFileExW` without leave to copy; the runtime gives that leave,
+/// and the system then cuts an existing target before it knows that the copy will succeed.
+apr_status_t RenameFile(const char* from, const char* to, apr_pool_t* pool) noexcept;
+
 /// Renames as the platform's C library does. Windows and Linux: `rename`.
 bool RenameInPlace(const char* from, const char* to) noexcept;
 
-/// Moves a file to another volume after the runtime's rename has refused to, whole or not at all,
-/// by the rules that `kelFile::Rename` promises. Windows: false; the runtime's rename moves it
-/// there.
+/// Moves a file to another volume after `RenameFile` has refused to, whole or not at all, by the
+/// rules that `kelFile::Rename` promises.
 bool MoveAcrossVolumes(const char* from, const char* to);
 
 /// The bits of `ChangeAccess`. Their values are those of Windows: `_S_IREAD` and `_S_IWRITE`.

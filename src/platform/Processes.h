@@ -52,7 +52,7 @@ int Identifier(const Child& child) noexcept;
 /// Whether a child runs. Windows: `GetExitCodeProcess`.
 bool IsRunning(Child& child) noexcept;
 
-/// Ends a child and no other process. Windows: `apr_proc_kill`. Linux: SIGTERM.
+/// Ends a child and no other process. Windows: `apr_proc_kill` of one that runs. Linux: SIGTERM.
 ///
 /// @returns the reason when it was not ended, because it had ended already or the system refused.
 apr_status_t End(Child& child) noexcept;

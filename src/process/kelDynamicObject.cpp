@@ -9,6 +9,8 @@
 #include "kelLibrary.h"
 #include "process/kelDynamicObjectRecord.h"
 
+#undef LoadLibrary  // a macro of <windows.h>, which the runtime's headers may include
+
 namespace {
 
 /// Keeps the text of the load that has just been tried. The runtime's own pointer to it is good

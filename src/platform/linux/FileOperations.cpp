@@ -1,5 +1,6 @@
 #include "platform/FileOperations.h"
 
+#include <apr_file_io.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +20,10 @@ void SetNormalAttributes(const char* name) noexcept {
     if (stat(name, &status) == 0 && (status.st_mode & S_IWUSR) == 0) {
         chmod(name, (status.st_mode & kModeBits) | S_IWUSR);
     }
+}
+
+apr_status_t RenameFile(const char* from, const char* to, apr_pool_t* pool) noexcept {
+    return apr_file_rename(from, to, pool);
 }
 
 bool RenameInPlace(const char* from, const char* to) noexcept {

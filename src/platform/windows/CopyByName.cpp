@@ -1,0 +1,100 @@
+#include <apr_file_io.h>
+
+#include "platform/FileOperations.h"
+#include "platform/windows/OpenFile.h"
+
+// The runtime's copy (1.7.2) and the system's `CopyFileA` empty a target before they know that it
+// is not the source, or leave a part of it when the writing fails. So the first is done here, with
+// the result of the runtime's, and the second only where both ends can be had.
+
+namespace zukel::platform {
+
+namespace {
+
+constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/// Directories do not open.
+Handle OpenSource(const wchar_t* name) noexcept {
+    return Handle(CreateFileW(name, GENERIC_READ, kShared, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+/// The read-only mark is all that a word of permission bits can say of a file here.
+bool TakeReadOnlyMark(const Handle& file, std::uint32_t sourceAttributes) noexcept {
+    FILE_BASIC_INFO info{};
+    if (GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &info, sizeof info) == 0) {
+        return false;
+    }
+    const DWORD others = info.FileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY);
+    FILE_BASIC_INFO wanted{};  // zeros leave the times
+    wanted.FileAttributes = others | (sourceAttributes & FILE_ATTRIBUTE_READONLY);
+    if (wanted.FileAttributes == 0) {
+        wanted.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    }
+    return SetFileInformationByHandle(file.Get(), FileBasicInfo, &wanted, sizeof wanted) != 0;
+}
+
+}  // namespace
+
+CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
+                            apr_pool_t*) noexcept {
+    const WideName source(from);
+    const WideName target(to);
+    if (!source || !target) {
+        return CopyEnd::Failed;
+    }
+    // By name first: the target may not open for writing.
+    if (Identify(source.Get(), Links::Followed) == Identify(target.Get(), Links::Followed)) {
+        return CopyEnd::SameFile;
+    }
+    const Handle in = OpenSource(source.Get());
+    if (!in) {
+        return CopyEnd::Failed;
+    }
+    Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShared, nullptr,
+                           OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!out) {  // one that can only be written, such as a pipe
+        out = Handle(CreateFileW(target.Get(), GENERIC_WRITE, kShared, nullptr, OPEN_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+    if (!out) {
+        return CopyEnd::Failed;
+    }
+    const FileId file = Identify(in);
+    if (file == Identify(out)) {  // and for certain now
+        return CopyEnd::SameFile;
+    }
+    const bool regular = GetFileType(out.Get()) == FILE_TYPE_DISK;
+    if (regular && SetEndOfFile(out.Get()) == 0) {
+        return CopyEnd::Failed;
+    }
+    const bool takesMark = regular && perms == APR_FPROT_FILE_SOURCE_PERMS;
+    if (!CopyContents(in, out) || (takesMark && !TakeReadOnlyMark(out, file.attributes))) {
+        RemoveOpenFile(std::move(out));
+        return CopyEnd::Failed;
+    }
+    return out.Close() ? CopyEnd::Done : CopyEnd::Failed;
+}
+
+CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
+    // In narrow names, as the copy reads them.
+    const auto open = [](const char* name, DWORD access) {
+        return Handle(CreateFileA(name, access, kShared, nullptr, OPEN_EXISTING, 0, nullptr));
+    };
+    const FileId source = Identify(open(from, FILE_READ_ATTRIBUTES));
+    const Handle present = open(to, FILE_READ_ATTRIBUTES);
+    if (source == Identify(present)) {
+        return CopyEnd::SameFile;
+    }
+    if (!open(from, GENERIC_READ) || (present && !open(to, GENERIC_WRITE))) {
+        return CopyEnd::Failed;
+    }
+    if (CopyFileA(from, to, FALSE) != 0) {
+        return CopyEnd::Done;
+    }
+    // Both ends could be had, so it is the writing that has failed.
+    RemoveOpenFile(open(to, GENERIC_WRITE));
+    return CopyEnd::Failed;
+}
+
+}  // namespace zukel::platform

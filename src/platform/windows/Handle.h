@@ -1,0 +1,38 @@
+#pragma once
+
+#include <apr.h>  // before the system's own: it takes a part of that, with the sockets
+
+#include <utility>
+
+namespace zukel::platform {
+
+/// Owns a handle of the system, or none: null and the mark of a failed opening are none.
+class Handle {
+public:
+    Handle() noexcept = default;
+    explicit Handle(HANDLE handle) noexcept
+        : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
+    ~Handle() { Close(); }
+    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        if (this != &other) {
+            Close();
+            handle_ = std::exchange(other.handle_, nullptr);
+        }
+        return *this;
+    }
+
+    explicit operator bool() const noexcept { return handle_ != nullptr; }
+    HANDLE Get() const noexcept { return handle_; }
+
+    /// False when the system reports a failure. The handle is gone either way.
+    bool Close() noexcept {
+        const HANDLE handle = std::exchange(handle_, nullptr);
+        return handle == nullptr || CloseHandle(handle) != 0;
+    }
+
+private:
+    HANDLE handle_ = nullptr;
+};
+
+}  // namespace zukel::platform

@@ -1,0 +1,139 @@
+#include <array>
+#include <cwchar>
+#include <string>
+
+#include "platform/FileOperations.h"
+#include "platform/windows/OpenFile.h"
+
+namespace zukel::platform {
+
+namespace {
+
+bool MarkForRemoval(const Handle& file, bool remove) noexcept {
+    FILE_DISPOSITION_INFO info{};
+    info.DeleteFile = remove ? TRUE : FALSE;
+    return SetFileInformationByHandle(file.Get(), FileDispositionInfo, &info, sizeof info) != 0;
+}
+
+/// The file that goes, held so that nobody writes to it meanwhile.
+class Source {
+public:
+    explicit Source(const wchar_t* name) noexcept
+        : file_(CreateFileW(name, GENERIC_READ | FILE_WRITE_ATTRIBUTES | DELETE, FILE_SHARE_READ,
+                            nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr)) {
+        constexpr DWORD kNoPlainFile = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+        usable_ =
+            file_ && GetFileType(file_.Get()) == FILE_TYPE_DISK &&
+            GetFileInformationByHandleEx(file_.Get(), FileBasicInfo, &facts_, sizeof facts_) != 0 &&
+            (facts_.FileAttributes & kNoPlainFile) == 0;
+    }
+    ~Source() {
+        if (unprotected_) {
+            SetAttributes(facts_.FileAttributes);
+        }
+    }
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    explicit operator bool() const noexcept { return usable_; }
+    const Handle& File() const noexcept { return file_; }
+
+    /// Gives another file this one's times and attributes.
+    bool GiveFacts(const Handle& copy) const noexcept {
+        FILE_BASIC_INFO facts = facts_;
+        return SetFileInformationByHandle(copy.Get(), FileBasicInfo, &facts, sizeof facts) != 0;
+    }
+
+    /// Whether the system will let it go. A read-only file does not until it is no longer one.
+    bool MayGo() noexcept {
+        if ((facts_.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
+            unprotected_ = SetAttributes(FILE_ATTRIBUTE_NORMAL);
+        }
+        return MarkForRemoval(file_, true) && MarkForRemoval(file_, false);
+    }
+
+    bool Go() noexcept {
+        const bool gone = MarkForRemoval(file_, true);
+        unprotected_ = unprotected_ && !gone;
+        return gone;
+    }
+
+private:
+    bool SetAttributes(DWORD attributes) noexcept {
+        FILE_BASIC_INFO facts{};  // zeros leave the times
+        facts.FileAttributes = attributes;
+        return SetFileInformationByHandle(file_.Get(), FileBasicInfo, &facts, sizeof facts) != 0;
+    }
+
+    Handle file_;
+    FILE_BASIC_INFO facts_{};
+    bool usable_ = false;
+    bool unprotected_ = false;
+};
+
+/// A new file beside the target, removed again unless it is given the target's name.
+class Copy {
+public:
+    explicit Copy(const wchar_t* target) : target_(target) {
+        const std::wstring place(target);
+        const std::size_t stop = place.find_last_of(L"/\\:");
+        const std::wstring folder = place.substr(0, stop == std::wstring::npos ? 0 : stop + 1);
+        constexpr unsigned kTries = 1000;
+        for (unsigned number = 0; number < kTries && !file_; ++number) {
+            std::array<wchar_t, 40> name{};
+            std::swprintf(name.data(), name.size(), L".zukel-%lx-%x",
+                          static_cast<unsigned long>(GetCurrentProcessId()), number);
+            name_ = folder + name.data();
+            file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
+                                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+            if (!file_ && GetLastError() != ERROR_FILE_EXISTS) {
+                break;
+            }
+        }
+        made_ = static_cast<bool>(file_);
+    }
+    ~Copy() {
+        file_.Close();
+        if (made_) {
+            SetFileAttributesW(name_.c_str(), FILE_ATTRIBUTE_NORMAL);  // it may be read-only by now
+            DeleteFileW(name_.c_str());
+        }
+    }
+    Copy(const Copy&) = delete;
+    Copy& operator=(const Copy&) = delete;
+
+    explicit operator bool() const noexcept { return made_; }
+    const Handle& File() const noexcept { return file_; }
+
+    bool TakeTargetsName() noexcept {
+        constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+        made_ = !file_.Close() || MoveFileExW(name_.c_str(), target_, kHow) == 0;
+        return !made_;
+    }
+
+private:
+    const wchar_t* target_;
+    std::wstring name_;
+    Handle file_;
+    bool made_ = false;  ///< And stands under its own name.
+};
+
+}  // namespace
+
+bool MoveAcrossVolumes(const char* from, const char* to) {
+    const WideName sourceName(from);
+    const WideName targetName(to);
+    if (!sourceName || !targetName) {
+        return false;
+    }
+    Source source(sourceName.Get());
+    if (!source) {
+        return false;
+    }
+    Copy copy(targetName.Get());
+    return copy && CopyContents(source.File(), copy.File()) && source.GiveFacts(copy.File()) &&
+           FlushFileBuffers(copy.File().Get()) != 0 && source.MayGo() && copy.TakeTargetsName() &&
+           source.Go();
+}
+
+}  // namespace zukel::platform
