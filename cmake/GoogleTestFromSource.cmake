@@ -1,0 +1,15 @@
+# No package has GoogleTest for the system that is cross-compiled to; Debian's `googletest` has its
+# sources. Its warnings are not ours, nor are those in its headers.
+set(ZUKEL_GOOGLETEST /usr/src/googletest CACHE PATH "Where the sources of GoogleTest lie")
+set(INSTALL_GTEST OFF)
+set(BUILD_SHARED_LIBS OFF)
+add_subdirectory(${ZUKEL_GOOGLETEST} googletest EXCLUDE_FROM_ALL)
+unset(BUILD_SHARED_LIBS)
+foreach(library gtest gtest_main gmock)
+  set_target_properties(${library} PROPERTIES COMPILE_OPTIONS -w)
+  get_target_property(folders ${library} INTERFACE_INCLUDE_DIRECTORIES)
+  set_target_properties(${library} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${folders}")
+  if(NOT TARGET GTest::${library})
+    add_library(GTest::${library} ALIAS ${library})
+  endif()
+endforeach()
