@@ -6,6 +6,11 @@
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
+/// Whether the system can keep this variable, before the runtime is asked to set it. Windows: the
+/// name is not empty and has no `=`, and neither text is longer than the system's 32766 units,
+/// beyond which its narrow call ends the process (Wine 8). Linux: true; the runtime finds out.
+bool MayBeEnvironmentVariable(const char* name, const char* value) noexcept;
+
 /// Repeats in the C library's own table, the one that `getenv` reads, a variable that the runtime
 /// has set. Windows: `_putenv_s`, whose status is dropped, and
 /// the runtime's value again where that call has changed it. Linux: nothing; there is one table.

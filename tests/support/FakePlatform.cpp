@@ -42,6 +42,9 @@ long long WritePosition(apr_file_t*) noexcept {
     return -1;
 }
 void SetWritePosition(apr_file_t*, long long) noexcept {}
+bool MayBeEnvironmentVariable(const char*, const char*) noexcept {
+    return true;
+}
 void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
 LocaleId ThreadLocale() noexcept {
     return 0;

@@ -25,6 +25,10 @@ const char* NameOf(const Locale& locale) noexcept {
 
 }  // namespace
 
+bool MayBeEnvironmentVariable(const char*, const char*) noexcept {
+    return true;
+}
+
 void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
 
 LocaleId ThreadLocale() noexcept {

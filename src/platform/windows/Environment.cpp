@@ -1,10 +1,20 @@
 #include "platform/Environment.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include "platform/windows/WideName.h"
 
 namespace zukel::platform {
+
+bool MayBeEnvironmentVariable(const char* name, const char* value) noexcept {
+    const auto fits = [](const char* text) {
+        constexpr int kMost = 32766;
+        const int size = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
+        return size > 0 && size - 1 <= kMost;
+    };
+    return *name != '\0' && std::strchr(name, '=') == nullptr && fits(name) && fits(value);
+}
 
 void RepeatEnvironmentVariable(const char* name, const char* value) noexcept {
     if (_putenv_s(name, value) != 0 || *value == '\0') {

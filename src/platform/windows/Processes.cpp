@@ -137,8 +137,7 @@ bool IsRunning(Child& child) noexcept {
 }
 
 apr_status_t End(Child& child) noexcept {
-    return IsRunning(child) ? apr_proc_kill(&child.process, kSigTerm)
-                            : APR_FROM_OS_ERROR(ERROR_PROCESS_ABORTED);
+    return IsRunning(child) ? apr_proc_kill(&child.process, kSigTerm) : APR_EPROC_UNKNOWN;
 }
 
 bool IsProcessRunning(int pid) noexcept {
