@@ -49,6 +49,13 @@ apr_status_t OpenByName(kelFileRecord& record, const char* name, int mode) noexc
     return APR_SUCCESS;
 }
 
+/// Of what the runtime takes for a template without them, Windows would make one name over and
+/// over.
+bool EndsInSixX(const char* name, std::size_t length) noexcept {
+    constexpr std::size_t kSix = 6;
+    return length >= kSix && std::strcmp(name + length - kSix, "XXXXXX") == 0;
+}
+
 /// Puts the current directory before a relative template. The runtime removes a temporary file by
 /// the name it was made under, so a relative one would miss it, or hit another file, once the
 /// current directory has changed.
@@ -132,6 +139,10 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     record_->Reset();
     if (!record_->pool) {
         record_->status = APR_ENOPOOL;
+        return kelStatusFailed;
+    }
+    if (!EndsInSixX(buffer.data(), length)) {
+        record_->status = APR_EINVAL;
         return kelStatusFailed;
     }
     zuString absolute;

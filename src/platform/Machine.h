@@ -1,5 +1,7 @@
 #pragma once
 
+#include <apr_time.h>
+
 #include <cstdint>
 
 /// What the portable code asks of the platform about the machine and its clock. Plain functions,
@@ -48,6 +50,18 @@ struct CpuRegisters {
 
 /// Runs CPUID for `leaf` with sub-leaf 0. A processor without the instruction answers zeros.
 CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
+
+/// Splits a moment into its date in universal time. Linux: `apr_time_exp_gmt`. Windows: computed;
+/// the runtime (1.7.2) drops the system's refusal of dates before 1601 and after 30827.
+///
+/// @returns the runtime's status.
+apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
+
+/// Splits a moment into its date in local time. Linux: `apr_time_exp_lt`. Windows: the same, within
+/// those years alone.
+///
+/// @returns the runtime's status.
+apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 
 /// Makes the next conversion to local time one for the zone that the process is set to now.
 /// Windows: nothing to do, each conversion asks the system. Linux: `tzset`; without it the variable

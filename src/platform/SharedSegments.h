@@ -39,9 +39,15 @@ bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcep
 /// @returns false, with `segment` unchanged, when the system refuses.
 bool UnmapSegment(Segment& segment) noexcept;
 
+/// Removes whatever segment has this name. Linux: `apr_shm_remove`. Windows: the file is given
+/// another name, `NAME.zukel-removed`, and removed under that, at once or when the last who holds the
+/// segment lets go of it: the system removes no file that is mapped.
+///
+/// @param name not empty.
+bool RemoveName(const char* name, apr_pool_t* pool) noexcept;
+
 /// Removes the name of a segment that this process has or had mapped. A name that stands for
-/// another segment by now, or for none, is left as it is and counts as removed. Windows:
-/// `apr_shm_remove`, without looking.
+/// another segment by now, or for none, is left as it is and counts as removed.
 bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t* pool) noexcept;
 
 }  // namespace zukel::platform

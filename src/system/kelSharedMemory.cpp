@@ -1,7 +1,5 @@
 #include "kelSharedMemory.h"
 
-#include <apr_shm.h>
-
 #include <cstring>
 #include <utility>
 
@@ -20,7 +18,7 @@ int StatusOf(bool succeeded) noexcept {
 }
 
 bool RemoveByName(const zuString& name, const zukel::Pool& pool) noexcept {
-    return pool && IsName(name) && apr_shm_remove(name.c_str(), pool.Get()) == APR_SUCCESS;
+    return pool && IsName(name) && zukel::platform::RemoveName(name.c_str(), pool.Get());
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ constexpr apr_time_t kNoTime = -1;
 
 /// Takes a moment, with its date in universal time.
 void Set(kelTimeRecord& record, apr_time_t moment) noexcept {
-    record.epoch = apr_time_exp_gmt(&record.exp, moment) == APR_SUCCESS ? moment : kNoTime;
+    record.epoch =
+        zukel::platform::UniversalDate(record.exp, moment) == APR_SUCCESS ? moment : kNoTime;
 }
 
 /// Whether the microseconds of a date fit into 64 bits. The runtime multiplies without looking, so
@@ -117,7 +118,7 @@ void kelTime::MakeLocalTime() {
         record_->epoch = apr_time_now();
     }
     zukel::platform::ReadTimeZone();
-    if (apr_time_exp_lt(&record_->exp, record_->epoch) != APR_SUCCESS) {
+    if (zukel::platform::LocalDate(record_->exp, record_->epoch) != APR_SUCCESS) {
         record_->epoch = kNoTime;
     }
 }

@@ -186,6 +186,14 @@ CpuRegisters Cpuid(std::uint32_t leaf) noexcept {
     return registers;
 }
 
+apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
+    return apr_time_exp_gmt(&date, moment);
+}
+
+apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
+    return apr_time_exp_lt(&date, moment);
+}
+
 void ReadTimeZone() noexcept {
     tzset();
 }

@@ -1,6 +1,7 @@
 #include "platform/SharedSegments.h"
 
 #include <apr_hash.h>
+#include <apr_shm.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -171,6 +172,10 @@ bool UnmapSegment(Segment& segment) noexcept {
     segment.address = nullptr;
     segment.size = 0;
     return true;
+}
+
+bool RemoveName(const char* name, apr_pool_t* pool) noexcept {
+    return apr_shm_remove(name, pool) == APR_SUCCESS;
 }
 
 bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t*) noexcept {

@@ -34,6 +34,20 @@ bool TakeReadOnlyMark(const Handle& file, std::uint32_t sourceAttributes) noexce
     return SetFileInformationByHandle(file.Get(), FileBasicInfo, &wanted, sizeof wanted) != 0;
 }
 
+/// Gives the copy its source's attributes and time of change, which Wine 8 leaves out: the first
+/// where the target existed, the second always.
+void CarryOver(const Handle& source, const Handle& copy) noexcept {
+    FILE_BASIC_INFO info{};
+    if (GetFileType(copy.Get()) != FILE_TYPE_DISK ||
+        GetFileInformationByHandleEx(source.Get(), FileBasicInfo, &info, sizeof info) == 0) {
+        return;
+    }
+    FILE_BASIC_INFO wanted{};  // zeros leave the other times
+    wanted.LastWriteTime = info.LastWriteTime;
+    wanted.FileAttributes = info.FileAttributes;
+    SetFileInformationByHandle(copy.Get(), FileBasicInfo, &wanted, sizeof wanted);
+}
+
 }  // namespace
 
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
@@ -90,6 +104,7 @@ CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
         return CopyEnd::Failed;
     }
     if (CopyFileA(from, to, FALSE) != 0) {
+        CarryOver(open(from, FILE_READ_ATTRIBUTES), open(to, FILE_WRITE_ATTRIBUTES));
         return CopyEnd::Done;
     }
     // Both ends could be had, so it is the writing that has failed.

@@ -1,6 +1,7 @@
 #include "platform/Processes.h"
 
 #include <apr_file_info.h>
+#include <apr_portable.h>
 #include <apr_strings.h>
 #include <apr_thread_proc.h>
 #include <process.h>
@@ -76,11 +77,21 @@ apr_status_t Redirect(apr_status_t (*set)(apr_procattr_t*, apr_file_t*, apr_file
     if (file == nullptr) {
         const apr_status_t status =
             apr_file_open(&file, "NUL", APR_FOPEN_WRITE, APR_FPROT_OS_DEFAULT, pool);
-        if (status != APR_SUCCESS) {
-            return status;
-        }
+        return status == APR_SUCCESS ? set(attributes, file, nullptr) : status;
     }
-    return set(attributes, file, nullptr);
+    // The runtime goes to the end before it writes, which a child knows nothing of. A handle with
+    // the right to append alone always writes there.
+    constexpr DWORD kAppend = FILE_GENERIC_WRITE & ~static_cast<DWORD>(FILE_WRITE_DATA);
+    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    apr_os_file_t opened = nullptr;
+    apr_os_file_get(&opened, file);
+    const Handle appending(ReOpenFile(opened, kAppend | FILE_READ_ATTRIBUTES, kShared, 0));
+    apr_file_t* narrowed = file;
+    if (appending) {
+        apr_os_file_t handle = appending.Get();
+        apr_os_file_put(&narrowed, &handle, APR_FOPEN_WRITE, pool);
+    }
+    return set(attributes, narrowed, nullptr);  // which duplicates the handle
 }
 
 /// Everything but the start itself. The attributes live in the program's pool.

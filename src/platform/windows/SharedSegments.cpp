@@ -2,6 +2,7 @@
 
 #include <apr_file_io.h>
 #include <apr_shm.h>
+#include <apr_strings.h>
 
 #include <limits>
 #include <new>
@@ -22,11 +23,14 @@ struct Header {
     apr_size_t usable;
 };
 
+constexpr char kRemoved[] = ".zukel-removed";
+
 /// What is kept of a segment, in the pool that it was made with.
 struct Held {
     apr_shm_t* shared;
     bool owner;
     FileId file;
+    const char* removed;  ///< The name that its file has once its own is gone.
 };
 
 Held* HeldBy(const Segment& segment) noexcept {
@@ -44,7 +48,8 @@ bool Keep(apr_shm_t* shared, bool owner, const char* name, apr_pool_t* pool,
     if (memory == nullptr) {
         return false;
     }
-    const auto* const held = new (memory) Held{shared, owner, IdentifyByName(name)};
+    const char* const removed = apr_pstrcat(pool, name, kRemoved, nullptr);
+    const auto* const held = new (memory) Held{shared, owner, IdentifyByName(name), removed};
     segment.address = apr_shm_baseaddr_get(shared);
     segment.size = apr_shm_size_get(shared);
     segment.identity[0] = reinterpret_cast<std::uintptr_t>(held);
@@ -121,12 +126,28 @@ bool UnmapSegment(Segment& segment) noexcept {
     }
     segment.address = nullptr;
     segment.size = 0;
+    const WideName removed(held.removed);
+    if (removed) {
+        DeleteFileW(removed.Get());  // which only the last who holds it can
+    }
+    return true;
+}
+
+bool RemoveName(const char* name, apr_pool_t* pool) noexcept {
+    const WideName present(name);
+    const WideName removed(apr_pstrcat(pool, name, kRemoved, nullptr));
+    constexpr DWORD kStays = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
+    if (!present || !removed || (GetFileAttributesW(present.Get()) & kStays) != 0 ||
+        MoveFileExW(present.Get(), removed.Get(), MOVEFILE_REPLACE_EXISTING) == 0) {
+        return false;
+    }
+    DeleteFileW(removed.Get());
     return true;
 }
 
 bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t* pool) noexcept {
     const FileId now = IdentifyByName(name);
-    return !(now == HeldBy(segment)->file) || apr_shm_remove(name, pool) == APR_SUCCESS;
+    return !(now == HeldBy(segment)->file) || RemoveName(name, pool);
 }
 
 }  // namespace zukel::platform
