@@ -3,13 +3,13 @@
 // be copied and derived from. Below, the small classes at work.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <thread>
 #include <type_traits>
 
+#include "support/System.h"
 #include "zukel.h"
 
 namespace {
@@ -37,9 +37,8 @@ static_assert(sizeof(kelTime) == sizeof(void*) && sizeof(kelMemoryInfo) == 72);
 TEST(kelSystem, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
-    EXPECT_LE(kelSystem::TotalPhysicalMemory() << 10U,
-              std::size_t(getpagesize()) * std::size_t(sysconf(_SC_PHYS_PAGES)));
-    EXPECT_EQ(kelCPUInfo::GetNumProcessors(), sysconf(_SC_NPROCESSORS_ONLN));
+    EXPECT_LE(kelSystem::TotalPhysicalMemory() << 10U, zukel::test::MachineMemory());
+    EXPECT_EQ(kelCPUInfo::GetNumProcessors(), zukel::test::Processors());
     std::ifstream facts("/proc/cpuinfo");
     const std::string all{std::istreambuf_iterator<char>(facts), {}};
     EXPECT_NE(all.find(": " + kelCPUInfo::GetCPUID() + "\n"), std::string::npos);
@@ -49,10 +48,12 @@ TEST(kelSystem, Figures_AreThoseOfTheMachine) {
         zuDiskInfo disk;
         disk.freeBytes = disk.totalBytes = 1;
         std::error_code error;
-        const auto space = std::filesystem::space(path, error);
-        EXPECT_EQ(kelSystem::GetFreeDiskSpace(path, disk), !error) << path;
-        EXPECT_EQ(disk.totalBytes, error ? 1 : space.capacity);
-        EXPECT_EQ(disk.freeBytes < disk.totalBytes, !error);
+        // The standard library of Windows takes the parent for what is missing, and throws for two.
+        const bool exists = path == std::string(".") || path == std::string("/");
+        const auto space = std::filesystem::space(exists ? path : "/missing", error);
+        EXPECT_EQ(kelSystem::GetFreeDiskSpace(path, disk), exists) << path;
+        EXPECT_EQ(disk.totalBytes, exists ? space.capacity : 1);
+        EXPECT_EQ(disk.freeBytes < disk.totalBytes, exists);
         zuDiskInfo copy;
         copy = disk;
         EXPECT_EQ(copy.freeBytes, disk.freeBytes);

@@ -1,12 +1,8 @@
 // Names, surroundings and facts about files: what the library tells of the system around it.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <locale.h>
-#include <pwd.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <vector>
 
@@ -31,27 +27,38 @@ TEST(kelLibrary, EnvironmentVariables_AreSeenByTheLibraryAndByGetenv) {
     zuString value = "untouched";
     EXPECT_EQ(library.GetEnvironmentVariable(value, "ZUKEL_TEST"), kelStatusNoVariable);
     EXPECT_EQ(value, "untouched");
-    for (const auto& set : {zuString(), zuString("\xff/\xc3"), zuString(102400, 'x')}) {
+    const zuString longest(kOnWindows ? 30000 : 102400, 'x');
+    for (const auto& set : {zuString(kOnWindows ? "x" : ""), zuString(kOddName), longest}) {
         EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_TEST", set), kelStatusOk);
         EXPECT_EQ(library.GetEnvironmentVariable(value, "ZUKEL_TEST"), kelStatusOk);
         EXPECT_EQ(value, set);
         EXPECT_EQ(std::getenv("ZUKEL_TEST"), set);
     }
-    EXPECT_EQ(library.SetEnvironmentVariable("A=B", "x"), kelStatusNoVariable);
-    unsetenv("ZUKEL_TEST");
+    for (const char* const name : {"", "=", "A=B"}) {
+        EXPECT_EQ(library.SetEnvironmentVariable(name, "x"), kelStatusNoVariable);
+    }
+    if (kOnWindows) {
+        EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_TEST", longest + longest),
+                  kelStatusNoVariable);
+        EXPECT_EQ(library.GetEnvironmentVariable(value, "ZUKEL_TEST"), kelStatusOk);
+        EXPECT_EQ(value, longest) << "nothing has changed";
+        EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_TEST", ""), kelStatusOk);
+        EXPECT_EQ(library.GetEnvironmentVariable(value, "ZUKEL_TEST"), kelStatusNoVariable);
+        EXPECT_EQ(std::getenv("ZUKEL_TEST"), nullptr) << "an empty value removes";
+    }
 }
 
 TEST(kelLibrary, UserAndTempDir_AreThoseOfTheSystem) {
     const TemporaryDirectory directory;
-    const passwd* const user = getpwuid(getuid());
     Library library;
     library.SetEnvironmentVariable("TMPDIR", directory.Path());
     EXPECT_EQ(library.GetTempDir(), directory.Path());
-    unsetenv("TMPDIR");
+    library.SetEnvironmentVariable("TMPDIR", "");
+    EXPECT_NE(library.GetTempDir(), "");
     zuString name;
     EXPECT_EQ(library.GetCurrentUserName(name), kelStatusOk);
-    EXPECT_EQ(name, user->pw_name);
-    EXPECT_EQ(Library::GetAbsoluteFileName("~/x"), user->pw_dir + zuString("/x"));
+    EXPECT_EQ(name, UserName());
+    EXPECT_EQ(Library::GetAbsoluteFileName("~/x"), HomeDirectory() + "/x");
 }
 
 TEST(kelLibrary, NamesAreExpanded) {
@@ -76,22 +83,29 @@ TEST(kelLibrary, NamesAreExpanded) {
 }
 
 TEST(kelLibrary, GetLocale_IsTheProgramsElseTheUsers) {
+    if (kOnWindows) {
+        const zuString text = Library().GetLocale();
+        EXPECT_EQ(text.find('_'), 2U) << text;
+        EXPECT_EQ(text.find('.'), 5U) << text;
+        GTEST_SKIP() << "the C library's locales have no part in it here";
+    }
     const TemporaryDirectory directory;
     const std::string made = directory / "fr_BE@euro";
     const std::string make = "localedef --no-archive -c -i POSIX -f ISO-8859-15 " + made;
     // Its result says no more than that categories are left out.
     if (std::system((make + " >/dev/null 2>&1").c_str()) == -1 ||
-        access((made + "/LC_CTYPE").c_str(), R_OK) != 0) {
+        !std::filesystem::exists(made + "/LC_CTYPE")) {
         GTEST_SKIP() << "no locale can be made: is the package locales installed?";
     }
     Library library;
     library.SetEnvironmentVariable("LOCPATH", directory.Path());
     library.SetEnvironmentVariable("LC_ALL", "fr_BE@euro");
     EXPECT_STREQ(library.GetLocale(), "fr_BE.28605") << "the user's: the program has chosen none";
-    setlocale(LC_ALL, "C.UTF-8");
+    std::setlocale(LC_ALL, "C.UTF-8");
     EXPECT_EQ(library.GetLocale(), nullptr) << "the program's own";
-    setlocale(LC_ALL, "C");
-    EXPECT_EQ(unsetenv("LC_ALL") + unsetenv("LOCPATH"), 0);
+    std::setlocale(LC_ALL, "C");
+    library.SetEnvironmentVariable("LC_ALL", "");
+    library.SetEnvironmentVariable("LOCPATH", "");
 }
 
 TEST(kelFileInfo, NameParts) {
@@ -121,25 +135,28 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
         EXPECT_EQ(fact, -1) << "missing";
     }
     directory.Write("a.d", "four");
-    const timespec times[] = {{1000000000, 123456789}, {-5, 999999999}};
-    EXPECT_EQ(utimensat(AT_FDCWD, name.c_str(), times, 0) + chmod(name.c_str(), 04751), 0);
+    SetTimes(name, 1000000000123456789, -4000000001);
+    std::filesystem::permissions(name, std::filesystem::perms(04751));
     EXPECT_EQ(info.GetSize(), 4);
     EXPECT_EQ(info.GetLastAccessTime(), 1000000000123456);
     EXPECT_EQ(info.GetLastModifiedTime(), -4000001);
-    EXPECT_EQ(info.GetPermissions(), 0x751 | kelFileInfo::PermissionSetUser);
-    EXPECT_EQ(truncate(name.c_str(), 3LL << 30), 0);
+    // Of Windows they are what its access lists say, which Wine does not tell.
+    EXPECT_TRUE(kOnWindows || info.GetPermissions() == (0x751 | kelFileInfo::PermissionSetUser));
+    std::filesystem::resize_file(name, 3ULL << 30U);
     kelFileInfo shared("other");
     shared = info;
     EXPECT_EQ(shared.GetSize(), 4);
     EXPECT_EQ(kelFileInfo(info).GetSize(), -1073741824) << "the low 32 bits";
-    EXPECT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(mknod((directory / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
-    EXPECT_EQ(kelFileInfo(directory / "pipe").GetType(), kelFileInfo::Pipe);
-    EXPECT_EQ(kelFileInfo(directory / "socket").GetType(), kelFileInfo::Socket);
-    EXPECT_EQ(symlink("a.d", (directory / "link.x").c_str()), 0);
+    if (MakePipeAndSocket(directory / "pipe", directory / "socket")) {
+        EXPECT_EQ(kelFileInfo(directory / "pipe").GetType(), kelFileInfo::Pipe);
+        EXPECT_EQ(kelFileInfo(directory / "socket").GetType(), kelFileInfo::Socket);
+    }
     EXPECT_EQ(kelFileInfo(name).GetType(), kelFileInfo::RegularFile);
-    EXPECT_EQ(kelFileInfo(directory / "link.x").GetType(), kelFileInfo::Link);
-    EXPECT_EQ(kelFileInfo("/dev/null").GetType(), kelFileInfo::OtherFile);
+    if (MakeLink("a.d", directory / "link.x")) {
+        EXPECT_EQ(kelFileInfo(directory / "link.x").GetType(), kelFileInfo::Link);
+    }
+    EXPECT_EQ(kelFileInfo(kNullDevice).GetType(),
+              kOnWindows ? kelFileInfo::NoFile : kelFileInfo::OtherFile);
     EXPECT_EQ(kelFileInfo(name + "/below").GetType(), kelFileInfo::NoFile);
 }
 
@@ -157,7 +174,7 @@ TEST(kelDirectory, AbsoluteAndRelativePaths) {
     const Guard entered = WorkingDirectory(directory.Path());
     std::filesystem::create_directories("a/b");
     std::filesystem::create_directories("a/c");
-    std::filesystem::create_directory_symlink("a", "link");
+    const bool links = MakeLink("a", "link");
     directory.Write("file", "");
     // Only the folded text is looked at, on a file system that tells case apart; a link itself is
     // no directory.
@@ -166,6 +183,9 @@ TEST(kelDirectory, AbsoluteAndRelativePaths) {
         a     file _        a        gone _   file  a  _
         file  file _        missing  a    _   .  /    _          link/  a    a)");
     for (const auto& [from, to, way] : ways) {
+        if (!links && from == "link/") {
+            continue;
+        }
         EXPECT_EQ(kelDirectory::GetRelativePath(from, to), way) << from << " to " << to;
     }
 }

@@ -7,6 +7,7 @@
 
 #include "kelLibrary.h"
 #include "kelStatus.h"
+#include "support/System.h"
 #include "support/TemporaryDirectory.h"
 
 namespace fs = std::filesystem;
@@ -36,7 +37,10 @@ TEST(kelDynamicObject, States_FollowTheTable) {
         EXPECT_EQ(object.LoadLibrary(name), kelStatusFailed) << name;
         EXPECT_EQ(object.kelLoadLibraryEx("", "name"), kelStatusFailed) << "no load at all";
         EXPECT_EQ(object.GetLibraryName(), "");
-        EXPECT_NE(object.GetError().find(name), std::string::npos) << object.GetError();
+        // Windows gives the reason without the name.
+        EXPECT_NE(object.GetError().find(zukel::test::kOnWindows ? "" : name), std::string::npos)
+            << object.GetError();
+        EXPECT_NE(object.GetError(), "");
         EXPECT_EQ(Answer(object), -1) << "the earlier module is the object's no more";
     }
 }

@@ -36,16 +36,19 @@ TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
     const TemporaryDirectory directory;
     const std::string readOnly = directory.Write("file", "content");
     fs::create_directory(directory / "folder");
+    // Windows tells a directory and a way through a file otherwise.
+    constexpr int kFailed = kelStatusFailed;
+    const int ofFolder = kOnWindows ? kelStatusAccessDenied : kFailed;
     const std::vector<std::tuple<std::string, int, int>> cases = {
         {"file", kRead | kelFile::ModeNoCleanup, kelStatusOk},
-        {"folder", kRead, kelStatusOk},
-        {"\xFF\xFE bytes \x80", kCreate, kelStatusOk},
+        {"folder", kRead, kOnWindows ? kelStatusAccessDenied : kelStatusOk},
+        {kOddName, kCreate, kelStatusOk},
         {"missing", kRead, kelStatusNotFound},
         {"file", kelFile::ModeCreate, kelStatusAccessDenied},
-        {"file/below", kRead, kelStatusFailed},
-        {"file", kCreate | kelFile::ModeExclusive, kelStatusFailed},
-        {"folder", kCreate, kelStatusFailed},
-        {std::string(256, 'n'), kCreate, kelStatusFailed}};
+        {"file/below", kRead, kOnWindows ? kelStatusNotFound : kFailed},
+        {"file", kCreate | kelFile::ModeExclusive, kFailed},
+        {"folder", kCreate, ofFolder},
+        {std::string(256, 'n'), kCreate, kOnWindows ? kelStatusNotFound : kFailed}};
     const auto inherited = InheritedDescriptors();
     for (const auto& [name, mode, status] : cases) {
         kelFile file(readOnly, kRead);
@@ -56,6 +59,9 @@ TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
     }
     kelFile file;
     EXPECT_EQ(file.Open("", kRead), kelStatusNotFound);
+    if (kOnWindows) {
+        return;  // Wine runs as root and may write what it likes
+    }
     fs::permissions(readOnly, fs::perms::group_read);
     fs::permissions(directory.Path(), fs::perms::group_exec, fs::perm_options::add);
     const Guard user = Unprivileged();
@@ -98,7 +104,9 @@ TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
         EXPECT_EQ(file.CreateTemporaryFile(form), kept != 0 ? kelStatusOk : kelStatusFailed);
         const std::string name = file.GetFileName();
         EXPECT_EQ(name.size(), kept != 0 ? kept + 6 : 0) << form;
-        EXPECT_EQ(name.substr(0, kept), form.substr(0, kept));
+        // Windows replaces all trailing X.
+        const std::size_t stays = kOnWindows ? form.find_last_not_of('X') + 1 : kept;
+        EXPECT_EQ(name.substr(0, std::min(stays, kept)), form.substr(0, std::min(stays, kept)));
         EXPECT_EQ(fs::exists(name), kept != 0) << form;
         EXPECT_EQ(InheritedDescriptors(), inherited);
         std::ofstream("elsewhere/" + name) << "a stranger's file of the same name";
@@ -150,6 +158,19 @@ protected:
         EXPECT_EQ(full.Read(back), GetParam() == 0 ? kelStatusOk : kelStatusFailed);
     }
 
+    /// Writes values that the file has no room for, where the types can hold such.
+    template <typename Long, typename Unsigned, typename Wide>
+    static void RefuseTooWide(kelFile& file) {
+        if constexpr (sizeof(Long) > 4) {
+            EXPECT_TRUE(
+                All(kelStatusFailed, {file.Write(Long{0x80000000}), file.Write(-Long{0x80000001}),
+                                      file.Write(Unsigned{0x100000000})}));
+        }
+        if constexpr (sizeof(Wide) > 2) {
+            EXPECT_EQ(file.Write(Wide{0x10000}), kelStatusFailed);
+        }
+    }
+
     const TemporaryDirectory directory;
 };
 INSTANTIATE_TEST_SUITE_P(Modes, kelFileData, testing::Values(0, kBuffered));
@@ -166,9 +187,7 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
     RoundTrip(1.0F, std::string("\x00\x00\x80\x3F", 4));
     RoundTrip(1.0, std::string("\x00\x00\x00\x00\x00\x00\xF0\x3F", 8));
     kelFile file = Make();
-    EXPECT_TRUE(All(kelStatusFailed,
-                    {file.Write(0x80000000L), file.Write(-0x80000001L), file.Write(0x100000000UL),
-                     file.Write(static_cast<wchar_t>(0x10000))}));
+    RefuseTooWide<long, unsigned long, wchar_t>(file);
     file.Close();
     EXPECT_EQ(Content(), "");
 }
@@ -226,6 +245,9 @@ TEST(kelFileClosed, EveryOperationFailsAndChangesNothing) {
 }
 
 TEST(kelFileFullDevice, EveryLostWriteIsTold) {
+    if (kOnWindows) {
+        GTEST_SKIP() << "there is no device that is full";
+    }
     const std::string block(10000, 'x');
     kelFile direct("/dev/full", kelFile::ModeWrite);
     unsigned long long size = block.size();
@@ -245,6 +267,9 @@ TEST(kelFileFullDevice, EveryLostWriteIsTold) {
 }
 
 TEST(kelFileFullDevice, WritingGoesOnWhereItStoppedWhenThereIsRoomAgain) {
+    if (kOnWindows) {
+        GTEST_SKIP() << "there is no limit to lift";
+    }
     const TemporaryDirectory directory;
     std::string text(14000, 'x');
     std::generate(text.begin(), text.end(), std::minstd_rand());
@@ -289,7 +314,7 @@ TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
 TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {
     const unsigned long long wanted = (1ULL << 31U) + 5;
     const std::unique_ptr<void, void (*)(void*)> zeros(std::calloc(wanted, 1), std::free);
-    kelFile file("/dev/null", kelFile::ModeWrite | kelFile::ModeBuffered);
+    kelFile file(kNullDevice, kelFile::ModeWrite | kelFile::ModeBuffered);
     unsigned long long size = wanted;
     EXPECT_EQ(file.Write(static_cast<const char*>(zeros.get()), size), kelStatusOk);
     EXPECT_EQ(size, wanted);

@@ -1,16 +1,16 @@
 #include "kelProcess.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "kelLibrary.h"
 #include "kelStatus.h"
 #include "support/ChildRunner.h"
 #include "support/System.h"
@@ -21,6 +21,16 @@ using namespace zukel::test;
 using Names = std::vector<std::string>;
 
 namespace {
+
+const std::string kChild = ZUKEL_TEST_CHILD;
+
+/// The system's text for an error; of Windows only that there is one, as the runtime has it in the
+/// user's language.
+void ExpectReason(const kelProcess& process, int error) {
+    const std::string text = kelProcess(process).GetLastError();
+    EXPECT_NE(text, "");
+    EXPECT_TRUE(kOnWindows || text == std::strerror(error)) << text;
+}
 
 void ExpectIdle(kelProcess& process, const std::string& text) {
     EXPECT_EQ(process.GetPid(), -1) << text;
@@ -44,14 +54,15 @@ TEST(kelProcess, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
                                            {directory.Path(), "", EACCES},
                                            {text, "", EACCES},
                                            {broken, "", ENOENT},
-                                           {"true", directory / "missing", ENOENT},
-                                           {"true", text, ENOTDIR}}) {
+                                           {kChild, directory / "missing", ENOENT},
+                                           {kChild, text, ENOTDIR}}) {
         InChild([&] {
             kelProcess process;
-            EXPECT_EQ(process.Start("sleep", {"30"}, true), kelStatusOk);
+            EXPECT_EQ(process.Start(kChild, {"sleep", "30"}, true), kelStatusOk);
             const int former = process.GetPid();
             EXPECT_EQ(process.Start(c.command, {}, c.directory, false), kelStatusFailed);
-            ExpectIdle(process, std::strerror(c.error));
+            ExpectReason(process, c.error);
+            ExpectIdle(process, process.GetLastError());
             EXPECT_EQ(kelProcess::NativeKill(former), kelStatusOk) << "forgotten, not ended";
             EXPECT_TRUE(AllCollected());
         });
@@ -73,10 +84,9 @@ TEST(kelProcess, OutputFiles_TakeTheStreams) {
         const TemporaryDirectory directory;
         fs::create_directory(directory / "child");
         const Guard here = WorkingDirectory(directory.Path());
-        const std::string script = "echo 1; echo 2 >&2; echo 3; >ran";
         for (const bool detach : {false, true}) {
             kelProcess process;
-            EXPECT_EQ(process.Start("sh", {"-c", script}, "child", c.files, detach), kelStatusOk);
+            EXPECT_EQ(process.Start(kChild, {"say"}, "child", c.files, detach), kelStatusOk);
             EXPECT_TRUE(Ends(process));
             EXPECT_TRUE(fs::remove("child/ran"));
         }
@@ -89,36 +99,38 @@ TEST(kelProcess, OutputFiles_TakeTheStreams) {
 
 TEST(kelProcess, Output_WithoutFiles_NeitherBlocksNorKillsTheChild) {
     const TemporaryDirectory directory;
-    const std::string script =
-        "sleep 0.05; head -c 1000000 /dev/zero && head -c 1000000 /dev/zero >&2 && >ended";
     for (const bool held : {true, false}) {
         kelProcess process;
-        EXPECT_EQ(process.Start("sh", {"-c", script}, directory.Path(), true), kelStatusOk);
+        EXPECT_EQ(process.Start(kChild, {"flood"}, directory.Path(), true), kelStatusOk);
         process = held ? process : kelProcess();
-        EXPECT_TRUE(Eventually([&] { return fs::remove(directory / "ended"); })) << held;
+        std::error_code open;  // by the child, which Windows says so of
+        EXPECT_TRUE(Eventually([&] { return fs::remove(directory / "ended", open); })) << held;
     }
 }
 
 TEST(kelProcess, Program_IsFoundFromTheWorkingDirectoryAndGetsItsArguments) {
     const TemporaryDirectory directory;
     fs::create_directories(directory / "bin");
-    const Names arguments = {"", "two words", "a\nline", "'\"\\", "$HOME", "*", "\x80\xFF"};
+    const Names arguments = {"arguments",   "",      "two words", "a\nline", "'\"\\",
+                             "\"a\\\" b\\", "$HOME", "a*",        kOddName};
     std::string expected = "1";
-    for (const std::string& argument : arguments) {
-        expected += argument + '\0';
+    for (std::size_t at = 1; at < arguments.size(); ++at) {
+        expected += arguments[at] + '\0';
     }
-    const std::string script = "printf 1; printf '%s\\0' \"$@\"";  // no interpreter line
-    fs::permissions(directory.Write("bin/program", script), fs::perms::owner_all);
-    const std::string path = getenv("PATH");
+    fs::copy(kChild, directory / (kOnWindows ? "bin/program.exe" : "bin/program"));
+    if (kOnWindows) {  // where a program finds its libraries beside itself
+        fs::copy(fs::path(kChild).parent_path() / "zukel.dll", directory / "bin/zukel.dll");
+    }
+    const std::string path = std::getenv("PATH"), part = kPathSeparator;
     const std::string bin = directory / "bin", out = directory / "out";
     for (const auto& [search, command] : {std::pair{path, std::string("bin/program")},
                                           {path, bin + "/program"},
-                                          {"/etc:" + bin + ":" + path, "program"},
-                                          {"bin:" + path, "program"}}) {
-        setenv("PATH", search.c_str(), 1);
+                                          {"/etc" + part + bin + part + path, "program"},
+                                          {(kOnWindows ? bin : "bin") + part + path, "program"}}) {
+        kelLibrary().SetEnvironmentVariable("PATH", search);
         kelProcess process;
         EXPECT_EQ(process.Start(command, arguments, directory.Path(), {out}, false), kelStatusOk);
-        setenv("PATH", path.c_str(), 1);
+        kelLibrary().SetEnvironmentVariable("PATH", path);
         EXPECT_TRUE(Ends(process));
         EXPECT_EQ(ReadWhole(out), expected) << command;
         fs::remove(out);
@@ -130,47 +142,43 @@ TEST(kelProcess, States_FollowTheTable) {
     ExpectIdle(process, "");
     for (const bool detach : {false, true}) {
         const std::set<int> inherited = InheritedDescriptors();
-        EXPECT_EQ(process.Start("sleep", {"30"}, detach), kelStatusOk);
+        EXPECT_EQ(process.Start(kChild, {"sleep", "30"}, detach), kelStatusOk);
         EXPECT_EQ(InheritedDescriptors(), inherited);
         const int pid = process.GetPid();
-        EXPECT_EQ(getsid(pid), detach ? pid : getsid(0));
+        EXPECT_TRUE(kOnWindows || SessionOf(pid) == (detach ? pid : SessionOf(0)));
         kelProcess copy(process);
         EXPECT_TRUE(copy.IsRunning() && kelProcess::IsRunning(pid));
         EXPECT_EQ(copy.Kill(), kelStatusOk);
         ExpectIdle(process, "");
         EXPECT_TRUE(Eventually([&] { return !kelProcess::IsRunning(pid); }));
         EXPECT_EQ(kelProcess::NativeKill(pid), kelStatusFailed) << "ended";
-        EXPECT_EQ(process.Start("true", detach), kelStatusOk);
+        EXPECT_EQ(process.Start(kChild, detach), kelStatusOk);
         EXPECT_TRUE(Ends(process));
         EXPECT_NE(process.GetPid(), -1) << "readable after the end";
         EXPECT_EQ(process.Kill(), kelStatusFailed);
-        ExpectIdle(process, std::strerror(ESRCH));
+        ExpectReason(process, ESRCH);
+        ExpectIdle(process, process.GetLastError());
     }
     const Guard user = Unprivileged();
-    EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
+    EXPECT_TRUE(kOnWindows || kelProcess::IsRunning(1)) << "of another user";
     EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
 }
 
 TEST(kelProcess, ShortProgramsFromManyThreads_LeaveNoZombiesAndOtherChildrenAlone) {
     InChild([] {
-        const pid_t own = fork();
-        if (own == 0) {
-            _exit(7);
-        }
+        OtherChild other;
         std::vector<std::thread> threads;
         for (int number = 0; number < 8; ++number) {
             threads.emplace_back([] {
                 for (int round = 0; round < 40; ++round) {
-                    EXPECT_EQ(kelProcess().Start("true", round % 2 == 0), kelStatusOk);
+                    EXPECT_EQ(kelProcess().Start(kChild, round % 2 == 0), kelStatusOk);
                 }
             });
         }
         for (std::thread& thread : threads) {
             thread.join();
         }
-        int status = 0;
-        EXPECT_EQ(waitpid(own, &status, 0), own);
-        EXPECT_EQ(WEXITSTATUS(status), 7);
+        EXPECT_EQ(other.Collect(), 7);
         EXPECT_TRUE(AllCollected());
     });
 }

@@ -1,41 +1,13 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <thread>
 
 #include "kelProcess.h"
-
-/// Of the coverage build: `_exit` would lose what the child has counted.
-extern "C" void __gcov_dump() __attribute__((weak));
+#include "support/System.h"
 
 namespace zukel::test {
-
-/// Runs the body in a child process, and fails the test when a check in it fails, when it crashes,
-/// or when it takes longer than a minute. Nothing that the body does to its descriptors, signals
-/// or children reaches the test program.
-inline void InChild(const std::function<void()>& body) {
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        alarm(60);
-        body();
-        std::fflush(nullptr);
-        if (__gcov_dump != nullptr) {
-            __gcov_dump();
-        }
-        _exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0) << "a check in the child failed, it crashed, or it took too long";
-}
 
 /// Waits until the condition holds, for ten seconds at most; tells whether it does.
 inline bool Eventually(const std::function<bool()>& condition) {
@@ -55,9 +27,7 @@ inline bool Ends(const kelProcess& process) {
 inline bool AllCollected() {
     return Eventually([] {
         kelProcess next;
-        siginfo_t info{};
-        return next.Start("true", false) == 0 && Ends(next) &&
-               waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0;
+        return next.Start(ZUKEL_TEST_CHILD, false) == 0 && Ends(next) && HasNoChildren();
     });
 }
 

@@ -5,6 +5,8 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -34,13 +36,13 @@ struct Answer {
 thread_local Plan plan;
 thread_local Answer atCall;
 thread_local bool counting = false;
-thread_local long blocks = 0;  ///< Of `operator new` that have not been given back.
-std::atomic<long> users{0};    ///< Starts of the runtime less its stops.
+thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
+std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
 
-using Held = std::array<long, 3>;
+using Held = std::array<std::intmax_t, 3>;
 
 Held WhatIsHeld() {
-    const long blocksNow = blocks;
+    const std::intmax_t blocksNow = blocks;
     const std::filesystem::directory_iterator all("/proc/self/fd");
     return {users.load(), blocksNow, std::distance(begin(all), end(all))};
 }
@@ -132,12 +134,14 @@ void WalkFaults(const std::string& name, const std::function<bool()>& step) {
 using zukel::test::ErrorOf;
 using zukel::test::FaultSource;
 
+using Word = std::intptr_t;
+
 // All arguments of the calls that are wrapped here are integers or pointers, and so are the
 // results: six words carry those of any of them, whatever their types.
-#define WORDS long a, long b, long c, long d, long e, long f
+#define WORDS Word a, Word b, Word c, Word d, Word e, Word f
 #define WRAPPED(name)                     \
-    extern "C" long __real_##name(WORDS); \
-    extern "C" long __wrap_##name(WORDS)
+    extern "C" Word __real_##name(WORDS); \
+    extern "C" Word __wrap_##name(WORDS)
 
 // FAILS(source, name, failure) fails without making the call.
 #define FAILS(source, name, failure)                                   \
@@ -150,7 +154,7 @@ using zukel::test::FaultSource;
 #define ENDS(source, name, failure)                            \
     WRAPPED(name) {                                            \
         const int error = ErrorOf(FaultSource::source, #name); \
-        const long result = __real_##name(a, b, c, d, e, f);   \
+        const Word result = __real_##name(a, b, c, d, e, f);   \
         errno = error != 0 ? error : errno;                    \
         return error != 0 ? failure : result;                  \
     }
@@ -159,7 +163,7 @@ using zukel::test::FaultSource;
 // The runtime counts a user before it tries to start, also when it then fails.
 WRAPPED(apr_initialize) {
     ++zukel::test::users;
-    const long status = __real_apr_initialize(a, b, c, d, e, f);
+    const Word status = __real_apr_initialize(a, b, c, d, e, f);
     return ErrorOf(FaultSource::Runtime, "apr_initialize") != 0 ? APR_EGENERAL : status;
 }
 WRAPPED(apr_terminate) {

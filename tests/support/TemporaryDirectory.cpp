@@ -22,8 +22,14 @@ TemporaryDirectory::TemporaryDirectory(const std::string& folder) {
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    std::error_code failed;
+    fs::remove_all(path_, failed);
+    if (failed) {  // Windows removes no read-only file
+        for (const auto& entry : fs::recursive_directory_iterator(path_)) {
+            fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, failed);
+        }
+        fs::remove_all(path_, failed);
+    }
 }
 
 std::string TemporaryDirectory::Write(const std::string& name, const std::string& content) const {

@@ -1,5 +1,6 @@
-// Compiled once for each place of <windows.h> among the library's headers, with and without UNICODE:
-// the operations whose names it has macros of must link and work under what the macros make of them.
+// Compiled once for each place of <windows.h> among the library's headers, with and without
+// UNICODE: the operations whose names it has macros of must link and work under what the macros
+// make of them.
 
 #if ORDER == 1
 #include <windows.h>
@@ -16,10 +17,10 @@
 
 #include <cstdio>
 
-#define CHECK(condition) \
-    if (!(condition)) {  \
+#define CHECK(condition)                        \
+    if (!(condition)) {                         \
         std::puts(#condition " does not hold"); \
-        return 1;        \
+        return 1;                               \
     }
 
 int main() {
@@ -37,7 +38,7 @@ int main() {
     CHECK(kelTime::GetCurrentTime().GetSeconds() > 0);
 
     // The macros are the system's again. None of them may have been lost.
-#if ORDER != 0 && !(defined(GetCurrentDirectory) && defined(SetCurrentDirectory) && \
+#if ORDER != 0 && !(defined(GetCurrentDirectory) && defined(SetCurrentDirectory) &&       \
                     defined(GetEnvironmentVariable) && defined(SetEnvironmentVariable) && \
                     defined(LoadLibrary) && defined(GetCurrentTime))
 #error "a macro of <windows.h> is lost"
