@@ -56,14 +56,22 @@ private:
         }
     }
 
-    /// The temporary file is only there to have a name that nobody else uses: it goes with the
-    /// object, unless it has become the target.
+    /// The temporary file is only there to have a name that nobody else uses. It is closed before
+    /// the copy: Windows lets nobody else write to it, and would remove it under its new name too.
     bool Replace(const zuString& name) const {
-        kelFile part;
-        return part.CreateTemporaryFile(".mirror-XXXXXX") == kelStatusOk &&
-               kelFile::NativeCopy(options_.source + "/" + name, part.GetFileName(), 0) ==
-                   kelStatusOk &&
-               kelFile::Rename(part.GetFileName(), name) == kelStatusOk;
+        kelFile file;
+        if (file.CreateTemporaryFile(".mirror-XXXXXX") != kelStatusOk) {
+            return false;
+        }
+        const zuString part = file.GetFileName();
+        file.Close();
+        const bool replaced =
+            kelFile::NativeCopy(options_.source + "/" + name, part, 0) == kelStatusOk &&
+            kelFile::Rename(part, name) == kelStatusOk;
+        if (!replaced) {
+            kelFile::Delete(part);
+        }
+        return replaced;
     }
 
     /// The size beyond the 32 bits that `kelFileInfo` tells: found by looking 4 GiB further.
