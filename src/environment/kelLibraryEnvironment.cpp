@@ -58,8 +58,7 @@ int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    if (!record_->pool ||
-        !zukel::platform::MayBeEnvironmentVariable(name.c_str(), value.c_str()) ||
+    if (!record_->pool || !zukel::platform::MayBeEnvironmentVariable(name.c_str(), value.c_str()) ||
         apr_env_set(name.c_str(), value.c_str(), record_->pool.Get()) != APR_SUCCESS) {
         return kelStatusNoVariable;
     }

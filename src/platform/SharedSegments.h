@@ -40,8 +40,8 @@ bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcep
 bool UnmapSegment(Segment& segment) noexcept;
 
 /// Removes whatever segment has this name. Linux: `apr_shm_remove`. Windows: the file is given
-/// another name, `NAME.zukel-removed`, and removed under that, at once or when the last who holds the
-/// segment lets go of it: the system removes no file that is mapped.
+/// another name, `NAME.zukel-removed`, and removed under that, at once or when the last who holds
+/// the segment lets go of it: the system removes no file that is mapped.
 ///
 /// @param name not empty.
 bool RemoveName(const char* name, apr_pool_t* pool) noexcept;
