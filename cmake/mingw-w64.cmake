@@ -1,16 +1,10 @@
 # Tool chain file: 64-bit Windows by Debian's mingw-w64, in its variant with POSIX threads (the other
-# one, by GCC 12, has no std::mutex).
+# one, by GCC 12, has no std::mutex). ZUKEL_APR_FOLDER is where tools/windows-apr has put the runtime.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-# The runtime is built, once, by the tool beside the others.
-if(NOT ZUKEL_APR_FOLDER)
-  execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../tools/windows-apr
-                  OUTPUT_VARIABLE ZUKEL_APR_FOLDER OUTPUT_STRIP_TRAILING_WHITESPACE
-                  COMMAND_ERROR_IS_FATAL ANY)
-endif()
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${ZUKEL_APR_FOLDER})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
