@@ -204,21 +204,30 @@ public:
     /// stands behind its name.
     static zuString GetRelativePath(const zuString& from, const zuString& to);
 
-    /// @name Under the names that <windows.h> makes of calls to the current directory's
+    /// @name Under the names that windows.h makes of calls to two of the above
     /// @{
+
+    /// The same as `GetCurrentDirectory`.
     static zuString GetCurrentDirectoryA() { return GetCurrentDirectory(); }
+    /// The same as `GetCurrentDirectory`.
     static zuString GetCurrentDirectoryA(const kelLibrary* library) {
         return GetCurrentDirectory(library);
     }
+    /// The same as `GetCurrentDirectory`.
     static zuString GetCurrentDirectoryW() { return GetCurrentDirectory(); }
+    /// The same as `GetCurrentDirectory`.
     static zuString GetCurrentDirectoryW(const kelLibrary* library) {
         return GetCurrentDirectory(library);
     }
+    /// The same as `SetCurrentDirectory`.
     static int SetCurrentDirectoryA(const zuString& path) { return SetCurrentDirectory(path); }
+    /// The same as `SetCurrentDirectory`.
     static int SetCurrentDirectoryA(const kelLibrary* library, const zuString& path) {
         return SetCurrentDirectory(library, path);
     }
+    /// The same as `SetCurrentDirectory`.
     static int SetCurrentDirectoryW(const zuString& path) { return SetCurrentDirectory(path); }
+    /// The same as `SetCurrentDirectory`.
     static int SetCurrentDirectoryW(const kelLibrary* library, const zuString& path) {
         return SetCurrentDirectory(library, path);
     }
