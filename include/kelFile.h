@@ -293,8 +293,9 @@ public:
     /// The same. The pointer is not read and may be null.
     static int Rename(const kelLibrary* library, const zuString& from, const zuString& to);
 
-    /// The platform's own rename: never to another volume. Linux: replaces a file of that name in
-    /// one step. Windows: fails when the target exists.
+    /// The platform's own rename. Linux: replaces a file of that name in one step, and never moves
+    /// to another volume. Windows: fails when the target exists, and may move a file to another
+    /// volume without the care of `Rename`.
     static int NativeRename(const zuString& from, const zuString& to);
 
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
