@@ -99,6 +99,20 @@ struct Thread : kelThread {
     void ThreadBody() override {}
 };
 
+template <typename Class>
+void Assign() {
+    Class one, other;
+    EXPECT_EQ(&(one = other), &one);
+    EXPECT_EQ(&(one = Class()), &one);
+}
+
+TEST(Interface, ClassesOfStaticOperations_AreAssignedWithoutEffect) {
+    Assign<kelSystem>();
+    Assign<kelCPUInfo>();
+    Assign<kelString>();
+    Assign<zuDiskInfo>();
+}
+
 TEST(kelInterfaces, TheClassesThemselvesDoNothing) {
     kelMutex mutex(nullptr);
     mutex = kelMutex();

@@ -194,6 +194,7 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
 
 TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     kelFile file = Make("0123456789");
+    EXPECT_FALSE(file.EndOfFile()) << "nothing has met it yet";
     short block[8] = {};
     unsigned long long size = sizeof block;
     EXPECT_EQ(file.Read(block, size), kelStatusOk) << "a part is a success";

@@ -78,6 +78,8 @@ TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
         EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob\\x"), "~bob/x") << second;
     }
     EXPECT_EQ(platform.calls.back(), "~bob/x 301");
+    platform.longName = [](char*, unsigned) { return ~0U; };
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob"), "~bob");
 }
 
 TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
