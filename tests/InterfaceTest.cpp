@@ -111,6 +111,7 @@ TEST(Interface, ClassesOfStaticOperations_AreAssignedWithoutEffect) {
     Assign<kelCPUInfo>();
     Assign<kelString>();
     Assign<zuDiskInfo>();
+    Assign<kelMemoryInfo>();
 }
 
 TEST(kelInterfaces, TheClassesThemselvesDoNothing) {

@@ -163,6 +163,24 @@ TEST(kelProcess, WithoutProcessDescriptors_EverythingWorksByNumbers) {
     }
 }
 
+TEST(kelProcess, AScriptWithoutAnInterpreter_IsFoundAlongThePathAndRunByTheShell) {
+    const TemporaryDirectory directory;
+    const std::string script = directory.Write("script", "printf '%s|' \"$@\" >out");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    std::filesystem::create_directory(directory / "bin");
+    directory.Write("bin/script", "may not be run");
+    const std::string path = getenv("PATH");
+    for (const std::string& search : {"/missing:" + directory.Path(), "bin::" + path}) {
+        setenv("PATH", search.c_str(), 1);
+        kelProcess process;
+        EXPECT_EQ(process.Start("script", {"", "a b"}, directory.Path(), false), kelStatusOk);
+        setenv("PATH", path.c_str(), 1);
+        EXPECT_TRUE(Ends(process));
+        EXPECT_EQ(ReadWhole(directory / "out"), "|a b|") << search;
+        std::filesystem::remove(directory / "out");
+    }
+}
+
 TEST(kelProcess, Kill_GoesByADescriptorThatNeverMeansAnotherProcess) {
     int byNumber = 0;
     kelProcess process;
