@@ -8,7 +8,8 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 }
 
 /// Locales are loaded and unloaded under a lock inside the C library, which the sanitizer cannot
-/// see.
+/// see. Without debug symbols the functions that do it have no names, so what the C library itself
+/// allocates and frees is passed over; what the code under test does is not.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
-    return "race:_nl_unload_locale\nrace:__freelocale\n";
+    return "called_from_lib:libc.so.6\n";
 }

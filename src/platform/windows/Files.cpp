@@ -33,7 +33,7 @@ bool CloseInChildren(apr_file_t*) noexcept {
 }
 
 long long WritePosition(apr_file_t* file) noexcept {
-    const HANDLE handle = HandleOf(file);
+    HANDLE handle = HandleOf(file);
     LARGE_INTEGER position{};
     const bool told = GetFileType(handle) == FILE_TYPE_DISK &&
                       SetFilePointerEx(handle, {}, &position, FILE_CURRENT) != 0;
