@@ -157,6 +157,9 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         EXPECT_EQ(it.process.Start("sleep", {"30"}, false), kOk);
         it.pid = it.process.GetPid();
     };
+    const auto load = [](World& it) {
+        EXPECT_EQ(it.module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"), kOk);
+    };
     const auto files = [](World& it) { it.beyond.Write("out", ""), it.beyond.Write("err", ""); };
     const auto start = [](World& it) {  // with every stretch of its work
         const std::string out = it.beyond / "out", error = it.beyond / "err";
@@ -183,6 +186,14 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
          [](World& it) { return it.unloaded.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"); }},
         {"load by parts", kFailed,
          [](World& it) { return it.unloaded.kelLoadLibraryEx(ZUKEL_TEST_MODULES, "first"); }},
+        {"find", kFailed,
+         [](World& it) {
+             long long (*answer)() = nullptr;
+             return it.module.FindSymbol(&answer, "Answer");
+         },
+         After::AsBefore, load},
+        {"unload", kFailed, [](World& it) { return it.module.UnloadLibrary(); }, After::AsBefore,
+         load},
         {"start", kFailed, start, After::AsBefore, files},
         {"kill", kFailed, [](World& it) { return it.process.Kill(); }, After::Ended, child},
         {"native kill", kFailed,

@@ -45,7 +45,6 @@ struct World {
     kelLibrary library;
     kelFile empty, open{file, kReadWrite}, buffered{file, kReadWrite | kelFile::ModeBuffered};
     kelDirectory closed, listing{place.Path()};
-    kelFileInfo info{file};
     kelSharedMemory none, owner, attached;
     kelDynamicObject unloaded, module;
     kelProcess process;
