@@ -1,16 +1,13 @@
-// The public interface, held at compile time. Which symbols are exported is in
-// exported-symbols.txt; this file holds what they do not show: the values of statuses, and what can
-// be copied and derived from. Below, the small classes at work.
+// The values of statuses, what can be copied, and the small classes at work. Which symbols are
+// exported is in exported-symbols.txt, and the layouts are in abi/.
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <fstream>
 #include <thread>
 #include <type_traits>
 
-#include "support/System.h"
-#include "zukel.h"
+#include "support/Testing.h"
+
+using namespace zukel::test;
 
 namespace {
 
@@ -18,10 +15,8 @@ template <typename Class>
 constexpr bool kShared = std::is_copy_constructible_v<Class>&& std::is_copy_assignable_v<Class>;
 template <typename Class>
 constexpr bool kAssigned = !std::is_copy_constructible_v<Class> && std::is_copy_assignable_v<Class>;
-template <typename Class>
-constexpr bool kBase = std::has_virtual_destructor_v<Class> && sizeof(Class) == 2 * sizeof(void*);
 
-static_assert(kelStatusOk == 0 && kelStatusFailed == 20000 && kelStatusNotFound == 20001 &&
+static_assert(kOk == 0 && kFailed == 20000 && kelStatusNotFound == 20001 &&
               kelStatusAccessDenied == 20002 && kelStatusNotOpen == 20003 &&
               kelStatusReadFailed == 20004 && kelStatusNoVariable == 20005 &&
               kelStatusNoFileInfo == 20006 && kelStatusEmptyPath == 20007 &&
@@ -30,33 +25,24 @@ static_assert(kelStatusOk == 0 && kelStatusFailed == 20000 && kelStatusNotFound 
 static_assert(kShared<kelSharedMemory> && kShared<kelTime> && kShared<kelMemoryInfo>);
 static_assert(kAssigned<kelSystem> && kAssigned<kelCPUInfo> && kAssigned<kelAtomic>);
 static_assert(kAssigned<kelString> && kAssigned<kelMutex> && kAssigned<kelBarrier>);
-static_assert(kBase<kelSharedMemory> && kBase<kelMutex> && kBase<kelBarrier>);
-static_assert(kBase<kelCondition> && kBase<kelThread> && std::is_abstract_v<kelThread>);
-static_assert(sizeof(kelTime) == sizeof(void*) && sizeof(kelMemoryInfo) == 72);
 
 TEST(kelSystem, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
-    EXPECT_LE(kelSystem::TotalPhysicalMemory() << 10U, zukel::test::MachineMemory());
-    EXPECT_EQ(kelCPUInfo::GetNumProcessors(), zukel::test::Processors());
+    EXPECT_EQ(kelCPUInfo::GetNumProcessors(),
+              static_cast<int>(std::thread::hardware_concurrency()));
     std::ifstream facts("/proc/cpuinfo");
     const std::string all{std::istreambuf_iterator<char>(facts), {}};
     EXPECT_NE(all.find(": " + kelCPUInfo::GetCPUID() + "\n"), std::string::npos);
-    EXPECT_GE(kelCPUInfo::GetLogicalProcsPerPackage(), 1);
     EXPECT_LE(kelCPUInfo::HasCMT(), kelCPUInfo::GetLogicalProcsPerPackage() > 1);
     for (const char* const path : {".", "/", "", "/missing", "/\xc3"}) {
         zuDiskInfo disk;
         disk.freeBytes = disk.totalBytes = 1;
-        std::error_code error;
         // The standard library of Windows takes the parent for what is missing, and throws for two.
         const bool exists = path == std::string(".") || path == std::string("/");
-        const auto space = std::filesystem::space(exists ? path : "/missing", error);
         EXPECT_EQ(kelSystem::GetFreeDiskSpace(path, disk), exists) << path;
-        EXPECT_EQ(disk.totalBytes, exists ? space.capacity : 1);
+        EXPECT_EQ(disk.totalBytes, exists ? std::filesystem::space(path).capacity : 1);
         EXPECT_EQ(disk.freeBytes < disk.totalBytes, exists);
-        zuDiskInfo copy;
-        copy = disk;
-        EXPECT_EQ(copy.freeBytes, disk.freeBytes);
     }
 }
 
@@ -77,10 +63,10 @@ TEST(kelAtomic, Threads_LoseNoCountAndItWrapsBothWays) {
     EXPECT_EQ(counter.Increment(), 0xFFFFFFFFU);
 }
 
-int Print(char* buffer, int size, std::string format, ...) {
+int Print(char* buffer, int size, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const int result = kelString::vsnprintf(buffer, size, format.data(), arguments);
+    const int result = kelString::vsnprintf(buffer, size, std::string(format).data(), arguments);
     va_end(arguments);
     return result;
 }
@@ -99,42 +85,32 @@ struct Thread : kelThread {
     void ThreadBody() override {}
 };
 
-template <typename Class>
-void Assign() {
-    Class one, other;
-    EXPECT_EQ(&(one = other), &one);
-    EXPECT_EQ(&(one = Class()), &one);
-}
-
-TEST(Interface, ClassesOfStaticOperations_AreAssignedWithoutEffect) {
-    Assign<kelSystem>();
-    Assign<kelCPUInfo>();
-    Assign<kelString>();
-    Assign<zuDiskInfo>();
-    Assign<kelMemoryInfo>();
-}
-
-TEST(kelInterfaces, TheClassesThemselvesDoNothing) {
+/// What is assigned without effect, and what does nothing until something is derived from it.
+TEST(Interface, SmallClasses_AreMadeAndAssigned) {
+    kelSystem() = kelSystem();
+    kelCPUInfo() = kelCPUInfo();
+    kelString() = kelString();
+    zuDiskInfo() = zuDiskInfo();
+    kelMemoryInfo() = kelMemoryInfo();
     kelMutex mutex(nullptr);
     mutex = kelMutex();
-    EXPECT_EQ(mutex.Lock(), kelStatusFailed);
-    EXPECT_EQ(mutex.Trylock(), kelStatusFailed);
-    EXPECT_EQ(mutex.Unlock(), kelStatusFailed);
+    EXPECT_EQ(mutex.Lock(), kFailed);
+    EXPECT_EQ(mutex.Trylock(), kFailed);
+    EXPECT_EQ(mutex.Unlock(), kFailed);
     kelBarrier barrier(nullptr, 2);
     barrier = kelBarrier(2);
     barrier.Block(1);  // returns at once
     barrier.Reset();
-    kelCondition condition(nullptr);
-    condition = kelCondition();
-    Thread thread(nullptr);
-    thread = Thread();
+    kelCondition(nullptr) = kelCondition();
+    Thread(nullptr) = Thread();
 }
 
 TEST(Interface, EveryFormThatTakesALibrary_IsThePlainOne) {
-    kelLibrary library;
-    EXPECT_EQ(kelFile(&library).Close(), kelStatusFailed);
+    kelLibrary library, copy(library);
+    copy = library;
+    EXPECT_EQ(kelFile(&copy).Close(), kFailed);
     EXPECT_EQ(kelDirectory(&library).Close(), kelStatusNotOpen);
-    EXPECT_EQ(kelDynamicObject(&library).UnloadLibrary(), kelStatusOk);
+    EXPECT_EQ(kelDynamicObject(&library).UnloadLibrary(), kOk);
     EXPECT_TRUE(kelSharedMemory(&library).IsValid());
     kelFileInfo info("/");
     info.SetLibrary(&library);

@@ -1,17 +1,7 @@
-#include "kelDirectory.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <set>
-#include <string>
 
-#include "kelStatus.h"
-#include "support/System.h"
-#include "support/Table.h"
-#include "support/TemporaryDirectory.h"
+#include "support/Testing.h"
 
-namespace fs = std::filesystem;
 using namespace zukel::test;
 using Names = std::multiset<std::string>;
 
@@ -25,31 +15,30 @@ Names Listed(kelDirectory& directory) {
 
 TEST(kelDirectory, StateTable_WalkedInFull) {
     const TemporaryDirectory one;
-    one.Write("a", "");
-    kelDirectory fresh;
-    kelDirectory ended(one.Path());
-    kelDirectory shared(fresh);
+    one.Write("a");
+    kelDirectory fresh, ended(one.Path()), shared(fresh);
     shared = ended;
-    EXPECT_EQ(shared.Close(), kelStatusOk) << "closed for both";
+    EXPECT_EQ(shared.Close(), kOk) << "closed for both";
     for (kelDirectory* object : {&fresh, &ended, &shared}) {
         std::string name = "as it was";
-        EXPECT_EQ(object->Close(), kelStatusNotOpen);
-        EXPECT_EQ(object->ReadFirst(name), kelStatusNotOpen);
-        EXPECT_EQ(object->ReadNext(name), kelStatusNotOpen);
+        for (const int status :
+             {object->Close(), object->ReadFirst(name), object->ReadNext(name)}) {
+            EXPECT_EQ(status, kelStatusNotOpen);
+        }
         EXPECT_EQ(Listed(*object), Names());
-        EXPECT_EQ(object->Open(one / "a"), kelStatusFailed) << "a file is no directory";
+        EXPECT_EQ(object->Open(one / "a"), kFailed) << "a file is no directory";
         EXPECT_EQ(object->GetName(), object == &fresh ? "" : one.Path());
-        EXPECT_EQ(object->Open(one.Path()), kelStatusOk);
-        EXPECT_EQ(object->Open(one / "missing"), kelStatusOk) << "the open one stays";
+        EXPECT_EQ(object->Open(one.Path()), kOk);
+        EXPECT_EQ(object->Open(one / "missing"), kOk) << "the open one stays";
         EXPECT_EQ(Listed(*object), Names{"a"});
         EXPECT_EQ(object->ReadNext(name), kelStatusReadFailed) << "a listing goes to the end";
         EXPECT_EQ(name, "as it was");
         Names all;
-        for (int s = object->ReadFirst(name); s == kelStatusOk; s = object->ReadNext(name)) {
+        for (int s = object->ReadFirst(name); s == kOk; s = object->ReadNext(name)) {
             all.insert(name);
         }
         EXPECT_EQ(all, (Names{".", "..", "a"}));
-        EXPECT_EQ(object->Close(), kelStatusOk);
+        EXPECT_EQ(object->Close(), kOk);
     }
 }
 
@@ -63,11 +52,9 @@ TEST(kelDirectory, Listings_HoldEveryNameOfAnyBytes) {
         names.insert(std::string(150, 'x') + std::to_string(number));
     }
     for (const std::string& name : names) {
-        directory.Write(name, "");
+        directory.Write(name);
     }
-    const std::set<int> inherited = InheritedDescriptors();
     kelDirectory cursor(directory.Path());
-    EXPECT_EQ(InheritedDescriptors(), inherited);
     EXPECT_EQ(Listed(cursor), names);
     EXPECT_EQ(kelDirectory::GetFileNames(directory.Path() + "///").size(), names.size());
 }
@@ -94,11 +81,11 @@ TEST(kelDirectory, CreateAndDelete_Table) {
                 continue;
             }
             const std::size_t before = directory.Count();
-            const bool made = kelDirectory::Create(path, 0x755, parents) == kelStatusOk;
+            const bool made = kelDirectory::Create(path, 0x755, parents) == kOk;
             EXPECT_EQ(made, (parents ? recursive : plain) == "ok") << path;
             EXPECT_TRUE(made ? fs::is_directory(path) : directory.Count() == before) << path;
             const bool goes = deleted == "ok" && fs::exists(path);
-            EXPECT_EQ(kelDirectory::Delete(path), goes ? kelStatusOk : kelStatusFailed) << path;
+            EXPECT_EQ(kelDirectory::Delete(path), goes ? kOk : kFailed) << path;
             EXPECT_TRUE(fs::exists("full/below") && (!links || fs::is_symlink("linked")));
         }
     }
@@ -106,18 +93,16 @@ TEST(kelDirectory, CreateAndDelete_Table) {
 
 TEST(kelDirectory, CurrentDirectory_ChangesForTheProcessOrStays) {
     const TemporaryDirectory directory;
-    const std::string former = fs::current_path().string();
+    const std::string former = fs::current_path().string(), odd = directory / kOddName;
     const Guard back = WorkingDirectory(".");
-    EXPECT_EQ(kelDirectory::SetCurrentDirectory(directory / "missing"), kelStatusFailed);
+    EXPECT_EQ(kelDirectory::SetCurrentDirectory(directory / "missing"), kFailed);
     EXPECT_EQ(kelDirectory::SetCurrentDirectory(""), kelStatusEmptyPath);
     EXPECT_EQ(kelDirectory::GetCurrentDirectory(), former);
-    const std::string odd = kOddName;
-    fs::create_directory(fs::u8path(directory / odd));
-    EXPECT_EQ(kelDirectory::SetCurrentDirectory(directory / ("./" + odd + "/")), kelStatusOk);
-    EXPECT_EQ(kelDirectory::GetCurrentDirectory(),
-              fs::canonical(fs::u8path(directory / odd)).u8string());
+    fs::create_directory(fs::u8path(odd));
+    EXPECT_EQ(kelDirectory::SetCurrentDirectory(directory / "./" + kOddName + "/"), kOk);
+    EXPECT_EQ(kelDirectory::GetCurrentDirectory(), fs::canonical(fs::u8path(odd)).u8string());
     if (!kOnWindows) {  // which keeps the current directory from being removed
-        fs::remove(directory / odd);
+        fs::remove(odd);
         EXPECT_EQ(kelDirectory::GetCurrentDirectory(), "") << "it has been removed";
     }
 }

@@ -1,18 +1,15 @@
-// The portable side of what only Windows does, and of what the platform may answer.
+// The portable side of what only Windows does, and of what the platform may answer. The stand-in
+// platform below the portable code gives the answers that a test has put here.
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
 
-#include "kelFile.h"
-#include "kelLibrary.h"
-#include "kelStatus.h"
-#include "kelSystem.h"
-#include "support/FakePlatform.h"
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "platform/Machine.h"
 #include "support/Faults.h"
-#include "support/TemporaryDirectory.h"
 
 using namespace zukel::test;
 using zukel::platform::kUnknown;
@@ -20,49 +17,106 @@ using zukel::platform::MemoryBytes;
 
 namespace {
 
-/// The road of `Open` in a process on a single-byte code page: an ASCII name stands for itself in
-/// UTF-16, and the short path of every name is that of another file.
-struct OpenRoad : testing::Test {
-    /// Opens "long name" and gives what the file said, or the status when it did not open.
-    int Opened() {
-        kelFile file;
-        char content = 0;
-        const int status = UnderFaults([&] { return file.Open(name, kelFile::ModeRead); });
-        EXPECT_EQ(file.GetFileName(), status == kelStatusOk ? name : "");
-        return file.Read(content) == kelStatusOk ? content : status;
-    }
+struct Answers {
+    int codePage = 0;
+    int units = -1;  ///< Of the conversion to UTF-16; -1 for the truth.
+    std::string shortPath;
+    int measured = -1, fetched = -1;  ///< The sizes told of the short path; -1 for the truth.
+    std::vector<std::string> asked;   ///< Names whose short or long form was asked for.
+    std::function<unsigned(char* buffer, unsigned size)> longName;
+    MemoryBytes memory;
+} platform;
 
+}  // namespace
+
+namespace zukel::platform {
+
+int MultibyteCodePage() noexcept {
+    return ::platform.codePage;
+}
+int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) noexcept {
+    std::copy_n(text, buffer != nullptr ? capacity : 0, buffer);
+    return ::platform.units != -1 ? ::platform.units : length;
+}
+unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned) noexcept {
+    const Guard ownWork = Counting(false);
+    const std::u16string_view asked(path);
+    const std::string& answer = ::platform.shortPath;
+    const auto size = static_cast<int>(answer.size());
+    if (buffer == nullptr) {
+        ::platform.asked.emplace_back(asked.begin(), asked.end());
+        return static_cast<unsigned>(::platform.measured != -1 ? ::platform.measured : size + 1);
+    }
+    std::copy(answer.begin(), answer.end(), buffer);
+    return static_cast<unsigned>(::platform.fetched != -1 ? ::platform.fetched : size);
+}
+unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
+    ::platform.asked.push_back(name + (' ' + std::to_string(size)));
+    return ::platform.longName(buffer, size);
+}
+MemoryBytes QueryMemory() noexcept {
+    return ::platform.memory;
+}
+
+// What is linked, and asked for nothing.
+bool CloseInChildren(apr_file_t*) noexcept {
+    return false;
+}
+long long WritePosition(apr_file_t*) noexcept {
+    return -1;
+}
+void SetWritePosition(apr_file_t*, long long) noexcept {}
+bool MayBeEnvironmentVariable(const char*, const char*) noexcept {
+    return true;
+}
+void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
+LocaleId ThreadLocale() noexcept {
+    return 0;
+}
+int LocaleText(LocaleId, LocaleFact, char*, int) noexcept {
+    return 0;
+}
+bool QueryDisk(const char*, DiskBytes&) noexcept {
+    return false;
+}
+
+}  // namespace zukel::platform
+
+namespace {
+
+// A process on a single-byte code page: an ASCII name stands for itself in UTF-16, and the short
+// path of every name is that of another file.
+TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
     const TemporaryDirectory directory;
     const std::string name = directory.Write("long name", "L");
-    UseFakePlatform platform;
-};
-
-TEST_F(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
+    const auto opened = [&]() -> int {  // what the file says, or the status
+        kelFile file;
+        char content = 0;
+        const int status = UnderFaults([&] { return file.Open(name, kRead); });
+        EXPECT_EQ(file.GetFileName(), status == kOk ? name : "");
+        return file.Read(content) == kOk ? content : status;
+    };
     platform.shortPath = directory.Write("SHORT~1", "S");
-    EXPECT_EQ(Opened(), 'S');
-    EXPECT_EQ(platform.calls, std::vector<std::string>(2, "ShortPath " + name));
+    EXPECT_EQ(opened(), 'S');
+    EXPECT_EQ(platform.asked, std::vector{name});
     const std::pair<int*, int> failures[] = {{&platform.codePage, 932}, {&platform.units, 0},
                                              {&platform.units, 1000},   {&platform.measured, 0},
                                              {&platform.fetched, 0},    {&platform.fetched, 1000}};
     for (const auto& [answer, failure] : failures) {
         const int truth = std::exchange(*answer, failure);
-        EXPECT_EQ(Opened(), 'L') << failure;
+        EXPECT_EQ(opened(), 'L') << failure;
         *answer = truth;
     }
-    std::string roads;
-    for (bool struck = true; struck;) {  // no memory for the wide name, the path, the narrow name
-        const Guard fault =
-            Fault(FaultSource::Memory, static_cast<int>(roads.size()) + 2, FaultReach::Once);
-        roads += static_cast<char>(Opened());
-        struck = FaultStruck();
+    for (int block = 2; block < 5; ++block) {  // the wide name, the path, the narrow name
+        const Guard fault = Fault(FaultSource::Memory, block, FaultReach::Once);
+        EXPECT_EQ(opened(), 'L') << block;
+        EXPECT_TRUE(FaultStruck());
     }
-    EXPECT_EQ(roads, "LLLS");
     platform.shortPath = directory / "gone";
-    EXPECT_EQ(Opened(), kelStatusNotFound) << "a failure by the short name is final";
+    EXPECT_EQ(opened(), kelStatusNotFound) << "a failure by the short name is final";
 }
 
 TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
-    UseFakePlatform platform;
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("a/b"), "a/b") << "nothing is asked";
     for (const std::size_t length : {1U, 255U, 256U, 5000U}) {
         const std::string longName(length, 'x');
@@ -77,13 +131,12 @@ TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
         platform.longName = [&](char*, unsigned size) { return size == 256 ? 300 : second; };
         EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob\\x"), "~bob/x") << second;
     }
-    EXPECT_EQ(platform.calls.back(), "~bob/x 301");
+    EXPECT_EQ(platform.asked.back(), "~bob/x 301");
     platform.longName = [](char*, unsigned) { return ~0U; };
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob"), "~bob");
 }
 
 TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
-    UseFakePlatform platform;
     const std::pair<MemoryBytes, std::array<unsigned long long, 9>> rows[] = {
         {{2047, 1023, 1024, 1024, 4096, 8192}, {1, 1, 0, 1, 0, 1, 4, 0, 4}},
         {{kUnknown, 2048, 1024, kUnknown, 0, 0}, {kUnknown, kUnknown, 2, 1, kUnknown, kUnknown}},
@@ -94,12 +147,13 @@ TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
         kelMemoryInfo info;
         kelSystem::GetMemoryDetails(info);
         EXPECT_EQ(std::memcmp(&info, figures.data(), sizeof info), 0);
+        using System = kelSystem;
         const std::array<unsigned long long, 9> single = {
-            kelSystem::TotalPhysicalMemory(),     kelSystem::UsedPhysicalMemory(),
-            kelSystem::AvailablePhysicalMemory(), kelSystem::TotalVirtualMemory(),
-            kelSystem::UsedVirtualMemory(),       kelSystem::AvailableVirtualMemory(),
-            kelSystem::TotalPagingMemory(),       kelSystem::UsedPagingMemory(),
-            kelSystem::AvailablePagingMemory()};
+            System::TotalPhysicalMemory(),     System::UsedPhysicalMemory(),
+            System::AvailablePhysicalMemory(), System::TotalVirtualMemory(),
+            System::UsedVirtualMemory(),       System::AvailableVirtualMemory(),
+            System::TotalPagingMemory(),       System::UsedPagingMemory(),
+            System::AvailablePagingMemory()};
         EXPECT_EQ(single, figures);
     }
 }

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cerrno>
-#include <functional>
-#include <string>
 
-#include "support/Guard.h"
+#include "support/Testing.h"
 
 /// Failures made to happen. The test program that links this file has the calls that
 /// tests/CMakeLists.txt lists, and `operator new`, routed through it.

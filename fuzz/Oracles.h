@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-/// The pure work on names, each beside a second implementation that is written another way: plain
-/// and slow. What generated tests and the fuzz targets have in common.
-namespace zukel::test {
+/// The pure work on names and the texts of a time, each beside a second implementation that is
+/// written another way: plain and slow. What generated tests and the fuzz targets have in common.
+namespace zukel::fuzz {
 
 /// @name Checks
 /// Each gives an empty text when library and oracle agree on the input, else what they answered.
@@ -17,6 +17,9 @@ std::string CheckNameParts(const std::string& name);
 std::string CheckExpansion(const std::string& name);
 /// From the text before the first `|` to the text behind it.
 std::string CheckRelativeWay(const std::string& texts);
+/// The first byte says where the date comes from, as many as that needs are the date, and the rest
+/// is the pattern. The oracle is the C library, in a zone with a summer.
+std::string CheckTimePattern(const std::string& bytes);
 /// @}
 
 /// A text of up to 16 words from an alphabet that is hostile to all of these.
@@ -33,4 +36,4 @@ std::string HostileName(Random& random) {
     return name;
 }
 
-}  // namespace zukel::test
+}  // namespace zukel::fuzz

@@ -1,14 +1,22 @@
-#include "support/NameOracles.h"
+#include "Oracles.h"
 
+#include <algorithm>
+#include <array>
 #include <cctype>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <sstream>
 
 #include "directory/PathText.h"
 #include "directory/RelativePath.h"
 #include "environment/FileNameExpansion.h"
 #include "file/NameParts.h"
+#include "kelStatus.h"
+#include "kelTime.h"
 
-namespace zukel::test {
+namespace zukel::fuzz {
 
 namespace {
 
@@ -142,4 +150,71 @@ std::string CheckRelativeWay(const std::string& texts) {
                : Compare(texts, way, "a shortest way that leads there");
 }
 
-}  // namespace zukel::test
+namespace {
+
+kelTime FromFields(const std::tm& date, int microSeconds) {
+    return kelTime(microSeconds, date.tm_sec, date.tm_min, date.tm_hour, date.tm_mday, date.tm_mon,
+                   date.tm_year, date.tm_wday, date.tm_yday, date.tm_isdst,
+                   static_cast<int>(date.tm_gmtoff));
+}
+
+/// The text of the time beside what the C library writes into more room than any text needs that
+/// may come out.
+std::string CompareTexts(const kelTime& time, const std::tm& date, const std::string& pattern) {
+    static std::array<char, 1 << 16> room;
+    const std::string marked = "x" + std::string(pattern.c_str());  // tells no text from no room
+    const std::size_t size = std::strftime(room.data(), room.size(), marked.c_str(), &date);
+    const bool fits = size > 0 && size <= 256 && time.GetNumericEpochTime() != -1;
+    std::string text = "untouched";
+    const bool succeeds = time.GetFormatTime(text, pattern) == kelStatusOk;
+    return Compare(
+        pattern + "] at [" + std::to_string(time.GetNumericEpochTime()),
+        (succeeds ? "success " : "failure ") + text,
+        fits ? "success " + std::string(room.data() + 1, size - 1) : "failure untouched");
+}
+
+}  // namespace
+
+std::string CheckTimePattern(const std::string& bytes) {
+    static const bool zone = setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0;
+    std::string rest = bytes;
+    const auto take = [&](auto number) {  // from the front; zeros when the bytes are used up
+        std::memcpy(&number, rest.data(), std::min(sizeof number, rest.size()));
+        rest.erase(0, sizeof number);
+        return number;
+    };
+    const unsigned kind = take(std::uint8_t{0});
+    const bool local = zone && (kind & 1U) != 0;
+    std::tm date{};
+    if ((kind & 2U) == 0) {
+        const auto moment = take(std::int64_t{0});
+        const std::time_t second = moment / 1000000;
+        if ((local ? localtime_r(&second, &date) : gmtime_r(&second, &date)) == nullptr) {
+            return "no date";
+        }
+        date.tm_zone = nullptr;  // kelTime keeps no name of the zone
+        kelTime time(moment);
+        if (local && moment != -1) {  // which would become the present
+            time.MakeLocalTime();
+        }
+        constexpr long long kFirst = -62135596800, kLast = 253402300799;  // years 1 to 9999
+        const bool valid = second + date.tm_gmtoff >= 0;  // the runtime's fields begin in 1970
+        const long long back = FromFields(date, 0).GetNumericEpochTime();
+        const std::string number = second < kFirst || second > kLast
+                                       ? ""
+                                       : Compare("back", std::to_string(back),
+                                                 std::to_string(valid ? second * 1000000 : -1));
+        return number.empty() ? CompareTexts(time, date, rest) : number;
+    }
+    // Fields as they come. Small ones lie in their ranges or close by.
+    int microSeconds = 0, east = 0;
+    for (int* const field :
+         {&microSeconds, &date.tm_sec, &date.tm_min, &date.tm_hour, &date.tm_mday, &date.tm_mon,
+          &date.tm_year, &date.tm_wday, &date.tm_yday, &date.tm_isdst, &east}) {
+        *field = local ? take(std::int32_t{0}) : take(std::int8_t{0});
+    }
+    date.tm_gmtoff = east;
+    return CompareTexts(FromFields(date, microSeconds), date, rest);
+}
+
+}  // namespace zukel::fuzz

@@ -1,15 +1,11 @@
-#include "support/TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <atomic>
 #include <chrono>
 #include <fstream>
-#include <iterator>
+#include <thread>
 
 namespace zukel::test {
-
-namespace fs = std::filesystem;
 
 TemporaryDirectory::TemporaryDirectory(const std::string& folder) {
     static std::atomic<unsigned> serial{0};
@@ -23,13 +19,12 @@ TemporaryDirectory::TemporaryDirectory(const std::string& folder) {
 
 TemporaryDirectory::~TemporaryDirectory() {
     std::error_code failed;
-    fs::remove_all(path_, failed);
-    if (failed) {  // Windows removes no read-only file
-        for (const auto& entry : fs::recursive_directory_iterator(path_)) {
+    for (const auto& entry : fs::recursive_directory_iterator(path_)) {
+        if (kOnWindows) {  // which removes no read-only file
             fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, failed);
         }
-        fs::remove_all(path_, failed);
     }
+    fs::remove_all(path_, failed);
 }
 
 std::string TemporaryDirectory::Write(const std::string& name, const std::string& content) const {
@@ -47,6 +42,31 @@ std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+unsigned ModeOf(const std::string& path) {
+    const auto all = static_cast<unsigned>(fs::status(fs::u8path(path)).permissions());
+    return kOnWindows ? all & 0600U : all;
+}
+
+bool MakeLink(const std::string& target, const std::string& name) {
+    std::error_code failed;
+    fs::create_symlink(target, name, failed);
+    return !failed;
+}
+
+Guard WorkingDirectory(const std::string& path) {
+    const auto former = fs::current_path();
+    fs::current_path(path);
+    return Guard([former] { fs::current_path(former); });
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    int rounds = 0;
+    while (!condition() && ++rounds < 5000) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return rounds < 5000;
 }
 
 }  // namespace zukel::test

@@ -1,0 +1,317 @@
+// What callers see on Linux alone: users and their rights, signals, devices and limits,
+// descriptors, children.
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <csignal>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <set>
+
+#include "support/ChildRunner.h"
+#include "support/Faults.h"
+
+using namespace zukel::test;
+
+namespace {
+
+/// Takes root's power over permissions away.
+Guard Unprivileged() {
+    const uid_t former = geteuid();
+    EXPECT_EQ(seteuid(former == 0 ? 65534 : former), 0);
+    return Guard([former] { EXPECT_EQ(seteuid(former), 0); });
+}
+
+/// Keeps the process from making any file larger, as a device does that runs full: a write takes
+/// what still fits, and the next one fails.
+Guard FileSizeLimit(rlim_t bytes, void (*onSignal)(int) = SIG_IGN) {
+    const auto limit = [](rlim_t most) {
+        const rlimit both{most, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &both), 0);
+    };
+    std::signal(SIGXFSZ, onSignal);
+    limit(bytes);
+    return Guard([limit] { limit(RLIM_INFINITY); });
+}
+
+std::set<int> InheritedDescriptors() {
+    std::set<int> inherited;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename().string());
+        const int flags = fcntl(descriptor, F_GETFD);
+        if (flags != -1 && (flags & FD_CLOEXEC) == 0) {
+            inherited.insert(descriptor);
+        }
+    }
+    return inherited;
+}
+
+TEST(Linux, WhatTheLibraryHolds_ReachesNoChild) {
+    const TemporaryDirectory directory;
+    const auto before = InheritedDescriptors();
+    kelFile kept(directory / "kept", kWrite | kelFile::ModeNoCleanup), temporary;
+    kelDirectory listing(directory.Path());
+    kelSharedMemory memory;
+    kelProcess process;
+    for (const int status :
+         {temporary.CreateTemporaryFile(directory / "XXXXXX"), memory.Create(8, directory / "m"),
+          process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, false)}) {
+        EXPECT_EQ(status, kOk);
+    }
+    EXPECT_TRUE(kept.IsOpen() && listing.GetNumberOfFiles() == 2);
+    EXPECT_EQ(InheritedDescriptors(), before);
+    EXPECT_EQ(process.Kill(), kOk);
+}
+
+TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
+    const mode_t formerMask = umask(026);
+    const TemporaryDirectory open;
+    fs::permissions(open.Path(), fs::perms::all);
+    fs::permissions(open.Write("roots"), fs::perms::group_read);
+    const TemporaryDirectory closed;
+    const Guard user = Unprivileged();
+    kelFile file;
+    EXPECT_EQ(file.Open(open / "roots", kWrite), geteuid() == 0 ? kOk : kelStatusAccessDenied);
+    EXPECT_EQ(file.CreateTemporaryFile(closed / "XXXXXX"), kelStatusAccessDenied);
+    EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
+    const std::string name = open / kOddName;
+    EXPECT_EQ(file.Open(name, kWrite) + file.Close(), kOk);
+    for (const unsigned rest : {0U, 0177U, 04050U}) {
+        for (const auto& [perms, bits] :
+             {std::pair{0x600, 0600U}, {0x400, 0400U}, {0x200, 0200U}, {0x1FF, 0U}}) {
+            fs::permissions(name, fs::perms(rest | 0200U));
+            EXPECT_EQ(kelFile::SetPermissions(name, perms), kOk);
+            EXPECT_EQ(ModeOf(name), bits | rest) << std::hex << perms;
+            EXPECT_EQ(file.IsReadable(), (bits & 0400U) != 0);
+            EXPECT_EQ(file.IsWritable(), (bits & 0200U) != 0);
+        }
+    }
+    struct Case {
+        int perms;
+        bool native;
+        unsigned source, made, replaced;
+    };
+    for (const Case& c :
+         {Case{0, true, 0444, 0444, 0444}, Case{0xFFF, true, 0444, 0644, 0644},
+          Case{0x644, false, 0604, 0640, 0622}, Case{0x1000, false, 0604, 0604, 0604}}) {
+        for (const bool exists : {false, true}) {
+            const TemporaryDirectory directory;
+            const std::string from = directory.Write("from", "content"), to = directory / "to";
+            if (exists) {
+                const auto unwritable = c.perms == 0x1000 ? 0222U : 0U;
+                fs::permissions(directory.Write("to", "old"), fs::perms(0622 & ~unwritable));
+            }
+            fs::permissions(from, fs::perms(c.source));
+            fs::last_write_time(from, fs::last_write_time(from) - std::chrono::hours(99));
+            EXPECT_EQ(c.native ? kelFile::NativeCopy(from, to, c.perms)
+                               : kelFile::Copy(from, to, c.perms),
+                      kOk);
+            EXPECT_EQ(ModeOf(to), exists ? c.replaced : c.made) << c.perms;
+            EXPECT_EQ(fs::last_write_time(to) == fs::last_write_time(from), c.native);
+        }
+    }
+    umask(formerMask);
+}
+
+TEST(Linux, FullDevices_LoseNothingUntold) {
+    const std::string block(10000, 'x');
+    for (const unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
+        kelFile file("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
+        unsigned long long size = before;
+        EXPECT_EQ(file.Write(block.data(), size), kOk) << before;
+        size = block.size();
+        EXPECT_EQ(file.Write(block.data(), size), kFailed) << before;
+        EXPECT_EQ(size, 4096 - before) << "what the buffer still took";
+        for (const int status : {direct.Write(block.data(), size), file.Write(1.0), file.Flush(),
+                                 file.WriteLine("x"), file.SeekToBegin(), file.Close()}) {
+            EXPECT_EQ(status, kFailed);
+        }
+        EXPECT_TRUE(size == 0 && !direct.EndOfFile() && !file.IsOpen());
+    }
+    const TemporaryDirectory directory;
+    std::string text(400000, 'x');
+    std::generate(text.begin(), text.end(), std::minstd_rand());
+    kelFile file(directory / "file", kWrite | kBuffered);
+    unsigned long long taken = 14000;
+    {
+        const Guard full = FileSizeLimit(6000);
+        EXPECT_EQ(file.Write(text.data(), taken), kFailed);
+        EXPECT_EQ(file.Write(1), kFailed);
+        EXPECT_EQ(file.WriteLine("taken whole or not at all"), kFailed);
+    }
+    unsigned long long rest = text.size() - taken;
+    EXPECT_EQ(file.Write(text.data() + taken, rest) + file.Close(), kOk) << "there is room again";
+    EXPECT_EQ(ReadWhole(directory / "file"), text);
+    const Guard limit = FileSizeLimit(100000, SIG_DFL);  // which ends the process
+    EXPECT_EQ(kelSharedMemory().Create(100001, directory / "segment"), kFailed);
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const auto copy : {+[](const char* to) { return kelFile::Copy("file", to, 0x644); },
+                            +[](const char* to) { return kelFile::NativeCopy("file", to, 0); }}) {
+        const Guard here = WorkingDirectory(directory.Path());
+        fs::create_hard_link(directory.Write("old", "old"), "hard");
+        EXPECT_EQ(kelFile::Copy("missing", "old", 0xFFF), kFailed);
+        EXPECT_EQ(kelFile::NativeCopy(directory.Path(), "old", 0), kFailed);
+        EXPECT_EQ(ReadWhole("old"), "old") << "nothing was to be copied";
+        EXPECT_EQ(copy("new"), kFailed);
+        EXPECT_EQ(copy("old"), kFailed);
+        EXPECT_EQ(ReadWhole("hard"), "") << "no part under another name";
+        fs::remove("hard");
+        EXPECT_EQ(directory.Count(), 1U);
+    }
+}
+
+TEST(Linux, FactsOfAFile_AreAllItsBitsAndMicroseconds) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file"), other = directory / "other";
+    const timespec times[] = {{1000000000, 123456789}, {-5, 999998999}};
+    EXPECT_EQ(utimensat(AT_FDCWD, name.c_str(), times, 0) + chmod(name.c_str(), 04751), 0);
+    const kelFileInfo info(name);
+    EXPECT_EQ(info.GetLastAccessTime(), 1000000000123456);
+    EXPECT_EQ(info.GetLastModifiedTime(), -4000002);
+    EXPECT_EQ(info.GetPermissions(), 0x751 | kelFileInfo::PermissionSetUser);
+    const std::pair<mode_t, kelFileInfo::FileType> types[] = {
+        {S_IFIFO, kelFileInfo::Pipe}, {S_IFSOCK, kelFileInfo::Socket}, {0, kelFileInfo::Link}};
+    for (const auto& [type, told] : types) {
+        EXPECT_EQ(type != 0 ? mknod(other.c_str(), type | 0600, 0) : symlink("x", other.c_str()),
+                  0);
+        EXPECT_EQ(kelFileInfo(other).GetType(), told);
+        fs::remove(other);
+    }
+}
+
+TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
+    const TemporaryDirectory directory;
+    kelLibrary library;
+    setenv("TMPDIR", directory.Path().c_str(), 1);
+    EXPECT_EQ(library.GetTempDir(), directory.Path());
+    setenv("TMPDIR", "", 1);
+    EXPECT_NE(library.GetTempDir(), "");
+    zuString name;
+    EXPECT_EQ(library.GetCurrentUserName(name), kOk);
+    EXPECT_EQ(name, getpwuid(getuid())->pw_name);
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"),
+              getpwuid(getuid())->pw_dir + std::string("/x"));
+    const std::string made = directory / "fr_BE@euro";
+    const std::string make = "localedef --no-archive -c -i POSIX -f ISO-8859-15 " + made;
+    // Its result says no more than that categories are left out.
+    if (std::system((make + " >/dev/null 2>&1").c_str()) == -1 || !fs::exists(made + "/LC_CTYPE")) {
+        GTEST_SKIP() << "no locale can be made: is the package locales installed?";
+    }
+    setenv("LOCPATH", directory.Path().c_str(), 1);
+    setenv("LC_ALL", "fr_BE@euro", 1);
+    EXPECT_STREQ(library.GetLocale(), "fr_BE.28605") << "the user's: the program has chosen none";
+    std::setlocale(LC_ALL, "C.UTF-8");
+    EXPECT_EQ(library.GetLocale(), nullptr) << "the program's own";
+    std::setlocale(LC_ALL, "C");
+    unsetenv("LC_ALL");
+    unsetenv("LOCPATH");
+}
+
+TEST(Linux, Sleep_GoesOnThroughSignals) {
+    std::signal(SIGALRM, [](int) {});
+    const itimerval often{{0, 1000}, {0, 1000}}, never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const kelTime before = kelTime::GetNow();
+    EXPECT_EQ(kelTime::Sleep(30000), kOk);
+    EXPECT_GE(kelTime::GetNow().GetMicroSeconds(), before.GetMicroSeconds() + 30000);
+    setitimer(ITIMER_REAL, &never, nullptr);
+}
+
+TEST(Linux, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
+    const TemporaryDirectory directory;
+    kelSharedMemory memory;
+    int signals = 1;  // that come in between
+    const Guard reserved = AtCall("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
+    const mode_t former = umask(0777);
+    EXPECT_EQ(UnderFaults([&] { return memory.Create(100, directory / "segment"); }), kOk);
+    umask(former);
+    std::string path;  // that is mapped at its address
+    std::ifstream maps("/proc/self/maps");
+    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
+    for (std::string line; std::getline(maps, line);) {
+        path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
+    }
+    ASSERT_EQ(ModeOf(path), 0600U) << path;
+    const std::string zero(7, '\0'), ones(7, '\xff');
+    for (const std::string& content : {std::string(), std::string(108, '\0'), zero, '\x7' + zero,
+                                       'm' + zero + ones, '\xff' + ones + ones}) {
+        fs::remove(path);
+        std::ofstream(path, std::ios::binary) << content;
+        EXPECT_EQ(kelSharedMemory().Attach(directory / "segment"), kFailed) << content;
+    }
+    EXPECT_EQ(kelSharedMemory().Remove(directory / "segment"), kOk);
+}
+
+TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
+    for (const std::string call : {"kill", "syscall", "fstatfs"}) {
+        const bool lacks = call != "kill";  // as older systems and sandboxes do
+        int calls = 0;
+        const Guard special = AtCall(call.c_str(), [&] { return ++calls, lacks ? ENOSYS : 0; });
+        const Guard all = Counting(true);
+        kelProcess process;
+        EXPECT_EQ(process.Start("sleep", {"30"}, true), kOk);
+        EXPECT_EQ(getsid(process.GetPid()), process.GetPid());
+        EXPECT_TRUE(process.IsRunning());
+        EXPECT_EQ(process.Kill(), kOk);
+        EXPECT_TRUE(lacks || calls == 0) << "by the number";
+        EXPECT_EQ(process.Start("sleep", {"30"}, false), kOk);
+        EXPECT_EQ(getsid(process.GetPid()), getsid(0));
+        EXPECT_TRUE(kelProcess::IsRunning(process.GetPid()));
+        EXPECT_EQ(kelProcess::NativeKill(process.GetPid()), kOk);
+        EXPECT_TRUE(Ends(process));
+        EXPECT_EQ(process.Kill(), kFailed);
+        EXPECT_TRUE(kelProcess::IsRunning(kelProcess::GetCurrentProcessPid()));
+        EXPECT_TRUE(AllCollected());
+    }
+}
+
+TEST(Linux, ChildrenOfOthers_AreLeftAlone) {
+    const pid_t other = fork();
+    if (other == 0) {
+        _exit(7);
+    }
+    for (int round = 0; round < 40; ++round) {
+        EXPECT_EQ(kelProcess().Start(ZUKEL_TEST_CHILD, false), kOk);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_TRUE(AllCollected());
+}
+
+TEST(Linux, NumbersThatMeanGroups_NeverReachTheSystem) {
+    const Guard all = Fault(FaultSource::System, 1, FaultReach::FromThenOn);
+    for (const int pid : {0, -1, -2, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(UnderFaults([&] { return kelProcess::NativeKill(pid); }), kFailed) << pid;
+        EXPECT_FALSE(UnderFaults([&] { return kelProcess::IsRunning(pid); })) << pid;
+    }
+    EXPECT_FALSE(FaultStruck());
+}
+
+TEST(Linux, AScriptWithoutAnInterpreter_IsFoundAlongThePathAndRunByTheShell) {
+    const TemporaryDirectory directory;
+    const std::string script = directory.Write("script", "printf '%s|' \"$@\" >out");
+    fs::permissions(script, fs::perms::owner_all);
+    fs::create_directory(directory / "bin");
+    directory.Write("bin/script", "may not be run");
+    const std::string path = getenv("PATH");
+    for (const std::string& search : {"/missing:" + directory.Path(), "bin::" + path}) {
+        setenv("PATH", search.c_str(), 1);
+        kelProcess process;
+        EXPECT_EQ(process.Start("script", {"", "a b"}, directory.Path(), false), kOk);
+        setenv("PATH", path.c_str(), 1);
+        EXPECT_TRUE(Ends(process));
+        EXPECT_EQ(ReadWhole(directory / "out"), "|a b|") << search;
+        fs::remove(directory / "out");
+    }
+}
+
+}  // namespace

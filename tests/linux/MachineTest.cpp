@@ -1,0 +1,144 @@
+// What is read of the machine, where the inner functions can be reached.
+
+#include <sys/resource.h>
+
+#include <cstring>
+#include <map>
+
+#include "platform/Machine.h"
+#include "platform/linux/LocaleName.h"
+#include "platform/linux/MemoryFigures.h"
+#include "support/Testing.h"
+#include "system/ProcessorLeaves.h"
+#include "zubase/Utf16.h"
+
+using namespace zukel::platform;
+using zukel::test::Table;
+
+namespace {
+
+/// Most registers are as they were read from real processors and published (InstLatx64).
+TEST(Machine, Processors_AnswerByTheirRegisters) {
+    struct Row {
+        char vendor[13];
+        std::uint32_t highest, ebx1, edx1, highestExtended, ecx80000001, ecx80000008;
+        int perPackage;
+        bool multiThreading;
+    };
+    const Row rows[] = {
+        {"GenuineIntel", 2, 0x00000004, 0x0383fbff, 0x80000004, 0, 0, 1, false},  // Pentium III
+        {"GenuineIntel", 2, 0x0001080a, 0xbfebfbff, 0x80000004, 0, 0, 1, true},   // Celeron 2.00
+        {"GenuineIntel", 5, 0x00020800, 0xbfebfbff, 0x80000008, 0, 0, 2, true},   // Pentium 4 3.20
+        {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
+        {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
+        {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
+        {"AuthenticAMD", 1, 0x00020800, 0x178bfbff, 0x80000018, 3, 1, 2, false},  // Athlon 64 X2
+        {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
+        {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
+        {"", 0, 0, 0, 0, 0, 0, 1, false},  // no CPUID at all
+    };
+    for (const Row& row : rows) {
+        std::uint32_t vendor[3];
+        std::memcpy(vendor, row.vendor, sizeof vendor);
+        std::map<std::uint32_t, CpuRegisters> leaves = {
+            {0, {row.highest, vendor[0], vendor[2], vendor[1]}},
+            {1, {0, row.ebx1, 0, row.edx1}},
+            {0x80000000, {row.highestExtended, 0, 0, 0}},
+            {0x80000001, {0, 0, row.ecx80000001, 0}},
+            {0x80000008, {0, 0, row.ecx80000008, 0}}};
+        const auto read = [&](std::uint32_t leaf) { return leaves[leaf]; };
+        EXPECT_EQ(zukel::VendorText(leaves[0]), row.vendor);
+        EXPECT_EQ(zukel::LogicalProcessors(read), row.perPackage) << &row - rows;
+        EXPECT_EQ(zukel::HasMultiThreading(read), row.multiThreading) << &row - rows;
+    }
+}
+
+// The texts from which figures are read, and UTF-8 from anywhere: none of them is to be trusted.
+TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
+    const char* const groups[][3] = {
+        {"4:memory:/a/b\n0::/\n", "/a/b", ""},
+        {"0::/user.slice/x:y.scope\n", "none", "/user.slice/x:y.scope"},
+        {"9:name=systemd:/s\n4:cpu,memory:/c\n0::/u", "/c", "/u"},
+        {"3:memoryx:/a\n1:name=memory:/c\n", "none", "none"},
+        {"4:memory\n:::\n::\n0:\n", "none", "none"},
+    };
+    for (const auto& [text, one, two] : groups) {
+        EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;
+        EXPECT_EQ(GroupPathOf(text, GroupKind::Two).value_or("none"), two) << text;
+    }
+    const std::array<std::uint64_t, 5> limits[] = {// limit, used, to be had again; both figures
+                                                   {500, 100, 40, 500, 440},
+                                                   {500, 100, kUnknown, 500, 400},
+                                                   {500, 700, 0, 500, 0},
+                                                   {500, kUnknown, 0, 500, kUnknown},
+                                                   {2000, 100, 0, 1000, 800}};
+    for (const auto& [limit, used, inactive, total, available] : limits) {
+        PhysicalMemory memory{1000, 800, false};
+        ApplyLimit(memory, limit, used, inactive);
+        EXPECT_TRUE(memory.total == total && memory.available == available) << limit << ' ' << used;
+    }
+    constexpr auto text = "XMemTotal: 2\nMemTotal:   3 kB\nBig: 18014398509481984";
+    EXPECT_EQ(FieldOf(text, "MemTotal", 1024), 3072U);
+    EXPECT_EQ(FieldOf(text, "Big", 1024), kUnknown);
+    EXPECT_EQ(FieldOf("MemTotals: 1\nMemTotal", "MemTotal", 1), kUnknown);
+    EXPECT_EQ(FieldOf("MemTotal: x", "MemTotal", 1), kUnknown);
+    EXPECT_EQ(FieldOf("Number: 18446744073709551616", "Number", 1), kUnknown);
+}
+
+TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
+    const std::pair<std::string, std::u16string> rows[] = {
+        {"a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80z", u"a\u00e4\u20ac\U0001f600z"},
+        {"\xf0\x9f\x98", u"\ufffd"},              // ends in the middle
+        {"\xf0\x9f\xc3\xa4", u"\ufffd\u00e4"},    // the next character is not swallowed
+        {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"},  // a surrogate
+        {"\xed\x9f\xbf\xf4\x8f\xbf\xbf", u"\ud7ff\U0010ffff"},
+        {"\xe0\x9f\xbf", u"\ufffd\ufffd\ufffd"},            // longer than need be
+        {"\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd"},  // beyond the last character
+    };
+    for (const auto& [text, expected] : rows) {
+        const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is
+        std::u16string units(zukel::Utf16Length(bytes.data(), bytes.size()), u' ');
+        zukel::ConvertToUtf16(bytes.data(), bytes.size(), units.data());
+        EXPECT_EQ(units, expected) << testing::PrintToString(text);
+    }
+}
+
+TEST(MachineTexts, LocaleNames) {
+    const auto cases = Table<3>(R"(
+        sv_SE.UTF-8     UTF-8        sv_SE.65001     tr_TR    ISO-8859-9      tr_TR.28599
+        ca_ES@valencia  ISO-8859-15  ca_ES.28605     en_US    ANSI_X3.4-1968  en_US.20127
+        ja_JP           EUC-JP       ja_JP.51932     C.UTF-8  UTF-8           _
+        fil_PH.UTF-8    UTF-8        _               eo       UTF-8           _
+        en_USA          UTF-8        _               vi_VN    TCVN5712-1      _
+        xx_XX           ISO-8859-17  _               xx_XX    ISO-8859-       _
+        xx_XX           ISO-8859-1x  _               Sv_SE    UTF-8           _
+        sV_SE           UTF-8        _               sv-SE    UTF-8           _
+        sv_sE           UTF-8        _               sv_S{    UTF-8           _)");
+    for (const auto& [name, characterSet, text] : cases) {
+        const LocaleId id = PackLocale(name, characterSet);
+        EXPECT_EQ(id == 0, text.empty()) << name;
+        std::string joined;
+        for (const auto fact : {LocaleFact::Language, LocaleFact::Country, LocaleFact::CodePage}) {
+            char buffer[16] = "";
+            const int size = LocaleText(id, fact, buffer, sizeof buffer);
+            EXPECT_EQ(size, id == 0 ? 0 : static_cast<int>(std::strlen(buffer)) + 1) << name;
+            EXPECT_EQ(LocaleText(id, fact, buffer, size - 1), 0) << name;
+            joined += (fact == LocaleFact::Country ? "_" : fact == LocaleFact::CodePage ? "." : "");
+            joined += buffer;
+        }
+        EXPECT_EQ(joined, id == 0 ? "_." : text);
+    }
+}
+
+TEST(Machine, ALimitOfTheAddressSpace_IsTheTotal) {
+    rlimit former{};
+    getrlimit(RLIMIT_AS, &former);
+    const rlimit limit{rlim_t{1} << 45U, former.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+    EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 35U);
+    setrlimit(RLIMIT_AS, &former);
+}
+
+}  // namespace
