@@ -11,20 +11,17 @@ using namespace zukel::test;
 
 namespace {
 
-template <typename Class>
-constexpr bool kShared = std::is_copy_constructible_v<Class>&& std::is_copy_assignable_v<Class>;
-template <typename Class>
-constexpr bool kAssigned = !std::is_copy_constructible_v<Class> && std::is_copy_assignable_v<Class>;
-
+/// How many of the classes can be copied.
+template <typename... Classes>
+constexpr int kCopied = (std::is_copy_constructible_v<Classes> + ...);
+static_assert(kCopied<kelSharedMemory, kelTime, kelMemoryInfo> == 3);
+static_assert(kCopied<kelSystem, kelCPUInfo, kelAtomic, kelString, kelMutex, kelBarrier> == 0);
 static_assert(kOk == 0 && kFailed == 20000 && kelStatusNotFound == 20001 &&
               kelStatusAccessDenied == 20002 && kelStatusNotOpen == 20003 &&
               kelStatusReadFailed == 20004 && kelStatusNoVariable == 20005 &&
               kelStatusNoFileInfo == 20006 && kelStatusEmptyPath == 20007 &&
               kelStatusEmptySource == 20008 && kelStatusEmptyTarget == 20009 &&
               kelStatusNoUser == 20012);
-static_assert(kShared<kelSharedMemory> && kShared<kelTime> && kShared<kelMemoryInfo>);
-static_assert(kAssigned<kelSystem> && kAssigned<kelCPUInfo> && kAssigned<kelAtomic>);
-static_assert(kAssigned<kelString> && kAssigned<kelMutex> && kAssigned<kelBarrier>);
 
 TEST(kelSystem, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
@@ -94,9 +91,7 @@ TEST(Interface, SmallClasses_AreMadeAndAssigned) {
     kelMemoryInfo() = kelMemoryInfo();
     kelMutex mutex(nullptr);
     mutex = kelMutex();
-    EXPECT_EQ(mutex.Lock(), kFailed);
-    EXPECT_EQ(mutex.Trylock(), kFailed);
-    EXPECT_EQ(mutex.Unlock(), kFailed);
+    EXPECT_TRUE(All(kFailed, {mutex.Lock(), mutex.Trylock(), mutex.Unlock()}));
     kelBarrier barrier(nullptr, 2);
     barrier = kelBarrier(2);
     barrier.Block(1);  // returns at once

@@ -78,11 +78,13 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     const kelFileInfo info(name);
     for (const long long fact :
          {info.GetSize() + 0LL, info.GetCreationTime(), info.GetLastModifiedTime(),
-          info.GetLastAccessTime(), info.GetPermissions() + 0LL}) {
+          info.GetLastAccessTime(), info.GetPermissions() + 0LL, info.GetUserId() + 0LL,
+          info.GetGroupId() + 0LL}) {
         EXPECT_EQ(fact, -1) << "missing";
     }
     directory.Write("a.d", "four");
     EXPECT_EQ(info.GetSize(), 4);
+    EXPECT_GT(info.GetCreationTime(), 0);
     const auto written = info.GetLastModifiedTime();
     fs::resize_file(name, 3ULL << 30U);
     fs::last_write_time(name, fs::last_write_time(name) - std::chrono::hours(1000000));
@@ -93,6 +95,8 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     EXPECT_EQ(info.GetLastModifiedTime(), written);
     EXPECT_LT(kelFileInfo(info).GetLastModifiedTime(), written - 3599999999000000) << "before 1970";
     EXPECT_EQ(kelFileInfo(name).GetType(), kelFileInfo::RegularFile);
+    EXPECT_EQ(kelFileInfo(directory.Path() + "/.").GetFileExtension(), "") << "of a directory";
+    EXPECT_EQ(kelFileInfo("").GetFileExtension(), "");
     EXPECT_EQ(kelFileInfo(kNullDevice).GetType(),
               kOnWindows ? kelFileInfo::NoFile : kelFileInfo::OtherFile);
     EXPECT_EQ(kelFileInfo(name + "/below").GetType(), kelFileInfo::NoFile);

@@ -24,6 +24,7 @@ TEST(kelDynamicObject, States_FollowTheTable) {
         EXPECT_EQ(Answer(object, "no such symbol"), -1);
         EXPECT_EQ(object.LoadLibrary(name), kFailed) << name;
         EXPECT_EQ(object.kelLoadLibraryEx("", "name"), kFailed) << "no load at all";
+        EXPECT_EQ(object.kelLoadLibraryEx("directory", ""), kFailed);
         EXPECT_EQ(object.GetLibraryName(), "");
         const std::string reason = object.GetError();  // of Windows without the name
         EXPECT_TRUE(reason != "" && reason.find(kOnWindows ? "" : name) < reason.size()) << reason;

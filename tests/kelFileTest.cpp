@@ -63,9 +63,15 @@ TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
     const std::string slash = directory / "", full = slash + std::string(121 - slash.size(), 'n');
     const std::pair<std::string, std::size_t> cases[] = {
         // with the leading bytes that stay; 0 for a template that is refused
-        {"aXXXXXX", 1}, {slash + "XXXXXXXXX", slash.size() + 3}, {full + "XXXXXX", 121},
-        {"aXXXXX", 0},  {full + std::string(79, 'X'), 121},      {full + "nXXXXXX", 0},
-        {"XXXXXXa", 0}};
+        {"aXXXXXX", 1},
+        {slash + "XXXXXXXXX", slash.size() + 3},
+        {full + "XXXXXX", 121},
+        {"aXXXXX", 0},
+        {full + std::string(79, 'X'), 121},
+        {full + "nXXXXXX", 0},
+        {"XXXXXXa", 0},
+        {"XX", 0},
+        {"", 0}};
     for (const auto& [form, kept] : cases) {
         kelFile file(directory.Write("former"), kRead);
         EXPECT_EQ(file.CreateTemporaryFile(form), kept != 0 ? kOk : kFailed);
@@ -114,6 +120,12 @@ protected:
         EXPECT_EQ(cut.Read(back), kOk);
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&back), sizeof back),
                   "\x01" + std::string(sizeof back - 1, '\xEE'));
+        kelFile full("/dev/full", kRead | kelFile::ModeWrite | GetParam());
+        std::size_t taken = 0;
+        while (full.Write(value) == kOk) {
+            ++taken;
+        }
+        EXPECT_EQ(taken, GetParam() == 0 ? 0 : 4096 / bytes.size()) << "until the buffer is full";
     }
 
     const TemporaryDirectory directory;
@@ -161,8 +173,10 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     EXPECT_EQ(file.SeekTo(-1), kFailed);
     EXPECT_FALSE(file.EndOfFile()) << "another failure hides the end";
     size = 3;
-    EXPECT_TRUE(All(kOk, {file.SeekTo(12), file.Write(L"x", size), file.Close()}));
-    EXPECT_EQ(Content(), std::string("0ab3c56789\0\0x\0\0", 15)) << "beyond the end";
+    const std::string large(9000, 'l');  // more than a buffer takes
+    EXPECT_TRUE(All(kOk, {file.SeekTo(12), file.Write(L"x", size), file.WriteLine(large.c_str()),
+                          file.Close()}));
+    EXPECT_EQ(Content(), std::string("0ab3c56789\0\0x\0\0", 15) + large) << "beyond the end";
 }
 
 TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {

@@ -51,6 +51,7 @@ TEST_F(kelSharedMemoryStates, EveryOperationOnACopyInEveryState) {
         {" +X +X +X* +X", [&](Memory& it) { return it.Remove(other); }},
         {" -X +X +X -X", [&](Memory& it) { return it.Remove(own); }},
         {" -X -X -X* -X", [&](Memory& it) { return it.Remove(""); }},
+        {" -E -O* +A* -X", [&](Memory& it) { return it.Attach(""); }},
     };
     for (const auto& [expected, call] : rows) {
         std::string answers;

@@ -62,6 +62,7 @@ TEST(kelTime, PresentMomentAndSleep_AreOfTheSystemClock) {
         current.MakeCurrentTime();
         EXPECT_LE(std::abs(current.GetSeconds() - kelTime::GetCurrentTime().GetSeconds()), 2);
         copy = current;
+        copy = *&copy;
         EXPECT_EQ(copy.GetNumericEpochTime(), current.GetNumericEpochTime());
         after.MakeLocalTime();
         EXPECT_GE(after.GetMicroSeconds(), before.GetMicroSeconds() + std::max(wanted, 0LL));

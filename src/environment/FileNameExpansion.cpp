@@ -18,14 +18,11 @@ zuStlVector<zuString> SplitFileName(const zuString& name) {
 }
 
 zuString JoinFileName(const zuStlVector<zuString>& components) {
-    zuString name;
-    if (components.empty()) {
-        return name;
-    }
     std::size_t size = components.size() - 1;
     for (const zuString& component : components) {
         size += component.size();
     }
+    zuString name;
     name.reserve(size);
     name = components.front();
     std::for_each(components.begin() + 1, components.end(), [&](const zuString& component) {

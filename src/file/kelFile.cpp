@@ -56,14 +56,14 @@ bool EndsInSixX(const char* name, std::size_t length) noexcept {
     return length >= kSix && std::strcmp(name + length - kSix, "XXXXXX") == 0;
 }
 
-/// Puts the current directory before a relative template. The runtime removes a temporary file by
-/// the name it was made under, so a relative one would miss it, or hit another file, once the
-/// current directory has changed.
+/// Puts the current directory before a relative template, which is not empty. The runtime removes a
+/// temporary file by the name it was made under, so a relative one would miss it, or hit another
+/// file, once the current directory has changed.
 apr_status_t MakeAbsolute(const char* name, apr_pool_t* pool, zuString& absolute) {
     const char* root = nullptr;
     const char* rest = name;
     absolute.clear();
-    if (*name != '\0' && apr_filepath_root(&root, &rest, 0, pool) == APR_ERELATIVE) {
+    if (apr_filepath_root(&root, &rest, 0, pool) == APR_ERELATIVE) {
         char* directory = nullptr;
         const apr_status_t status = apr_filepath_get(&directory, 0, pool);
         if (status != APR_SUCCESS) {

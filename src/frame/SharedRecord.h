@@ -15,22 +15,18 @@ struct SharedRecord {
     std::atomic<std::size_t> owners{1};
 };
 
-/// Gives up one owner's hold on the record and leaves the pointer null. The last hold deletes the
-/// record.
+/// Gives up one owner's hold on the record. The last hold deletes it.
 template <typename Record>
-void Release(Record*& held) noexcept {
-    Record* const record = std::exchange(held, nullptr);
-    if (record != nullptr && record->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+void Release(Record* record) noexcept {
+    if (record->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         delete record;
     }
 }
 
-/// Adds an owner to the record, which may be null, and returns it.
+/// Adds an owner to the record and returns it.
 template <typename Record>
 Record* Share(Record* record) noexcept {
-    if (record != nullptr) {
-        record->owners.fetch_add(1, std::memory_order_relaxed);
-    }
+    record->owners.fetch_add(1, std::memory_order_relaxed);
     return record;
 }
 
@@ -39,8 +35,7 @@ Record* Share(Record* record) noexcept {
 template <typename Record>
 void Assign(Record*& held, Record* source) noexcept {
     if (held != source) {
-        Record* former = std::exchange(held, Share(source));
-        Release(former);
+        Release(std::exchange(held, Share(source)));
     }
 }
 

@@ -81,7 +81,6 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     kelFile file;
     EXPECT_EQ(file.Open(open / "roots", kWrite), geteuid() == 0 ? kOk : kelStatusAccessDenied);
     EXPECT_EQ(file.CreateTemporaryFile(closed / "XXXXXX"), kelStatusAccessDenied);
-    EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
     const std::string name = open / kOddName;
     EXPECT_EQ(file.Open(name, kWrite) + file.Close(), kOk);
     for (const unsigned rest : {0U, 0177U, 04050U}) {
@@ -101,7 +100,8 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     };
     for (const Case& c :
          {Case{0, true, 0444, 0444, 0444}, Case{0xFFF, true, 0444, 0644, 0644},
-          Case{0x644, false, 0604, 0640, 0622}, Case{0x1000, false, 0604, 0604, 0604}}) {
+          Case{0x644, false, 0604, 0640, 0622}, Case{0x1000, false, 0604, 0604, 0604},
+          Case{0, true, 04751, 04751, 04751}, Case{0x8644, false, 0604, 0640, 0622}}) {
         for (const bool exists : {false, true}) {
             const TemporaryDirectory directory;
             const std::string from = directory.Write("from", "content"), to = directory / "to";
@@ -161,6 +161,7 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
         EXPECT_EQ(kelFile::NativeCopy(directory.Path(), "old", 0), kFailed);
         EXPECT_EQ(ReadWhole("old"), "old") << "nothing was to be copied";
         EXPECT_EQ(copy("new"), kFailed);
+        EXPECT_EQ(copy("/dev/full"), kFailed);
         EXPECT_EQ(copy("old"), kFailed);
         EXPECT_EQ(ReadWhole("hard"), "") << "no part under another name";
         fs::remove("hard");
@@ -269,6 +270,12 @@ TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
         EXPECT_TRUE(Ends(process));
         EXPECT_EQ(process.Kill(), kFailed);
         EXPECT_TRUE(kelProcess::IsRunning(kelProcess::GetCurrentProcessPid()));
+        EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
+        EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
+        {
+            const Guard user = Unprivileged();
+            EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
+        }
         EXPECT_TRUE(AllCollected());
     }
 }

@@ -62,7 +62,8 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
         {"0::/user.slice/x:y.scope\n", "none", "/user.slice/x:y.scope"},
         {"9:name=systemd:/s\n4:cpu,memory:/c\n0::/u", "/c", "/u"},
         {"3:memoryx:/a\n1:name=memory:/c\n", "none", "none"},
-        {"4:memory\n:::\n::\n0:\n", "none", "none"},
+        {"none\n4:memory\n:::\n::\n0:\n0:x:/a\n", "none", "none"},
+        {"4:memory:/../a\n0::a", "", ""},
     };
     for (const auto& [text, one, two] : groups) {
         EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;

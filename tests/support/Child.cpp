@@ -1,4 +1,5 @@
 // The program that the tests start: child [VERB [ARGUMENT...]]. Without a verb it ends at once.
+// Copy, NativeCopy and Rename, with two names, are operations of kelFile for the walk that kills.
 
 #include <chrono>
 #include <fstream>
@@ -6,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "kelSharedMemory.h"
+#include "zukel.h"
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -16,7 +17,7 @@
 int main(int count, char** words) {
     using Clock = std::chrono::steady_clock;
     const std::string verb = count > 1 ? words[1] : "";
-    const char* const argument = count > 2 ? words[2] : "";
+    const std::string argument = count > 2 ? words[2] : "", to = count > 3 ? words[3] : "";
 #ifdef _WIN32
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
@@ -47,5 +48,11 @@ int main(int count, char** words) {
         for (const auto end = Clock::now() + std::chrono::seconds(20); Clock::now() < end;) {
             cells[1] = cells[0] * 2;
         }
+    } else if (verb == "Copy") {
+        return kelFile::Copy(argument, to, kelFileInfo::PermissionDefault) != kelStatusOk;
+    } else if (verb == "NativeCopy") {
+        return kelFile::NativeCopy(argument, to, 0) != kelStatusOk;
+    } else if (verb == "Rename") {
+        return kelFile::Rename(argument, to) != kelStatusOk;
     }
 }

@@ -97,16 +97,18 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
     return strikes ? plan.error : 0;
 }
 
-void WalkFaults(const std::string& name, const std::function<bool()>& step) {
+void WalkFaults(const std::string& name, const std::function<bool()>& step,
+                const std::vector<int>& refusals) {
     constexpr int kMost = 1000;
     step();  // what is made once and kept is made here
     constexpr auto kOnce = FaultReach::Once, kOn = FaultReach::FromThenOn;
-    const std::tuple<FaultSource, FaultReach, int> walks[] = {
-        {FaultSource::Runtime, kOnce, EIO},  {FaultSource::Runtime, kOn, EIO},
-        {FaultSource::Memory, kOnce, EIO},   {FaultSource::Memory, kOn, EIO},
-        {FaultSource::System, kOnce, EIO},   {FaultSource::System, kOn, EIO},
-        {FaultSource::System, kOnce, EPERM}, {FaultSource::System, kOnce, ENOSYS},
-        {FaultSource::System, kOnce, EINTR}, {FaultSource::System, kOn, EACCES}};
+    std::vector<std::tuple<FaultSource, FaultReach, int>> walks = {
+        {FaultSource::Runtime, kOnce, EIO}, {FaultSource::Runtime, kOn, EIO},
+        {FaultSource::Memory, kOnce, EIO},  {FaultSource::Memory, kOn, EIO},
+        {FaultSource::System, kOn, EIO},    {FaultSource::System, kOn, EACCES}};
+    for (const int error : refusals) {
+        walks.emplace_back(FaultSource::System, kOnce, error);
+    }
     int struckSteps = 0;
     for (const auto& [source, reach, error] : walks) {
         bool struck = true;

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace zukel::test {
@@ -41,7 +42,9 @@ std::size_t TemporaryDirectory::Count() const {
 std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 unsigned ModeOf(const std::string& path) {
