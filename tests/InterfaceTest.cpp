@@ -82,13 +82,17 @@ struct Thread : kelThread {
     void ThreadBody() override {}
 };
 
+template <typename Class>
+void Assign() {
+    Class one, other;
+    EXPECT_EQ(&(one = other), &one);
+    EXPECT_EQ(&(one = Class()), &one);
+}
+
 /// What is assigned without effect, and what does nothing until something is derived from it.
 TEST(Interface, SmallClasses_AreMadeAndAssigned) {
-    kelSystem() = kelSystem();
-    kelCPUInfo() = kelCPUInfo();
-    kelString() = kelString();
-    zuDiskInfo() = zuDiskInfo();
-    kelMemoryInfo() = kelMemoryInfo();
+    Assign<kelSystem>(), Assign<kelCPUInfo>(), Assign<kelString>();
+    Assign<zuDiskInfo>(), Assign<kelMemoryInfo>();
     kelMutex mutex(nullptr);
     mutex = kelMutex();
     EXPECT_TRUE(All(kFailed, {mutex.Lock(), mutex.Trylock(), mutex.Unlock()}));

@@ -30,8 +30,6 @@ TEST(kelTime, Values_AreTheMomentOrTheMark) {
         {kelTime(LLONG_MAX), LLONG_MAX, kOnWindows ? "failed" : "294247-01-10 04:00:54"},
         {kelTime(LLONG_MIN), LLONG_MIN, kOnWindows ? "failed" : "-290308-12-21 19:59:06"},
         {kelTime(253402300799 * kSecond), 253402300799 * kSecond, "9999-12-31 23:59:59"},
-        {kelTime(-11676096000 * kSecond), -11676096000 * kSecond, "1600-01-01 00:00:00"},
-        {kelTime(951782400 * kSecond), 951782400 * kSecond, "2000-02-29 00:00:00"},
         {kelTime(7, 0, 0, 1, 1, 0, 70, 5, 300, 1, 3600), 7, "1970-01-01 01:00:00"},
         {kelTime(0, 0, 0, 0, 1, 0, 70, 0, 0, 0, 60), -60 * kSecond, "1970-01-01 00:00:00"},
         {kelTime(0, 0, 0, 0, 1, 12, 70, 0, 0, 0, 0), -1, "failed"},

@@ -11,10 +11,12 @@ cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 set(outside ${CMAKE_CURRENT_LIST_DIR}/outside)
+set(program ${CMAKE_CURRENT_LIST_DIR}/../../examples/guide/first.cpp)  # as README.md shows it
 set(fatal COMMAND_ERROR_IS_FATAL ANY)
 
 if(WAY MATCHES ^package)
-  set(options --no-warn-unused-cli -D CMAKE_PREFIX_PATH=${PLACE} -D CMAKE_CXX_COMPILER=${COMPILER})
+  set(options --no-warn-unused-cli -D CMAKE_PREFIX_PATH=${PLACE} -D CMAKE_CXX_COMPILER=${COMPILER}
+              -D PROGRAM=${program})
   if(WAY STREQUAL "package")
     # Who links the shared library needs not even the means to find the runtime.
     list(APPEND options -D CMAKE_DISABLE_FIND_PACKAGE_PkgConfig=ON)
@@ -63,12 +65,12 @@ else()
     endif()
     set(ENV{LD_LIBRARY_PATH} ${libraries})
   endif()
-  execute_process(COMMAND ${COMPILER} -std=c++17 ${static} ${outside}/main.cpp -o ${WORK}/outside ${flags}
-                  ${fatal})
+  execute_process(COMMAND ${COMPILER} -std=c++17 ${static} ${program} ${outside}/headers.cpp
+                          -o ${WORK}/outside ${flags} ${fatal})
 endif()
 
 execute_process(COMMAND ${WORK}/outside WORKING_DIRECTORY ${WORK} OUTPUT_VARIABLE printed ${fatal})
-if(NOT printed STREQUAL "read back: 42\n")
+if(NOT printed STREQUAL "read: a first line\nread: and a second one\n")
   message(FATAL_ERROR "the program printed ${printed}")
 endif()
 

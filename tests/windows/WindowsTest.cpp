@@ -1,21 +1,13 @@
 // What has no like on Linux, or is asked there of its own system calls.
 
-#include <gtest/gtest.h>
 #include <windows.h>
 
-#include <filesystem>
-#include <string>
+#include <algorithm>
+#include <cstdlib>
 
-#include "kelDirectory.h"
-#include "kelFile.h"
-#include "kelProcess.h"
-#include "kelStatus.h"
 #include "support/ChildRunner.h"
-#include "support/System.h"
-#include "support/TemporaryDirectory.h"
 
 using namespace zukel::test;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -38,32 +30,67 @@ TEST(Windows, RenameToAnotherVolume_IsWholeOrNotAtAll) {
     for (const unsigned mode : {0400U, 0600U}) {
         const std::string from = here.Write("from", std::string(700000, 'x'));
         const std::string to = there.Write(kOddName, "old");
-        SetTimes(from, 1000000000, 1234567890123456700);
-        EXPECT_EQ(kelFile::SetPermissions(from, mode == 0400 ? 0x400 : 0x600), kelStatusOk);
+        fs::last_write_time(from, fs::last_write_time(from) - std::chrono::hours(99));
+        EXPECT_EQ(kelFile::SetPermissions(from, mode == 0400 ? 0x400 : 0x600), kOk);
         const auto time = fs::last_write_time(from);
-        EXPECT_EQ(kelFile::Rename(from, there / "no/such"), kelStatusFailed);
+        EXPECT_EQ(kelFile::Rename(from, there / "no/such"), kFailed);
         {
             const HANDLE held = CreateFileA(to.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                             OPEN_EXISTING, 0, nullptr);
-            EXPECT_EQ(kelFile::Rename(from, to), kelStatusFailed) << "the target is held";
+            EXPECT_EQ(kelFile::Rename(from, to), kFailed) << "the target is held";
             CloseHandle(held);
         }
         EXPECT_EQ(ReadWhole(to), "old");
         EXPECT_EQ(ModeOf(from), mode) << "as it was";
         EXPECT_EQ(there.Count(), 1U) << "no part is left";
-        EXPECT_EQ(kelFile::Rename(from, to), kelStatusOk);
+        EXPECT_EQ(kelFile::Rename(from, to), kOk);
         EXPECT_FALSE(kelFile::Exists(from));
         EXPECT_EQ(ReadWhole(to), std::string(700000, 'x'));
         EXPECT_EQ(ModeOf(to), mode);
         EXPECT_EQ(fs::last_write_time(fs::u8path(to)), time);
-        EXPECT_EQ(kelFile::SetPermissions(to, 0x600), kelStatusOk);
+        EXPECT_EQ(kelFile::SetPermissions(to, 0x600), kOk);
         EXPECT_EQ(there.Count(), 1U);
         const HANDLE writer = CreateFileA(to.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                           OPEN_EXISTING, 0, nullptr);
-        EXPECT_EQ(kelFile::Rename(to, from), kelStatusFailed) << "somebody writes to it";
+        EXPECT_EQ(kelFile::Rename(to, from), kFailed) << "somebody writes to it";
         CloseHandle(writer);
         EXPECT_FALSE(kelFile::Exists(from));
     }
+}
+
+TEST(Windows, Permissions_AreTheReadOnlyMark) {
+    const TemporaryDirectory directory;
+    const std::string from = directory.Write(kOddName, "content"), to = directory / "to";
+    fs::last_write_time(fs::u8path(from),
+                        fs::last_write_time(fs::u8path(from)) - std::chrono::hours(99));
+    for (const auto& [perms, mode] : {std::pair{0x200, 0600U}, {0x400, 0400U}}) {
+        EXPECT_EQ(kelFile::SetPermissions(from, perms), kOk);
+        EXPECT_EQ(ModeOf(from), mode);
+        const kelFile file(from, kRead);
+        EXPECT_TRUE(file.IsReadable() && file.IsWritable() == (mode == 0600));
+        for (const int copied : {0x1000, 0x644, 0, 0xFFF}) {
+            const bool native = copied == 0 || copied == 0xFFF,
+                       carries = copied == 0x1000 || copied == 0;
+            EXPECT_EQ(
+                native ? kelFile::NativeCopy(from, to, copied) : kelFile::Copy(from, to, copied),
+                kOk);
+            EXPECT_EQ(ModeOf(to), carries ? mode : 0600) << copied;
+            EXPECT_EQ(fs::last_write_time(to) == fs::last_write_time(fs::u8path(from)), native);
+            EXPECT_EQ(kelFile::SetPermissions(to, 0x600) + kelFile::Delete(to), kOk);
+        }
+    }
+}
+
+TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
+    kelLibrary library;
+    zuString name, home = std::getenv("USERPROFILE");
+    std::replace(home.begin(), home.end(), '\\', '/');
+    EXPECT_EQ(library.GetCurrentUserName(name), kOk);
+    EXPECT_EQ(name, std::getenv("USERNAME"));
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), home + "/x");
+    EXPECT_TRUE(fs::is_directory(library.GetTempDir()));
+    const zuString locale = library.GetLocale();
+    EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
 }
 
 TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
@@ -72,34 +99,34 @@ TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
     while (deep.size() < 300) {
         deep += "/" + std::string(40, 'd');
     }
-    ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kelStatusOk);
+    ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
     const std::string from = deep + "/from", to = deep + "/to";
-    EXPECT_EQ(kelFile(from, kelFile::ModeWrite | kelFile::ModeCreate).WriteLine("x"), kelStatusOk);
-    EXPECT_EQ(kelFile::Copy(from, to, 0xFFF), kelStatusOk);
-    EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kelStatusFailed);
-    EXPECT_EQ(kelFile::Rename(to, from), kelStatusOk);
+    EXPECT_EQ(kelFile(from, kelFile::ModeWrite | kelFile::ModeCreate).WriteLine("x"), kOk);
+    EXPECT_EQ(kelFile::Copy(from, to, 0xFFF), kOk);
+    EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
+    EXPECT_EQ(kelFile::Rename(to, from), kOk);
     EXPECT_TRUE(kelFile::Exists(from) && !kelFile::Exists(to));
-    EXPECT_EQ(kelFile::Delete(from), kelStatusOk);
+    EXPECT_EQ(kelFile::Delete(from), kOk);
     while (deep.size() > directory.Path().size()) {
-        EXPECT_EQ(kelDirectory::Delete(deep), kelStatusOk);
+        EXPECT_EQ(kelDirectory::Delete(deep), kOk);
         deep.erase(deep.rfind('/'));
     }
 }
 
 TEST(Windows, IdentifiersBesideOne_AreNobodys) {
     kelProcess process;
-    ASSERT_EQ(process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, true), kelStatusOk);
+    ASSERT_EQ(process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, true), kOk);
     for (int beside = 1; beside < 4; ++beside) {  // the system takes them for the one before
         EXPECT_FALSE(kelProcess::IsRunning(process.GetPid() + beside));
-        EXPECT_EQ(kelProcess::NativeKill(process.GetPid() + beside), kelStatusFailed);
+        EXPECT_EQ(kelProcess::NativeKill(process.GetPid() + beside), kFailed);
     }
     EXPECT_TRUE(process.IsRunning());
-    EXPECT_EQ(process.Kill(), kelStatusOk);
+    EXPECT_EQ(process.Kill(), kOk);
 }
 
 TEST(Windows, ExitCodeThatStandsForRunning_IsAnEnd) {
     kelProcess process;
-    ASSERT_EQ(process.Start("cmd.exe", {"/c", "exit", "259"}, false), kelStatusOk);
+    ASSERT_EQ(process.Start("cmd.exe", {"/c", "exit", "259"}, false), kOk);
     EXPECT_TRUE(Ends(process));
     EXPECT_FALSE(kelProcess::IsRunning(process.GetPid()));
 }

@@ -19,4 +19,4 @@ read -ra flags < <(PKG_CONFIG_LIBDIR=$module pkg-config --cflags --libs zukel)
 "$3" -std=c++17 -static "$4" -o "$work/place/bin/outside.exe" "${flags[@]/#-lzukel/-l:libzukel.dll.a}"
 cd "$work"
 printed=$("${@:5}" "$work/place/bin/outside.exe" | tr -d '\r')
-[[ $printed == "read back: 42" ]] || { echo "the program printed $printed" >&2; exit 1; }
+[[ $printed == "read: a first line"$'\n'"read: and a second one" ]] || { echo "the program printed $printed" >&2; exit 1; }
