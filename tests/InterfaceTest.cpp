@@ -1,8 +1,6 @@
 // The values of statuses, what can be copied, and the small classes at work. Which symbols are
 // exported is in exported-symbols.txt, and the layouts are in abi/.
 
-#include <fstream>
-#include <thread>
 #include <type_traits>
 
 #include "support/Testing.h"

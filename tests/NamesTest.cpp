@@ -1,7 +1,5 @@
 // Names, surroundings and facts about files: what the library tells of the system around it.
 
-#include <cstdlib>
-
 // As <windows.h> has them: the first stands before the header, the second comes after it.
 #define GetEnvironmentVariable GetEnvironmentVariableA
 #include "kelLibrary.h"

@@ -1,10 +1,5 @@
-#include <algorithm>
 #include <atomic>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <memory>
-#include <thread>
 
 #include "support/Testing.h"
 

@@ -1,8 +1,3 @@
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <thread>
-
 #include "support/ChildRunner.h"
 
 using namespace zukel::test;

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "support/ChildRunner.h"
 
 using namespace zukel::test;

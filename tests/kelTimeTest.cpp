@@ -1,5 +1,4 @@
 #include <climits>
-#include <cstdlib>
 #include <ctime>
 
 #include "support/Testing.h"

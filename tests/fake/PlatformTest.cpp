@@ -1,9 +1,6 @@
 // The portable side of what only Windows does, and of what the platform may answer. The stand-in
 // platform below the portable code gives the answers that a test has put here.
 
-#include <algorithm>
-#include <array>
-#include <cstring>
 #include <utility>
 
 #include "platform/Environment.h"
@@ -108,9 +105,9 @@ TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
         *answer = truth;
     }
     for (int block = 2; block < 5; ++block) {  // the wide name, the path, the narrow name
-        const Guard fault = Fault(FaultSource::Memory, block, FaultReach::Once);
+        const Guard armed = Arm({FaultSource::Memory, block, true});
         EXPECT_EQ(opened(), 'L') << block;
-        EXPECT_TRUE(FaultStruck());
+        EXPECT_NE(fault.struck, nullptr);
     }
     platform.shortPath = directory / "gone";
     EXPECT_EQ(opened(), kelStatusNotFound) << "a failure by the short name is final";

@@ -1,6 +1,5 @@
 // The pure work on names, and the texts of a time, on generated input.
 
-#include <cstdlib>
 #include <iostream>
 #include <random>
 

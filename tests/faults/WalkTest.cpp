@@ -6,9 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <map>
 #include <new>
 
@@ -64,9 +62,11 @@ struct World {
     int pid = -1;  ///< Of the child that was running at the start.
     kelTime time{1000};
 
+    using Values = std::tuple<char, short, unsigned short, wchar_t, int, unsigned, long,
+                              unsigned long, float, double>;
+    Values values;
     zuString text = "untouched";
-    long value = 42;
-    alignas(double) char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
+    char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     unsigned long long size = 4;
     zuDiskInfo disk;
     long long (*answer)() = nullptr;
@@ -92,12 +92,6 @@ struct World {
     auto Names() const {
         return std::tuple(Snapshot(place.Path()), Snapshot(beyond.Path()), fs::current_path());
     }
-    /// An output argument that is looked at like the others.
-    template <typename Type>
-    Type& Value() {
-        return *reinterpret_cast<Type*>(line);
-    }
-    auto Outputs() const { return text + std::string(line, 8) + std::to_string(value); }
 };
 
 /// What a failure leaves.
@@ -124,9 +118,9 @@ void ExpectNothingHappened(World& it, const Row& row, const decltype(it.Names())
     if (row.after == After::Made && now != before) {
         EXPECT_TRUE(fs::is_directory(it.missing));
     } else if (row.after == After::NoPartOfIt && now != before) {
-        EXPECT_TRUE(!fs::exists(it.to) || !FaultIsSingle());
+        EXPECT_TRUE(!fs::exists(it.to) || !fault.once);
         EXPECT_EQ(ReadWhole(it.from), std::get<0>(before).at("the source of a transfer"));
-    } else if (row.after == After::UnderAnyName && !FaultIsSingle()) {
+    } else if (row.after == After::UnderAnyName && !fault.once) {
         EXPECT_EQ(std::get<0>(now), std::get<0>(before)) << "the source";
         for (const auto& former : std::get<1>(before)) {
             const auto& left = std::get<1>(now);
@@ -137,8 +131,8 @@ void ExpectNothingHappened(World& it, const Row& row, const decltype(it.Names())
     } else {
         EXPECT_EQ(now, before);
     }
-    EXPECT_EQ(it.Outputs(), "untouchedxxxxxxxx42");
-    EXPECT_TRUE(it.size == 4 || it.size == 0);
+    EXPECT_EQ(it.text + std::string(it.line, 8), "untouchedxxxxxxxx");
+    EXPECT_TRUE(it.values == World::Values() && (it.size == 4 || it.size == 0));
 }
 
 /// One step of a walk over the row: whether its call succeeded.
@@ -155,16 +149,16 @@ bool Step(const Row& row) {
             EXPECT_TRUE(status == kOk || status == row.failure) << status;
             succeeded = status == kOk;
         } catch (const std::bad_alloc&) {
-            EXPECT_EQ(FaultedSource(), FaultSource::Memory);
+            EXPECT_EQ(fault.source, FaultSource::Memory);
         }
         if (!succeeded) {
             ExpectNothingHappened(it, row, before);
-            if (FaultIsSingle()) {
+            if (fault.once) {
                 EXPECT_EQ(row.call(it) == kOk, row.after != After::Ended) << "the same call again";
             }
         }
     }
-    EXPECT_TRUE(Memory().Remove(segment) != kOk || !FaultIsSingle()) << "a name is left";
+    EXPECT_TRUE(Memory().Remove(segment) != kOk || !fault.once) << "a name is left";
     return succeeded;
 }
 
@@ -209,7 +203,8 @@ TEST(FaultWalk, Surroundings) {
 template <typename... Types>
 void WalkValues() {
     for (kelFile World::*each : {&World::open, &World::buffered}) {
-        (Walk({{CALL((it.*each).Write(Types{7}))}, {CALL((it.*each).Read(it.Value<Types>()))}}),
+        (Walk({{CALL((it.*each).Write(Types{7}))},
+               {CALL((it.*each).Read(std::get<Types>(it.values)))}}),
          ...);
     }
 }
@@ -278,8 +273,7 @@ int StartProgram(World& it) {
     EXPECT_EQ(fs::remove(it.beyond / "ran"), status == kOk);
     EXPECT_EQ(it.process.GetPid() != -1, status == kOk);
     EXPECT_EQ(it.process.GetLastError().empty(), status == kOk);
-    EXPECT_TRUE(status != kOk || ReadWhole(out) == "out\n" ||
-                FaultedSource() == FaultSource::Runtime);
+    EXPECT_TRUE(status != kOk || ReadWhole(out) == "out\n" || fault.source == FaultSource::Runtime);
     return status;
 }
 

@@ -2,7 +2,6 @@
 
 #include <sys/resource.h>
 
-#include <cstring>
 #include <map>
 
 #include "platform/Machine.h"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cerrno>
-
 #include "support/Testing.h"
 
 /// Failures made to happen. The test program that links this file has the calls that
@@ -9,23 +7,25 @@
 namespace zukel::test {
 
 enum class FaultSource {
+    None,
     Runtime,  ///< Calls of the runtime, which give `APR_EGENERAL`.
     System,   ///< Calls that the platform folder makes, which tell an error.
     Memory    ///< `operator new`, which throws `std::bad_alloc`.
 };
 
-/// How often an armed fault strikes.
-enum class FaultReach { Once, FromThenOn };
+/// A fault that strikes calls which are made within `Counting(true)`.
+struct FaultPlan {
+    FaultSource source = FaultSource::None;
+    int nth = 1;                   ///< The call of the source that it strikes first.
+    bool once = false;             ///< That one alone, or all from there on.
+    int error = EIO;               ///< A failing system call's reason.
+    int calls = 0;                 ///< How many the source has seen.
+    const char* struck = nullptr;  ///< Name of the first call that failed; null if none has.
+};
 
-/// Arms one fault for the calling thread. Calls count only within `Counting(true)`.
-/// @param error tells a failing system call's reason.
-Guard Fault(FaultSource source, int nth, FaultReach reach, int error = EIO);
-/// Whether the nth call was made, and so failed.
-bool FaultStruck();
-/// Whether one fault alone is armed. What follows it then works, clearing up included.
-bool FaultIsSingle();
-/// What kind of call the armed fault strikes.
-FaultSource FaultedSource();
+/// The one that is armed in this thread, and arming it.
+extern thread_local FaultPlan fault;
+Guard Arm(const FaultPlan& plan);
 
 /// Does something of the test's choice before every call of one name, for the calling thread and
 /// where calls count, beside what an armed fault does.

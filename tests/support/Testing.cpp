@@ -2,9 +2,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <fstream>
 #include <sstream>
-#include <thread>
 
 namespace zukel::test {
 

@@ -2,15 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
+#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "zukel.h"
 
-/// What tests share.
+/// What tests share, and the headers that most of them use.
 namespace zukel::test {
 
 namespace fs = std::filesystem;

@@ -2,9 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <cstdlib>
-
 #include "support/ChildRunner.h"
 
 using namespace zukel::test;
