@@ -175,7 +175,7 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
 }
 
 TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
-    const std::tuple<const char*, int, std::vector<std::string>> cases[] = {
+    const std::tuple<const char*, unsigned, std::vector<std::string>> cases[] = {
         {"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};
     for (const auto& [content, size, lines] : cases) {
         kelFile file = Make(content);

@@ -329,8 +329,12 @@ TEST(FaultWalk, Transfers) {
         GTEST_SKIP() << "there is no second volume";
     }
     constexpr auto kCopies = After::NoPartOfIt, kMoves = After::UnderAnyName;
-    const std::tuple<Row, const char*, int> ways[] = {
-        // with a call that the system does not have
+    struct Way {
+        Row row;
+        const char* lacks;  ///< A call that the system does not have, and how it says so.
+        int error;
+    };
+    const Way ways[] = {
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "", 0},
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "copy_file_range", EXDEV},
         {{CALL(kelFile::Copy(it.from, it.to, 0x1000)), kCopies}, "", 0},
@@ -340,9 +344,9 @@ TEST(FaultWalk, Transfers) {
         {{CALL(kelFile::Rename(it.from, it.to)), kMoves}, "linkat", EPERM},
         {{CALL(kelFile::NativeRename(it.from, it.to))}, "", 0},
     };
-    for (const auto& [way, lacks, error] : ways) {
+    for (const Way& way : ways) {
         for (const int kind : {0, 1, 2, 3}) {
-            Row row = way;
+            Row row = way.row;
             const bool moves = row.after == kMoves, exists = kind % 2 != 0, special = kind > 1;
             row.prepare = [&](World& it) {
                 it.to = moves ? it.beyond / "the target of a transfer" : it.to;
@@ -359,13 +363,13 @@ TEST(FaultWalk, Transfers) {
                 }
             };
             row.call = [&](World& it) {
-                const Guard lacking = AtCall(lacks, [&, error = error] { return error; });
+                const Guard lacking = AtCall(way.lacks, [&] { return way.error; });
                 const auto content = [&](const std::string& name) {
                     const Guard own = Counting(false);
                     return Snapshot(fs::path(name).parent_path())[fs::path(name).filename()];
                 };
                 const std::string source = content(it.from);
-                const int status = way.call(it);
+                const int status = way.row.call(it);
                 EXPECT_TRUE(status != kOk || content(it.to) == source);
                 EXPECT_TRUE(status != kOk || row.after == kCopies || content(it.from).empty());
                 return status;
