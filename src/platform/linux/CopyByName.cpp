@@ -79,7 +79,14 @@ public:
 private:
     bool OpenSource() noexcept {
         in_ = Descriptor(open(from_, O_RDONLY | O_CLOEXEC));
-        return in_ && fstat(in_.Get(), &source_) == 0 && !S_ISDIR(source_.st_mode);
+        return in_ && fstat(in_.Get(), &source_) == 0 && !S_ISDIR(source_.st_mode) && GivesAByte();
+    }
+
+    /// Some files open and then cannot be read: the target must not suffer from that.
+    bool GivesAByte() const noexcept {
+        char first = 0;
+        return !S_ISREG(source_.st_mode) || pread(in_.Get(), &first, 1, 0) >= 0 ||
+               errno == ESPIPE || errno == EINTR;
     }
 
     /// Opens the target as it is, to be cut later: it may turn out to be the source.

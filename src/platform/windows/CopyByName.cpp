@@ -19,6 +19,16 @@ Handle OpenSource(const wchar_t* name) noexcept {
                               FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
+/// Some files open and then cannot be read, as where another process has locked a part: the target
+/// must not suffer from that.
+bool GivesAByte(const Handle& file) noexcept {
+    char first = 0;
+    DWORD got = 0;
+    return GetFileType(file.Get()) != FILE_TYPE_DISK ||
+           (ReadFile(file.Get(), &first, sizeof first, &got, nullptr) != 0 &&
+            SetFilePointerEx(file.Get(), {}, nullptr, FILE_BEGIN) != 0);
+}
+
 /// The read-only mark is all that a word of permission bits can say of a file here.
 bool TakeReadOnlyMark(const Handle& file, std::uint32_t sourceAttributes) noexcept {
     FILE_BASIC_INFO info{};
@@ -62,7 +72,7 @@ CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t pe
         return CopyEnd::SameFile;
     }
     const Handle in = OpenSource(source.Get());
-    if (!in) {
+    if (!in || !GivesAByte(in)) {
         return CopyEnd::Failed;
     }
     Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShared, nullptr,
