@@ -174,6 +174,21 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     EXPECT_EQ(Content(), std::string("0ab3c56789\0\0x\0\0", 15) + large) << "beyond the end";
 }
 
+TEST_P(kelFileData, AppendingAndReadingAlone_KeepPlacesAndRefuseWrites) {
+    const TemporaryDirectory place;
+    const std::string name = place.Write("file", "0123456789");
+    char line[16];
+    kelFile appending(name, kRead | kelFile::ModeWrite | kelFile::ModeAppend | GetParam());
+    EXPECT_TRUE(All(kOk, {appending.WriteLine("ab"), appending.SeekTo(2),
+                          appending.ReadLine(line, sizeof line)}));
+    EXPECT_STREQ(line, "23456789ab");
+    kelFile reading(name, kRead | GetParam());
+    unsigned long long size = 2;
+    EXPECT_TRUE(
+        All(kFailed, {reading.Write(line, size), reading.Write(1), reading.WriteLine("x")}));
+    EXPECT_TRUE(size == 0 && reading.Read(*line) == kOk && reading.Close() == kOk);
+}
+
 TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
     const std::tuple<const char*, unsigned, std::vector<std::string>> cases[] = {
         {"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};

@@ -95,6 +95,10 @@ enum class Unit {
     // What fits goes the short way: it cannot overflow the buffer, nor can there be one to
     // overflow.
     const bool buffered = record.bufferSize != 0;
+    if (buffered && (apr_file_flags_get(record.file) & APR_FOPEN_WRITE) == 0) {
+        size = 0;  // the runtime would take it, and then fail at everything
+        return Keep(record, APR_EBADF);
+    }
     if (buffered && size > record.bufferSize - record.bufferFill) {
         return WriteBuffered(record, static_cast<const char*>(source), size, unit);
     }
@@ -147,7 +151,7 @@ template <typename Stored, typename T>
 int WriteNarrow(kelFileRecord& record, T value) noexcept {
     const auto stored = static_cast<Stored>(value);
     if (static_cast<T>(stored) != value) {
-        return kelStatusFailed;
+        return Keep(record, APR_EINVAL);
     }
     return WriteValue(record, stored);
 }
@@ -177,6 +181,13 @@ int Seek(kelFileRecord& record, apr_seek_where_t from, apr_off_t offset) noexcep
         return kelStatusFailed;
     }
     apr_status_t status = WriteOut(record);
+    if (status == APR_SUCCESS && record.bufferSize != 0 &&
+        (apr_file_flags_get(record.file) & APR_FOPEN_APPEND) != 0) {
+        // The runtime counts from where the file was opened, writes go to the end: it would take
+        // one place for another, and believe itself there.
+        apr_off_t start = 0;
+        status = apr_file_seek(record.file, APR_SET, &start);
+    }
     if (status == APR_SUCCESS) {
         status = apr_file_seek(record.file, from, &offset);
     }
