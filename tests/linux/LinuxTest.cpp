@@ -148,6 +148,7 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
         fs::create_hard_link(directory.Write("old", "old"), "hard");
         EXPECT_EQ(kelFile::Copy("missing", "old", 0xFFF), kFailed);
         EXPECT_EQ(kelFile::NativeCopy(directory.Path(), "old", 0), kFailed);
+        EXPECT_EQ(kelFile::Copy("/proc/self/mem", "old", 0x644), kFailed) << "opens, gives nothing";
         EXPECT_EQ(ReadWhole("old"), "old") << "nothing was to be copied";
         EXPECT_TRUE(All(kFailed, {copy("new"), copy("/dev/full"), copy("old")}));
         EXPECT_EQ(ReadWhole("hard"), "") << "no part under another name";
@@ -296,11 +297,19 @@ TEST(Linux, AScriptWithoutAnInterpreter_IsFoundAlongThePathAndRunByTheShell) {
     fs::permissions(script, fs::perms::owner_all);
     fs::create_directory(directory / "bin");
     directory.Write("bin/script", "may not be run");
-    const std::string path = getenv("PATH");
-    for (const std::string& search : {"/missing:" + directory.Path(), "bin::" + path}) {
+    const std::string path = getenv("PATH"), alien = directory.Write("alien", std::string("\x7f"
+                                                                                          "ELF\0\n",
+                                                                                          6));
+    fs::permissions(alien, fs::perms::owner_all);
+    EXPECT_EQ(kelProcess().Start("./alien", {}, directory.Path(), false), kFailed);
+    fs::create_directory(directory / "-x");
+    fs::copy(script, directory / "-x/script");
+    for (const auto& [search, command] : {std::pair{"/missing:" + directory.Path(), "script"},
+                                          {"bin::" + path, "script"},
+                                          {path, "-x/script"}}) {
         setenv("PATH", search.c_str(), 1);
         kelProcess process;
-        EXPECT_EQ(process.Start("script", {"", "a b"}, directory.Path(), false), kOk);
+        EXPECT_EQ(process.Start(command, {"", "a b"}, directory.Path(), false), kOk);
         setenv("PATH", path.c_str(), 1);
         EXPECT_TRUE(Ends(process));
         EXPECT_EQ(ReadWhole(directory / "out"), "|a b|") << search;

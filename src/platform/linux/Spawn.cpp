@@ -117,23 +117,36 @@ std::vector<std::string> Candidates(const char* command) {
     return candidates;
 }
 
+/// Whether the file can be a script: a program for another machine has a NUL in its first line.
+bool CanBeScript(const char* directory, const std::string& name) {
+    const bool below = name[0] != '/' && directory != nullptr;
+    const std::string path = below ? std::string(directory) + "/" + name : name;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    char start[256];
+    const ssize_t size = file ? read(file.Get(), start, sizeof start) : 0;
+    const std::string_view text(start, size > 0 ? static_cast<std::size_t>(size) : 0);
+    return text.substr(0, text.find('\n')).find('\0') == std::string_view::npos;
+}
+
 /// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
 /// the search has found it, `posix_spawnp` does not tell, so it is searched for again.
-int SpawnByShell(Arguments arguments, const Preparation& preparation, pid_t& pid) {
+int SpawnByShell(Arguments arguments, const char* directory, const Preparation& preparation,
+                 pid_t& pid) {
     constexpr const char* kShell = "/bin/sh";
     for (const std::string& candidate : Candidates(arguments[0])) {
         const int error = posix_spawn(&pid, candidate.c_str(), preparation.Actions(),
                                       preparation.Attributes(), ForSystem(arguments), environ);
-        if (error == ENOEXEC) {
-            std::vector<const char*> vector{kShell, candidate.c_str()};
+        if (error == ENOEXEC && CanBeScript(directory, candidate)) {
+            const std::string script = candidate[0] == '-' ? "./" + candidate : candidate;
+            std::vector<const char*> vector{kShell, script.c_str()};
             do {
                 vector.push_back(*++arguments);
             } while (*arguments != nullptr);
             return posix_spawn(&pid, kShell, preparation.Actions(), preparation.Attributes(),
                                ForSystem(vector.data()), environ);
         }
-        if (error == 0) {
-            return 0;
+        if (error == 0 || error == ENOEXEC) {
+            return error;
         }
     }
     return ENOEXEC;
@@ -154,7 +167,8 @@ int Spawn(const Program& program, pid_t& pid) {
     }
     const int error = posix_spawnp(&pid, program.arguments[0], preparation.Actions(),
                                    preparation.Attributes(), ForSystem(program.arguments), environ);
-    return error == ENOEXEC ? SpawnByShell(program.arguments, preparation, pid) : error;
+    return error == ENOEXEC ? SpawnByShell(program.arguments, program.directory, preparation, pid)
+                            : error;
 }
 
 }  // namespace zukel::platform
