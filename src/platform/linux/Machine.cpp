@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string_view>
@@ -58,51 +59,82 @@ constexpr GroupFiles kGroupFiles[] = {
     {GroupKind::Two, "/sys/fs/cgroup", "memory.max", "memory.current", "inactive_file"},
 };
 
-std::string_view ReadGroupFile(const GroupFiles& files, std::string_view group, const char* name,
-                               TextBuffer& buffer) noexcept {
-    char path[4096];
-    const int length = std::snprintf(path, sizeof path, "%s%.*s/%s", files.root,
-                                     static_cast<int>(group.size()), group.data(), name);
-    const bool fits = length > 0 && static_cast<std::size_t>(length) < sizeof path;
-    return fits ? ReadText(path, buffer) : std::string_view();
-}
+/// The folder of a group, and its files.
+class GroupFolder {
+public:
+    GroupFolder(const char* root, std::string_view group) noexcept
+        : rootSize_(std::strlen(root)), size_(rootSize_) {
+        constexpr std::size_t kRoomForName = 64;
+        while (rootSize_ + group.size() > sizeof text_ - kRoomForName) {
+            group = group.substr(0, group.rfind('/'));
+        }
+        std::memcpy(text_, root, rootSize_);
+        std::memcpy(text_ + rootSize_, group.data(), group.size());
+        size_ += group.size();
+    }
 
-void ApplyGroup(const GroupFiles& files, std::string_view group, std::uint64_t machineTotal,
-                PhysicalMemory& memory) noexcept {
-    TextBuffer buffer;
-    const std::uint64_t limit = NumberAt(ReadGroupFile(files, group, files.limit, buffer));
+    /// Goes to the group above; false at the root.
+    bool Up() noexcept {
+        if (size_ == rootSize_) {
+            return false;
+        }
+        size_ = std::string_view(text_, size_).rfind('/');
+        return true;
+    }
+
+    std::string_view Read(const char* name, TextBuffer& buffer) noexcept {
+        std::snprintf(text_ + size_, sizeof text_ - size_, "/%s", name);
+        return ReadText(text_, buffer);
+    }
+
+private:
+    std::size_t rootSize_, size_;
+    char text_[4096];
+};
+
+void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t machineTotal,
+                TextBuffer& buffer, PhysicalMemory& memory) noexcept {
+    const std::uint64_t limit = NumberAt(folder.Read(files.limit, buffer));
     if (limit >= machineTotal) {
         return;  // none, or none that matters; an unknown one is all ones
     }
-    const std::uint64_t used = NumberAt(ReadGroupFile(files, group, files.used, buffer));
-    const std::string_view details = ReadGroupFile(files, group, "memory.stat", buffer);
+    const std::uint64_t used = NumberAt(folder.Read(files.used, buffer));
+    const std::string_view details = folder.Read("memory.stat", buffer);
     ApplyLimit(memory, limit, used, FieldOf(details, files.reclaimable, 1));
 }
 
 /// Walks from the process's own group up. In a container whose group is mounted as the root, the
 /// path may name nothing below it; the walk then finds the root itself.
-void ApplyGroups(PhysicalMemory& memory) noexcept {
-    TextBuffer buffer;
+void ApplyGroups(PhysicalMemory& memory, TextBuffer& buffer) noexcept {
     const std::string_view own = ReadText("/proc/self/cgroup", buffer);
     const std::uint64_t machineTotal = memory.total;
     for (const GroupFiles& files : kGroupFiles) {
-        std::optional<std::string_view> group = GroupPathOf(own, files.kind);
-        if (!group) {
-            continue;
+        if (const std::optional<std::string_view> group = GroupPathOf(own, files.kind)) {
+            GroupFolder folder(files.root, *group);
+            do {
+                ApplyGroup(files, folder, machineTotal, buffer, memory);
+            } while (folder.Up());
+            return;
         }
-        for (; !group->empty(); group = group->substr(0, group->rfind('/'))) {
-            ApplyGroup(files, *group, machineTotal, memory);
-        }
-        ApplyGroup(files, *group, machineTotal, memory);
-        return;
     }
 }
 
-PhysicalMemory QueryPhysical(std::string_view figures) noexcept {
-    PhysicalMemory memory{FieldOf(figures, "MemTotal", 1024),
-                          FieldOf(figures, "MemAvailable", 1024), false};
-    ApplyGroups(memory);
-    return memory;
+/// What the machine tells of its memory, and the limits of groups.
+struct Figures {
+    PhysicalMemory physical;
+    std::uint64_t commitLimit, committed, freeSwap;
+};
+
+/// The buffer serves one text after the other: the stack of a thread may be small.
+Figures ReadFigures(TextBuffer& buffer) noexcept {
+    const std::string_view text = ReadText("/proc/meminfo", buffer);
+    const auto field = [&](const char* name) { return FieldOf(text, name, 1024); };
+    Figures figures{{field("MemTotal"), field("MemAvailable"), false},
+                    field("CommitLimit"),
+                    field("Committed_AS"),
+                    field("SwapFree")};
+    ApplyGroups(figures.physical, buffer);
+    return figures;
 }
 
 /// What the processor offers a process in user mode.
@@ -120,13 +152,12 @@ std::uint64_t Product(std::uint64_t count, std::uint64_t size) noexcept {
     return __builtin_mul_overflow(count, size, &bytes) ? kUnknown : bytes;
 }
 
-void QueryAddressSpace(MemoryBytes& bytes) noexcept {
+void QueryAddressSpace(MemoryBytes& bytes, TextBuffer& buffer) noexcept {
     rlimit limit{};
     bytes.totalVirtual = AddressSpace();
     if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
         bytes.totalVirtual = std::min<std::uint64_t>(bytes.totalVirtual, limit.rlim_cur);
     }
-    TextBuffer buffer;
     const std::uint64_t pages = NumberAt(ReadText("/proc/self/statm", buffer));
     const auto pageSize = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     bytes.availableVirtual = Remaining(bytes.totalVirtual, Product(pages, pageSize));
@@ -136,26 +167,24 @@ void QueryAddressSpace(MemoryBytes& bytes) noexcept {
 
 MemoryBytes QueryMemory() noexcept {
     TextBuffer buffer;
-    const std::string_view figures = ReadText("/proc/meminfo", buffer);
-    const PhysicalMemory physical = QueryPhysical(figures);
+    const Figures figures = ReadFigures(buffer);
     MemoryBytes bytes;
-    bytes.totalPhysical = physical.total;
-    bytes.availablePhysical = physical.available;
-    bytes.totalPaging = FieldOf(figures, "CommitLimit", 1024);
-    bytes.availablePaging = Remaining(bytes.totalPaging, FieldOf(figures, "Committed_AS", 1024));
-    QueryAddressSpace(bytes);
+    bytes.totalPhysical = figures.physical.total;
+    bytes.availablePhysical = figures.physical.available;
+    bytes.totalPaging = figures.commitLimit;
+    bytes.availablePaging = Remaining(figures.commitLimit, figures.committed);
+    QueryAddressSpace(bytes, buffer);
     return bytes;
 }
 
 std::uint64_t AvailableForSegments() noexcept {
     TextBuffer buffer;
-    const std::string_view figures = ReadText("/proc/meminfo", buffer);
-    const PhysicalMemory physical = QueryPhysical(figures);
-    const std::uint64_t swap = FieldOf(figures, "SwapFree", 1024);
-    if (physical.limited || swap > kUnknown - physical.available) {
-        return physical.available;
+    const Figures figures = ReadFigures(buffer);
+    const std::uint64_t available = figures.physical.available;
+    if (figures.physical.limited || figures.freeSwap > kUnknown - available) {
+        return available;
     }
-    return physical.available + swap;
+    return available + figures.freeSwap;
 }
 
 bool QueryDisk(const char* path, DiskBytes& disk) noexcept {

@@ -80,7 +80,8 @@ std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kin
             continue;
         }
         const std::string_view path = line.substr(second + 1);
-        const bool visible = StartsWith(path, "/") && !StartsWith(path, "/..") && path != "/";
+        const bool visible =
+            StartsWith(path, "/") && !StartsWith(path, "/../") && path != "/.." && path != "/";
         return visible ? path : std::string_view();
     }
     return std::nullopt;
