@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "kelExport.h"
 
@@ -39,9 +40,12 @@ class KEL_API kelBarrier {
 public:
     /// The count is not read: `Block` is given one of its own.
     explicit kelBarrier(std::size_t count = 0);
+    /// The same, for numbers of other types: a plain 0 could be meant for the pointer as well.
+    template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+    explicit kelBarrier(Number count) : kelBarrier(static_cast<std::size_t>(count)) {}
     /// The same. The pointer is not read and may be null.
     explicit kelBarrier(kelLibrary* library, std::size_t count = 0);
-    kelBarrier(const kelBarrier& other) = delete;
+    kelBarrier(const kelBarrier& other) = delete;  ///< A meeting point is one.
     virtual ~kelBarrier();
     /// There is nothing to take over: the base holds no state.
     kelBarrier& operator=(const kelBarrier& other);

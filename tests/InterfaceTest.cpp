@@ -95,7 +95,7 @@ TEST(Interface, SmallClasses_AreMadeAndAssigned) {
     mutex = kelMutex();
     EXPECT_TRUE(All(kFailed, {mutex.Lock(), mutex.Trylock(), mutex.Unlock()}));
     kelBarrier barrier(nullptr, 2);
-    barrier = kelBarrier(2);
+    barrier = kelBarrier(0);
     barrier.Block(1);  // returns at once
     barrier.Reset();
     kelCondition(nullptr) = kelCondition();

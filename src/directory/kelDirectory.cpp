@@ -27,17 +27,16 @@ int OpenRecord(kelDirectoryRecord& record, const zuString& name) {
     return kelStatusOk;
 }
 
-/// The next entry's name, good until the pool goes; null at the end and after an error, and the
-/// empty text when the runtime delivers an entry without a name.
-const char* NextEntry(kelDirectoryRecord& record) noexcept {
+/// Reads the next entry; false at the end and after an error. The name is good until the pool goes,
+/// and stays what it was when the runtime delivers an entry without one.
+bool NextEntry(kelDirectoryRecord& record, const char*& name) noexcept {
     apr_finfo_t info = {};
     if (record.dir == nullptr || apr_dir_read(&info, APR_FINFO_NAME, record.dir) != APR_SUCCESS) {
-        return nullptr;
+        return false;
     }
-    if (info.name != nullptr) {
-        return info.name;
-    }
-    return info.fname != nullptr ? info.fname : "";
+    const char* const found = info.name != nullptr ? info.name : info.fname;
+    name = found != nullptr ? found : name;
+    return true;
 }
 
 bool Rewind(kelDirectoryRecord& record) noexcept {
@@ -45,11 +44,11 @@ bool Rewind(kelDirectoryRecord& record) noexcept {
 }
 
 int ReadEntry(kelDirectoryRecord& record, zuString& name) {
-    const char* const entry = NextEntry(record);
-    if (entry == nullptr) {
+    const char* entry = nullptr;
+    if (!NextEntry(record, entry)) {
         return kelStatusReadFailed;
     }
-    if (*entry != '\0') {
+    if (entry != nullptr) {
         name.assign(entry);
     }
     return kelStatusOk;
@@ -60,7 +59,7 @@ zuStlVector<zuString> ListNames(kelDirectoryRecord& record) {
     if (!Rewind(record)) {
         return names;
     }
-    while (const char* const entry = NextEntry(record)) {
+    for (const char* entry = ""; NextEntry(record, entry);) {
         if (std::strcmp(entry, ".") != 0 && std::strcmp(entry, "..") != 0) {
             names.emplace_back(entry);
         }
@@ -127,7 +126,7 @@ int kelDirectory::GetNumberOfFiles() {
         return 0;
     }
     long long entries = 0;
-    while (NextEntry(*record_) != nullptr) {
+    for (const char* entry = ""; NextEntry(*record_, entry);) {
         ++entries;
     }
     constexpr long long kMost = std::numeric_limits<int>::max();

@@ -18,6 +18,9 @@ zuStlVector<zuString> SplitFileName(const zuString& name) {
 }
 
 zuString JoinFileName(const zuStlVector<zuString>& components) {
+    if (components.empty()) {
+        return {};
+    }
     std::size_t size = components.size() - 1;
     for (const zuString& component : components) {
         size += component.size();

@@ -11,10 +11,10 @@ namespace zukel {
 /// give n + 1 components, the empty name gives one.
 zuStlVector<zuString> SplitFileName(const zuString& name);
 
-/// The components, at least one, with a `/` between each two.
+/// The components with a `/` between each two; nothing gives an empty text.
 zuString JoinFileName(const zuStlVector<zuString>& components);
 
-/// Replaces the components, at least one, that are shorthands. What cannot be found stays.
+/// Replaces the components that are shorthands. What cannot be found stays.
 ///
 /// @param platform what `$PLATFORM` stands for.
 /// @param userDirectory called with the component that is `~`; sets it if there is a directory.
@@ -22,7 +22,7 @@ zuString JoinFileName(const zuStlVector<zuString>& components);
 template <typename UserDirectory, typename Variable>
 void ExpandComponents(zuStlVector<zuString>& components, const char* platform,
                       UserDirectory userDirectory, Variable variable) {
-    if (components.front() == "~") {
+    if (!components.empty() && components.front() == "~") {
         userDirectory(components.front());
     }
     for (zuString& component : components) {

@@ -138,10 +138,11 @@ void ExpectNothingHappened(World& it, const Row& row, const decltype(it.Names())
 /// One step of a walk over the row: whether its call succeeded.
 bool Step(const Row& row) {
     bool succeeded = false;
-    std::string segment;
+    std::string made, taken;
     {
         World it;
-        segment = it.missing;
+        made = it.missing;
+        taken = it.taken;
         row.prepare(it);
         const auto before = it.Names();
         try {
@@ -158,7 +159,9 @@ bool Step(const Row& row) {
             }
         }
     }
-    EXPECT_TRUE(Memory().Remove(segment) != kOk || !fault.once) << "a name is left";
+    for (const std::string& name : {made, taken}) {
+        EXPECT_TRUE(Memory().Remove(name) != kOk || !fault.once) << "a name is left";
+    }
     return succeeded;
 }
 

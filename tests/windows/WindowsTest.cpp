@@ -103,6 +103,7 @@ TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
     EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
     EXPECT_EQ(kelFile::Rename(to, from), kOk);
     EXPECT_TRUE(kelFile::Exists(from) && !kelFile::Exists(to));
+    EXPECT_EQ(kelFile::Copy(from, to + "\xFF", 0xFFF), kFailed) << "no UTF-8 names nothing";
     EXPECT_EQ(kelFile::Delete(from), kOk);
     while (deep.size() > directory.Path().size()) {
         EXPECT_EQ(kelDirectory::Delete(deep), kOk);

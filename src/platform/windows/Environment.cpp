@@ -39,7 +39,9 @@ int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcep
     const LCTYPE type = fact == LocaleFact::Language  ? LOCALE_SISO639LANGNAME
                         : fact == LocaleFact::Country ? LOCALE_SISO3166CTRYNAME
                                                       : LOCALE_IDEFAULTANSICODEPAGE;
-    return GetLocaleInfoA(static_cast<LCID>(locale), type, buffer, size);
+    const int length = GetLocaleInfoA(static_cast<LCID>(locale), type, buffer, size);
+    constexpr int kTwoLetters = 3;  // with the NUL
+    return fact == LocaleFact::CodePage || length == kTwoLetters ? length : 0;
 }
 
 unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {

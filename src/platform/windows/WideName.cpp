@@ -21,9 +21,9 @@ bool IsSeparator(wchar_t unit) noexcept {
 }  // namespace
 
 WideName::WideName(const char* name) noexcept {
-    const int size = MultiByteToWideChar(CP_UTF8, 0, name, -1, nullptr, 0);
+    const int size = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, name, -1, nullptr, 0);
     if (size <= 0) {
-        return;  // longer than the system counts
+        return;  // no UTF-8, which must not become another name, or longer than the system counts
     }
     text_.reset(new (std::nothrow) wchar_t[static_cast<std::size_t>(size) + kLongFormSize]);
     if (!text_) {
