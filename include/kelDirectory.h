@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 class kelLibrary;
@@ -20,7 +21,7 @@ struct kelDirectoryRecord;
 /// |--------|---------------------------------------------|-------------------------|----------|
 /// | closed | construction, failed `Open`, `Close`        | `kelStatusNotOpen`      | empty, 0 |
 /// | open   | `Open` that succeeded                       | the entries             | as told  |
-/// | lost   | `Close` that failed; never left again       | fail                    | empty, 0 |
+/// | lost   | `Close` that failed; left by assignment     | fail                    | empty, 0 |
 ///
 /// A lost directory still counts as open (`Open` answers `kelStatusOk` and changes nothing, `Close`
 /// fails again), but the system has taken the handle back and nothing can be read through it.
@@ -33,6 +34,7 @@ struct kelDirectoryRecord;
 /// mean nothing here, but for `GetRelativePath`.
 ///
 /// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success.
+/// Memory that the runtime itself lacks ends the process.
 ///
 /// Threads: one object is used by one thread at a time; different objects are independent. The
 /// static operations may run in any number of threads at once, but the current directory is one
@@ -78,8 +80,9 @@ public:
     /// Opens the directory `name` and stands before its first entry. On an open object nothing
     /// happens and the result is `kelStatusOk`, whatever `name` is: `Close` first.
     ///
-    /// @returns `kelStatusFailed` when there is no such directory, the name is empty or that of
-    /// something else, or it may not be read. The object then stays closed, with the name it had.
+    /// @returns `kelStatusFailed` when there is no such directory, the name is that of something
+    /// else, or it may not be read. The object then stays closed, with the name it had. The empty
+    /// name: Linux: fails; Windows: opens the current directory.
     int Open(const zuString& name);
 
     /// Closes the directory. The name stays.
@@ -112,7 +115,7 @@ public:
 
     /// The number of entries less two, for "." and "..", which are assumed to be there and are not
     /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
-    /// open at its end.
+    /// open at its end. Windows: the root of a drive has neither, and its number is two too low.
     int GetNumberOfFiles();
 
     /// The names of all entries of the directory `name` but "." and "..". A directory that cannot
@@ -123,7 +126,7 @@ public:
     ///
     /// @param perms the permissions of every directory that is made, as `kelFileInfo::Permission`
     /// bits; other bits mean nothing. `kelFileInfo::PermissionDefault` gives everything. Linux:
-    /// less the umask; Windows: without effect.
+    /// less the umask, and the set-ID bits are dropped; Windows: without effect.
     /// @param recursive makes missing parents as well and takes a directory that exists already for
     /// a success. A failure leaves the parents that were made.
     /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when the directory could

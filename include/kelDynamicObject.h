@@ -3,6 +3,7 @@
 #include <string>
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 class kelLibrary;
@@ -62,7 +63,9 @@ public:
     kelDynamicObject& operator=(const kelDynamicObject& other);
 
     /// Loads the file `name`, as it stands: no directory, prefix or suffix is added. All symbols
-    /// that the module needs are bound at once, and its own can serve modules loaded later.
+    /// that the module needs are bound at once. Linux: its own serve modules loaded later, and take
+    /// the place of symbols of the same name in them: give a module hidden visibility but for its
+    /// entry points.
     ///
     /// Linux: a name without `/` is looked for where the system keeps its libraries, not in the
     /// current directory. The empty name fails: it never gives the program itself.

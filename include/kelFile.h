@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 class kelLibrary;
@@ -50,15 +51,19 @@ public:
     /// The bits of the open mode. Their values are those of the runtime's `APR_FOPEN_` flags, and
     /// any other of these may be given as well: the mode is handed on unchanged.
     enum OpenMode : int {
-        ModeRead = 0x00001,           ///< Open for reading.
-        ModeWrite = 0x00002,          ///< Open for writing.
-        ModeCreate = 0x00004,         ///< Make the file when it does not exist.
-        ModeAppend = 0x00008,         ///< Every write goes to the end of the file.
-        ModeTruncate = 0x00010,       ///< Cut an existing file to nothing.
-        ModeBinary = 0x00020,         ///< No text translation; neither Linux nor Windows does any.
-        ModeExclusive = 0x00040,      ///< With `ModeCreate`: fail when the file exists.
-        ModeBuffered = 0x00080,       ///< Gather small reads and writes in a buffer of 4 KiB.
-        ModeDeleteOnClose = 0x00100,  ///< Remove the file, by the name given, when it is closed.
+        ModeRead = 0x00001,    ///< Open for reading.
+        ModeWrite = 0x00002,   ///< Open for writing.
+        ModeCreate = 0x00004,  ///< Make the file when it does not exist.
+        /// Every write goes to the end of the file. Buffered, a part of the buffer that reached the
+        /// file before the device ran full is written again by the next attempt.
+        ModeAppend = 0x00008,
+        ModeTruncate = 0x00010,   ///< Cut an existing file to nothing.
+        ModeBinary = 0x00020,     ///< No text translation; neither Linux nor Windows does any.
+        ModeExclusive = 0x00040,  ///< With `ModeCreate`: fail when the file exists.
+        ModeBuffered = 0x00080,   ///< Gather small reads and writes in a buffer of 4 KiB.
+        /// Remove the file when it is closed. Linux: by the name given, which a relative name looks
+        /// for in the current directory of that time; Windows: the file itself.
+        ModeDeleteOnClose = 0x00100,
         ModeThreadSafe =
             0x00200,  ///< The runtime guards its own handle; the object stays unguarded.
         ModeShareLock = 0x00400,  ///< Windows: other processes may lock ranges of the file.
@@ -87,8 +92,8 @@ public:
     ///
     /// @returns `kelStatusOk`; `kelStatusNotFound` when there is no such file or directory on the
     /// way; `kelStatusAccessDenied` when the system refuses, and when `mode` has neither `ModeRead`
-    /// nor `ModeWrite`; `kelStatusFailed` otherwise. After a failure the object is closed and its
-    /// name empty.
+    /// nor `ModeWrite`, or `ModeExclusive` without `ModeCreate`; `kelStatusFailed` otherwise. After
+    /// a failure the object is closed and its name empty.
     ///
     /// Linux: the name is any bytes; a directory opens with `ModeRead` alone, and every read of it
     /// fails. Windows: the name is UTF-8; in a process on a single-byte code page a file that
@@ -115,9 +120,10 @@ public:
     ///
     /// @param nameTemplate its first 127 bytes count. It ends in at least six `X`; Linux: the last
     /// six are replaced; Windows: all trailing `X` are.
-    /// @returns `kelStatusOk`; `kelStatusAccessDenied` when the directory may not be written;
-    /// `kelStatusFailed` otherwise, a missing directory included. After a failure the object is
-    /// closed and its name empty.
+    /// @returns `kelStatusOk`; `kelStatusAccessDenied` when the directory may not be written, or
+    /// one on the way to it from the root may not be searched; `kelStatusFailed` otherwise, a
+    /// missing directory and an absolute name longer than the system takes included. After a
+    /// failure the object is closed and its name empty.
     int CreateTemporaryFile(const zuString& nameTemplate);
 
     /// @name Typed values
@@ -198,7 +204,7 @@ public:
     ///
     /// @param buffer room for `size` bytes.
     /// @param size at least 1, at most 2^31 - 1: only its low 32 bits count. With 1 the text is
-    /// empty, nothing is read, and the result is `kelStatusOk`.
+    /// empty, with 0 nothing is written; nothing is read then, and the result is `kelStatusOk`.
     /// @returns `kelStatusFailed` when nothing was left, with the empty text in `buffer`, or by an
     /// error. Unbuffered files pay one system call for each byte: open with `ModeBuffered`.
     int ReadLine(char* buffer, unsigned long long size);
@@ -211,17 +217,18 @@ public:
     int WriteLine(const char* text);
 
     /// Moves the position to `offset` bytes from the start; beyond the end is allowed, and a later
-    /// write fills the gap with zeros. Writes out a buffer first. A negative offset, a pipe, and a
-    /// buffer that cannot be written give `kelStatusFailed`.
+    /// write fills the gap with zeros. Writes out a buffer first. A negative offset, a pipe
+    /// (unbuffered), and a buffer that cannot be written give `kelStatusFailed`.
     int SeekTo(long long offset);
     /// Moves the position to the start of the file. Fails as `SeekTo` does.
     int SeekToBegin();
     /// Moves the position to the end of the file. Fails as `SeekTo` does.
     int SeekToEnd();
 
-    /// Whether the last operation found the end of the file: true on a closed object and after a
-    /// read that met the end; false after the last byte was read exactly, until a read fails. After
-    /// a failure of another kind false, until an operation succeeds.
+    /// Whether a read has met the end of the file: true on a closed object, and from the read that
+    /// found nothing or less than it wanted until the position is set; also when the file has grown
+    /// since. False after the last byte was read exactly, until a read fails. After a failure of
+    /// another kind false, until an operation succeeds.
     bool EndOfFile();
 
     /// Writes out the buffer of a file opened with `ModeBuffered`; a success without effect on any
@@ -254,22 +261,26 @@ public:
     ///
     /// An existing target is written into: it stays the same file, with its owner and its hard
     /// links, and a symbolic link as target is followed. Nothing is touched when the source is a
-    /// directory or may not be read, when the target may not be written, and when both names lead
-    /// to the same file: all of that is `kelStatusFailed`. When the writing itself fails, as on a
-    /// full volume, the target is cut to nothing and removed; a device or a pipe never is. A
+    /// directory or cannot be read, when the target may not be written, and when both names lead to
+    /// the same file: all of that is `kelStatusFailed`. When reading fails later or the writing
+    /// itself fails, as on a full volume, the target is cut to nothing and removed; a device or a
+    /// pipe never is. A
     /// program that is killed in the middle leaves a part of the target: copy to another name and
     /// `Rename` where that matters.
     ///
-    /// Linux: holes of a sparse file stay holes. `PermissionOfSource` has no effect on devices and
-    /// pipes, carries set-user-ID (set-group-ID) over only when both files have the same owner
-    /// (group), and is not insisted on where the target belongs to somebody else or its volume
-    /// keeps no permissions. A pipe as source is read until its writers have closed it.
+    /// Linux: with `PermissionOfSource` a target of the caller's own that may not be written is
+    /// given the source's permissions first. Holes of a sparse file stay holes.
+    /// `PermissionOfSource` has no effect on devices and pipes, carries set-user-ID (set-group-ID)
+    /// over only when both files have the same owner (group), and is not insisted on where the
+    /// target belongs to somebody else or its volume keeps no permissions. A pipe as source is read
+    /// until its writers have closed it.
     static int Copy(const zuString& from, const zuString& to, int perms);
     /// The same. The pointer is not read and may be null.
     static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
 
     /// Copies a file as the platform's own copy does: contents, permissions and modification time.
-    /// Otherwise as `Copy` with `PermissionOfSource`. The modification time is kept to the
+    /// Otherwise as `Copy` with `PermissionOfSource`, but a target that may not be written stays as
+    /// it is. The modification time is kept to the
     /// nanosecond where the volume can.
     ///
     /// @param perms exactly `kelFileInfo::PermissionDefault`: the target is made writable for its

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 
 class kelLibrary;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 struct kelProcessRecord;
@@ -21,12 +22,12 @@ struct kelProcessRecord;
 /// that got the number later. For that it holds a descriptor while the process runs; before Linux
 /// 6.9 a forgotten child keeps it until it ends.
 ///
-/// Linux: children that have ended are collected by later operations of this class, on whichever
-/// object; a few may wait as zombies until then. No other child of the program is ever collected,
-/// so it can wait for its own. It may even collect all of them (`waitpid(-1)`, SIGCHLD ignored): a
-/// child of this class then counts as ended. Before Linux 5.4, and where a sandbox withholds
-/// process descriptors, a child is known by its number alone, and the program should leave the
-/// collecting of these children to this class.
+/// Linux: children that have ended are collected by later starts, kills and ends of objects of this
+/// class, whichever those are, up to 32 at each; until then they wait as zombies. No other child of
+/// the program is ever collected, so it can wait for its own. It may even collect all of them
+/// (`waitpid(-1)`, SIGCHLD ignored): a child of this class then counts as ended. Before Linux 5.4,
+/// and where a sandbox withholds process descriptors, a child is known by its number alone, and the
+/// program should leave the collecting of these children to this class.
 ///
 /// Failure: no operation throws but for `std::bad_alloc`.
 ///
@@ -72,7 +73,7 @@ public:
     /// written. Further elements are not looked at. A file is made if need be, relative to the
     /// caller's current directory, and appended to; a named pipe holds up the start until it has a
     /// reader. A stream without a file, or whose file cannot be opened, goes nowhere: the child may
-    /// write any amount to it.
+    /// write any amount to it. Linux: that needs `/dev/null`, without which the start fails.
     /// @param detach Linux: true puts the child in a session of its own, so that it has no terminal
     /// and outlives the caller's. Nothing else depends on it, and it has nothing to do with
     /// waiting.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 class kelLibrary;
@@ -91,6 +92,7 @@ public:
 
     /// Removes the segment `name`, whoever has made it, and lets go of the object's own segment,
     /// whatever its name. `kelStatusOk` when there was such a name. Also an Ended object can do it.
+    /// Windows: any plain file of that name goes, and one that is called `NAME.zukel-removed`.
     int Remove(const zuString& name);
 
     /// The block in this process, aligned to 8 bytes; other processes have it at other addresses.

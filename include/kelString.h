@@ -33,8 +33,16 @@ public:
     /// Writes at most `size` - 1 characters and a NUL into `buffer`.
     ///
     /// The directives are those of the runtime's formatter, which is not the C library's: `d i u o
-    /// x X c s f e E g G p n %`, with the lengths `h`, `l` and `q` (64 bits). Mind that `%lld`,
-    /// `%zu` and `%a` are none: they stay in the text, and take no argument from the list.
+    /// x X c s f e E g G n %` and `pp` for a pointer, with the lengths `h`, `l` and `q` (64 bits).
+    /// Mind that
+    /// - a letter behind `%p` is a part of it, and all but `%pp` read what is pointed to: `"%p
+    /// and"`
+    ///   is none for a plain pointer;
+    /// - `%lld` gives the text `%ld` and `%hhd` gives `%hd`, while `%zu` and `%a` stay as they are;
+    ///   none of them takes an argument from the list;
+    /// - `f`, `e` and `g` serve magnitudes below 1e73.
+    ///
+    /// Windows: `I64` is a length as well.
     ///
     /// @param size not negative. With 0 nothing is written and `buffer` may be null.
     /// @param format is not changed.

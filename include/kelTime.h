@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelStatus.h"
 #include "zuString.h"
 
 struct kelTimeRecord;
@@ -47,8 +48,9 @@ public:
     /// Nothing is normalised or compared: days, hours, minutes, seconds and microseconds count from
     /// the start of the month, whatever their number; `weekDay`, `yearDay` and `daylightSaving`
     /// serve formatting alone. There is no valid time when the month is not within 0 to 11, when
-    /// the date and time of day, before `secondsEast` is taken off, lie before 1970-01-01 00:00:00,
-    /// and when the microseconds do not fit into 64 bits (all of the year 294246 does).
+    /// the date and time of day, before `secondsEast` is taken off and without the microseconds,
+    /// lie before 1970-01-01 00:00:00, and when the microseconds do not fit into 64 bits (all of
+    /// the year 294246 does).
     ///
     /// @param monthDay 1 is the first of the month.
     /// @param month 0 is January.
@@ -77,10 +79,12 @@ public:
     /// @returns `kelStatusFailed`, with `out` unchanged, when the object holds no valid time or the
     /// text has more than 255 bytes. A pattern that gives no text, such as the empty one, succeeds.
     ///
-    /// No directive gives the microseconds, and before 1970 a part of a second is dropped as it is
-    /// behind: -1500000 is shown as 23:59:59. Linux: `%Z` and `%s` read every date as one of the
-    /// process's own zone, so they are right after `MakeLocalTime` only; `%z` always is. Fields
-    /// that were given out of their range come out as odd text, never as a fault.
+    /// No directive gives the microseconds. Linux: before 1970 a part of a second is dropped as it
+    /// is behind: -1500000 is shown as 23:59:59. `%Z` and `%s` read every date as one of the
+    /// process's own zone, and `TZ` as it stands: they are right after `MakeLocalTime` only, until
+    /// that of any object or a change of `TZ`; `%z` always is. Fields that were given out of their
+    /// range come out as odd text, never as a fault. Windows: -1500000 is shown as 23:59:58; a
+    /// directive, year or field that the C library does not take fails.
     int GetFormatTime(zuString& out, const zuString& format) const;
 
     /// The value, or -1 when it is 0 or less.
@@ -95,7 +99,8 @@ public:
 
     /// Turns the date to local time; the value stays. An object without a valid time takes the
     /// present moment first. Linux: the zone is that of the variable `TZ` as it stands at the call,
-    /// which is read without a guard against another thread that sets variables.
+    /// which is read without a guard against another thread that sets variables. Windows: the zone
+    /// is the system's; outside of the years 1601 to 30827 the object is invalid afterwards.
     void MakeLocalTime();
 
     /// Sleeps for at least `microSeconds`, also when signals come in between; 0 and negative

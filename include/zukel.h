@@ -24,7 +24,9 @@
 /// `kelStatusOk`, which is 0, or another status of kelStatus.h; output arguments change only on
 /// success; nothing throws but `std::bad_alloc`; what comes back by value belongs to the caller; a
 /// destructor closes what its object holds and drops the status; one object is used by one thread
-/// at a time, different objects and static operations by any number. A program that keeps one
+/// at a time, different objects and static operations by any number; after `fork` in a program with
+/// other threads nothing is called before `exec`; memory that the runtime itself lacks ends the
+/// process. A program that keeps one
 /// `kelLibrary` alive spares each static call the start of the runtime.
 
 #include "kelAtomic.h"
