@@ -61,7 +61,7 @@ TEST(kelLibrary, NamesAreExpanded) {
 TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     const TemporaryDirectory directory;
     const std::string name = directory / "a.b.c";
-    const kelFileInfo info(name);
+    const kelFileInfo info(nullptr, name);
     EXPECT_EQ(info.GetPath(), directory / "");
     EXPECT_EQ(info.GetFileName() + info.GetBaseName() + info.GetFileExtension(), "a.b.ca.bc");
     for (const long long fact :

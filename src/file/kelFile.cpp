@@ -45,6 +45,7 @@ apr_status_t OpenByName(kelFileRecord& record, const char* name, int mode) noexc
         return APR_EGENERAL;
     }
     record.file = file;
+    record.writable = (mode & APR_FOPEN_WRITE) != 0;
     record.bufferSize = (mode & APR_FOPEN_BUFFERED) != 0 ? apr_file_buffer_size_get(file) : 0;
     return APR_SUCCESS;
 }

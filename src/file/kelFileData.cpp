@@ -95,7 +95,7 @@ enum class Unit {
     // What fits goes the short way: it cannot overflow the buffer, nor can there be one to
     // overflow.
     const bool buffered = record.bufferSize != 0;
-    if (buffered && (apr_file_flags_get(record.file) & APR_FOPEN_WRITE) == 0) {
+    if (buffered && !record.writable) {
         size = 0;  // the runtime would take it, and then fail at everything
         return Keep(record, APR_EBADF);
     }

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <random>
 
+#include "environment/FileNameExpansion.h"
 #include "fuzz/Oracles.h"
 #include "support/Testing.h"
 
@@ -15,6 +16,7 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
     const auto seed = given != nullptr ? std::strtoul(given, nullptr, 10) : std::random_device{}();
     std::cout << "ZUKEL_SEED=" << seed << '\n';
     std::mt19937_64 random(seed);
+    EXPECT_EQ(JoinFileName({}), "") << "which nothing taken apart gives";
     for (int count = 0; count < 20000; ++count) {
         const std::string name = fuzz::HostileName(random);
         ASSERT_EQ(fuzz::CheckCanonicalPath(name), "");
