@@ -264,9 +264,8 @@ public:
     /// directory or cannot be read, when the target may not be written, and when both names lead to
     /// the same file: all of that is `kelStatusFailed`. When reading fails later or the writing
     /// itself fails, as on a full volume, the target is cut to nothing and removed; a device or a
-    /// pipe never is. A
-    /// program that is killed in the middle leaves a part of the target: copy to another name and
-    /// `Rename` where that matters.
+    /// pipe never is. A program that is killed in the middle leaves a part of the target: copy to
+    /// another name and `Rename` where that matters.
     ///
     /// Linux: with `PermissionOfSource` a target of the caller's own that may not be written is
     /// given the source's permissions first. Holes of a sparse file stay holes.
@@ -280,8 +279,7 @@ public:
 
     /// Copies a file as the platform's own copy does: contents, permissions and modification time.
     /// Otherwise as `Copy` with `PermissionOfSource`, but a target that may not be written stays as
-    /// it is. The modification time is kept to the
-    /// nanosecond where the volume can.
+    /// it is. The modification time is kept to the nanosecond where the volume can.
     ///
     /// @param perms exactly `kelFileInfo::PermissionDefault`: the target is made writable for its
     /// owner as well, afterwards, and also when the copy failed, but not when both names lead to

@@ -19,9 +19,9 @@ struct kelLibraryRecord;
 ///
 /// No set-up call is needed. Every object and every static operation of the library starts the
 /// runtime when nobody else has, and the last one to end stops it again. That makes a static call
-/// in an otherwise idle program pay for a start and a stop (some 15 microseconds, many times
-/// the price of the call alone), so an application that makes many static calls keeps one
-/// `kelLibrary` alive:
+/// in an otherwise idle program pay for a start and a stop (some 15 microseconds, many times the
+/// price of the call alone), so an application that makes many static calls keeps one `kelLibrary`
+/// alive:
 ///
 /// @code
 /// int main() {
@@ -75,8 +75,8 @@ public:
     ///
     /// @returns `kelStatusNoVariable`, and nothing is changed, when the name is empty or has a `=`
     /// in it, or without memory. Windows: also when one of the two has more than 32 766 units of
-    /// UTF-16 or is no UTF-8. An empty value: Linux: the variable is set and empty; Windows: it
-    /// is removed.
+    /// UTF-16 or is no UTF-8. An empty value: Linux: the variable is set and empty; Windows: it is
+    /// removed.
     int SetEnvironmentVariable(const zuString& name, const zuString& value);
 
     /// The account name of the user that the process belongs to (Linux: by its real user
@@ -100,9 +100,9 @@ public:
     ///
     /// Linux: the locale is that of the category `LC_CTYPE`, as the thread or the program has
     /// chosen it; while that is the C locale, the user's own, as the environment names it. Null for
-    /// one that names none (`C`, `C.UTF-8`) or is not installed. The number is
-    /// 65001 for UTF-8, 20127 for ASCII, 28590 + n for ISO 8859-n, and for other character sets
-    /// that of Windows; null where it has none.
+    /// one that names none (`C`, `C.UTF-8`) or is not installed. The number is 65001 for UTF-8,
+    /// 20127 for ASCII, 28590 + n for ISO 8859-n, and for other character sets that of Windows;
+    /// null where it has none.
     const char* GetLocale() const;
 
     /// A directory for temporary files in which a file could be made just now, or an empty text.
@@ -128,12 +128,12 @@ public:
 
     /// The name with its shorthands expanded and every backslash outside of them turned into `/`:
     ///
-    /// | component               | becomes                                                   |
-    /// |-------------------------|-----------------------------------------------------------|
-    /// | `~`, the first component | the user's directory (`GetUserDirectory`)                 |
-    /// | `$PLATFORM`             | `GetPlatform()`                                           |
-    /// | `$NAME`                 | the value of the environment variable `NAME`              |
-    /// | any other               | stays: also `~user`, `a$NAME`, `.`, `..` and an empty one |
+    /// | component           | becomes                                                       |
+    /// |---------------------|---------------------------------------------------------------|
+    /// | `~`, at the start   | the user's directory (`GetUserDirectory`)                     |
+    /// | `$PLATFORM`         | `GetPlatform()`                                               |
+    /// | `$NAME`             | the value of the environment variable `NAME`                  |
+    /// | any other           | stays: also `x/~`, `~user`, `a$NAME`, `.`, `..` and empty ones |
     ///
     /// Components lie between separators, `/` or the backslash. What a shorthand gives is not
     /// expanded again and keeps its separators. A shorthand that cannot be expanded stays as it is;
@@ -146,8 +146,8 @@ public:
     /// The file name of the shared library `name`, with or without directories: the platform's
     /// prefix and suffix are put around the last component, and the whole is expanded by
     /// `GetAbsoluteFileName`. Nothing is left out when they are there already: `lib.dll` gives
-    /// `lib.dll.dll`. A last component `$NAME` is looked up with the suffix behind it,
-    /// and stays where there is a prefix.
+    /// `lib.dll.dll`. A last component `$NAME` is looked up with the suffix behind it, and
+    /// stays where there is a prefix.
     static zuString GetAbsoluteLibraryName(const zuString& name);
 
     /// @name Under the names that windows.h makes of calls to the two above

@@ -35,9 +35,7 @@ public:
     /// The directives are those of the runtime's formatter, which is not the C library's: `d i u o
     /// x X c s f e E g G n %` and `pp` for a pointer, with the lengths `h`, `l` and `q` (64 bits).
     /// Mind that
-    /// - a letter behind `%p` is a part of it, and all but `%pp` read what is pointed to: `"%p
-    /// and"`
-    ///   is none for a plain pointer;
+    /// - the letter behind `%p` is a part of it, and all but `%pp` read what is pointed to;
     /// - `%lld` gives the text `%ld` and `%hhd` gives `%hd`, while `%zu` and `%a` stay as they are;
     ///   none of them takes an argument from the list;
     /// - `f`, `e` and `g` serve magnitudes below 1e73.
