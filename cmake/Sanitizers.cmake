@@ -5,10 +5,11 @@ if(ZUKEL_SANITIZE)
   add_link_options(-fsanitize=${ZUKEL_SANITIZE})
 endif()
 
-# -DZUKEL_COVERAGE=ON counts which lines and branches the tests reach, as gcov reads it.
+# -DZUKEL_COVERAGE=ON counts which lines and branches the tests reach, as gcov reads it. Nothing is put
+# inline, so that a branch counts once, where it stands.
 option(ZUKEL_COVERAGE "Count the lines and branches that are executed" OFF)
 if(ZUKEL_COVERAGE)
-  add_compile_options(--coverage -fprofile-update=atomic)
+  add_compile_options(--coverage -fprofile-update=atomic -fno-inline)
   add_link_options(--coverage LINKER:--undefined=__gcov_dump)  # for children that leave by _exit
 endif()
 
