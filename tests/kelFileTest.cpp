@@ -227,25 +227,20 @@ TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {
 
 TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
     const TemporaryDirectory directory;
-    std::vector<std::thread> threads;
     std::atomic<int> failures{0};
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([&, name = directory / std::to_string(number)] {
-            for (int round = 0; round < 500; ++round) {
-                kelFile file(name, kRead | kWrite), shared;
-                shared = file;
-                int value = -1;
-                failures += shared.Write(round) + shared.SeekToBegin() != kOk;
-                failures += file.Read(value) != kOk || value != round || !kelFile::Exists(name);
-                failures += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
-                failures += kelDirectory::GetFileNames(directory.Path()).empty();
-                kelLibrary().GetLocale();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    InThreads([&](int number) {
+        const std::string name = directory / std::to_string(number);
+        for (int round = 0; round < 500; ++round) {
+            kelFile file(name, kRead | kWrite), shared;
+            shared = file;
+            int value = -1;
+            failures += shared.Write(round) + shared.SeekToBegin() != kOk;
+            failures += file.Read(value) != kOk || value != round || !kelFile::Exists(name);
+            failures += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
+            failures += kelDirectory::GetFileNames(directory.Path()).empty();
+            kelLibrary().GetLocale();
+        }
+    });
     EXPECT_EQ(failures, 0);
 }
 

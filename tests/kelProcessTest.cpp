@@ -131,17 +131,11 @@ TEST(kelProcess, States_FollowTheTable) {
 }
 
 TEST(kelProcess, ShortProgramsFromManyThreads_LeaveNoZombies) {
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 40; ++round) {
-                EXPECT_EQ(kelProcess().Start(kChild, round % 2 == 0), kOk);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    InThreads([](int) {
+        for (int round = 0; round < 40; ++round) {
+            EXPECT_EQ(kelProcess().Start(kChild, round % 2 == 0), kOk);
+        }
+    });
     EXPECT_TRUE(AllCollected());
 }
 

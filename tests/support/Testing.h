@@ -91,6 +91,18 @@ Guard WorkingDirectory(const std::string& path);
 /// Waits until the condition holds, for ten seconds at most; tells whether it does.
 bool Eventually(const std::function<bool()>& condition);
 
+/// Runs the body in eight threads, each with its number, and waits for all of them.
+template <typename Body>
+void InThreads(Body body) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 8; ++number) {
+        threads.emplace_back(body, number);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
 /// Like cases, written as a table: `text` holds the cells, `kColumns` for each case, parted by
 /// white space and taken as they stand; `_` stands for an empty one.
 template <std::size_t kColumns>
