@@ -3,7 +3,10 @@
 #include <iostream>
 #include <random>
 
+#include "directory/PathText.h"
+#include "directory/RelativePath.h"
 #include "environment/FileNameExpansion.h"
+#include "file/NameParts.h"
 #include "fuzz/Oracles.h"
 #include "support/Testing.h"
 
@@ -29,6 +32,19 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
         }
         bytes[8 - random() % 2] = static_cast<char>(random() % 3 - 1);  // near enough to today
         ASSERT_EQ(fuzz::CheckTimePattern(bytes + "%FT%T%z %a %b %c %G %I %j %V %%" + name), "");
+    }
+}
+
+TEST(Names, AMillionComponents_TakeTimeInProportion) {  // a square of that would take minutes
+    for (const char* const unit : {"/", "\\", "a/", "../", "a/..", "$/", ":", ".", "~"}) {
+        std::string name;
+        for (int count = 0; count < 1000000; ++count) {
+            name += unit;
+        }
+        CanonicalPath(name);
+        TakeApart(name);
+        EXPECT_EQ(JoinFileName(SplitFileName(name)).size(), name.size());
+        EXPECT_NE(WayBetween("/" + name, "/" + name + "b"), "/") << unit;
     }
 }
 

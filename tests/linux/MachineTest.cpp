@@ -1,6 +1,7 @@
 // What is read of the machine, where the inner functions can be reached.
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <map>
 
@@ -130,7 +131,9 @@ TEST(MachineTexts, LocaleNames) {
     }
 }
 
-TEST(Machine, ALimitOfTheAddressSpace_IsTheTotal) {
+TEST(Machine, Memory_IsNoMoreThanTheMachineHasAndTheLimitsLeave) {
+    const auto installed = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
+    EXPECT_LE(kelSystem::TotalPhysicalMemory(), static_cast<unsigned long long>(installed) >> 10U);
     rlimit former{};
     getrlimit(RLIMIT_AS, &former);
     const rlimit limit{rlim_t{1} << 45U, former.rlim_max};
