@@ -80,7 +80,7 @@ TEST(kelDirectory, CreateAndDelete_Table) {
             if (!links && (path == "linked" || path == "dangling")) {
                 continue;
             }
-            const std::size_t before = directory.Count();
+            const auto before = directory.Count();
             const bool made = kelDirectory::Create(path, 0x755, parents) == kOk;
             EXPECT_EQ(made, (parents ? recursive : plain) == "ok") << path;
             EXPECT_TRUE(made ? fs::is_directory(path) : directory.Count() == before) << path;

@@ -46,7 +46,7 @@ TEST(kelFileOperations, Copy_OntoItselfUnderAnyName_FailsAndChangesNothing) {
     if (MakeLink("file", "soft") && MakeLink("soft", "softer") && MakeLink(".", "again")) {
         names.insert(names.end(), {"soft", "softer", directory / "again/file"});
     }
-    const std::size_t entries = directory.Count();
+    const auto entries = directory.Count();
     for (const std::string& from : names) {
         for (const std::string& to : names) {
             for (const auto& copy : kCopies) {
@@ -121,7 +121,7 @@ TEST(Overloads, WithALibrary_TakeNullAndDoTheSame) {
         EXPECT_EQ(kelDirectory::GetCurrentDirectory(any), home);
         EXPECT_EQ(kelFile::Exists(any, to), kelStatusNotFound);
         EXPECT_EQ(kelFile::Exists(any, ""), kelStatusEmptyPath);
-        EXPECT_EQ(directory.Count(), 1U);
+        EXPECT_EQ(directory.Count(), 1);
     }
 }
 

@@ -106,7 +106,7 @@ TEST_F(kelSharedMemoryStates, Processes_ExchangeDataAndOutliveAKilledCreator) {
         EXPECT_EQ(next.Create(8, own), kFailed);
         EXPECT_EQ(cells(survivor)[1], 42);
         EXPECT_EQ(survivor.Detach() + next.Create(8, own), kOk);
-        EXPECT_EQ(directory.Count(), 1U) << "nothing is left of the removed one";
+        EXPECT_EQ(directory.Count(), 1) << "nothing is left of the removed one";
         return;
     }
     EXPECT_EQ(next.Create(8, own), kOk);

@@ -153,7 +153,7 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
         EXPECT_TRUE(All(kFailed, {copy("new"), copy("/dev/full"), copy("old")}));
         EXPECT_EQ(ReadWhole("hard"), "") << "no part under another name";
         fs::remove("hard");
-        EXPECT_EQ(directory.Count(), 1U);
+        EXPECT_EQ(directory.Count(), 1);
     }
 }
 

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -59,8 +62,23 @@ private:
 class TemporaryDirectory {
 public:
     /// Below the folder, or where the system puts such things.
-    explicit TemporaryDirectory(const std::string& folder = "");
-    ~TemporaryDirectory();
+    explicit TemporaryDirectory(const fs::path& folder = fs::temp_directory_path()) {
+        static std::atomic<unsigned> serial{0};
+        const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+        do {
+            const auto number = std::to_string(ticks) + "-" + std::to_string(serial++);
+            path_ = (folder / ("zukel-test-" + number)).generic_string();
+        } while (!fs::create_directory(path_));
+    }
+    ~TemporaryDirectory() {
+        std::error_code failed;
+        for (const auto& entry : fs::recursive_directory_iterator(path_)) {
+            if (kOnWindows) {  // which removes no read-only file
+                fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, failed);
+            }
+        }
+        fs::remove_all(path_, failed);
+    }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
@@ -68,28 +86,52 @@ public:
     /// The path of an entry, which need not exist.
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
     /// Makes a file with this content and returns its path.
-    std::string Write(const std::string& name, const std::string& content = "") const;
+    std::string Write(const std::string& name, const std::string& content = "") const {
+        std::ofstream(*this / name, std::ios::binary) << content;
+        return *this / name;
+    }
     /// How many entries it has, those of subdirectories included.
-    std::size_t Count() const;
+    auto Count() const { return std::distance(fs::recursive_directory_iterator(path_), {}); }
 
 private:
     std::string path_;
 };
 
 /// The whole content of a file; fails the test when it cannot be read.
-std::string ReadWhole(const std::string& path);
+inline std::string ReadWhole(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 /// The bits of the file's mode. Windows: the two that its read-only mark stands for.
-unsigned ModeOf(const std::string& path);
+inline unsigned ModeOf(const std::string& path) {
+    const auto all = static_cast<unsigned>(fs::status(fs::u8path(path)).permissions());
+    return kOnWindows ? all & 0600U : all;
+}
 
 /// Makes a symbolic link. False where none can be made: by Wine, and not by everybody on Windows.
-bool MakeLink(const std::string& target, const std::string& name);
+inline bool MakeLink(const std::string& target, const std::string& name) {
+    std::error_code failed;
+    fs::create_symlink(target, name, failed);
+    return !failed;
+}
 
 /// Makes another directory the current one.
-Guard WorkingDirectory(const std::string& path);
+inline Guard WorkingDirectory(const std::string& path) {
+    const auto former = fs::current_path();
+    fs::current_path(path);
+    return Guard([former] { fs::current_path(former); });
+}
 
 /// Waits until the condition holds, for ten seconds at most; tells whether it does.
-bool Eventually(const std::function<bool()>& condition);
+inline bool Eventually(const std::function<bool()>& condition) {
+    int rounds = 0;
+    while (!condition() && ++rounds < 5000) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return rounds < 5000;
+}
 
 /// Runs the body in eight threads, each with its number, and waits for all of them.
 template <typename Body>
@@ -106,14 +148,13 @@ void InThreads(Body body) {
 /// Like cases, written as a table: `text` holds the cells, `kColumns` for each case, parted by
 /// white space and taken as they stand; `_` stands for an empty one.
 template <std::size_t kColumns>
-std::vector<std::array<std::string, kColumns>> Table(const std::string& text) {
+auto Table(const std::string& text) {
     std::vector<std::array<std::string, kColumns>> rows;
-    std::size_t cells = 0, end = 0;
-    for (std::size_t at; (at = text.find_first_not_of(" \n", end)) != std::string::npos; ++cells) {
-        end = text.find_first_of(" \n", at);
-        rows.resize(cells / kColumns + 1);
-        rows.back()[cells % kColumns] =
-            text.compare(at, end - at, "_") == 0 ? "" : text.substr(at, end - at);
+    std::istringstream cells(text);
+    std::string cell;
+    for (std::size_t count = 0; cells >> cell; ++count) {
+        rows.resize(count / kColumns + 1);
+        rows.back()[count % kColumns] = cell == "_" ? "" : cell;
     }
     return rows;
 }

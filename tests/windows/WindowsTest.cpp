@@ -39,14 +39,14 @@ TEST(Windows, RenameToAnotherVolume_IsWholeOrNotAtAll) {
         }
         EXPECT_EQ(ReadWhole(to), "old");
         EXPECT_EQ(ModeOf(from), mode) << "as it was";
-        EXPECT_EQ(there.Count(), 1U) << "no part is left";
+        EXPECT_EQ(there.Count(), 1) << "no part is left";
         EXPECT_EQ(kelFile::Rename(from, to), kOk);
         EXPECT_FALSE(kelFile::Exists(from));
         EXPECT_EQ(ReadWhole(to), std::string(700000, 'x'));
         EXPECT_EQ(ModeOf(to), mode);
         EXPECT_EQ(fs::last_write_time(fs::u8path(to)), time);
         EXPECT_EQ(kelFile::SetPermissions(to, 0x600), kOk);
-        EXPECT_EQ(there.Count(), 1U);
+        EXPECT_EQ(there.Count(), 1);
         const HANDLE writer = CreateFileA(to.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                           OPEN_EXISTING, 0, nullptr);
         EXPECT_EQ(kelFile::Rename(to, from), kFailed) << "somebody writes to it";
