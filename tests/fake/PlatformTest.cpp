@@ -1,5 +1,5 @@
-// The portable side of what only Windows does, and of what the platform may answer. The stand-in
-// platform below the portable code gives the answers that a test has put here.
+// The portable side of what only Windows does, and of what the platform may answer. Here stand-ins
+// take the place of some of its functions, and give the answers that a test has put here.
 
 #include <utility>
 
@@ -53,28 +53,6 @@ unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
 }
 MemoryBytes QueryMemory() noexcept {
     return ::platform.memory;
-}
-
-// What is linked, and asked for nothing.
-bool CloseInChildren(apr_file_t*) noexcept {
-    return false;
-}
-long long WritePosition(apr_file_t*) noexcept {
-    return -1;
-}
-void SetWritePosition(apr_file_t*, long long) noexcept {}
-bool MayBeEnvironmentVariable(const char*, const char*) noexcept {
-    return true;
-}
-void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
-LocaleId ThreadLocale() noexcept {
-    return 0;
-}
-int LocaleText(LocaleId, LocaleFact, char*, int) noexcept {
-    return 0;
-}
-bool QueryDisk(const char*, DiskBytes&) noexcept {
-    return false;
 }
 
 }  // namespace zukel::platform
