@@ -23,22 +23,10 @@ namespace {
 constexpr int kReadWrite = kelFile::ModeRead | kelFile::ModeWrite;
 const std::string kModule = ZUKEL_TEST_MODULES "/first.dll";
 const std::string kUnset = "$ZUKEL_NAME_OF_A_VARIABLE_THAT_IS_NOT_SET/" + std::string(20, 'x');
+const std::string kFrom = "the source of a transfer", kTo = "the target of a transfer";
 
 int Status(bool succeeded) {
     return succeeded ? kOk : kFailed;
-}
-
-using Entries = std::map<std::string, std::string>;
-
-/// Names below a directory, and what the files hold and the links say.
-Entries Snapshot(const std::string& directory) {
-    Entries all;
-    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
-        all[entry.path().filename()] = entry.is_symlink()     ? fs::read_symlink(entry).string()
-                                       : entry.is_directory() ? "directory"
-                                                              : ReadWhole(entry.path());
-    }
-    return all;
 }
 
 /// What stands around an operation: names, and objects in the middle of their work. Every name is
@@ -46,12 +34,11 @@ Entries Snapshot(const std::string& directory) {
 struct World {
     const TemporaryDirectory place, beyond{"/dev/shm"};  ///< On two volumes.
     const std::string file = place.Write("a file that has sixteen bytes", "0123456789abcdef");
-    const std::string missing = place / "nothing stands here as yet";
-    const std::string from = place / "the source of a transfer";
+    const std::string missing = place / "nothing stands here as yet", from = place / kFrom;
     const std::string program = place.Write("a program without an interpreter", "echo out; >ran");
     const std::string folder = place / "an empty directory, to be deleted";
     const std::string taken = place / "the name of a segment that stands";
-    std::string to = place / "the target of a transfer";
+    std::string to = place / kTo;
 
     Library library;
     kelFile empty, open{file, kReadWrite}, buffered{file, kReadWrite | kBuffered};
@@ -89,8 +76,17 @@ struct World {
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
-    auto Names() const {
-        return std::tuple(Snapshot(place.Path()), Snapshot(beyond.Path()), fs::current_path());
+    /// The current directory, and what the files hold and the links say in both directories.
+    std::map<std::string, std::string> Names() const {
+        std::map<std::string, std::string> all = {{"", fs::current_path()}};
+        for (const auto* each : {&place, &beyond}) {
+            for (const auto& entry : fs::recursive_directory_iterator(each->Path())) {
+                all[entry.path().filename()] = entry.is_symlink() ? fs::read_symlink(entry).string()
+                                               : entry.is_directory() ? "directory"
+                                                                      : ReadWhole(entry.path());
+            }
+        }
+        return all;
     }
 };
 
@@ -98,10 +94,10 @@ struct World {
 enum class After {
     AsBefore,      ///< Everything; the same call then succeeds.
     Ended,         ///< Every name; the object is ended, and the same call fails.
-    Made,          ///< As before, or what was to be made: only the last look at it failed.
     NoPartOfIt,    ///< As before, or no target.
-    UnderAnyName,  ///< As before; where clearing up fails as well, the target's old content at
-                   ///< least.
+    Made,          ///< As before, or what was to be made: only the last look at it failed.
+    UnderAnyName,  ///< As before; where clearing up fails as well, the source, and what stood under
+                   ///< any name.
 };
 
 struct Row {
@@ -113,29 +109,7 @@ struct Row {
 };
 #define CALL(...) #__VA_ARGS__, [=]([[maybe_unused]] World & it) -> int { return __VA_ARGS__; }
 
-void ExpectNothingHappened(World& it, const Row& row, const decltype(it.Names())& before) {
-    const auto now = it.Names();
-    if (row.after == After::Made && now != before) {
-        EXPECT_TRUE(fs::is_directory(it.missing));
-    } else if (row.after == After::NoPartOfIt && now != before) {
-        EXPECT_TRUE(!fs::exists(it.to) || !fault.once);
-        EXPECT_EQ(ReadWhole(it.from), std::get<0>(before).at("the source of a transfer"));
-    } else if (row.after == After::UnderAnyName && !fault.once) {
-        EXPECT_EQ(std::get<0>(now), std::get<0>(before)) << "the source";
-        for (const auto& former : std::get<1>(before)) {
-            const auto& left = std::get<1>(now);
-            EXPECT_TRUE(std::any_of(left.begin(), left.end(), [&](const auto& each) {
-                return each.second == former.second;
-            }));
-        }
-    } else {
-        EXPECT_EQ(now, before);
-    }
-    EXPECT_EQ(it.text + std::string(it.line, 8), "untouchedxxxxxxxx");
-    EXPECT_TRUE(it.values == World::Values() && (it.size == 4 || it.size == 0));
-}
-
-/// One step of a walk over the row: whether its call succeeded.
+/// Makes the row's call, and looks at what it leaves; whether it succeeded.
 bool Step(const Row& row) {
     bool succeeded = false;
     std::string made, taken;
@@ -144,7 +118,7 @@ bool Step(const Row& row) {
         made = it.missing;
         taken = it.taken;
         row.prepare(it);
-        const auto before = it.Names();
+        auto before = it.Names();
         try {
             const int status = UnderFaults([&] { return row.call(it); });
             EXPECT_TRUE(status == kOk || status == row.failure) << status;
@@ -152,8 +126,28 @@ bool Step(const Row& row) {
         } catch (const std::bad_alloc&) {
             EXPECT_EQ(fault.source, FaultSource::Memory);
         }
-        if (!succeeded) {
-            ExpectNothingHappened(it, row, before);
+        auto now = it.Names();
+        const bool transfers = row.after == After::NoPartOfIt || row.after == After::UnderAnyName;
+        if (succeeded) {
+            EXPECT_TRUE(!transfers || now[kTo] == before[kFrom]);
+        } else {
+            if (row.after == After::NoPartOfIt) {
+                EXPECT_TRUE(now[kTo].empty() || now[kTo] == before[kTo] || !fault.once);
+                now[kTo] = before[kTo];
+            } else if (row.after == After::UnderAnyName && !fault.once) {
+                for (const auto& former : before) {
+                    EXPECT_TRUE(std::any_of(now.begin(), now.end(), [&](const auto& each) {
+                        return each.second == former.second;
+                    }));
+                }
+                EXPECT_EQ(now[kFrom], before[kFrom]);
+                now = before;
+            } else if (row.after == After::Made) {
+                now.erase(fs::path(made).filename());
+            }
+            EXPECT_EQ(now, before);
+            EXPECT_EQ(it.text + std::string(it.line, 8), "untouchedxxxxxxxx");
+            EXPECT_TRUE(it.values == World::Values() && (it.size == 4 || it.size == 0));
             if (fault.once) {
                 EXPECT_EQ(row.call(it) == kOk, row.after != After::Ended) << "the same call again";
             }
@@ -165,14 +159,39 @@ bool Step(const Row& row) {
     return succeeded;
 }
 
-/// Walks each row with every call failing in turn, up to the first row in which a check fails.
-void Walk(const std::vector<Row>& rows, std::vector<int> refusals = {EIO, EPERM, ENOSYS, EINTR}) {
+/// Steps through each row with the nth call of each source failing, n from 1 until the step passes
+/// without a fault, once and from there on, and of the system once with each error by which it
+/// refuses, lacks a call, or is interrupted; up to the first row in which a check fails.
+void Walk(const std::vector<Row>& rows,
+          const std::vector<int>& refusals = {EIO, EPERM, ENOSYS, EINTR}) {
+    constexpr auto kRuntime = FaultSource::Runtime, kMemory = FaultSource::Memory;
+    constexpr auto kSystem = FaultSource::System;
+    std::vector<FaultPlan> walks = {{kRuntime, 1, true}, {kRuntime}, {kMemory, 1, true},
+                                    {kMemory},           {kSystem},  {kSystem, 1, false, EACCES}};
+    for (const int error : refusals) {
+        walks.push_back({kSystem, 1, true, error});
+    }
     for (const Row& row : rows) {
-        WalkFaults(
-            row.name, [&] { return Step(row); }, refusals);
-        if (testing::Test::HasFailure()) {
-            return;
+        Step(row);  // what is made once and kept is made here
+        int struck = 0;
+        for (FaultPlan plan : walks) {
+            for (bool strikes = true; strikes; ++plan.nth) {
+                const auto before = WhatIsHeld();
+                const Guard armed = Arm(plan);
+                const bool succeeded = Step(row);
+                strikes = fault.struck != nullptr;
+                struck += strikes ? 1 : 0;
+                EXPECT_TRUE((strikes || succeeded) && plan.nth < 1000);
+                EXPECT_EQ(WhatIsHeld(), before) << "users, blocks, descriptors";
+                if (testing::Test::HasFailure()) {
+                    FAIL() << row.name << ": call " << plan.nth << ", "
+                           << (strikes ? fault.struck : "none")
+                           << (plan.once ? ", failed with " : ", and the rest failed with ")
+                           << plan.error;
+                }
+            }
         }
+        EXPECT_GT(struck, 0) << row.name << ": nothing was walked";
     }
 }
 
@@ -320,24 +339,22 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
     EXPECT_TRUE(AllCollected());
 }
 
-bool OnTwoVolumes() {
-    struct stat one {
-    }, two{};
-    return stat("/dev/shm", &one) == 0 && stat(fs::temp_directory_path().c_str(), &two) == 0 &&
-           one.st_dev != two.st_dev;
-}
-
-TEST(FaultWalk, Transfers) {
-    if (!OnTwoVolumes()) {
-        GTEST_SKIP() << "there is no second volume";
+/// Work between two volumes, where there are two.
+struct Transfers : testing::Test {
+    void SetUp() override {
+        struct stat one {
+        }, two{};
+        if (stat("/dev/shm", &one) != 0 || stat(fs::temp_directory_path().c_str(), &two) != 0 ||
+            one.st_dev == two.st_dev) {
+            GTEST_SKIP() << "there is no second volume";
+        }
     }
+};
+
+TEST_F(Transfers, FaultWalk) {
     constexpr auto kCopies = After::NoPartOfIt, kMoves = After::UnderAnyName;
-    struct Way {
-        Row row;
-        const char* lacks;  ///< A call that the system does not have, and how it says so.
-        int error;
-    };
-    const Way ways[] = {
+    // With a call that the system does not have, and how it says so.
+    const std::tuple<Row, const char*, int> ways[] = {
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "", 0},
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "copy_file_range", EXDEV},
         {{CALL(kelFile::Copy(it.from, it.to, 0x1000)), kCopies}, "", 0},
@@ -347,16 +364,17 @@ TEST(FaultWalk, Transfers) {
         {{CALL(kelFile::Rename(it.from, it.to)), kMoves}, "linkat", EPERM},
         {{CALL(kelFile::NativeRename(it.from, it.to))}, "", 0},
     };
-    for (const Way& way : ways) {
+    for (const auto& [way, lacks, error] : ways) {
+        const Guard lacking = AtCall(lacks, [error = error] { return error; });
         for (const int kind : {0, 1, 2, 3}) {
-            Row row = way.row;
-            const bool moves = row.after == kMoves, exists = kind % 2 != 0, special = kind > 1;
-            row.prepare = [&](World& it) {
-                it.to = moves ? it.beyond / "the target of a transfer" : it.to;
+            Row row = way;
+            row.prepare = [moves = way.after == kMoves, exists = kind % 2 != 0,
+                           special = kind > 1](World& it) {
+                it.to = moves ? it.beyond / kTo : it.to;
                 if (special && moves) {
                     fs::create_symlink("somewhere", it.from);
                 } else {
-                    it.place.Write("the source of a transfer", std::string(9000, 'c'));
+                    it.place.Write(kFrom, std::string(9000, 'c'));
                     fs::resize_file(it.from, special ? 100000 : 9000);  // with a hole
                 }
                 // Where the volume has such attributes.
@@ -365,41 +383,23 @@ TEST(FaultWalk, Transfers) {
                     std::ofstream(it.to) << "old";
                 }
             };
-            row.call = [&](World& it) {
-                const Guard lacking = AtCall(way.lacks, [&] { return way.error; });
-                const auto content = [&](const std::string& name) {
-                    const Guard own = Counting(false);
-                    return Snapshot(fs::path(name).parent_path())[fs::path(name).filename()];
-                };
-                const std::string source = content(it.from);
-                const int status = way.row.call(it);
-                EXPECT_TRUE(status != kOk || content(it.to) == source);
-                EXPECT_TRUE(status != kOk || row.after == kCopies || content(it.from).empty());
-                return status;
-            };
             Walk({row}, {EIO, EPERM, ENOSYS, EINTR, EINVAL, ENOTSUP, EROFS});
         }
     }
 }
 
-TEST(Transfers, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
-    if (!OnTwoVolumes()) {
-        GTEST_SKIP() << "there is no second volume";
-    }
+TEST_F(Transfers, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     World it;
     const std::string to = it.beyond / "to";
     const auto time = fs::last_write_time(it.file) - std::chrono::nanoseconds(1234567890123);
     const std::function<void()> changes[] = {
         [&] { fs::resize_file(it.file, 9); }, [&] { fs::rename(it.program, it.file); },
         [&] { fs::last_write_time(it.file, time); },
-        [&] {
-            fs::last_write_time(it.file,
-                                fs::last_write_time(it.file) + std::chrono::nanoseconds(1));
-        }};
+        [&] { fs::last_write_time(it.file, time + std::chrono::nanoseconds(1)); }};
     for (const auto& change : changes) {
         const Guard copied = AtCall("fsync", [&] { return change(), 0; });
         EXPECT_NE(UnderFaults([&] { return kelFile::Rename(it.file, to); }), kOk);
-        EXPECT_TRUE(Snapshot(it.beyond.Path()).empty() && fs::exists(it.file));
+        EXPECT_TRUE(it.beyond.Count() == 0 && fs::exists(it.file));
     }
     fs::permissions(it.file, fs::perms(04751));
     fs::last_write_time(it.file, time);
@@ -412,7 +412,7 @@ TEST(Transfers, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
         EXPECT_EQ(UnderFaults([&] { return kelFile::Rename(it.file, to); }), kFailed);
     }
     EXPECT_EQ(kelFile::Rename(it.file, to), kOk);
-    EXPECT_EQ(fs::status(to).permissions(), fs::perms(04751));
+    EXPECT_EQ(ModeOf(to), 04751U);
     EXPECT_TRUE(fs::last_write_time(to) == time);
     fs::current_path(it.beyond.Path());
     EXPECT_EQ(kelFile::Rename("to", it.file), kOk) << "a name without a folder";

@@ -12,25 +12,18 @@ thread_local FaultPlan fault;
 
 namespace {
 
-struct Answer {
-    const char* call = "";
-    std::function<int()> answer;
-};
-
-thread_local Answer atCall;
+thread_local std::pair<std::string_view, std::function<int()>> atCall;
 thread_local bool counting = false;
 thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
 std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
 
-using Held = std::array<std::intmax_t, 3>;
+}  // namespace
 
-Held WhatIsHeld() {
+std::array<std::intmax_t, 3> WhatIsHeld() {
     const std::intmax_t blocksNow = blocks;
-    const std::filesystem::directory_iterator all("/proc/self/fd");
+    const fs::directory_iterator all("/proc/self/fd");
     return {users.load(), blocksNow, std::distance(begin(all), end(all))};
 }
-
-}  // namespace
 
 Guard Arm(const FaultPlan& plan) {
     fault = plan;
@@ -50,9 +43,9 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
     if (!counting) {
         return 0;
     }
-    if (std::strcmp(atCall.call, call) == 0) {
+    if (atCall.first == call) {
         const Guard ownWork = Counting(false);
-        if (const int error = atCall.answer()) {
+        if (const int error = atCall.second()) {
             return error;
         }
     }
@@ -65,36 +58,6 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
         fault.struck = call;
     }
     return strikes ? fault.error : 0;
-}
-
-void WalkFaults(const std::string& name, const std::function<bool()>& step,
-                const std::vector<int>& refusals) {
-    constexpr int kMost = 1000;
-    step();  // what is made once and kept is made here
-    constexpr auto kRuntime = FaultSource::Runtime, kMemory = FaultSource::Memory;
-    constexpr auto kSystem = FaultSource::System;
-    std::vector<FaultPlan> walks = {{kRuntime, 1, true}, {kRuntime}, {kMemory, 1, true},
-                                    {kMemory},           {kSystem},  {kSystem, 1, false, EACCES}};
-    for (const int error : refusals) {
-        walks.push_back({kSystem, 1, true, error});
-    }
-    for (FaultPlan& plan : walks) {
-        for (bool struck = true; struck && plan.nth < kMost; ++plan.nth) {
-            const Held before = WhatIsHeld();
-            const Guard armed = Arm(plan);
-            const bool succeeded = step();
-            struck = fault.struck != nullptr;
-            EXPECT_TRUE(struck || succeeded);
-            EXPECT_EQ(WhatIsHeld(), before) << "users, blocks, descriptors";
-            if (testing::Test::HasFailure()) {
-                FAIL() << name << ": call " << plan.nth << ", " << (struck ? fault.struck : "none")
-                       << (plan.once ? ", failed with " : ", and the rest failed with ")
-                       << plan.error;
-            }
-        }
-        EXPECT_LT(plan.nth, kMost) << name << " does not end";
-    }
-    EXPECT_GT(walks[0].nth + walks[2].nth + walks[4].nth, 6) << name << ": nothing was walked";
 }
 
 }  // namespace zukel::test

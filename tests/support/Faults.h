@@ -42,14 +42,8 @@ auto UnderFaults(Call call) {
     return call();
 }
 
-/// Runs `step` again and again with the nth call of each source failing, n from 1 until the step
-/// passes without a fault, once and from there on, and of the system once with each error
-/// by which it refuses, lacks a call, or is interrupted. The step makes its call through
-/// `UnderFaults`, checks what a failure must leave behind, and tells whether the call succeeded,
-/// which without a fault it must. After each step the runtime's users, the blocks of `operator new`
-/// and the descriptors must be back where they were.
-void WalkFaults(const std::string& name, const std::function<bool()>& step,
-                const std::vector<int>& refusals);
+/// How many users of the runtime, blocks of `operator new` and descriptors there are.
+std::array<std::intmax_t, 3> WhatIsHeld();
 
 /// Of the wrappers: counts a call, and gives the error that it is to fail with, or 0.
 int ErrorOf(FaultSource source, const char* call) noexcept;
