@@ -32,12 +32,10 @@ TEST(Machine, Processors_AnswerByTheirRegisters) {
         {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
         {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
         {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
-        {"AuthenticAMD", 1, 0x00020800, 0x178bfbff, 0x80000018, 3, 1, 2, false},  // Athlon 64 X2
         {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
         {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
         {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
         {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
-        {"", 0, 0, 0, 0, 0, 0, 1, false},  // no CPUID at all
     };
     for (const Row& row : rows) {
         std::uint32_t vendor[3];
@@ -61,42 +59,40 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
         {"4:memory:/a/b\n0::/\n", "/a/b", ""},
         {"0::/user.slice/x:y.scope\n", "none", "/user.slice/x:y.scope"},
         {"9:name=systemd:/s\n4:cpu,memory:/c\n0::/u", "/c", "/u"},
-        {"3:memoryx:/a\n1:name=memory:/c\n", "none", "none"},
-        {"none\n4:memory\n:::\n::\n0:\n0:x:/a\n", "none", "none"},
+        {"3:memoryx:/a\n1:name=memory:/c\nnone\n4:memory\n:::\n::\n0:\n0:x:/a", "none", "none"},
         {"4:memory:/../a\n0::a", "", ""},
     };
     for (const auto& [text, one, two] : groups) {
         EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;
         EXPECT_EQ(GroupPathOf(text, GroupKind::Two).value_or("none"), two) << text;
     }
-    const std::array<std::uint64_t, 5> limits[] = {// limit, used, to be had again; both figures
-                                                   {500, 100, 40, 500, 440},
+    // A limit, what is used of it and to be had again; both figures then.
+    const std::array<std::uint64_t, 5> limits[] = {{500, 100, 40, 500, 440},
                                                    {500, 100, kUnknown, 500, 400},
-                                                   {500, 700, 0, 500, 0},
                                                    {500, kUnknown, 0, 500, kUnknown},
+                                                   {500, 700, 0, 500, 0},
                                                    {2000, 100, 0, 1000, 800}};
     for (const auto& [limit, used, inactive, total, available] : limits) {
         PhysicalMemory memory{1000, 800, false};
         ApplyLimit(memory, limit, used, inactive);
         EXPECT_TRUE(memory.total == total && memory.available == available) << limit << ' ' << used;
     }
-    constexpr auto text = "XMemTotal: 2\nMemTotal:   3 kB\nBig: 18014398509481984";
-    EXPECT_EQ(FieldOf(text, "MemTotal", 1024), 3072U);
-    EXPECT_EQ(FieldOf(text, "Big", 1024), kUnknown);
-    EXPECT_EQ(FieldOf("MemTotals: 1\nMemTotal", "MemTotal", 1), kUnknown);
-    EXPECT_EQ(FieldOf("MemTotal: x", "MemTotal", 1), kUnknown);
-    EXPECT_EQ(FieldOf("Number: 18446744073709551616", "Number", 1), kUnknown);
+    constexpr auto text =
+        "XX: 2\nX:   3 kB\nBig: 18014398509481984\nMore: 18446744073709551616\nY: x";
+    EXPECT_EQ(FieldOf(text, "X", 1024), 3072U);
+    for (const char* const name : {"Big", "More", "Y", "Z"}) {
+        EXPECT_EQ(FieldOf(text, name, 1024), kUnknown) << name;
+    }
 }
 
 TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
     const std::pair<std::string, std::u16string> rows[] = {
         {"a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80z", u"a\u00e4\u20ac\U0001f600z"},
-        {"\xf0\x9f\x98", u"\ufffd"},              // ends in the middle
-        {"\xf0\x9f\xc3\xa4", u"\ufffd\u00e4"},    // the next character is not swallowed
-        {"\xed\xa0\x80", u"\ufffd\ufffd\ufffd"},  // a surrogate
         {"\xed\x9f\xbf\xf4\x8f\xbf\xbf", u"\ud7ff\U0010ffff"},
-        {"\xe0\x9f\xbf", u"\ufffd\ufffd\ufffd"},            // longer than need be
-        {"\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd"},  // beyond the last character
+        // Ends in the middle; the next character is not swallowed; a surrogate.
+        {"\xf0\x9f\xc3\xa4\xed\xa0\x80\xf0\x9f\x98", u"\ufffd\u00e4\ufffd\ufffd\ufffd\ufffd"},
+        // Longer than need be; beyond the last character.
+        {"\xe0\x9f\xbf\xf4\x90\x80\x80", u"\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd"},
     };
     for (const auto& [text, expected] : rows) {
         const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is
@@ -118,10 +114,10 @@ TEST(MachineTexts, LocaleNames) {
         sV_SE           UTF-8        |||             sv-SE    UTF-8           |||
         sv_sE           UTF-8        |||             sv_S{    UTF-8           |||)");
     for (const auto& [name, characterSet, facts] : cases) {
-        const LocaleId id = PackLocale(name, characterSet);
         std::string told;
         for (const auto fact : {LocaleFact::Language, LocaleFact::Country, LocaleFact::CodePage}) {
             char buffer[16] = "";
+            const LocaleId id = PackLocale(name, characterSet);
             const int size = LocaleText(id, fact, buffer, sizeof buffer);
             EXPECT_EQ(size, id == 0 ? 0 : static_cast<int>(std::strlen(buffer)) + 1) << name;
             EXPECT_EQ(LocaleText(id, fact, buffer, size - 1), 0) << name;
