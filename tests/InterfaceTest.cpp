@@ -82,17 +82,4 @@ TEST(Interface, SmallClasses_AreMadeAndAssigned) {
     zuDiskInfo() = zuDiskInfo(), kelMemoryInfo() = kelMemoryInfo();
 }
 
-TEST(Interface, EveryFormThatTakesALibrary_IsThePlainOne) {
-    kelLibrary library, copy(library);
-    copy = library;
-    EXPECT_EQ(kelFile(&copy).Close(), kFailed);
-    EXPECT_EQ(kelDirectory(&library).Close(), kelStatusNotOpen);
-    EXPECT_EQ(kelDynamicObject(&library).UnloadLibrary(), kOk);
-    EXPECT_TRUE(kelSharedMemory(&library).IsValid());
-    kelFileInfo info("/");
-    info.SetLibrary(&library);
-    EXPECT_EQ(info.GetFilePath() + info.GetPath(), "//");
-    EXPECT_EQ(info.GetUserId() + info.GetGroupId(), 0);
-}
-
 }  // namespace

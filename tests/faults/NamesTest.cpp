@@ -26,10 +26,8 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
         ASSERT_EQ(fuzz::CheckNameParts(name), "");
         ASSERT_EQ(fuzz::CheckExpansion(name), "");
         ASSERT_EQ(fuzz::CheckRelativeWay(name + '|' + fuzz::HostileName(random)), "");
-        std::string bytes(1, static_cast<char>(random()));
-        while (bytes.size() < 9) {
-            bytes += static_cast<char>(random());
-        }
+        std::string bytes(9, '\0');
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
         bytes[8 - random() % 2] = static_cast<char>(random() % 3 - 1);  // near enough to today
         ASSERT_EQ(fuzz::CheckTimePattern(bytes + "%FT%T%z %a %b %c %G %I %j %V %%" + name), "");
     }

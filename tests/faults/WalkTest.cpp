@@ -41,10 +41,10 @@ struct World {
     std::string to = place / kTo;
 
     Library library;
-    kelFile empty, open{file, kReadWrite}, buffered{file, kReadWrite | kBuffered};
-    Directory closed, listing{place.Path()};
-    Memory none, owner, attached;
-    kelDynamicObject module;
+    kelFile empty{&library}, open{file, kReadWrite}, buffered{file, kReadWrite | kBuffered};
+    Directory closed{&library}, listing{place.Path()};
+    Memory none{&library}, owner, attached;
+    kelDynamicObject module{&library};
     kelProcess process;
     int pid = -1;  ///< Of the child that was running at the start.
     kelTime time{1000};
@@ -210,7 +210,7 @@ TEST(FaultWalk, Surroundings) {
         {CALL(Status(Library::GetAbsoluteFileName("$PATH/x")[0] != '$'))},
         {CALL(Status(Library::GetAbsoluteFileName(kUnset) == kUnset))},
         {CALL(Status(Library::GetAbsoluteLibraryName(it.file) != ""))},
-        {CALL(Status(kelFileInfo(it.file).GetSize() == 16))},
+        {CALL(Status(kelFileInfo(&it.library, it.file).GetSize() == 16))},
         {CALL(Status(kelFileInfo(it.file).GetPermissions() != -1))},
         {CALL(Status(kelTime(it.time).GetSeconds() == 0))},
         {CALL(Status((it.time.MakeLocalTime(), it.time.GetMicroSeconds() >= 1000)))},
@@ -245,9 +245,9 @@ TEST(FaultWalk, Files) {
         {CALL(Status((kelFile(it.open) = it.buffered).IsOpen()))},
         {CALL(Status(it.open.IsReadable() && it.open.IsWritable()))},
         {CALL(it.buffered.Flush())},
-        {CALL(kelFile::Exists(nullptr, it.file)), After::AsBefore, kelStatusNotFound},
-        {CALL(kelFile::Delete(it.program))},
-        {CALL(kelFile::SetPermissions(it.file, 0x600))},
+        {CALL(kelFile::Exists(&it.library, it.file)), After::AsBefore, kelStatusNotFound},
+        {CALL(kelFile::Delete(&it.library, it.program))},
+        {CALL(kelFile::SetPermissions(&it.library, it.file, 0x600))},
     });
     for (kelFile World::*each : {&World::open, &World::buffered}) {
         Walk({{CALL((it.*each).Read(it.line, it.size))},
@@ -274,11 +274,11 @@ TEST(FaultWalk, Directories) {
         {CALL(Status(it.listing.GetNumberOfFiles() == 3))},
         {CALL(Status(it.listing.GetFileNames().size() == 3))},
         {CALL(Status(Directory::GetFileNames(it.place.Path()).size() == 3))},
-        {CALL(Directory::Create(it.missing, 0x755, false))},
+        {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
-        {CALL(Directory::Delete(it.folder))},
-        {CALL(Directory::SetCurrentDirectory(it.place.Path()))},
-        {CALL(Status(Directory::GetCurrentDirectory() == here))},
+        {CALL(Directory::Delete(&it.library, it.folder))},
+        {CALL(Directory::SetCurrentDirectory(&it.library, it.place.Path()))},
+        {CALL(Status(Directory::GetCurrentDirectory(&it.library) == here))},
         {CALL(Status(Directory::GetAbsolutePath(it.file) == it.file))},
         {CALL(Status(Directory::GetRelativePath("/", "/usr") == "./usr/"))},
     });
@@ -357,9 +357,9 @@ TEST_F(Transfers, FaultWalk) {
     const std::tuple<Row, const char*, int> ways[] = {
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "", 0},
         {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, "copy_file_range", EXDEV},
-        {{CALL(kelFile::Copy(it.from, it.to, 0x1000)), kCopies}, "", 0},
+        {{CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)), kCopies}, "", 0},
         {{CALL(kelFile::NativeCopy(it.from, it.to, 0)), kCopies}, "", 0},
-        {{CALL(kelFile::Rename(it.from, it.to)), kMoves}, "", 0},
+        {{CALL(kelFile::Rename(&it.library, it.from, it.to)), kMoves}, "", 0},
         {{CALL(kelFile::Rename(it.from, it.to)), kMoves}, "renameat2", EINVAL},
         {{CALL(kelFile::Rename(it.from, it.to)), kMoves}, "linkat", EPERM},
         {{CALL(kelFile::NativeRename(it.from, it.to))}, "", 0},
