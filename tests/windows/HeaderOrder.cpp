@@ -15,23 +15,22 @@
 #include <windows.h>
 #endif
 
-int main() {
-    kelLibrary library;
-    zuString value;
-    const zuString here = kelDirectory::GetCurrentDirectory();
-    const bool works = library.SetEnvironmentVariable("ZUKEL_ORDER", "set") == kelStatusOk &&
-                       library.GetEnvironmentVariable(value, "ZUKEL_ORDER") == kelStatusOk &&
-                       value == "set" && here == kelDirectory::GetCurrentDirectory(&library) &&
-                       kelDirectory::SetCurrentDirectory(here) == kelStatusOk &&
-                       kelDirectory::SetCurrentDirectory(&library, "") == kelStatusEmptyPath &&
-                       kelDynamicObject().LoadLibrary("") == kelStatusFailed &&
-                       kelTime::GetCurrentTime().GetSeconds() > 0;
-    return works ? 0 : 1;
-
-    // The macros are the system's again. None of them may have been lost.
+// The macros are the system's again. None of them may have been lost.
 #if ORDER != 0 && !(defined(GetCurrentDirectory) && defined(SetCurrentDirectory) &&       \
                     defined(GetEnvironmentVariable) && defined(SetEnvironmentVariable) && \
                     defined(LoadLibrary) && defined(GetCurrentTime))
 #error "a macro of <windows.h> is lost"
 #endif
+
+int main() {
+    kelLibrary library;
+    zuString value;
+    const zuString here = kelDirectory::GetCurrentDirectory();
+    return library.SetEnvironmentVariable("ZUKEL_ORDER", here) +
+           library.GetEnvironmentVariable(value, "ZUKEL_ORDER") +
+           kelDirectory::SetCurrentDirectory(value) +
+           kelDirectory::SetCurrentDirectory(&library,
+                                             kelDirectory::GetCurrentDirectory(&library)) +
+           (kelDynamicObject().LoadLibrary("") == kelStatusOk) +
+           (kelTime::GetCurrentTime().GetSeconds() <= 0);
 }
