@@ -1,4 +1,3 @@
-#include <atomic>
 #include <memory>
 
 #include "support/Testing.h"
@@ -7,12 +6,13 @@ using namespace zukel::test;
 
 namespace {
 
-constexpr int kDenied = kelStatusAccessDenied, kMissing = kelStatusNotFound;
+constexpr int kReadWrite = kelFile::ModeRead | kelFile::ModeWrite;
 
 TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
     const TemporaryDirectory directory;
     const std::string former = directory.Write("file", "content");
     fs::create_directory(directory / "folder");
+    constexpr int kDenied = kelStatusAccessDenied, kMissing = kelStatusNotFound;
     // Windows tells a directory and a way through a file otherwise.
     const std::tuple<std::string, int, int> cases[] = {
         {"file", kRead | kelFile::ModeNoCleanup, kOk},
@@ -22,7 +22,6 @@ TEST(kelFile, Open_AnswersByWhatStandsUnderTheName) {
         {"file", kelFile::ModeCreate, kDenied},
         {"file/below", kRead, kOnWindows ? kMissing : kFailed},
         {"file", kWrite | kelFile::ModeExclusive, kFailed},
-        {"folder", kWrite, kOnWindows ? kDenied : kFailed},
         {std::string(256, 'n'), kWrite, kOnWindows ? kMissing : kFailed}};
     for (const auto& [name, mode, status] : cases) {
         kelFile file(former, kRead);
@@ -54,34 +53,28 @@ TEST(kelFile, CopiesAreClosedAndAssignmentsShare) {
 TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
     const TemporaryDirectory directory;
     const Guard entered = WorkingDirectory(directory.Path());
-    fs::create_directory("elsewhere");
     const std::string slash = directory / "", full = slash + std::string(121 - slash.size(), 'n');
-    const std::pair<std::string, std::size_t> cases[] = {
-        // with the leading bytes that stay; 0 for a template that is refused
-        {"aXXXXXX", 1},
-        {slash + "XXXXXXXXX", slash.size() + 3},
-        {full + "XXXXXX", 121},
-        {"aXXXXX", 0},
-        {full + std::string(79, 'X'), 121},
-        {full + "nXXXXXX", 0},
-        {"XXXXXXa", 0},
-        {"XX", 0},
-        {"", 0}};
+    // With the leading bytes that stay; 0 for a template that is refused.
+    const std::pair<std::string, std::size_t> cases[] = {{"aXXXXXX", 1},
+                                                         {slash + "XXXXXXXXX", slash.size() + 3},
+                                                         {full + "XXXXXX", 121},
+                                                         {"aXXXXX", 0},
+                                                         {full + std::string(79, 'X'), 121},
+                                                         {full + "nXXXXXX", 0},
+                                                         {"XXXXXXa", 0},
+                                                         {"XX", 0},
+                                                         {"", 0}};
     for (const auto& [form, kept] : cases) {
         kelFile file(directory.Write("former"), kRead);
         EXPECT_EQ(file.CreateTemporaryFile(form), kept != 0 ? kOk : kFailed);
         const std::string name = file.GetFileName();
-        EXPECT_EQ(name.size(), kept != 0 ? kept + 6 : 0) << form;
+        EXPECT_TRUE(name.size() == (kept != 0 ? kept + 6 : 0) && fs::exists(name) == (kept != 0));
         // Windows replaces all trailing X.
         const std::size_t stays = kOnWindows ? form.find_last_not_of('X') + 1 : kept;
         EXPECT_EQ(name.substr(0, std::min(stays, kept)), form.substr(0, std::min(stays, kept)));
-        EXPECT_EQ(fs::exists(name), kept != 0) << form;
-        std::ofstream("elsewhere/" + name) << "a stranger's file of the same name";
-        {
-            const Guard moved = WorkingDirectory(directory / "elsewhere");
-            file.Close();
-            EXPECT_TRUE(name[0] != 'a' || fs::exists(name)) << form;
-        }
+        fs::current_path(fs::temp_directory_path());
+        file.Close();
+        fs::current_path(directory.Path());
         EXPECT_FALSE(fs::exists(name)) << form;
     }
 }
@@ -90,7 +83,7 @@ TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
 class kelFileData : public testing::TestWithParam<int> {
 protected:
     kelFile Make(const std::string& content = "") const {
-        return {directory.Write("file", content), kRead | kelFile::ModeWrite | GetParam()};
+        return {directory.Write("file", content), kReadWrite | GetParam()};
     }
     std::string Content() const { return ReadWhole(directory / "file"); }
 
@@ -106,16 +99,12 @@ protected:
         EXPECT_TRUE(file.Read(back) == kFailed && file.EndOfFile());
         EXPECT_TRUE(All(kFailed, {kelFile().Read(back), kelFile().Write(value)}));
         EXPECT_EQ(back, value);
-        unsigned long long size = bytes.size();
-        EXPECT_TRUE(All(kOk, {file.SeekToBegin(), file.Write(&value, size), file.SeekToBegin(),
-                              file.Read(&back, size)}));
-        EXPECT_EQ(std::memcmp(&back, &value, bytes.size()), 0);
         kelFile cut = Make("\x01");
         std::memset(&back, 0xEE, sizeof back);
         EXPECT_EQ(cut.Read(back), kOk);
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&back), sizeof back),
                   "\x01" + std::string(sizeof back - 1, '\xEE'));
-        kelFile full("/dev/full", kRead | kelFile::ModeWrite | GetParam());
+        kelFile full("/dev/full", kReadWrite | GetParam());
         std::size_t taken = 0;
         while (full.Write(value) == kOk) {
             ++taken;
@@ -154,8 +143,7 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     EXPECT_FALSE(file.EndOfFile()) << "nothing has met it yet";
     short block[8] = {};
     unsigned long long size = sizeof block;
-    EXPECT_EQ(file.Read(block, size), kOk) << "a part is a success";
-    EXPECT_EQ(size, 10U);
+    EXPECT_TRUE(file.Read(block, size) == kOk && size == 10) << "a part is a success";
     EXPECT_TRUE(file.Read(block, size) == kFailed && size == 0);
     char byte = 0;
     EXPECT_TRUE(
@@ -175,10 +163,9 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
 }
 
 TEST_P(kelFileData, AppendingAndReadingAlone_KeepPlacesAndRefuseWrites) {
-    const TemporaryDirectory place;
-    const std::string name = place.Write("file", "0123456789");
+    const std::string name = directory.Write("file", "0123456789");
     char line[16];
-    kelFile appending(name, kRead | kelFile::ModeWrite | kelFile::ModeAppend | GetParam());
+    kelFile appending(name, kReadWrite | kelFile::ModeAppend | GetParam());
     EXPECT_TRUE(All(kOk, {appending.WriteLine("ab"), appending.SeekTo(2),
                           appending.ReadLine(line, sizeof line)}));
     EXPECT_STREQ(line, "23456789ab");
@@ -190,58 +177,47 @@ TEST_P(kelFileData, AppendingAndReadingAlone_KeepPlacesAndRefuseWrites) {
 }
 
 TEST_P(kelFileData, ReadLine_TakesLinesInPiecesThatFit) {
-    const std::tuple<const char*, unsigned, std::vector<std::string>> cases[] = {
-        {"a\r\nb", 16, {"a\r\n", "b"}}, {"abcdef\ng", 4, {"abc", "def", "\n", "g"}}, {"", 16, {}}};
-    for (const auto& [content, size, lines] : cases) {
-        kelFile file = Make(content);
-        char buffer[16] = "x";
-        EXPECT_EQ(file.ReadLine(buffer, 1), kOk) << "takes nothing";
-        for (const std::string& line : lines) {
-            EXPECT_EQ(file.ReadLine(buffer, size), kOk);
-            EXPECT_EQ(buffer, line);
-        }
-        EXPECT_EQ(file.ReadLine(buffer, size), kFailed);
-        EXPECT_TRUE(file.EndOfFile() && *buffer == '\0');
+    kelFile file = Make("a\r\nabcdef\ng"), closed;
+    char buffer[16] = "x";
+    EXPECT_EQ(file.ReadLine(buffer, 1), kOk) << "takes nothing";
+    for (const std::string line : {"a\r\n", "abc", "def", "\n", "g"}) {
+        EXPECT_EQ(file.ReadLine(buffer, 4), kOk);
+        EXPECT_EQ(buffer, line);
     }
-}
-
-TEST(kelFileClosed, EveryOperationFailsAndChangesNothing) {
-    kelFile file;
-    int value = 7;
+    EXPECT_EQ(file.ReadLine(buffer, 4), kFailed);
+    EXPECT_TRUE(file.EndOfFile() && *buffer == '\0');
     unsigned long long size = 4;
-    char line[4] = "abc";
-    EXPECT_TRUE(All(kFailed, {file.Read(value), file.Write(value), file.Read(&value, size),
-                              file.Write(&value, size), file.ReadLine(line, 4), file.SeekTo(0),
-                              file.WriteLine(line), file.SeekToEnd(), file.Flush(), file.Close()}));
-    EXPECT_TRUE(file.EndOfFile() && value == 7 && size == 4 && line == std::string("abc"));
+    EXPECT_TRUE(All(kFailed, {closed.Read(buffer, size), closed.Write(buffer, size),
+                              closed.ReadLine(buffer, 4), closed.SeekTo(0), closed.Flush(),
+                              closed.WriteLine(buffer), closed.SeekToEnd(), closed.Close()}));
+    EXPECT_TRUE(closed.EndOfFile() && size == 4);
 }
 
-TEST(kelFileHugeBlock, BufferedWriteBeyond2GiB_IsWhole) {
-    const unsigned long long wanted = (1ULL << 31U) + 5;
-    const std::unique_ptr<void, void (*)(void*)> zeros(std::calloc(wanted, 1), std::free);
-    kelFile file(kNullDevice, kelFile::ModeWrite | kelFile::ModeBuffered);
-    unsigned long long size = wanted;
+TEST(kelFile, BufferedWriteBeyond2GiB_IsWhole) {
+    unsigned long long size = (1ULL << 31U) + 5;
+    const std::unique_ptr<void, void (*)(void*)> zeros(std::calloc(size, 1), std::free);
+    kelFile file(kNullDevice, kelFile::ModeWrite | kBuffered);
     EXPECT_EQ(file.Write(static_cast<const char*>(zeros.get()), size), kOk);
-    EXPECT_EQ(size, wanted);
+    EXPECT_EQ(size, (1ULL << 31U) + 5);
 }
 
 TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
     const TemporaryDirectory directory;
-    std::atomic<int> failures{0};
     InThreads([&](int number) {
         const std::string name = directory / std::to_string(number);
+        bool right = true;
         for (int round = 0; round < 500; ++round) {
             kelFile file(name, kRead | kWrite), shared;
             shared = file;
             int value = -1;
-            failures += shared.Write(round) + shared.SeekToBegin() != kOk;
-            failures += file.Read(value) != kOk || value != round || !kelFile::Exists(name);
-            failures += kelLibrary::GetAbsoluteFileName("~/$PATH")[0] == '~';
-            failures += kelDirectory::GetFileNames(directory.Path()).empty();
+            right &= All(kOk, {shared.Write(round), shared.SeekToBegin(), file.Read(value)}) &&
+                     value == round && kelFile::Exists(name) &&
+                     kelLibrary::GetAbsoluteFileName("~/$PATH")[0] != '~' &&
+                     !kelDirectory::GetFileNames(directory.Path()).empty();
             kelLibrary().GetLocale();
         }
+        EXPECT_TRUE(right);
     });
-    EXPECT_EQ(failures, 0);
 }
 
 }  // namespace
