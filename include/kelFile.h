@@ -294,8 +294,9 @@ public:
     /// owner and extended attributes where the system allows it, and is on the disk before it takes
     /// the target's name and the source is removed. After a failure the source is untouched, and so
     /// is a file that had the target's name; a source that changes while it is copied is such a
-    /// failure. A program that is killed in the middle may leave a file beside the target whose
-    /// name begins with `.zukel-`. Directories, pipes and devices do not move to another volume.
+    /// failure. A program that is killed in the middle, or a volume that refuses to remove it, may
+    /// leave a file beside the target whose name begins with `.zukel-`. Directories, pipes and
+    /// devices do not move to another volume.
     ///
     /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
     static int Rename(const zuString& from, const zuString& to);
