@@ -101,7 +101,9 @@ private:
 inline std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 /// The bits of the file's mode. Windows: the two that its read-only mark stands for.
