@@ -78,8 +78,9 @@ TEST(Interface, SmallClasses_AreMadeAndAssigned) {
     barrier.Block(1);  // returns at once
     barrier.Reset();
     kelCondition(nullptr) = kelCondition(), Thread(nullptr) = Thread();
-    kelSystem() = kelSystem(), kelCPUInfo() = kelCPUInfo(), kelString() = kelString();
-    zuDiskInfo() = zuDiskInfo(), kelMemoryInfo() = kelMemoryInfo();
+    std::tuple<kelSystem, kelCPUInfo, kelString, zuDiskInfo, kelMemoryInfo> one, other;
+    one = other;
+    one = std::move(other);
 }
 
 }  // namespace

@@ -97,7 +97,12 @@ protected:
         EXPECT_TRUE(All(kOk, {file.Write(value), file.SeekToBegin(), file.Read(back)}));
         EXPECT_EQ(Content(), bytes);
         EXPECT_TRUE(file.Read(back) == kFailed && file.EndOfFile());
-        EXPECT_TRUE(All(kFailed, {kelFile().Read(back), kelFile().Write(value)}));
+        kelFile reading(file.GetFileName(), kRead | GetParam());
+        EXPECT_TRUE(
+            All(kFailed, {kelFile().Read(back), kelFile().Write(value), reading.Write(value)}));
+        unsigned long long size = bytes.size();
+        EXPECT_TRUE(All(kOk, {file.SeekToBegin(), file.Write(&value, size), file.SeekToBegin(),
+                              file.Read(&back, size)}));
         EXPECT_EQ(back, value);
         kelFile cut = Make("\x01");
         std::memset(&back, 0xEE, sizeof back);

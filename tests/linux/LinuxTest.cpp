@@ -69,7 +69,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     kelFile file;
     EXPECT_EQ(file.Open(open / "roots", kWrite), kelStatusAccessDenied);
     EXPECT_EQ(file.CreateTemporaryFile(closed / "XXXXXX"), kelStatusAccessDenied);
-    const std::string name = open / "file", to = open / "to";
+    const std::string name = open / kOddName, to = open / "to";
     EXPECT_EQ(file.Open(name, kWrite) + file.Write('x') + file.Close(), kOk);
     for (const unsigned rest : {0U, 0177U, 04050U}) {
         for (const auto& [perms, bits] :
@@ -158,6 +158,10 @@ TEST(Linux, FactsOfAFile_AreAllItsBitsAndMicroseconds) {
     EXPECT_EQ(info.GetLastAccessTime(), 1000000000123456);
     EXPECT_EQ(info.GetLastModifiedTime(), -4000002);
     EXPECT_EQ(info.GetPermissions(), 0x751 | kelFileInfo::PermissionSetUser);
+    EXPECT_EQ(mknod((directory / "socket").c_str(), S_IFSOCK, 0), 0);
+    EXPECT_EQ(kelFileInfo(directory / "socket").GetType(), kelFileInfo::Socket);
+    EXPECT_TRUE(MakeLink("anywhere", directory / "link"));
+    EXPECT_EQ(kelFileInfo(directory / "link").GetType(), kelFileInfo::Link);
 }
 
 TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
@@ -243,6 +247,8 @@ TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
             EXPECT_TRUE(Ends(process) && (lacks || calls == 0 || !detach)) << "by the number";
         }
         EXPECT_TRUE(kelProcess::IsRunning(kelProcess::GetCurrentProcessPid()));
+        EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
+        EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
         for (int round = 0; round < 40; ++round) {
             EXPECT_EQ(kelProcess().Start(ZUKEL_TEST_CHILD, false), kOk);
         }

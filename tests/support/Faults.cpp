@@ -3,7 +3,6 @@
 #include <apr_errno.h>
 
 #include <atomic>
-#include <cstdint>
 #include <new>
 
 namespace zukel::test {

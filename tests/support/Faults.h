@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "support/Testing.h"
 
 /// Failures made to happen. The test program that links this file has the calls that
