@@ -65,8 +65,9 @@ TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
                                                          {"XX", 0},
                                                          {"", 0}};
     for (const auto& [form, kept] : cases) {
-        kelFile file(directory.Write("former"), kRead);
+        kelFile file(directory.Write("former"), kRead | kBuffered);
         EXPECT_EQ(file.CreateTemporaryFile(form), kept != 0 ? kOk : kFailed);
+        EXPECT_EQ(file.Write('x'), kept != 0 ? kOk : kFailed) << "nothing of the former is left";
         const std::string name = file.GetFileName();
         EXPECT_TRUE(name.size() == (kept != 0 ? kept + 6 : 0) && fs::exists(name) == (kept != 0));
         // Windows replaces all trailing X.
