@@ -31,11 +31,12 @@ int main(int count, char** words) {
             std::cout << words[at] << '\0';
         }
     } else if (verb == "double") {
-        // Doubles in the second cell of a segment what stands in the first, up to -1.
+        // Doubles in the second cell of a segment what stands in the first, for 20 seconds.
         kelSharedMemory memory;
         memory.Create(8, argument);
         auto* const cells = static_cast<volatile int*>(memory.GetBaseAddress());
-        while (cells[0] != -1) {
+        using Clock = std::chrono::steady_clock;
+        for (const auto end = Clock::now() + std::chrono::seconds(20); Clock::now() < end;) {
             cells[1] = cells[0] * 2;
         }
     } else if (verb == "Copy") {
