@@ -5,15 +5,11 @@
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <csignal>
-#include <limits>
-#include <random>
 
-#include "support/ChildRunner.h"
 #include "support/Faults.h"
 
 using namespace zukel::test;
@@ -29,35 +25,9 @@ Guard Unprivileged() {
 
 /// Keeps the process from making any file larger, as a device does that runs full: a write takes
 /// what still fits, and the next one fails.
-Guard FileSizeLimit(rlim_t bytes) {
-    const auto limit = [](rlim_t most) {
-        const rlimit both{most, RLIM_INFINITY};
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &both), 0);
-    };
-    limit(bytes);
-    return Guard([limit] { limit(RLIM_INFINITY); });
-}
-
-TEST(Linux, WhatTheLibraryHolds_ReachesNoChild) {
-    const auto inherited = [] {  // descriptors that a program started now would have
-        int count = 0;
-        for (int number = 0; number < 100; ++number) {
-            const int flags = fcntl(number, F_GETFD);
-            count += flags != -1 && (flags & FD_CLOEXEC) == 0;
-        }
-        return count;
-    };
-    const TemporaryDirectory directory;
-    const int before = inherited();
-    kelFile kept(directory / "kept", kWrite | kelFile::ModeNoCleanup), temporary;
-    kelDirectory listing(directory.Path());
-    kelSharedMemory memory;
-    kelProcess process;
-    EXPECT_TRUE(All(kOk, {temporary.CreateTemporaryFile(directory / "XXXXXX"),
-                          memory.Create(8, directory / "memory"),
-                          process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, false)}));
-    EXPECT_TRUE(kept.IsOpen() && listing.GetNumberOfFiles() == 2 && inherited() == before);
-    EXPECT_EQ(process.Kill(), kOk);
+void LimitFileSize(rlim_t bytes) {
+    const rlimit limit{bytes, RLIM_INFINITY};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
 TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
@@ -67,18 +37,16 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     fs::permissions(open.Write("roots"), fs::perms::group_read);
     const Guard user = Unprivileged();
     kelFile file;
-    EXPECT_EQ(file.Open(open / "roots", kWrite), kelStatusAccessDenied);
-    EXPECT_EQ(file.CreateTemporaryFile(closed / "XXXXXX"), kelStatusAccessDenied);
     const std::string name = open / kOddName, to = open / "to";
+    EXPECT_TRUE(All(kelStatusAccessDenied, {file.Open(open / "roots", kWrite),
+                                            file.CreateTemporaryFile(closed / "XXXXXX")}));
     EXPECT_EQ(file.Open(name, kWrite) + file.Write('x') + file.Close(), kOk);
-    for (const unsigned rest : {0U, 0177U, 04050U}) {
-        for (const auto& [perms, bits] :
-             {std::pair{0x600, 0600U}, {0x400, 0400U}, {0x200, 0200U}, {0x1FF, 0U}}) {
-            fs::permissions(name, fs::perms(rest | 0200U));
-            EXPECT_EQ(kelFile::SetPermissions(name, perms), kOk);
-            EXPECT_EQ(ModeOf(name), bits | rest) << std::hex << perms;
-            EXPECT_EQ(file.IsReadable() * 0400U + file.IsWritable() * 0200U, bits);
-        }
+    for (const auto& [perms, bits] :
+         {std::pair{0x600, 0600U}, {0x400, 0400U}, {0x200, 0200U}, {0x1FF, 0U}}) {
+        fs::permissions(name, fs::perms(04250));
+        EXPECT_EQ(kelFile::SetPermissions(name, perms), kOk);
+        EXPECT_EQ(ModeOf(name), bits | 04050U) << std::hex << perms;
+        EXPECT_EQ(file.IsReadable() * 0400U + file.IsWritable() * 0200U, bits);
     }
     fs::last_write_time(name, fs::last_write_time(name) - std::chrono::hours(99));
     // Permissions, natively; modes of the source, of a new target, and of one that stood.
@@ -88,15 +56,13 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
         {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 0640, 0622}};
     for (const auto& [perms, native, source, made, replaced] : copies) {
         fs::permissions(name, fs::perms(source));
-        for (const bool exists : {false, true}) {
-            if (exists) {
-                fs::permissions(to, fs::perms(perms == 0x1000 ? 0400 : 0622));
-            }
+        for (const unsigned mode : {made, replaced}) {
             EXPECT_EQ(
                 native ? kelFile::NativeCopy(name, to, perms) : kelFile::Copy(name, to, perms),
                 kOk);
-            EXPECT_EQ(ModeOf(to), exists ? replaced : made) << perms;
+            EXPECT_EQ(ModeOf(to), mode) << perms;
             EXPECT_EQ(fs::last_write_time(to) == fs::last_write_time(name), native);
+            fs::permissions(to, fs::perms(perms == 0x1000 ? 0400 : 0622));
         }
         fs::remove(to);
     }
@@ -104,15 +70,14 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
 
 TEST(Linux, FullDevices_LoseNothingUntold) {
     std::string text(400000, 'x');
-    for (const unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
-        kelFile file("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
-        unsigned long long size = before, rest = 10000, none = 1;
-        EXPECT_EQ(file.Write(text.data(), size), kOk) << before;
-        EXPECT_TRUE(All(kFailed, {file.Write(text.data(), rest), direct.Write(text.data(), none),
-                                  file.Write(1.0), file.Flush(), file.WriteLine("x"),
-                                  file.SeekToBegin(), file.Close()}));
+    for (unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
+        kelFile full("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
+        unsigned long long rest = 10000, none = 1;
+        EXPECT_EQ(full.Write(text.data(), before), kOk) << before;
+        EXPECT_TRUE(All(kFailed, {full.Write(text.data(), rest), direct.Write(text.data(), none),
+                                  full.Write(1.0), full.SeekToBegin(), full.Close()}));
         EXPECT_EQ(rest, 4096 - before) << "what the buffer still took";
-        EXPECT_TRUE(none == 0 && !direct.EndOfFile() && !file.IsOpen());
+        EXPECT_TRUE(none == 0 && !direct.EndOfFile() && !full.IsOpen());
     }
     const TemporaryDirectory directory;
     const Guard here = WorkingDirectory(directory.Path());
@@ -120,15 +85,14 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
     kelFile file("file", kWrite | kBuffered);
     unsigned long long taken = 14000;
     std::signal(SIGXFSZ, SIG_IGN);
-    {
-        const Guard full = FileSizeLimit(6000);
-        EXPECT_TRUE(All(kFailed, {file.Write(text.data(), taken), file.Write(1),
-                                  file.WriteLine("taken whole or not at all")}));
-    }
+    LimitFileSize(6000);
+    EXPECT_TRUE(All(kFailed, {file.Write(text.data(), taken), file.Write(1),
+                              file.WriteLine("taken whole or not at all")}));
+    LimitFileSize(RLIM_INFINITY);
     unsigned long long rest = text.size() - taken;
     EXPECT_EQ(file.Write(text.data() + taken, rest) + file.Close(), kOk) << "there is room again";
     EXPECT_EQ(ReadWhole("file"), text);
-    const Guard limit = FileSizeLimit(100000);
+    LimitFileSize(100000);
     std::signal(SIGXFSZ, SIG_DFL);  // which ends the process
     EXPECT_EQ(kelSharedMemory().Create(100001, directory / "segment"), kFailed);
     std::signal(SIGXFSZ, SIG_IGN);
@@ -141,26 +105,26 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
                                   copy("/proc/self/mem", "old")}));
         EXPECT_EQ(ReadWhole("old"), "old") << "nothing could be read";
         EXPECT_TRUE(
-            All(kFailed, {copy("file", "new"), copy("file", "/dev/full"), copy("file", "old")}));
+            All(kFailed, {copy("file", "new"), copy("file", "old"), copy("file", "/dev/full")}));
         EXPECT_EQ(ReadWhole("hard"), "") << "no part under another name";
         EXPECT_TRUE(fs::remove("hard") && directory.Count() == 1);
     }
+    LimitFileSize(RLIM_INFINITY);
 }
 
 TEST(Linux, FactsOfAFile_AreAllItsBitsAndMicroseconds) {
     const TemporaryDirectory directory;
-    const std::string name = directory / "pipe";
-    EXPECT_EQ(mkfifo(name.c_str(), 0), 0);
+    const std::string name = directory / "pipe", socket = directory / "socket";
+    EXPECT_EQ(mknod(name.c_str(), S_IFIFO, 0) + mknod(socket.c_str(), S_IFSOCK, 0), 0);
     const timespec times[] = {{1000000000, 123456789}, {-5, 999998999}};
     EXPECT_EQ(utimensat(AT_FDCWD, name.c_str(), times, 0) + chmod(name.c_str(), 04751), 0);
     const kelFileInfo info(name);
-    EXPECT_EQ(info.GetType(), kelFileInfo::Pipe);
-    EXPECT_EQ(info.GetLastAccessTime(), 1000000000123456);
-    EXPECT_EQ(info.GetLastModifiedTime(), -4000002);
+    EXPECT_TRUE(info.GetLastAccessTime() == 1000000000123456 &&
+                info.GetLastModifiedTime() == -4000002);
     EXPECT_EQ(info.GetPermissions(), 0x751 | kelFileInfo::PermissionSetUser);
-    EXPECT_EQ(mknod((directory / "socket").c_str(), S_IFSOCK, 0), 0);
-    EXPECT_EQ(kelFileInfo(directory / "socket").GetType(), kelFileInfo::Socket);
-    EXPECT_TRUE(MakeLink("anywhere", directory / "link"));
+    EXPECT_TRUE(kelFileInfo(socket).GetType() == kelFileInfo::Socket &&
+                info.GetType() == kelFileInfo::Pipe);
+    fs::create_symlink("anywhere", directory / "link");
     EXPECT_EQ(kelFileInfo(directory / "link").GetType(), kelFileInfo::Link);
 }
 
@@ -169,14 +133,12 @@ TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
     kelLibrary library;
     setenv("TMPDIR", directory.Path().c_str(), 1);
     EXPECT_EQ(library.GetTempDir(), directory.Path());
-    setenv("TMPDIR", "", 1);
-    EXPECT_NE(library.GetTempDir(), "");
     unsetenv("TMPDIR");
     zuString name;
-    EXPECT_EQ(library.GetCurrentUserName(name), kOk);
-    EXPECT_EQ(name, getpwuid(getuid())->pw_name);
-    const std::string home = getpwuid(getuid())->pw_dir, made = directory / "fr_BE@euro";
-    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), home + "/x");
+    const passwd& user = *getpwuid(getuid());
+    EXPECT_TRUE(library.GetCurrentUserName(name) == kOk && name == user.pw_name);
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), user.pw_dir + std::string("/x"));
+    const std::string made = directory / "fr_BE@euro";
     const std::string make = "localedef --no-archive -c -i POSIX -f ISO-8859-15 " + made;
     // Its result says no more than that categories are left out.
     if (std::system((make + " >/dev/null 2>&1").c_str()) == -1 || !fs::exists(made + "/LC_CTYPE")) {
@@ -194,12 +156,11 @@ TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
 
 TEST(Linux, Sleep_GoesOnThroughSignals) {
     std::signal(SIGALRM, [](int) {});
-    const itimerval often{{0, 1000}, {0, 1000}}, never{};
-    setitimer(ITIMER_REAL, &often, nullptr);
     const long long before = kelTime::GetNow().GetMicroSeconds();
+    ualarm(1000, 1000);
     EXPECT_EQ(kelTime::Sleep(30000), kOk);
+    ualarm(0, 0);
     EXPECT_GE(kelTime::GetNow().GetMicroSeconds(), before + 30000);
-    setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 TEST(Linux, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
@@ -217,9 +178,8 @@ TEST(Linux, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
         path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
     }
     ASSERT_EQ(ModeOf(path), 0600U) << path;
-    const std::string zero(7, '\0'), ones(7, '\xff');
-    for (const std::string& content :
-         {std::string(), zero, '\x7' + zero, 'm' + zero + ones, '\xff' + ones + ones}) {
+    const std::string zero(7, '\0'), ones(8, '\xff');
+    for (const std::string& content : {std::string(), zero, '\x7' + zero, ones + ones}) {
         fs::remove(path);
         std::ofstream(path, std::ios::binary) << content;
         EXPECT_EQ(kelSharedMemory().Attach(directory / "segment"), kFailed) << content;
@@ -230,7 +190,7 @@ TEST(Linux, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
 TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
     const pid_t other = fork();  // a child of somebody else's
     if (other == 0) {
-        _exit(7);
+        _exit(0);
     }
     for (const std::string call : {"kill", "syscall", "fstatfs"}) {
         const bool lacks = call != "kill";  // as older systems and sandboxes do
@@ -246,51 +206,23 @@ TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
             EXPECT_EQ(detach ? process.Kill() : kelProcess::NativeKill(pid), kOk);
             EXPECT_TRUE(Ends(process) && (lacks || calls == 0 || !detach)) << "by the number";
         }
-        EXPECT_TRUE(kelProcess::IsRunning(kelProcess::GetCurrentProcessPid()));
-        EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
+        EXPECT_TRUE(kelProcess::IsRunning(getpid()) && !kelProcess::IsRunning(0x7FFFFFFF));
         EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
-        for (int round = 0; round < 40; ++round) {
-            EXPECT_EQ(kelProcess().Start(ZUKEL_TEST_CHILD, false), kOk);
-        }
         const Guard user = Unprivileged();
         EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
     }
-    int status = 0;
-    EXPECT_EQ(waitpid(other, &status, 0), other);
-    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_EQ(waitpid(other, nullptr, 0), other) << "nobody else's to collect";
     EXPECT_TRUE(AllCollected());
 }
 
 TEST(Linux, NumbersThatMeanGroups_NeverReachTheSystem) {
     const Guard all = Arm({FaultSource::System});
-    for (const int pid : {0, -1, -2, std::numeric_limits<int>::min()}) {
-        EXPECT_EQ(UnderFaults([&] { return kelProcess::NativeKill(pid); }), kFailed) << pid;
-        EXPECT_FALSE(UnderFaults([&] { return kelProcess::IsRunning(pid); })) << pid;
+    for (const int pid : {0, -1, -2, -0x7FFFFFFF - 1}) {
+        UnderFaults([&] {
+            EXPECT_TRUE(!kelProcess::IsRunning(pid) && kelProcess::NativeKill(pid) == kFailed);
+        });
     }
     EXPECT_EQ(fault.calls, 0);
-}
-
-TEST(Linux, AScriptWithoutAnInterpreter_IsFoundAlongThePathAndRunByTheShell) {
-    const TemporaryDirectory directory;
-    const Guard here = WorkingDirectory(directory.Path());
-    const std::string path = getenv("PATH");
-    fs::permissions(directory.Write("script", "printf '%s|' \"$@\" >out"), fs::perms::owner_all);
-    fs::permissions(directory.Write("alien", {"\x7f\0\n", 3}), fs::perms::owner_all);
-    EXPECT_EQ(kelProcess().Start("./alien", false), kFailed);
-    fs::create_directory("bin"), fs::create_directory("-x");
-    directory.Write("bin/script", "may not be run");
-    fs::copy("script", "-x");
-    for (const auto& [search, command] : {std::pair{"/missing:" + directory.Path(), "script"},
-                                          {"bin::" + path, "script"},
-                                          {path, "-x/script"}}) {
-        setenv("PATH", search.c_str(), 1);
-        kelProcess process;
-        EXPECT_EQ(process.Start(command, {"", "a b"}, false), kOk);
-        setenv("PATH", path.c_str(), 1);
-        EXPECT_TRUE(Ends(process));
-        EXPECT_EQ(ReadWhole("out"), "|a b|") << search;
-        fs::remove("out");
-    }
 }
 
 }  // namespace

@@ -17,33 +17,14 @@ int main(int count, char** words) {
     } else if (verb == "say") {
         std::cout << "1" << std::flush;
         std::cerr << "2";
-        std::cout << "3";
-        std::ofstream("ran") << "in the working directory";
-    } else if (verb == "flood") {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        std::cout << std::string(1000000, '\0') << std::flush;
-        std::cerr << std::string(1000000, '\0');
-        if (std::cout && std::cerr) {
-            std::ofstream("ended") << "alive";
-        }
-    } else if (verb == "arguments") {
         for (int at = 2; at < count; ++at) {
             std::cout << words[at] << '\0';
         }
-    } else if (verb == "double") {
-        // Doubles in the second cell of a segment what stands in the first, for 20 seconds.
-        kelSharedMemory memory;
-        memory.Create(8, argument);
-        auto* const cells = static_cast<volatile int*>(memory.GetBaseAddress());
-        using Clock = std::chrono::steady_clock;
-        for (const auto end = Clock::now() + std::chrono::seconds(20); Clock::now() < end;) {
-            cells[1] = cells[0] * 2;
-        }
-    } else if (verb == "Copy") {
-        return kelFile::Copy(argument, to, kelFileInfo::PermissionDefault) != kelStatusOk;
-    } else if (verb == "NativeCopy") {
-        return kelFile::NativeCopy(argument, to, 0) != kelStatusOk;
-    } else if (verb == "Rename") {
-        return kelFile::Rename(argument, to) != kelStatusOk;
+        std::cout << "3";
+        std::ofstream("ran") << "in the working directory";
     }
+    return verb == "Copy"         ? kelFile::Copy(argument, to, kelFileInfo::PermissionDefault)
+           : verb == "NativeCopy" ? kelFile::NativeCopy(argument, to, 0)
+           : verb == "Rename"     ? kelFile::Rename(argument, to)
+                                  : kelStatusOk;
 }

@@ -19,9 +19,7 @@ std::atomic<long> users{0};             ///< Starts of the runtime less its stop
 }  // namespace
 
 std::array<std::intmax_t, 3> WhatIsHeld() {
-    const std::intmax_t blocksNow = blocks;
-    const fs::directory_iterator all("/proc/self/fd");
-    return {users.load(), blocksNow, std::distance(begin(all), end(all))};
+    return {users.load(), blocks, std::distance(fs::directory_iterator("/proc/self/fd"), {})};
 }
 
 Guard Arm(const FaultPlan& plan) {
@@ -53,7 +51,7 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
     }
     ++fault.calls;
     const bool strikes = fault.once ? fault.calls == fault.nth : fault.calls >= fault.nth;
-    if (strikes && fault.struck == nullptr) {
+    if (strikes && fault.struck.empty()) {
         fault.struck = call;
     }
     return strikes ? fault.error : 0;
@@ -61,8 +59,7 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
 
 }  // namespace zukel::test
 
-using zukel::test::ErrorOf;
-using zukel::test::FaultSource;
+using namespace zukel::test;
 
 using Word = std::intptr_t;
 
@@ -97,37 +94,20 @@ WRAPPED(apr_terminate) {
     return __real_apr_terminate(a, b, c, d, e, f);
 }
 
-// Every form that the library uses goes through this pair.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+// The other forms come to these, but for the sanitizers' own of arrays, which do not fail.
+void* operator new(std::size_t size) {
     void* const block =
         ErrorOf(FaultSource::Memory, "operator new") != 0 ? nullptr : std::malloc(size);
-    zukel::test::blocks += block != nullptr ? 1 : 0;
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    ++zukel::test::blocks;
     return block;
 }
 void operator delete(void* block) noexcept {
     zukel::test::blocks -= block != nullptr ? 1 : 0;
     std::free(block);
 }
-void* operator new(std::size_t size) {
-    void* const block = operator new(size, std::nothrow);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-// Where the sanitizer has its own of these, it would not go through the ones above.
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-    return operator new(size, tag);
-}
 void operator delete(void* block, std::size_t) noexcept {
-    operator delete(block);
-}
-void operator delete[](void* block) noexcept {
-    operator delete(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
     operator delete(block);
 }

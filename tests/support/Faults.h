@@ -22,7 +22,7 @@ struct FaultPlan {
     bool once = false;             ///< That one alone, or all from there on.
     int error = EIO;               ///< A failing system call's reason.
     int calls = 0;                 ///< How many the source has seen.
-    const char* struck = nullptr;  ///< Name of the first call that failed; null if none has.
+    std::string_view struck = "";  ///< Name of the first call that failed; empty if none has.
 };
 
 /// The one that is armed in this thread, and arming it.

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#ifndef _WIN32
+#include <sys/wait.h>
+#endif
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -12,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -27,13 +30,10 @@ namespace fs = std::filesystem;
 
 constexpr int kOk = kelStatusOk, kFailed = kelStatusFailed;
 constexpr int kRead = kelFile::ModeRead, kWrite = kelFile::ModeWrite | kelFile::ModeCreate;
-constexpr int kBuffered = kelFile::ModeBuffered;
+constexpr int kBuffered = kelFile::ModeBuffered, kReadWrite = kRead | kelFile::ModeWrite;
 
-#ifdef _WIN32
-constexpr bool kOnWindows = true;  ///< docs/platform-differences.md tells what is otherwise there.
-#else
-constexpr bool kOnWindows = false;
-#endif
+/// docs/platform-differences.md tells what is otherwise there.
+constexpr bool kOnWindows = fs::path::preferred_separator == '\\';
 /// The device that takes everything.
 constexpr const char* kNullDevice = kOnWindows ? "NUL" : "/dev/null";
 /// A file name beyond ASCII: of bytes that are no text where a name may be that.
@@ -63,19 +63,16 @@ class TemporaryDirectory {
 public:
     /// Below the folder, or where the system puts such things.
     explicit TemporaryDirectory(const fs::path& folder = fs::temp_directory_path()) {
-        static std::atomic<unsigned> serial{0};
-        const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
         do {
-            const auto number = std::to_string(ticks) + "-" + std::to_string(serial++);
-            path_ = (folder / ("zukel-test-" + number)).generic_string();
+            const std::string name = "zukel-test-" + std::to_string(std::random_device()());
+            path_ = (folder / name).generic_string();
         } while (!fs::create_directory(path_));
     }
     ~TemporaryDirectory() {
         std::error_code failed;
+        constexpr auto kAdd = fs::perm_options::add | fs::perm_options::nofollow;
         for (const auto& entry : fs::recursive_directory_iterator(path_)) {
-            if (kOnWindows) {  // which removes no read-only file
-                fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, failed);
-            }
+            fs::permissions(entry, fs::perms::owner_all, kAdd, failed);  // for Windows' sake
         }
         fs::remove_all(path_, failed);
     }
@@ -101,9 +98,7 @@ private:
 inline std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << path;
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
+    return (std::ostringstream() << file.rdbuf()).str();
 }
 
 /// The bits of the file's mode. Windows: the two that its read-only mark stands for.
@@ -135,16 +130,22 @@ inline bool Eventually(const std::function<bool()>& condition) {
     return rounds < 5000;
 }
 
-/// Runs the body in eight threads, each with its number, and waits for all of them.
-template <typename Body>
-void InThreads(Body body) {
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back(body, number);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+inline bool Ends(const kelProcess& process) {
+    return Eventually([&] { return !process.IsRunning(); });
+}
+
+/// Whether this process soon has no children, ended or not, for those that nobody holds are
+/// collected at the next start. Windows has no children to collect.
+inline bool AllCollected() {
+    return Eventually([] {
+        kelProcess next;
+        bool none = next.Start(ZUKEL_TEST_CHILD, false) == kOk && Ends(next);
+#ifndef _WIN32
+        siginfo_t child{};
+        none = none && waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) != 0;
+#endif
+        return none;
+    });
 }
 
 /// Like cases, written as a table: `text` holds the cells, `kColumns` for each case, parted by

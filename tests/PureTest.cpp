@@ -1,10 +1,12 @@
-// What is read of the machine, where the inner functions can be reached.
+// Inner functions of values alone: names, the texts that figures are read from, registers.
 
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <map>
 
+#include "environment/FileNameExpansion.h"
+#include "fuzz/Oracles.h"
 #include "platform/Machine.h"
 #include "platform/linux/LocaleName.h"
 #include "platform/linux/MemoryFigures.h"
@@ -12,44 +14,59 @@
 #include "system/ProcessorLeaves.h"
 #include "zubase/Utf16.h"
 
+using namespace zukel;
 using namespace zukel::platform;
 using zukel::test::Table;
 
 namespace {
 
+TEST(Names, GeneratedNames_AgreeWithTheOracles) {
+    const char* const given = std::getenv("ZUKEL_SEED");
+    const auto seed = given != nullptr ? std::strtoul(given, nullptr, 10) : std::random_device{}();
+    SCOPED_TRACE("ZUKEL_SEED=" + std::to_string(seed));
+    std::mt19937_64 random(seed);
+    EXPECT_EQ(JoinFileName({}), "") << "which nothing taken apart gives";
+    for (int count = 0; count < 20000; ++count) {
+        const std::string name = fuzz::HostileName(random);
+        ASSERT_EQ(fuzz::CheckCanonicalPath(name), "");
+        ASSERT_EQ(fuzz::CheckNameParts(name), "");
+        ASSERT_EQ(fuzz::CheckExpansion(name), "");
+        ASSERT_EQ(fuzz::CheckRelativeWay(name + '|' + fuzz::HostileName(random)), "");
+        std::string bytes(9, '\0');
+        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+        bytes[8 - random() % 2] = static_cast<char>(random() % 3 - 1);  // near enough to today
+        ASSERT_EQ(fuzz::CheckTimePattern(bytes + "%FT%T%z %a %b %c %G %I %j %V %%" + name), "");
+    }
+}
+
 /// Most registers are as they were read from real processors and published (InstLatx64).
 TEST(Machine, Processors_AnswerByTheirRegisters) {
-    struct Row {
-        char vendor[13];
-        std::uint32_t highest, ebx1, edx1, highestExtended, ecx80000001, ecx80000008;
-        int perPackage;
-        bool multiThreading;
+    // Highest leaf, EBX and EDX of leaf 1; highest extended leaf, ECX of the first and the eighth.
+    const std::tuple<const char*, std::array<std::uint32_t, 6>, int, bool> rows[] = {
+        {"GenuineIntel", {2, 0x00000004, 0x0383fbff, 0x80000004}, 1, false},  // Pentium III
+        {"GenuineIntel", {5, 0x00020800, 0xbfebfbff, 0x80000008}, 2, true},   // Pentium 4 3.20
+        {"GenuineIntel", {0x80000000, 0x00100800, ~0U, 0x80000008, 1}, 1, false},
+        {"GenuineIntel", {3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3}, 1, false},
+        {"GenuineIntel", {4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3}, 8, false},
+        {"AuthenticAMD", {13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f}, 64, false},
+        {"AuthenticAMD", {16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07}, 16, true},
+        {"AuthenticAMD", {16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07}, 2, true},
+        {"AuthenticAM", {22, 0x00100800, ~0U, 0x80000008, 3, 3}, 1, false},
     };
-    const Row rows[] = {
-        {"GenuineIntel", 2, 0x00000004, 0x0383fbff, 0x80000004, 0, 0, 1, false},  // Pentium III
-        {"GenuineIntel", 2, 0x0001080a, 0xbfebfbff, 0x80000004, 0, 0, 1, true},   // Celeron 2.00
-        {"GenuineIntel", 5, 0x00020800, 0xbfebfbff, 0x80000008, 0, 0, 2, true},   // Pentium 4 3.20
-        {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
-        {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
-        {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
-        {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
-        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
-        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
-        {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
-    };
-    for (const Row& row : rows) {
-        std::uint32_t vendor[3];
-        std::memcpy(vendor, row.vendor, sizeof vendor);
-        std::map<std::uint32_t, CpuRegisters> leaves = {
-            {0, {row.highest, vendor[0], vendor[2], vendor[1]}},
-            {1, {0, row.ebx1, 0, row.edx1}},
-            {0x80000000, {row.highestExtended, 0, 0, 0}},
-            {0x80000001, {0, 0, row.ecx80000001, 0}},
-            {0x80000008, {0, 0, row.ecx80000008, 0}}};
+    for (const auto& [vendor, words, perPackage, multiThreading] : rows) {
+        std::uint32_t name[3] = {};
+        std::memcpy(name, vendor, std::strlen(vendor));
+        std::map<std::uint32_t, CpuRegisters> leaves;
+        leaves[0] = {words[0], name[0], name[2], name[1]};
+        leaves[1] = {0, words[1], 0, words[2]};
+        leaves[0x80000000] = {words[3], 0, 0, 0};
+        leaves[0x80000001] = {0, 0, words[4], 0};
+        leaves[0x80000008] = {0, 0, words[5], 0};
         const auto read = [&](std::uint32_t leaf) { return leaves[leaf]; };
-        EXPECT_EQ(zukel::VendorText(leaves[0]), row.vendor);
-        EXPECT_EQ(zukel::LogicalProcessors(read), row.perPackage) << &row - rows;
-        EXPECT_EQ(zukel::HasMultiThreading(read), row.multiThreading) << &row - rows;
+        EXPECT_EQ(VendorText(leaves[0]), vendor);
+        EXPECT_TRUE(LogicalProcessors(read) == perPackage &&
+                    HasMultiThreading(read) == multiThreading)
+            << words[0];
     }
 }
 
@@ -96,24 +113,21 @@ TEST(MachineTexts, MalformedUtf8_IsReplacedAndNeverReadPastItsEnd) {
     };
     for (const auto& [text, expected] : rows) {
         const std::vector<char> bytes(text.begin(), text.end());  // exactly as large as it is
-        std::u16string units(zukel::Utf16Length(bytes.data(), bytes.size()), u' ');
-        zukel::ConvertToUtf16(bytes.data(), bytes.size(), units.data());
+        std::u16string units(Utf16Length(bytes.data(), bytes.size()), u' ');
+        ConvertToUtf16(bytes.data(), bytes.size(), units.data());
         EXPECT_EQ(units, expected) << testing::PrintToString(text);
     }
 }
 
 TEST(MachineTexts, LocaleNames) {
-    const auto cases = Table<3>(R"(
+    for (const auto& [name, characterSet, facts] : Table<3>(R"(
         sv_SE.UTF-8     UTF-8        sv|SE|65001|    tr_TR    ISO-8859-9      tr|TR|28599|
         ca_ES@valencia  ISO-8859-15  ca|ES|28605|    en_US    ANSI_X3.4-1968  en|US|20127|
-        ja_JP           EUC-JP       ja|JP|51932|    C.UTF-8  UTF-8           |||
-        fil_PH.UTF-8    UTF-8        |||             eo       UTF-8           |||
-        en_USA          UTF-8        |||             vi_VN    TCVN5712-1      |||
-        xx_XX           ISO-8859-17  |||             xx_XX    ISO-8859-       |||
-        xx_XX           ISO-8859-1x  |||             Sv_SE    UTF-8           |||
-        sV_SE           UTF-8        |||             sv-SE    UTF-8           |||
-        sv_sE           UTF-8        |||             sv_S{    UTF-8           |||)");
-    for (const auto& [name, characterSet, facts] : cases) {
+        ja_JP           EUC-JP       ja|JP|51932|    xx_XX    ISO-8859-17     |||
+        xx_XX  ISO-8859-   |||    xx_XX    ISO-8859-1x  |||    vi_VN  TCVN5712-1  |||
+        eo     UTF-8       |||    C.UTF-8  UTF-8        |||    fil_PH.UTF-8 UTF-8 |||
+        en_USA UTF-8       |||    Sv_SE    UTF-8        |||    sV_SE  UTF-8       |||
+        sv-SE  UTF-8       |||    sv_sE    UTF-8        |||    sv_S{  UTF-8       |||)")) {
         std::string told;
         for (const auto fact : {LocaleFact::Language, LocaleFact::Country, LocaleFact::CodePage}) {
             char buffer[16] = "";
@@ -128,14 +142,11 @@ TEST(MachineTexts, LocaleNames) {
 }
 
 TEST(Machine, Memory_IsNoMoreThanTheMachineHasAndTheLimitsLeave) {
-    const auto installed = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
-    EXPECT_LE(kelSystem::TotalPhysicalMemory(), static_cast<unsigned long long>(installed) >> 10U);
-    rlimit former{};
-    getrlimit(RLIMIT_AS, &former);
-    const rlimit limit{rlim_t{1} << 45U, former.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+    const auto installed = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE) >> 10;
+    EXPECT_LE(kelSystem::TotalPhysicalMemory(), static_cast<unsigned long long>(installed));
+    const rlimit limit{rlim_t{1} << 45U, RLIM_INFINITY};
+    EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 35U);
-    setrlimit(RLIMIT_AS, &former);
 }
 
 }  // namespace
