@@ -38,8 +38,8 @@ TEST(kelLibrary, NamesAreExpanded) {
     library.SetEnvironmentVariable("ZUKEL_TWICE", "$ZUKEL_V/$PLATFORM");
     library.SetEnvironmentVariable("PLATFORMS", "all");
     for (const auto& [name, expanded] : Table<2>(R"(
-             a/$ZUKEL_V\b  a/c\d/b   $ZUKEL_TWICE    $ZUKEL_V/$PLATFORM   $PLATFORMS   all
-             ~bob/x        ~bob/x    $ZUKEL_UNSET/b  $ZUKEL_UNSET/b       a$ZUKEL_V/b  a$ZUKEL_V/b)")) {
+             a/$ZUKEL_V\b  a/c\d/b  $ZUKEL_TWICE    $ZUKEL_V/$PLATFORM  $PLATFORMS   all
+             ~bob/x        ~bob/x   $ZUKEL_UNSET/b  $ZUKEL_UNSET/b  a$ZUKEL_V/b  a$ZUKEL_V/b)")) {
         EXPECT_EQ(Library::GetAbsoluteFileName(name), expanded) << name;
     }
     const bool native = ZUKEL_PLATFORM_TEXTS == std::string("native");
@@ -82,8 +82,8 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
 
 TEST(kelDirectory, CurrentDirectoryAbsoluteAndRelativePaths) {
     for (const auto& [path, result] : Table<2>(R"(
-             _    _     /       /         ab:c           /ab:c           .                /
-             a/b  /a/b  C:\a\b  C:/\a\b   \\srv\share  /\\srv\share     //srv/share/x/..  //srv/share)")) {
+             _    _     /       /        ab:c        /ab:c        .                /
+             a/b  /a/b  C:\a\b C:/\a\b  \\srv\share /\\srv\share //srv/share/x/..  //srv/share)")) {
         EXPECT_EQ(kelDirectory::GetAbsolutePath(path), result) << path;
     }
     for (const std::string name : {"a", "", "/a", "\\a", "a:b"}) {

@@ -35,8 +35,7 @@ TEST(kelDirectory, StateTable_WalkedInFull) {
         EXPECT_EQ(object->Open(one.Path()), kOk);
         EXPECT_EQ(object->Open(one / "missing"), kOk) << "the open one stays";
         EXPECT_EQ(Listed(*object), names);
-        EXPECT_EQ(object->ReadNext(name), kelStatusReadFailed) << "a listing goes to the end";
-        EXPECT_EQ(name, "as it was");
+        EXPECT_TRUE(object->ReadNext(name) == kelStatusReadFailed && name == "as it was") << "end";
         Names all;
         for (int s = object->ReadFirst(name); s == kOk; s = object->ReadNext(name)) {
             all.insert(name);

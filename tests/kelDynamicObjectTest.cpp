@@ -16,7 +16,7 @@ TEST(kelDynamicObject, States_FollowTheTable) {
     const std::string text = directory.Write("text.dll", "not a module");
     kelDynamicObject object;
     for (const std::string& name : {directory / "missing", text, directory.Path(), std::string()}) {
-        EXPECT_TRUE(object.UnloadLibrary() == kOk && Answer(object, "getpid") == -1) << "all of it";
+        EXPECT_TRUE(object.UnloadLibrary() == kOk && Answer(object, "getpid") == -1) << "no module";
         EXPECT_TRUE(object.LoadLibrary(kFirst) == kOk && object.GetLibraryName() == kFirst);
         EXPECT_TRUE(Answer(object) == 1 && Answer(object, "no such symbol") == -1);
         EXPECT_EQ(object.LoadLibrary(name), kFailed) << name;

@@ -167,7 +167,7 @@ TEST(Threads, ObjectsInAllOfThem_StartAndStopTheRuntimeSafely) {
                      !kelDirectory::GetFileNames(directory.Path()).empty();
             kelLibrary().GetLocale();
             (number % 2 == 0 ? counter : alias).Increment();
-            right &= round % 10 != 0 || kelProcess().Start(ZUKEL_TEST_CHILD, number < 4) == kOk;
+            right &= round % 50 != 0 || kelProcess().Start(ZUKEL_TEST_CHILD, number < 4) == kOk;
         }
         EXPECT_TRUE(right);
     };

@@ -34,6 +34,7 @@ TEST(kelProcess, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
         {alien, "", ENOEXEC}};
     kelProcess process;
     for (const auto& [command, where, error] : cases) {
+        EXPECT_EQ(process.Start(kChild, false), kOk) << "which the object then forgets";
         EXPECT_EQ(process.Start(command, {}, where, false), kFailed);
         ExpectIdle(process, error);
     }
