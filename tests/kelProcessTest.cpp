@@ -31,7 +31,7 @@ TEST(kelProcess, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
         {kChild, text, ENOTDIR},
         {text, "", EACCES},
         {directory.Path(), "", EACCES},
-        {alien, "", ENOEXEC}};
+        {"./alien", directory.Path(), ENOEXEC}};
     kelProcess process;
     for (const auto& [command, where, error] : cases) {
         EXPECT_EQ(process.Start(kChild, false), kOk) << "which the object then forgets";
