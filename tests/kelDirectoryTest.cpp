@@ -16,7 +16,7 @@ Names Listed(kelDirectory& directory) {
 TEST(kelDirectory, StateTable_WalkedInFull) {
     const TemporaryDirectory one;
     Names names = kOnWindows ? Names{kOddName, "a b", ".hidden", "..x"}
-                             : Names{kOddName, "a b", "new\nline", " ", "...", "\\", "C:"};
+                             : Names{kOddName, "a b", "new\nline", " ", "..x", "...", "\\", "C:"};
     for (int number = 0; number < 400; ++number) {  // more than one call of the system gives
         names.insert(std::string(150, 'x') + std::to_string(number));
     }

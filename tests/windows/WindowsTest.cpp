@@ -70,9 +70,9 @@ TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     std::replace(home.begin(), home.end(), '\\', '/');
     EXPECT_TRUE(library.GetCurrentUserName(name) == kOk && name == std::getenv("USERNAME"));
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), home + "/x");
+    EXPECT_TRUE(fs::is_directory(library.GetTempDir()));
     const zuString locale = library.GetLocale();
     EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
-    EXPECT_TRUE(fs::is_directory(library.GetTempDir()));
 }
 
 TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
