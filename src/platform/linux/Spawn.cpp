@@ -9,12 +9,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/Repetition.h"
 #include "platform/linux/SystemCall.h"
 
 namespace zukel::platform {
@@ -150,14 +150,7 @@ bool CanBeScript(const char* directory, const std::string& name) {
 /// becomes its own program.
 template <typename Start>
 int WhileBusy(Start start) noexcept {
-    constexpr long kFirstPause = 1'000'000;  // in nanoseconds
-    int error = start();
-    for (long pause = kFirstPause; error == ETXTBSY && pause <= 64 * kFirstPause; pause *= 2) {
-        const timespec time{0, pause};
-        nanosleep(&time, nullptr);
-        error = start();
-    }
-    return error;
+    return Repeated(7, start, [](int error) { return error == ETXTBSY; });
 }
 
 /// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
