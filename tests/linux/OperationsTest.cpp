@@ -2,6 +2,7 @@
 // stack, and cancelled.
 
 #include <dlfcn.h>
+#include <grp.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -208,6 +209,16 @@ TEST(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
             EXPECT_EQ(file.IsWritable(), writable) << error;
         }
     }
+    const auto exitIfReadable = [&](uid_t real, uid_t effective, mode_t mode) {
+        const gid_t group = 4242;
+        bool done = chown(name.c_str(), 0, group) == 0 && chmod(name.c_str(), mode) == 0;
+        done = done && setgroups(1, &group) == 0 && setresuid(real, effective, 0) == 0;
+        const Guard refused = AtCall("faccessat", [] { return EPERM; });
+        _exit(done && UnderFaults([&] { return file.IsReadable(); }) ? 0 : 1);
+    };
+    const auto readable = testing::ExitedWithCode(0);
+    EXPECT_EXIT(exitIfReadable(kNobody, 0, 0), readable, "") << "root by a set-ID bit";
+    EXPECT_EXIT(exitIfReadable(0, kNobody, 040), readable, "") << "of a further group";
 }
 
 }  // namespace

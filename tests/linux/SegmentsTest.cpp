@@ -132,6 +132,13 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
         EXPECT_EQ(Memory().Remove(name), kFailed) << "there is none";
     }
     EXPECT_TRUE(fs::exists(whole));
+    {
+        Memory owner;
+        const Guard missing = AtCall("open", [] { return ENOENT; });
+        EXPECT_EQ(owner.Create(100, name), kOk);
+        EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+        EXPECT_EQ(Attach(), kOk) << "made when there was none to be removed";
+    }
     for (const uid_t owner : {geteuid(), kNobody}) {
         SCOPED_TRACE(owner);
         fs::copy(whole, path);
@@ -213,6 +220,40 @@ TEST_F(Segments, WhoseNameAnotherRemovesAtTheSameTime_LeaveANewOneAlone) {
     }
 }
 
+TEST_F(Segments, AreNotHeldByACopyThatAForkMadeDuringARemoval) {
+    Memory owner;
+    ASSERT_EQ(owner.Create(100, name), kOk);
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    pid_t child = -1;
+    {
+        const Guard forks = AtCall("unlink", [&] {
+            child = fork();
+            if (child == 0) {
+                close(ends[1]);
+                char byte = 0;
+                _exit(static_cast<int>(read(ends[0], &byte, 1)));  // until the parent lets it end
+            }
+            return EPERM;
+        });
+        EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+    }
+    EXPECT_EQ(Memory().Remove(name), kOk);
+    close(ends[1]), close(ends[0]);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+TEST_F(Segments, LargerThanTheMemory_AreNotEvenTried) {
+    for (const char* call : {"mmap", "posix_fallocate"}) {
+        int calls = 0;
+        const Guard counted = AtCall(call, [&] { return ++calls, 0; });
+        for (const unsigned long long size : {1ULL << 41U, ~0ULL >> 1U, ~0ULL - 8, ~0ULL}) {
+            EXPECT_EQ(UnderFaults([&] { return Memory().Create(size, name); }), kFailed) << size;
+        }
+        EXPECT_EQ(calls, 0) << call << " was made";
+    }
+}
+
 TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     const auto inChild = [](const std::function<void()>& work) {
         const pid_t child = fork();
@@ -238,14 +279,15 @@ TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     EXPECT_EQ(Attach(), kFailed) << "made by the copy itself";
 }
 
-TEST_F(Segments, WithANulInTheirNames_AreNone) {
-    const std::string odd(name + '\0' + "b");
+TEST_F(Segments, WithoutAName_AreNone) {
     Memory owner;
     ASSERT_EQ(owner.Create(100, name), kOk);
-    EXPECT_EQ(Memory().Attach(odd), kFailed);
-    EXPECT_EQ(Memory().Remove(odd), kFailed);
+    for (const std::string& none : {std::string(), std::string(1, '\0'), name + '\0' + "b"}) {
+        EXPECT_EQ(Memory().Create(100, none), kFailed) << none.size();
+        EXPECT_EQ(Memory().Attach(none), kFailed) << none.size();
+        EXPECT_EQ(Memory().Remove(none), kFailed) << none.size();
+    }
     EXPECT_EQ(owner.Destroy(), kOk);
-    EXPECT_EQ(Memory().Create(100, odd), kFailed);
 }
 
 }  // namespace
