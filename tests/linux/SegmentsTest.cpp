@@ -146,11 +146,20 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
             continue;
         }
         const int locked = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        EXPECT_EQ(flock(locked, LOCK_EX), 0) << "as one does that removes the name, and stops";
+        EXPECT_EQ(flock(locked, LOCK_EX), 0) << "as one does that stops in a removal";
         EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kOk : kFailed);
         EXPECT_EQ(fs::exists(path), owner != kNobody);
         close(locked);
+        int copy = -1;  // of the descriptor, as a fork makes it
+        {
+            const Guard copied = AtCall("unlink", [&] {
+                copy = dup(0);
+                return dup2(copy - 1, copy), EPERM;
+            });
+            EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+        }
         EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kFailed : kOk);
+        close(copy);
     }
 }
 
@@ -168,79 +177,43 @@ const End kEnds[] = {
     {"an attached one's Destroy", false, [](Memory& it, auto&) { return it.Destroy(); }},
 };
 
-TEST_F(Segments, WhoseNameIsAnothersByNow_LeaveItAlone) {
-    for (const End& end : kEnds) {
-        SCOPED_TRACE(end.what);
-        Memory owner, attached, next;
-        ASSERT_EQ(owner.Create(100, name), kOk);
-        ASSERT_EQ(attached.Attach(name), kOk);
-        ASSERT_EQ(Memory().Remove(name), kOk);
-        ASSERT_EQ(next.Create(50, name), kOk);
-        end.call(end.owner ? owner : attached, name);
-        EXPECT_EQ(Attach(), kOk) << "the new segment has lost its name";
-    }
-}
-
-TEST_F(Segments, WhoseNameAnotherRemovesAtTheSameTime_LeaveANewOneAlone) {
+TEST_F(Segments, WhoseNameAnotherRemoves_LeaveANewOneUnderItAlone) {
     std::vector<End> ends(std::begin(kEnds), std::end(kEnds));
     ends.push_back({"Remove", false, [](Memory& it, auto& its) { return it.Remove(its); }});
-    ends.push_back({"a Create without room", false, [](Memory&, auto& its) {
-                        Memory().Remove(its);
+    ends.push_back({"a Create without room", true, [](Memory& it, auto& its) {
+                        it.Destroy();
                         return Memory().Create(100, its);
                     }});
     for (const End& end : ends) {
-        SCOPED_TRACE(end.what);
-        Memory owner, attached, next;
-        ASSERT_EQ(owner.Create(100, name), kOk);
-        ASSERT_EQ(attached.Attach(name), kOk);
-        const bool creates = end.what == ends.back().what;
-        std::thread rival;
-        std::atomic<bool> ready{false};
-        int unlinks = creates ? -1 : 0;
-        {
-            const Guard removed = AtCall(creates ? "posix_fallocate" : "unlink", [&] {
-                if (++unlinks <= 1 && !rival.joinable()) {
-                    rival = std::thread([&] {
-                        Memory().Remove(name);
-                        ready = next.Create(50, name) == kOk;
-                    });
-                    // Without a lock it is done by then.
-                    for (int wait = 0; wait < 50 && !ready; ++wait) {
-                        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        for (const std::string before : {"open", "unlink", "posix_fallocate"}) {
+            SCOPED_TRACE(end.what + (", before " + before));
+            Memory owner, attached, next;
+            ASSERT_EQ(owner.Create(100, name), kOk);
+            ASSERT_EQ(attached.Attach(name), kOk);
+            std::thread rival;
+            std::atomic<bool> created{false};
+            {
+                const Guard during = AtCall(before.c_str(), [&] {
+                    if (!rival.joinable()) {
+                        rival = std::thread([&] {
+                            Memory().Remove(name);
+                            created = next.Create(50, name) == kOk;
+                        });
+                        for (int wait = 0; wait < 50 && !created; ++wait) {  // for a lock, in vain
+                            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                        }
                     }
-                }
-                return creates ? ENOSPC : 0;
-            });
-            UnderFaults([&] { return end.call(end.owner ? owner : attached, name); });
-        }
-        ASSERT_TRUE(rival.joinable());
-        rival.join();
-        EXPECT_TRUE(ready);
-        EXPECT_EQ(Attach(), kOk) << "the new segment has lost its name";
-    }
-}
-
-TEST_F(Segments, AreNotHeldByACopyThatAForkMadeDuringARemoval) {
-    Memory owner;
-    ASSERT_EQ(owner.Create(100, name), kOk);
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    pid_t child = -1;
-    {
-        const Guard forks = AtCall("unlink", [&] {
-            child = fork();
-            if (child == 0) {
-                close(ends[1]);
-                char byte = 0;
-                _exit(static_cast<int>(read(ends[0], &byte, 1)));  // until the parent lets it end
+                    return before == "posix_fallocate" ? ENOSPC : 0;
+                });
+                UnderFaults([&] { return end.call(end.owner ? owner : attached, name); });
             }
-            return EPERM;
-        });
-        EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+            if (rival.joinable()) {
+                rival.join();
+                const bool takesAny = end.what == std::string("Remove") && before == "open";
+                EXPECT_EQ(Attach(), takesAny ? kFailed : kOk);
+            }
+        }
     }
-    EXPECT_EQ(Memory().Remove(name), kOk);
-    close(ends[1]), close(ends[0]);
-    EXPECT_EQ(waitpid(child, nullptr, 0), child);
 }
 
 TEST_F(Segments, LargerThanTheMemory_AreNotEvenTried) {
