@@ -64,6 +64,7 @@ TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
         if (status == kOk) {
             EXPECT_EQ(ModeOf(PathOf(other)), 0600U);
         }
+        EXPECT_EQ(Memory().Remove(name), status) << "a failure leaves no name";
     }
 }
 
