@@ -228,7 +228,8 @@ TEST(Operations, FiguresAreThoseOfTheSystem) {
     EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 32U);
     const auto pages = std::stoull(ReadWhole("/proc/self/statm"));
-    EXPECT_NEAR(double(kelSystem::UsedVirtualMemory()), double(pages * getpagesize() / 1024), 1e3);
+    const auto page = static_cast<unsigned>(getpagesize());
+    EXPECT_NEAR(double(kelSystem::UsedVirtualMemory()), double(pages * page / 1024), 1e3);
 #endif
 }
 

@@ -134,7 +134,8 @@ TEST(Processes, OfProgramsThatAreStillWritten_StartAsSoonAsTheyCan) {
                 return busy && starts < last ? ETXTBSY : 0;
             });
             kelProcess process;
-            const int status = UnderFaults([&] { return process.Start(name, false); });
+            const int status =
+                UnderFaults([&, &name = name] { return process.Start(name, false); });
             EXPECT_EQ(status, last < 1000 ? kOk : kFailed) << process.GetLastError();
             EXPECT_EQ(process.GetLastError(), last < 1000 ? "" : std::strerror(ETXTBSY));
             EXPECT_LT(starts, 20);
