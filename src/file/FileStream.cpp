@@ -43,18 +43,17 @@ apr_status_t FileStream::NeedBuffer() noexcept {
 
 /// Reads once, past the buffer.
 apr_status_t FileStream::ReadPast(void* target, std::size_t& size) noexcept {
+    if (size == 0) {
+        return APR_SUCCESS;
+    }
     size = std::min(size, kMostAtOnce);
-    const bool wanted = size > 0;
     const apr_status_t status = platform::ReadBytes(file_, target, size);
     if (status != APR_SUCCESS) {
         return status;
     }
     position_ += position_ == kUnknown ? 0 : static_cast<long long>(size);
-    if (wanted && size == 0) {
-        metEnd_ = true;
-        return APR_EOF;
-    }
-    return APR_SUCCESS;
+    metEnd_ = metEnd_ || size == 0;
+    return size == 0 ? APR_EOF : APR_SUCCESS;
 }
 
 /// Writes once, past the buffer.
@@ -219,11 +218,12 @@ apr_status_t FileStream::Write(const void* source, std::size_t& size, Unit unit)
 
 apr_status_t FileStream::WriteWhole(const char* source, std::size_t size) noexcept {
     apr_status_t status = APR_SUCCESS;
-    for (std::size_t piece = 0; size > 0 && status == APR_SUCCESS; size -= piece) {
-        piece = size;
+    do {  // once for nothing too, which a file that cannot be written refuses
+        std::size_t piece = size;
         status = Write(source, piece, Unit::Whole);
         source += piece;
-    }
+        size -= piece;
+    } while (size > 0 && status == APR_SUCCESS);
     return status;
 }
 
@@ -269,6 +269,9 @@ apr_status_t FileStream::Seek(platform::Origin from, long long offset) noexcept 
 }
 
 apr_status_t FileStream::Close() noexcept {
+    if (!IsOpen()) {
+        return APR_SUCCESS;
+    }
     const apr_status_t flushed = Flush();
     const apr_status_t closed = platform::CloseFile(file_);
     if (removed_) {

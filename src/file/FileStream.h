@@ -32,11 +32,6 @@ public:
     static constexpr std::size_t kBufferSize = 4096;
 
     FileStream() noexcept = default;
-    /// @param mode the `APR_FOPEN_` flags that the file was opened with.
-    /// @param removed the name to remove when the file has been closed, or null; see
-    /// `platform::RemoveClosed`.
-    FileStream(platform::FileHandle file, int mode, std::unique_ptr<zuString> removed) noexcept
-        : file_(std::move(file)), mode_(mode), removed_(std::move(removed)) {}
     FileStream(FileStream&& other) noexcept { Swap(other); }
     FileStream& operator=(FileStream&& other) noexcept {
         Swap(other);
@@ -44,6 +39,17 @@ public:
     }
     /// Closes an open file, dropping the result.
     ~FileStream() { Close(); }
+
+    /// Takes over a file that has just been opened. None must be open.
+    ///
+    /// @param mode the `APR_FOPEN_` flags that it was opened with.
+    /// @param removed the name to remove when the file has been closed, or null; see
+    /// `platform::RemoveClosed`.
+    void Begin(platform::FileHandle file, int mode, std::unique_ptr<zuString> removed) noexcept {
+        file_ = std::move(file);
+        mode_ = mode;
+        removed_ = std::move(removed);
+    }
 
     bool IsOpen() const noexcept { return static_cast<bool>(file_); }
     int Mode() const noexcept { return mode_; }

@@ -96,7 +96,7 @@ int kelFile::Open(const zuString& name, int mode) {
     record_->status =
         platform::OpenFileByName(shortened ? shortName.c_str() : kept.c_str(), mode, file);
     if (record_->status == APR_SUCCESS) {
-        record_->stream = zukel::FileStream(std::move(file), mode, std::move(removed));
+        record_->stream.Begin(std::move(file), mode, std::move(removed));
         record_->name = std::move(kept);
     }
     return MapOpenStatus(record_->status);
@@ -142,6 +142,6 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     }
     name.assign(*absolute, absolute->size() - length, length);
     record_->name = std::move(name);
-    record_->stream = zukel::FileStream(std::move(file), kTemporaryMode, std::move(absolute));
+    record_->stream.Begin(std::move(file), kTemporaryMode, std::move(absolute));
     return kelStatusOk;
 }

@@ -20,11 +20,13 @@ struct kelFileRecord : zukel::SharedRecord {
     /// done with the record, unless the file was opened without clean-up. Throws `std::bad_alloc`
     /// with nothing changed.
     void Reset() {
-        if (stream.IsOpen() && (stream.Mode() & APR_FOPEN_NOCLEANUP) == 0) {
-            forgotten.emplace_front();
-            forgotten.front() = std::move(stream);
+        if (stream.IsOpen()) {
+            if ((stream.Mode() & APR_FOPEN_NOCLEANUP) == 0) {
+                forgotten.emplace_front();
+                forgotten.front() = std::move(stream);
+            }
+            stream.Abandon();
         }
-        stream.Abandon();
         name.clear();
         status = 0;
     }
