@@ -21,11 +21,15 @@ die() {
     exit 1
 }
 
+# Whether somebody is there to be asked for a password.
+terminal=
+[[ ! -t 0 ]] || terminal=yes
+
 # Runs a command as root: at once, or through sudo. Without a terminal sudo must not ask.
 as_root() {
     if [[ $EUID -eq 0 ]]; then
         "$@"
-    elif [[ -t 0 ]]; then
+    elif [[ -n $terminal ]]; then
         sudo "$@"
     else
         sudo -n "$@"
@@ -35,14 +39,34 @@ as_root() {
 may_become_root() {
     [[ $EUID -eq 0 ]] && return
     command -v sudo >/dev/null || return 1
-    [[ -t 0 ]] || sudo -n true 2>/dev/null
+    [[ -n $terminal ]] || sudo -n true 2>/dev/null
+}
+
+# How long another apt is waited for, in seconds.
+apt_patience=900
+
+# apt ARGUMENT...: apt-get as root, which shows nothing but what failed. It waits while another one holds a
+# lock: for the locks of dpkg by its own option, which passes over those of the package lists and of the
+# archives (apt 2.6: both fail at once).
+apt() {
+    local output end=$((SECONDS + apt_patience)) waiting=
+    until output=$(as_root env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq \
+        -o DPkg::Lock::Timeout="$apt_patience" "$@" 2>&1 >/dev/null </dev/null); do
+        if [[ $output != *'Could not get lock'* || $SECONDS -ge $end ]]; then
+            printf '%s\n' "$output"
+            return 1
+        fi
+        [[ -n $waiting ]] || say "Another apt is at work: waiting for it" >&2
+        waiting=yes
+        sleep 1
+    done
 }
 
 # Installs those of the named Debian packages that are missing. Touches nothing when none is.
 need_packages() {
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
         die "this is not a Debian system. Install what README.md names, then build by hand."
-    local package state missing=()
+    local package state missing=() output
     for package in "$@"; do
         state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=none
         [[ $state == installed ]] || missing+=("$package")
@@ -53,10 +77,11 @@ need_packages() {
     say "Installing missing packages: ${missing[*]}"
     # Stale or absent package lists are the common reason for a failed installation. When they
     # cannot be refreshed, the installation itself says whether that matters.
-    as_root apt-get -qq update || true
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends \
-        install "${missing[@]}" </dev/null >/dev/null ||
+    apt update >/dev/null || true
+    output=$(apt -y --no-install-recommends install "${missing[@]}") || {
+        printf '%s\n' "$output" >&2
         die "the installation failed. By hand: apt-get install ${missing[*]}"
+    }
 }
 
 # configure FOLDER [OPTION...]: configures the build folder below build/, with ccache where there is one.
