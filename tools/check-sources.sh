@@ -20,7 +20,8 @@ portable_files() {
 
 # may_include FILE HEADER: what portable code may include. HEADER has its brackets or quotes.
 may_include() {
-    local file=$1 name=${2:1:-1}
+    local file=$1 name=${2#?}
+    name=${name%?}
     case $2 in
         \<apr_portable.h\>) return 1 ;; # handles of the system
         \<apr_*.h\>) [[ $file == src/* ]] ;;
@@ -31,24 +32,37 @@ may_include() {
     esac
 }
 
+# directives FILE...: the preprocessor directives of files of the project, FILE:DIRECTIVE each: spliced
+# lines are joined, comments are gone, and a `#` stands for its other spelling.
+directives() {
+    local file
+    for file in "$@"; do
+        sed -E ':join; /\\[[:space:]]*$/ { N; s/\\[[:space:]]*\n//; b join }' "$root/$file" |
+            g++ -fpreprocessed -dD -E -P -w -x c++ - |
+            sed -nE "s|^[[:space:]]*(#\|%:)[[:space:]]*|$file:#|p"
+    done
+}
+
 step_includes() {
-    local file line header bad=0 lines=0
-    while IFS=: read -r file line header; do
+    local file directive files header bad=0 lines=0
+    mapfile -t files < <(portable_files)
+    while IFS=: read -r file directive; do
+        [[ $directive == '#'@(include|import)* ]] || continue
         lines=$((lines + 1))
-        header=$(sed -E 's/^[[:space:]]*(#|%:)[[:space:]]*[a-z_]+[[:space:]]*//; s/[[:space:]]*(\/\/.*)?$//' <<<"$header")
+        header=$(sed -E 's/^#[a-z_]+[[:space:]]*//; s/[[:space:]]*$//' <<<"$directive")
         if ! may_include "$file" "$header"; then
-            say "$file:$line: portable code does not include $header"
+            say "$file: portable code does not include $header"
             bad=1
         fi
-    done < <(cd "$root" && portable_files | xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(include|import)')
-    [[ $lines -gt 0 ]] || die "no include directive found"
+    done < <(directives "${files[@]}")
+    [[ $lines -gt ${#files[@]} ]] || die "only $lines include directives found"
     return $bad
 }
 
 step_conditionals() {
-    cd "$root"
-    ! portable_files | grep -vx 'include/kelExport.h' |
-        xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(if|elif|else|endif)'
+    local files
+    mapfile -t files < <(portable_files | grep -vx 'include/kelExport.h')
+    ! directives "${files[@]}" | grep -E ':#(if|elif|else|endif)'
 }
 
 # Documents name only files and folders that exist, and nothing names a place on the machine where
