@@ -80,12 +80,12 @@ step_words() {
                 bad=1
             fi
         done < <(
-            grep -oE '`(\./)?(benchmarks|cmake|docs|examples|include|packaging|src|tests|tools|\.ci)/[^` *]*' "$document" | tr -d '`'
+            grep -oE '`(\./)?(benchmarks|cmake|docs|examples|fuzz|include|packaging|src|tests|tools|\.ci)/[^` *]*' "$document" | tr -d '`'
             grep -oE '\]\([^)#:]+' "$document" | cut -c3-
         )
     done
-    if grep -nHE '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9]' "${documents[@]}" \
-        $(printf '%s\n' "${texts[@]}" | grep -E '^\./(tools|cmake|packaging|\.ci|CMake|\.clang)|CMakeLists.txt$'); then
+    if grep -nHIE -e '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9._]' -e '[A-Za-z]:[\/]+Users[\/]' \
+        "${texts[@]}"; then
         say "the lines above name a place on somebody's machine"
         bad=1
     fi
