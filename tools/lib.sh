@@ -103,6 +103,6 @@ build() {
 
 # Every header and source of the project, each name ended by a NUL.
 code_files() {
-    find "$root"/{include,src,tests,examples,benchmarks} -type f \
+    find "$root" -mindepth 1 \( -name build -o -name '.?*' \) -prune -o -type f \
         \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
 }
