@@ -101,6 +101,37 @@ build() {
     cmake --build "$root/build/$folder" ${1:+--target "$@"}
 }
 
+# run_ctest FOLDER [OPTION...]: runs the tests of a build folder.
+run_ctest() {
+    local folder=$root/build/$1
+    shift
+    rm -f "$folder/tests.xml"
+    ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error \
+        --output-junit "$folder/tests.xml" "$@"
+}
+
+# skipped_tests FOLDER: those that its last run has skipped, with the reason that each gave, a line each.
+skipped_tests() {
+    local results=$root/build/$1/tests.xml
+    [[ -f $results ]] || return 0
+    awk '
+        function plain(text) {
+            gsub(/&lt;/, "<", text); gsub(/&gt;/, ">", text); gsub(/&quot;/, "\"", text); gsub(/&amp;/, "\\&", text)
+            return text
+        }
+        /<testcase name="/ {
+            split($0, parts, "\"")
+            name = parts[2]
+            reason = skipped = reading = ""
+        }
+        /<skipped/ { skipped = 1 }
+        /^\[  SKIPPED \]/ { reading = "" }
+        reading { reason = reason (reason == "" ? "" : " ") $0 }
+        /: Skipped$/ { reading = 1 }
+        /SKIPPED: / { sub(/.*SKIPPED: /, ""); reason = reason (reason == "" ? "" : "; ") $0 }
+        /<\/testcase>/ && skipped { print plain(name ": " (reason ~ /[^ ]/ ? reason : "no reason given")) }' "$results"
+}
+
 # Every header and source of the project, each name ended by a NUL.
 code_files() {
     find "$root" -mindepth 1 \( -name build -o -name '.?*' \) -prune -o -type f \
