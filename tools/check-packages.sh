@@ -12,12 +12,12 @@ abi_options=(--drop-private-types --exported-interfaces-only --no-corpus-path)
 # folders: they tell a private type from a public one.
 write_abi() {
     abidw "${abi_options[@]}" --headers-dir "$root/include" --no-comp-dir-path --short-locs --no-elf-needed \
-        --no-parameter-names --type-id-style hash "$root/build/test/lib/libzukel.so"
+        --no-parameter-names --type-id-style hash "$builds/test/lib/libzukel.so"
 }
 
 compare_abi() {
     abidiff "${abi_options[@]}" --headers-dir2 "$root/include" --no-show-locs "$@" "$(abi_file)" \
-        "$root/build/test/lib/libzukel.so"
+        "$builds/test/lib/libzukel.so"
 }
 
 constants_file() {
@@ -80,7 +80,7 @@ step_abi() {
     xmllint --noout "$(abi_file)" # abidiff passes over what it cannot read
     local before now told status=0
     before=$(sed -n "s/^<abi-corpus .* soname='\([^']*\)'.*/\1/p" "$(abi_file)")
-    now=$(readelf -d "$root/build/test/lib/libzukel.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+    now=$(readelf -d "$builds/test/lib/libzukel.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
     [[ -n $before && -n $now ]] || die "no soname: '$before' in the baseline, '$now' in the library"
     if [[ $before != "$now" ]]; then
         tell "the soname has moved from $before to $now: tools/check --update-abi holds the new one"
@@ -102,7 +102,7 @@ step_abi() {
 use_installed() {
     local place=$1 way=$2
     shift 2
-    cmake -D PLACE="$place" -D WAY="$way" -D WORK="$root/build/check-use/$way" -D COMPILER="$(command -v g++)" \
+    cmake -D PLACE="$place" -D WAY="$way" -D WORK="$builds/check-use/$way" -D COMPILER="$(command -v g++)" \
         -D GENERATOR=Ninja -D READELF="$(command -v readelf)" -D PKG_CONFIG="$(command -v pkg-config)" "$@" \
         -P "$root/tests/install/Use.cmake"
 }
@@ -112,9 +112,9 @@ step_archive() {
     configure check-archive -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=OFF -DZUKEL_TESTS=OFF \
         -DZUKEL_WARNINGS_AS_ERRORS=ON
     build check-archive all -- --quiet
-    local place=$root/build/check-archive/placed
+    local place=$builds/check-archive/placed
     rm -rf "$place"
-    cmake --install "$root/build/check-archive" --prefix "$place" >/dev/null
+    cmake --install "$builds/check-archive" --prefix "$place" >/dev/null
     use_installed "$place" package-archive
     use_installed "$place" module-static
 }
@@ -122,11 +122,11 @@ step_archive() {
 # As dpkg installs them on this machine: it must have what the packages depend on. No script runs.
 step_package() {
     "$root/tools/package"
-    local packages=("$root"/build/packages/*.deb)
+    local packages=("$builds"/packages/*.deb)
     # The tag asks for a report that closes with the first upload to Debian.
     lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error,warning "${packages[@]}"
 
-    local place=$root/build/check-package
+    local place=$builds/check-package
     rm -rf "$place"
     mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
     cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"

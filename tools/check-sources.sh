@@ -70,8 +70,8 @@ step_conditionals() {
 step_words() {
     cd "$root"
     local document name bad=0 documents texts
-    mapfile -t documents < <(find . -name '*.md' -not -path './build/*' | sort)
-    mapfile -t texts < <(find . \( -path ./build -o -path ./.git \) -prune -o -type f -print | sort)
+    mapfile -t texts < <(find . \( -path ./build -o -path ./.git -o -path "./${builds#"$root/"}" \) -prune -o -type f -print | sort)
+    mapfile -t documents < <(printf '%s\n' "${texts[@]}" | grep '\.md$')
     for document in "${documents[@]}"; do
         # In backticks: what begins with a top folder of the project. In brackets: targets of links.
         while read -r name; do

@@ -5,6 +5,11 @@
 
 set -euo pipefail
 
+# All that is made goes below this folder.
+builds=${ZUKEL_BUILD:-$root/build}
+[[ $builds == /* ]] || builds=$PWD/$builds
+export builds
+
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 test_packages=(libgtest-dev libgmock-dev locales strace)
 check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
@@ -84,12 +89,19 @@ need_packages() {
     }
 }
 
-# configure FOLDER [OPTION...]: configures the build folder below build/, with ccache where there is one.
+# make_builds: the folder for all that is made.
+make_builds() {
+    mkdir -p "$builds" 2>/dev/null && [[ -w $builds ]] ||
+        die "$builds cannot be written. Name a folder of your own: ZUKEL_BUILD=FOLDER $0"
+}
+
+# configure FOLDER [OPTION...]: configures the folder below that of the builds, with ccache where there is one.
 configure() {
     local folder=$1 launcher=
     shift
+    make_builds
     launcher=$(command -v ccache) || launcher=
-    cmake -S "$root" -B "$root/build/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
+    cmake -S "$root" -B "$builds/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
         --log-level=WARNING "$@" >/dev/null
 }
 
@@ -98,12 +110,12 @@ configure() {
 build() {
     local folder=$1
     shift
-    cmake --build "$root/build/$folder" ${1:+--target "$@"}
+    cmake --build "$builds/$folder" ${1:+--target "$@"}
 }
 
 # run_ctest FOLDER [OPTION...]: runs the tests of a build folder.
 run_ctest() {
-    local folder=$root/build/$1
+    local folder=$builds/$1
     shift
     rm -f "$folder/tests.xml"
     ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error \
@@ -112,7 +124,7 @@ run_ctest() {
 
 # skipped_tests FOLDER: those that its last run has skipped, with the reason that each gave, a line each.
 skipped_tests() {
-    local results=$root/build/$1/tests.xml
+    local results=$builds/$1/tests.xml
     [[ -f $results ]] || return 0
     awk '
         function plain(text) {
@@ -134,6 +146,6 @@ skipped_tests() {
 
 # Every header and source of the project, each name ended by a NUL.
 code_files() {
-    find "$root" -mindepth 1 \( -name build -o -name '.?*' \) -prune -o -type f \
+    find "$root" -mindepth 1 \( -path "$builds" -o -name build -o -name '.?*' \) -prune -o -type f \
         \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
 }
