@@ -34,6 +34,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     umask(026);
     const TemporaryDirectory open, closed;
     fs::permissions(open.Path(), fs::perms::all);
+    fs::permissions(closed.Path(), fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(open.Write("roots"), fs::perms::group_read);
     const Guard user = Unprivileged();
     kelFile file;
