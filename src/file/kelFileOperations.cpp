@@ -45,9 +45,8 @@ int ExistsByName(const zuString& name) noexcept {
 
 int kelFile::Copy(const zuString& from, const zuString& to, int perms) {
     return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t* pool) {
-        return StatusOf(pool != nullptr &&
-                        platform::CopyWithPermissions(source, target, perms, pool) ==
-                            platform::CopyEnd::Done);
+        return StatusOf(pool != nullptr && platform::CopyWithPermissions(source, target, perms) ==
+                                               platform::CopyEnd::Done);
     });
 }
 

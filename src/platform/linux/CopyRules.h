@@ -13,6 +13,7 @@ inline bool IsSameFile(const struct stat& one, const struct stat& other) noexcep
 }
 
 constexpr mode_t kReadWriteExecute = 0777;
+constexpr mode_t kModeBits = 07777;
 
 /// The mode that a copy takes from its source. A program that runs as its owner (group) does so as
 /// a copy only when the copy has that owner (group) too: otherwise it would run as whoever copied
@@ -23,11 +24,11 @@ inline mode_t ModeForCopy(const struct stat& source, const struct stat& copy) no
     return source.st_mode & (kReadWriteExecute | S_ISVTX | sameOwner | sameGroup);
 }
 
-/// Whether a call that sets an attribute has done so, or was refused because the file belongs to
-/// somebody else, its volume keeps no such thing, or the owner has no number here. A copy does
-/// without it then.
-inline bool DoneOrRefused(int result) noexcept {
-    return result == 0 || errno == EPERM || errno == ENOTSUP || errno == EINVAL;
+/// Whether a call that sets an attribute succeeded, or failed in a way that a copy may ignore: not
+/// permitted, not supported by the volume, owner not mapped.
+inline bool SucceededOrUnsupported(int result) noexcept {
+    return result == 0 || errno == EPERM || errno == EACCES || errno == ENOTSUP ||
+           errno == ENOSYS || errno == EINVAL;
 }
 
 }  // namespace zukel::platform

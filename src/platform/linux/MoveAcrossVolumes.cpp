@@ -52,10 +52,10 @@ bool CarryOver(const struct stat& source, int from, int copy) noexcept {
     const timespec times[] = {source.st_atim, source.st_mtim};
     struct stat now {};
     return (fchown(copy, source.st_uid, source.st_gid) == 0 ||
-            DoneOrRefused(fchown(copy, static_cast<uid_t>(-1), source.st_gid))) &&
+            SucceededOrUnsupported(fchown(copy, static_cast<uid_t>(-1), source.st_gid))) &&
            CopyExtendedAttributes(from, copy) && fstat(copy, &now) == 0 &&
-           DoneOrRefused(fchmod(copy, ModeForCopy(source, now))) &&
-           DoneOrRefused(futimens(copy, times));
+           SucceededOrUnsupported(fchmod(copy, ModeForCopy(source, now))) &&
+           SucceededOrUnsupported(futimens(copy, times));
 }
 
 /// One move, from the copy beside the target to the removal of the source.
@@ -85,7 +85,7 @@ private:
             return false;
         }
         Descriptor out = copy_.MakeFile();
-        return out && CopyContents(in.Get(), out.Get(), source_) &&
+        return out && CopyContents(in, out.Get(), source_) &&
                CarryOver(source_, in.Get(), out.Get()) && Sync(out) && out.Close();
     }
 
@@ -98,9 +98,10 @@ private:
         text[length] = '\0';
         const timespec times[] = {source_.st_atim, source_.st_mtim};
         return copy_.MakeLink(text) &&
-               DoneOrRefused(fchownat(Directory(), copy_.Get(), source_.st_uid, source_.st_gid,
-                                      AT_SYMLINK_NOFOLLOW)) &&
-               DoneOrRefused(utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
+               SucceededOrUnsupported(fchownat(Directory(), copy_.Get(), source_.st_uid,
+                                               source_.st_gid, AT_SYMLINK_NOFOLLOW)) &&
+               SucceededOrUnsupported(
+                   utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
     }
 
     /// Whether the copy is still all there is: somebody may write to the source while it is read.
