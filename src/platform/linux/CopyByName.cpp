@@ -9,7 +9,9 @@
 #include "platform/linux/CopyContents.h"
 #include "platform/linux/CopyRules.h"
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/HeldSignals.h"
 #include "platform/linux/Retry.h"
+#include "platform/linux/SourcePermissions.h"
 
 namespace zukel::platform {
 
@@ -59,7 +61,8 @@ public:
         if (targetExists_ && IsSameFile(source_, target_)) {
             return CopyEnd::SameFile;
         }
-        if ((S_ISREG(source_.st_mode) && !contents_.ReadFirst()) || !OpenTarget()) {
+        if ((S_ISREG(source_.st_mode) && !contents_.ReadFirst()) ||
+            (options_.sourceMode && !permissions_.Read(in_.Get())) || !OpenTarget()) {
             return CopyEnd::Failed;
         }
         // The descriptors decide: a name may lead elsewhere by now. Nothing has been truncated yet.
@@ -82,18 +85,18 @@ private:
     }
 
     /// Opens the target as it is: it may turn out to be the source. One that exists is opened
-    /// without O_CREAT, which the system refuses in sticky directories of others.
+    /// without O_CREAT, which the system refuses in sticky directories of others. A new one that
+    /// is to have the source's permissions is its owner's alone until it has them.
     bool OpenTarget() noexcept {
-        const mode_t mode =
-            options_.sourceMode ? source_.st_mode & kReadWriteExecute : options_.newMode;
+        const mode_t mode = options_.sourceMode ? source_.st_mode & S_IRWXU : options_.newMode;
         if (targetExists_) {
             out_ = Open(to_, O_WRONLY);
             if (!out_ && errno == EACCES && options_.modeFirst && S_ISREG(target_.st_mode) &&
-                chmod(to_, mode) == 0) {
+                target_.st_uid == geteuid() && chmod(to_, mode) == 0) {
                 // As the runtime: the mode that the target is to have may let it be written.
                 out_ = Open(to_, O_WRONLY);
                 if (!out_) {
-                    chmod(to_, target_.st_mode);
+                    chmod(to_, target_.st_mode & kModeBits);
                 }
             }
         }
@@ -112,36 +115,46 @@ private:
     }
 
     bool Fill(bool regular) noexcept {
-        const bool replaces = regular && !created_;
-        if (replaces && !contents_.CoversInOneWrite(target_.st_size)) {
+        const bool takesMode = regular && options_.sourceMode;
+        if (regular && !created_ && !contents_.CoversInOneWrite(target_.st_size)) {
             if (Uninterrupted([this] { return ftruncate(out_.Get(), 0); }) != 0) {
                 return false;
             }
             touched_ = true;
         }
-        const bool takesMode = regular && options_.sourceMode;
         // Before writing: the new contents may be more private than the old.
-        if (takesMode &&
-            !SucceededOrUnsupported(fchmod(out_.Get(), source_.st_mode & kReadWriteExecute))) {
+        if (takesMode && !permissions_.GiveTo(out_.Get())) {
+            return false;
+        }
+        const bool hasSetId =
+            created_ && !takesMode && (options_.newMode & (S_ISUID | S_ISGID)) != 0;
+        if (hasSetId && fstat(out_.Get(), &target_) != 0) {
             return false;
         }
         touched_ = true;
-        if ((!S_ISREG(source_.st_mode) && !contents_.ReadFirst()) ||
-            !contents_.WriteTo(out_.Get(), regular) || (takesMode && !GiveSetIdBits())) {
+        if (!WriteContents(regular)) {
+            return false;
+        }
+        // Writing takes the set-ID bits away.
+        if ((takesMode && !permissions_.GiveSpecialBitsTo(out_.Get())) ||
+            (hasSetId && !SucceededOrRefused(fchmod(out_.Get(), target_.st_mode & kModeBits)))) {
             return false;
         }
         const timespec times[] = {{0, UTIME_OMIT}, source_.st_mtim};
         return !regular || !options_.sourceModifiedTime ||
-               SucceededOrUnsupported(futimens(out_.Get(), times));
+               SucceededOrRefused(futimens(out_.Get(), times));
     }
 
-    /// Only after the writing, which takes them away.
-    bool GiveSetIdBits() noexcept {
-        if ((source_.st_mode & kModeBits) <= kReadWriteExecute) {
-            return true;
+    /// A limit on the size of files, and a pipe that nobody reads any more, are failures and not
+    /// the end of the process.
+    bool WriteContents(bool regular) noexcept {
+        const HeldSignals held{SIGXFSZ, SIGPIPE};
+        const bool written = (S_ISREG(source_.st_mode) || contents_.ReadFirst()) &&
+                             contents_.WriteTo(out_.Get(), regular);
+        if (!written) {
+            held.Discard();
         }
-        return fstat(out_.Get(), &target_) == 0 &&
-               SucceededOrUnsupported(fchmod(out_.Get(), ModeForCopy(source_, target_)));
+        return written;
     }
 
     /// Leaves nothing half-written under the target's name, which may be a link to the file.
@@ -173,6 +186,7 @@ private:
     struct stat source_ {};
     struct stat target_ {};
     Contents contents_{in_, source_};
+    SourcePermissions permissions_{source_};
     bool targetExists_ = false;
     bool created_ = false;
     bool touched_ = false;  ///< A failure from here on removes a regular target.
