@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <new>
 #include <string>
@@ -31,8 +32,9 @@ struct Place {
         const char* const slash = std::strrchr(path, '/');
         name = slash == nullptr ? path : slash + 1;
         const std::string folder(path, name);
-        directory = Descriptor(
-            open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        directory = Descriptor(Uninterrupted([&] {
+            return open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        }));
     }
     explicit operator bool() const noexcept { return directory && *name != '\0'; }
     bool LookAt(const char* entry, struct stat& status) const noexcept {
@@ -184,12 +186,27 @@ private:
         if (!leaving_.MoveAside(origin_.name)) {
             return errno == ENOENT;  // somebody else has removed it
         }
+        AwaitWriters();
         if (IsSourceUnchanged(leaving_.Get()) &&
             unlinkat(origin_.directory.Get(), leaving_.Get(), 0) == 0) {
             return true;
         }
         leaving_.MoveBack(origin_.name);
         return false;
+    }
+
+    /// Waits for those who opened the source by its former name and are about to write: whoever is
+    /// in the middle of opening it becomes visible to the lease, and whoever has it open for
+    /// writing mostly closes it soon. One who does not is left to the last look alone.
+    void AwaitWriters() noexcept {
+        constexpr timespec kOneMillisecond{0, 1000000};
+        constexpr int kAttempts = 50;
+        for (int attempt = 0; in_ && attempt < kAttempts; ++attempt) {
+            nanosleep(&kOneMillisecond, nullptr);
+            if (lease_.IsTaken() || lease_.Take(in_.Get()) || errno != EAGAIN) {
+                return;
+            }
+        }
     }
 
     /// Makes the target what it was. @returns false, as the move does then.

@@ -13,20 +13,21 @@ ReadLease::~ReadLease() {
     }
 }
 
-void ReadLease::Take(int file) noexcept {
+bool ReadLease::Take(int file) noexcept {
     // The system announces the end of a lease by SIGIO, which ends a program without a handler. A
     // file without an owner sends none, but a lease gives the file one: until that has been taken
     // back it is this thread, where the signal is held.
     const HeldSignals held{SIGIO};
     const f_owner_ex thread{F_OWNER_TID, gettid()};
     if (fcntl(file, F_SETOWN_EX, &thread) != 0 || fcntl(file, F_SETLEASE, F_RDLCK) != 0) {
-        return;
+        return false;
     }
     file_ = file;
     fcntl(file, F_SETOWN, 0);
     if (!IsUnbroken()) {
         held.Discard();
     }
+    return true;
 }
 
 bool ReadLease::IsUnbroken() const noexcept {

@@ -12,11 +12,15 @@ public:
     ReadLease(const ReadLease&) = delete;
     ReadLease& operator=(const ReadLease&) = delete;
 
-    /// Takes the lease, if the system lends one: not while the file is open for writing, not to a
-    /// stranger, and not on every volume.
+    /// Takes the lease, if the system lends one: not to a stranger, and not on every volume.
     ///
     /// @param file open for reading alone; it stays open for as long as this object lives.
-    void Take(int file) noexcept;
+    /// @returns false with EAGAIN while somebody has the file open for writing, and with another
+    /// `errno` when no lease can be had.
+    bool Take(int file) noexcept;
+
+    /// Whether the lease was taken; it may be broken by now.
+    bool IsTaken() const noexcept { return file_ != kNone; }
 
     /// Whether nobody has asked for the file since. True without a lease.
     bool IsUnbroken() const noexcept;
