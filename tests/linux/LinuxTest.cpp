@@ -47,7 +47,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     const std::tuple<int, bool, unsigned, unsigned, unsigned> copies[] = {
         {0, true, 0444, 0444, 0444},      {0xFFF, true, 0444, 0644, 0644},
         {0x644, false, 0604, 0640, 0622}, {0x1000, false, 0604, 0604, 0604},
-        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 0640, 0622}};
+        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 04640, 0622}};
     for (const auto& [perms, native, source, made, replaced] : copies) {
         fs::permissions(name, fs::perms(source));
         for (const unsigned mode : {made, replaced}) {
