@@ -13,6 +13,7 @@
 #include "platform/linux/Permissions.h"
 #include "platform/linux/SourcePermissions.h"
 #include "platform/linux/SystemCall.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -186,11 +187,13 @@ private:
 }  // namespace
 
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
+    const Uncancelled uncancelled;
     const bool sourceMode = perms == APR_FPROT_FILE_SOURCE_PERMS;
     return CopyByName(from, to, {ModeOfNew(perms), sourceMode, sourceMode, false}).Run();
 }
 
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
+    const Uncancelled uncancelled;
     return CopyByName(from, to, {0, true, false, true}).Run();
 }
 

@@ -21,6 +21,7 @@
 #include "platform/linux/SourcePermissions.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/TemporaryName.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -240,6 +241,7 @@ private:
 }  // namespace
 
 bool MoveAcrossVolumes(const char* from, const char* to) {
+    const Uncancelled uncancelled;
     struct stat source {};
     struct stat target {};
     if (lstat(to, &target) == 0) {
