@@ -1,13 +1,9 @@
-// Processes on Linux: the caller's own with its threads, and children.
+// Processes on Linux: where calls are refused, signals ignored and programs busy.
 
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
-#include <cstdio>
 
 #include "linux/Users.h"
 #include "support/Faults.h"
@@ -15,46 +11,6 @@
 using namespace zukel::test;
 
 namespace {
-
-TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItInThreads) {
-    constexpr int kTimes = 20000;
-    const auto run = [] {
-        std::vector<std::thread> threads;
-        std::atomic<int> failed{0};
-        for (const std::string copy : {"/copy1.dll", "/copy2.dll"}) {
-            void* const module = dlopen((ZUKEL_TEST_MODULES + copy).c_str(), RTLD_NOW | RTLD_LOCAL);
-            const auto use = module == nullptr ? nullptr : dlsym(module, "StartAndStop");
-            if (use == nullptr) {
-                std::fprintf(stderr, "%s\n", dlerror());
-                _exit(2);
-            }
-            for (int thread = 0; thread < 2; ++thread) {
-                threads.emplace_back(
-                    [&failed, use] { failed += reinterpret_cast<int (*)(int)>(use)(kTimes); });
-            }
-        }
-        std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
-        _exit(failed == 0 ? 0 : 1);
-    };
-    for (int trial = 0; trial < 3; ++trial) {
-        EXPECT_EXIT(run(), testing::ExitedWithCode(0), "") << "trial " << trial;
-    }
-}
-
-TEST(Runtime, AFailedStart_LeavesNoUserAndTheNextOneSucceeds) {
-    zuString name;
-    for (const bool fails : {true, false, true, false}) {
-        const auto before = WhatIsHeld();
-        const Guard armed = Arm({fails ? FaultSource::Runtime : FaultSource::None});
-        const int status = UnderFaults([&] { return kelLibrary().GetHostName(name); });
-        EXPECT_EQ(status, fails ? kFailed : kOk);
-        EXPECT_EQ(fault.struck, fails ? "apr_initialize" : "");
-        EXPECT_EQ(WhatIsHeld(), before) << "users of APR, its pools, blocks, descriptors";
-    }
-    char expected[256] = "";
-    EXPECT_EQ(gethostname(expected, sizeof expected), 0);
-    EXPECT_EQ(name, expected);
-}
 
 /// A system call that fails, as older systems and sandboxes make it.
 struct Refusal {
