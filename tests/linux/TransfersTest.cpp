@@ -82,17 +82,20 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
     const auto replace = [&] {
         return std::rename(place.Write("new", "another").c_str(), from.c_str()) == 0;
     };
-    struct {
+    const std::vector<const char*> few = {"fstatat", "fsync", "renameat2"};
+    const std::vector<const char*> all = {"fcntl",     "fstatat",  "fsync", "openat",
+                                          "renameat2", "unlinkat", "write"};
+    const struct {
         const char* name;
         bool heldOpen;  ///< For writing: the system lends no lease then.
+        std::vector<const char*> calls;
         std::function<bool()> meddle;
         std::string result;
-    } const cases[] = {{"append", false, append, "line\nmore\n"},
-                       {"append to an open file", true, append, "line\nmore\n"},
-                       {"replace", false, replace, "another"}};
+    } cases[] = {{"append", false, all, append, "line\nmore\n"},
+                 {"append to an open file", true, few, append, "line\nmore\n"},
+                 {"replace", false, all, replace, "another"}};
     for (const auto& each : cases) {
-        for (const char* call :
-             {"fcntl", "fstatat", "fsync", "openat", "renameat2", "unlinkat", "write"}) {
+        for (const char* call : each.calls) {
             int calls = 0;
             for (int nth = 1; nth == 1 || calls >= nth - 1; ++nth) {
                 SCOPED_TRACE(std::string(each.name) + " before " + call + std::to_string(nth));
@@ -325,6 +328,22 @@ TEST(Transfers, Targets_AreOpenedAsTheyAreAndOnlyOnesOwnMadeWritable) {
         EXPECT_EQ(ReadWhole(to), own ? "new" : "old");
         EXPECT_EQ(ModeOf(to), own ? ModeOf(from) : 0404U);
     }
+    int calls = 0;
+    {
+        const Guard refused = AtCall("open", [&] { return ++calls == 2 ? EACCES : 0; });
+        UnderFaults([&] { return kelFile::NativeCopy(to, to, kelFileInfo::PermissionDefault); });
+        EXPECT_EQ(ModeOf(to), 0404U) << "onto itself, though it may not be written";
+    }
+    calls = 0;
+    const Guard becomesTheSource = AtCall("open", [&] {
+        if (++calls == 2) {
+            fs::create_hard_link(from, place / "hard");
+            fs::rename(place / "hard", to);
+        }
+        return 0;
+    });
+    EXPECT_FALSE(UnderFaults([&] { return kCopy.transfer(from, to); }));
+    EXPECT_EQ(ReadWhole(from), "new");
 }
 
 TEST(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
