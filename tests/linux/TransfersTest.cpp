@@ -212,10 +212,23 @@ TEST(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
                  {"a group less than the others",
                   list({{kOwner, 6, kNobody},
                         {kGroup, 6, kNobody},
+                        {kNamed, 4, 1234},
+                        {kMask, 6, kNobody},
+                        {kOther, 6, kNobody}}),
+                  0666, 0664},
+                 {"a mask less than the others",
+                  list({{kOwner, 6, kNobody},
+                        {kGroup, 6, kNobody},
                         {kNamed, 6, 1234},
                         {kMask, 4, kNobody},
                         {kOther, 6, kNobody}}),
-                  0646, 0644}};
+                  0646, 0644},
+                 {"nobody named",
+                  list({{kOwner, 6, kNobody},
+                        {kGroup, 6, kNobody},
+                        {kMask, 4, kNobody},
+                        {kOther, 6, kNobody}}),
+                  0646, 0646}};
     const TemporaryDirectory place("/dev/shm");
     const std::string from = place / "from", to = place / "to", folders = cases[1].list;
     if (setxattr(place.Path().c_str(), "system.posix_acl_default", folders.data(), folders.size(),
