@@ -82,17 +82,20 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
     const auto replace = [&] {
         return std::rename(place.Write("new", "another").c_str(), from.c_str()) == 0;
     };
-    struct {
+    const std::vector<const char*> few = {"fstatat", "fsync", "renameat2"};
+    const std::vector<const char*> all = {"fcntl",     "fstatat",  "fsync", "openat",
+                                          "renameat2", "unlinkat", "write"};
+    const struct {
         const char* name;
         bool heldOpen;  ///< For writing: the system lends no lease then.
+        std::vector<const char*> calls;
         std::function<bool()> meddle;
         std::string result;
-    } const cases[] = {{"append", false, append, "line\nmore\n"},
-                       {"append to an open file", true, append, "line\nmore\n"},
-                       {"replace", false, replace, "another"}};
+    } cases[] = {{"append", false, all, append, "line\nmore\n"},
+                 {"append to an open file", true, few, append, "line\nmore\n"},
+                 {"replace", false, all, replace, "another"}};
     for (const auto& each : cases) {
-        for (const char* call :
-             {"fcntl", "fstatat", "fsync", "openat", "renameat2", "unlinkat", "write"}) {
+        for (const char* call : each.calls) {
             int calls = 0;
             for (int nth = 1; nth == 1 || calls >= nth - 1; ++nth) {
                 SCOPED_TRACE(std::string(each.name) + " before " + call + std::to_string(nth));
@@ -166,6 +169,7 @@ TEST(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
         std::thread reader([&] { std::ifstream(pipe).get(); });
         EXPECT_FALSE(way.transfer(from, pipe)) << way.name;
         reader.join();
+        EXPECT_FALSE(way.transfer(pipe, pipe)) << "this would wait for ever";
         EXPECT_TRUE(S_ISFIFO(Facts(pipe).st_mode));
     }
 }
@@ -208,10 +212,23 @@ TEST(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
                  {"a group less than the others",
                   list({{kOwner, 6, kNobody},
                         {kGroup, 6, kNobody},
+                        {kNamed, 4, 1234},
+                        {kMask, 6, kNobody},
+                        {kOther, 6, kNobody}}),
+                  0666, 0664},
+                 {"a mask less than the others",
+                  list({{kOwner, 6, kNobody},
+                        {kGroup, 6, kNobody},
                         {kNamed, 6, 1234},
                         {kMask, 4, kNobody},
                         {kOther, 6, kNobody}}),
-                  0646, 0644}};
+                  0646, 0644},
+                 {"nobody named",
+                  list({{kOwner, 6, kNobody},
+                        {kGroup, 6, kNobody},
+                        {kMask, 4, kNobody},
+                        {kOther, 6, kNobody}}),
+                  0646, 0646}};
     const TemporaryDirectory place("/dev/shm");
     const std::string from = place / "from", to = place / "to", folders = cases[1].list;
     if (setxattr(place.Path().c_str(), "system.posix_acl_default", folders.data(), folders.size(),
@@ -240,7 +257,7 @@ TEST(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
 
 TEST(Transfers, RefusedAndInterruptedCalls_FailNothing) {
     const TemporaryDirectory disk, memory("/dev/shm");  // nothing is synced on the first
-    const std::string text = Noise(2U << 20U);
+    const std::string text = Noise(1100000);
     const std::vector<int> refusals = {ENOSYS, EACCES, EPERM, ENOTSUP, EINVAL}, once = {EINTR};
     const struct {
         const char* call;
@@ -295,7 +312,7 @@ TEST(Transfers, Contents_AreWholeWhateverTheKernelCopies) {
     }
     EXPECT_TRUE(ReadWhole(to) == text.substr(0, 1234567)) << "a tail of zeros";
     EXPECT_LT(Facts(to).st_blocks, 2600) << "room stays reserved";
-    fs::resize_file(from, 64U << 20U);
+    fs::resize_file(from, 16U << 20U);
     for (const Way& way : {kCopy, kNativeCopy}) {
         EXPECT_TRUE(way.transfer(from, to)) << way.name;
         EXPECT_LE(Facts(to).st_blocks, Facts(from).st_blocks + 16) << "holes are filled";
@@ -312,19 +329,50 @@ TEST(Transfers, Targets_AreOpenedAsTheyAreAndOnlyOnesOwnMadeWritable) {
                   [&] { EXPECT_TRUE(way.transfer(from, to)) << way.name; });
         EXPECT_EQ(ReadWhole(to), "new");
     }
-    for (const uid_t owner : {geteuid(), geteuid() + 1}) {
-        SCOPED_TRACE(owner);
+    const struct {
+        uid_t owner;
+        int refusals;  ///< To open the target.
+        bool done;
+    } cases[] = {{geteuid(), 1, true}, {geteuid(), 2, false}, {geteuid() + 1, 1, false}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(std::to_string(each.owner) + ", " + std::to_string(each.refusals));
         place.Write("to", "old");
-        if (chown(to.c_str(), owner, getegid()) + chmod(to.c_str(), 0404) != 0) {
+        if (chown(to.c_str(), each.owner, getegid()) + chmod(to.c_str(), 0404) != 0) {
             GTEST_SKIP() << "files cannot be given away";
         }
-        int calls = 0;
-        const Guard refused = AtCall("open", [&] { return ++calls == 2 ? EACCES : 0; });
-        const bool own = owner == geteuid();
-        EXPECT_EQ(UnderFaults([&] { return kCopy.transfer(from, to); }), own);
-        EXPECT_EQ(ReadWhole(to), own ? "new" : "old");
-        EXPECT_EQ(ModeOf(to), own ? ModeOf(from) : 0404U);
+        int opened = 0;
+        const Guard refused = AtCall(
+            "open", [&] { return ++opened > 1 && opened <= 1 + each.refusals ? EACCES : 0; });
+        EXPECT_EQ(UnderFaults([&] { return kCopy.transfer(from, to); }), each.done);
+        EXPECT_EQ(ReadWhole(to), each.done ? "new" : "old");
+        EXPECT_EQ(ModeOf(to), each.done ? ModeOf(from) : 0404U);
     }
+    {
+        const Guard uncut = AtCall("ftruncate", [] { return EPERM; });
+        EXPECT_FALSE(
+            UnderFaults([&] { return kCopy.transfer(from, place.Write("long", "older")); }));
+        EXPECT_EQ(ReadWhole(place / "long"), "older") << "nothing was touched";
+        unsigned mode = 0;
+        const Guard made = AtCall("fchmod", [&] { return mode = ModeOf(place / "made"), 0; });
+        EXPECT_TRUE(UnderFaults([&] { return kCopy.transfer(from, place / "made"); }));
+        EXPECT_EQ(mode, 0600U) << "others could open it before it has its permissions";
+    }
+    int calls = 0;
+    {
+        const Guard refused = AtCall("open", [&] { return ++calls == 2 ? EACCES : 0; });
+        UnderFaults([&] { return kelFile::NativeCopy(to, to, kelFileInfo::PermissionDefault); });
+        EXPECT_EQ(ModeOf(to), 0404U) << "onto itself, though it may not be written";
+    }
+    calls = 0;
+    const Guard becomesTheSource = AtCall("open", [&] {
+        if (++calls == 2) {
+            fs::create_hard_link(from, place / "hard");
+            fs::rename(place / "hard", to);
+        }
+        return 0;
+    });
+    EXPECT_FALSE(UnderFaults([&] { return kCopy.transfer(from, to); }));
+    EXPECT_EQ(ReadWhole(from), "new");
 }
 
 TEST(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
