@@ -12,7 +12,7 @@ export builds
 
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 test_packages=(libgtest-dev libgmock-dev locales strace)
-check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
+check_packages=(clang libclang-rt-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
 document_packages=(doxygen)
 package_packages=(dpkg-dev file "${document_packages[@]}")
