@@ -2,6 +2,10 @@
 
 #include <cpuid.h>
 
+#include <cstring>
+#include <memory>
+#include <new>
+
 #include "platform/windows/WideName.h"
 
 namespace zukel::platform {
@@ -17,13 +21,20 @@ MemoryBytes QueryMemory() noexcept {
 }
 
 bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
-    const WideName name(path);
+    const std::size_t length = std::strlen(path);
+    const std::unique_ptr<char[]> directory(new (std::nothrow) char[length + 2]);
+    if (!directory || length == 0) {  // the empty name would stand for the current disk
+        return false;
+    }
+    std::memcpy(directory.get(), path, length + 1);
+    if (std::strchr("/\\:", path[length - 1]) == nullptr) {  // which the name of a share needs
+        std::memcpy(directory.get() + length, "\\", 2);
+    }
+    const WideName name(directory.get());
     ULARGE_INTEGER available{};
     ULARGE_INTEGER total{};
     ULARGE_INTEGER free{};
-    // The empty name would stand for the current disk.
-    if (!name || *name.Get() == L'\0' ||
-        GetDiskFreeSpaceExW(name.Get(), &available, &total, &free) == 0) {
+    if (!name || GetDiskFreeSpaceExW(name.Get(), &available, &total, &free) == 0) {
         return false;
     }
     disk.available = available.QuadPart;
