@@ -1,5 +1,6 @@
 #include "directory/PathText.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace zukel {
@@ -29,33 +30,41 @@ bool IsRelative(const zuString& path) noexcept {
 }
 
 zuString CanonicalPath(const zuString& path) {
-    zuString result;
     if (path.empty()) {
-        return result;
+        return {};
     }
-    const std::string_view text(path);
-    const Prefix prefix = FindPrefix(text);
-    result.reserve(text.size() + 1);  // a relative path gains its root, nothing else grows
-    result.append(prefix.text);
-    for (std::size_t at = prefix.rest; at < text.size();) {
-        std::size_t stop = at;
-        while (stop < text.size() && text[stop] != '/') {
-            ++stop;  // components are short: a search by memchr costs more than it saves
+    const Prefix prefix = FindPrefix(path);
+    // A relative path gains its root, nothing else grows: what is written never overtakes what is
+    // yet to be read.
+    zuString result;
+    result.reserve(path.size() + 1);
+    result.push_back('/');
+    result.append(path);
+    char* const text = result.data();
+    const char* const end = text + result.size();
+    const char* from = text + 1 + prefix.rest;
+    std::copy(prefix.text.begin(), prefix.text.end(), text);
+    char* const start = text + prefix.text.size();
+    char* to = start;
+    for (; from < end; ++from) {
+        char* const component = to;
+        *to++ = '/';
+        while (from < end && *from != '/') {
+            *to++ = *from++;
         }
-        const std::string_view component = text.substr(at, stop - at);
-        if (component == "..") {
-            if (result.size() > prefix.text.size()) {
-                result.resize(result.rfind('/'));
+        const std::string_view name(component + 1, static_cast<std::size_t>(to - component) - 1);
+        if (name.empty() || name == "." || name == "..") {
+            to = component;
+        }
+        if (name == "..") {
+            while (to > start && *--to != '/') {
             }
-        } else if (!component.empty() && component != ".") {
-            result.push_back('/');
-            result.append(component);
         }
-        at = stop + 1;
     }
-    if (result.empty()) {
-        result.push_back('/');
+    if (to == text) {
+        *to++ = '/';
     }
+    result.resize(static_cast<std::size_t>(to - text));
     return result;
 }
 

@@ -1,5 +1,6 @@
 #include "kelDirectory.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -7,60 +8,36 @@
 #include "directory/kelDirectoryRecord.h"
 #include "frame/StatusMapping.h"
 
+namespace platform = zukel::platform;
+
 namespace {
 
-int OpenRecord(kelDirectoryRecord& record, const zuString& name) {
-    if (record.open) {
-        return kelStatusOk;
-    }
-    if (!record.pool) {
-        return kelStatusFailed;
-    }
-    zuString kept(name);  // before the handle exists: memory may run out here
-    apr_dir_t* dir = nullptr;
-    if (apr_dir_open(&dir, kept.c_str(), record.pool.Get()) != APR_SUCCESS) {
-        return kelStatusFailed;
-    }
-    record.dir = dir;
-    record.open = true;
-    record.name = std::move(kept);
-    return kelStatusOk;
-}
-
-/// Reads the next entry; false at the end and after an error. The name is good until the pool goes,
-/// and stays what it was when the runtime delivers an entry without one.
-bool NextEntry(kelDirectoryRecord& record, const char*& name) noexcept {
-    apr_finfo_t info = {};
-    if (record.dir == nullptr || apr_dir_read(&info, APR_FINFO_NAME, record.dir) != APR_SUCCESS) {
-        return false;
-    }
-    const char* const found = info.name != nullptr ? info.name : info.fname;
-    name = found != nullptr ? found : name;
-    return true;
-}
-
 bool Rewind(kelDirectoryRecord& record) noexcept {
-    return record.dir != nullptr && apr_dir_rewind(record.dir) == APR_SUCCESS;
+    return record.stream != nullptr && platform::RewindDirectory(*record.stream) == APR_SUCCESS;
+}
+
+const char* Next(kelDirectoryRecord& record) noexcept {
+    return record.stream != nullptr ? platform::NextEntry(*record.stream) : nullptr;
 }
 
 int ReadEntry(kelDirectoryRecord& record, zuString& name) {
-    const char* entry = nullptr;
-    if (!NextEntry(record, entry)) {
+    const char* const entry = Next(record);
+    if (entry == nullptr) {
         return kelStatusReadFailed;
     }
-    if (entry != nullptr) {
-        name.assign(entry);
-    }
+    name.assign(entry);
     return kelStatusOk;
 }
 
-zuStlVector<zuString> ListNames(kelDirectoryRecord& record) {
+bool IsOwnOrParent(const char* entry) noexcept {
+    return std::strcmp(entry, ".") == 0 || std::strcmp(entry, "..") == 0;
+}
+
+/// The names of the entries that follow.
+zuStlVector<zuString> NamesFromHere(platform::DirectoryStream& stream) {
     zuStlVector<zuString> names;
-    if (!Rewind(record)) {
-        return names;
-    }
-    for (const char* entry = ""; NextEntry(record, entry);) {
-        if (std::strcmp(entry, ".") != 0 && std::strcmp(entry, "..") != 0) {
+    while (const char* const entry = platform::NextEntry(stream)) {
+        if (!IsOwnOrParent(entry)) {
             names.emplace_back(entry);
         }
     }
@@ -89,16 +66,25 @@ kelDirectory& kelDirectory::operator=(const kelDirectory& other) {
 }
 
 int kelDirectory::Open(const zuString& name) {
-    return OpenRecord(*record_, name);
+    if (record_->open) {
+        return kelStatusOk;
+    }
+    zuString kept(name);  // before the directory is open: memory may run out here
+    const apr_status_t status = platform::OpenDirectory(kept.c_str(), record_->stream);
+    if (status == APR_SUCCESS) {
+        record_->open = true;
+        record_->name = std::move(kept);
+    }
+    return zukel::MapStatus(status);
 }
 
 int kelDirectory::Close() {
     if (!record_->open) {
         return kelStatusNotOpen;
     }
-    // The runtime gives the handle up even when the close fails: it must not be touched again.
-    apr_dir_t* const dir = std::exchange(record_->dir, nullptr);
-    if (dir == nullptr || apr_dir_close(dir) != APR_SUCCESS) {
+    // The system gives the directory up even when the close fails: it must not be touched again.
+    platform::DirectoryStream* const stream = record_->stream.release();
+    if (stream == nullptr || platform::CloseDirectory(stream) != APR_SUCCESS) {
         return kelStatusFailed;
     }
     record_->open = false;
@@ -118,7 +104,7 @@ zuString kelDirectory::GetName() const {
 }
 
 zuStlVector<zuString> kelDirectory::GetFileNames() {
-    return ListNames(*record_);
+    return Rewind(*record_) ? NamesFromHere(*record_->stream) : zuStlVector<zuString>();
 }
 
 int kelDirectory::GetNumberOfFiles() {
@@ -126,15 +112,15 @@ int kelDirectory::GetNumberOfFiles() {
         return 0;
     }
     long long entries = 0;
-    for (const char* entry = ""; NextEntry(*record_, entry);) {
+    while (Next(*record_) != nullptr) {
         ++entries;
     }
     constexpr long long kMost = std::numeric_limits<int>::max();
-    return entries < 2 ? 0 : static_cast<int>(entries - 2 < kMost ? entries - 2 : kMost);
+    return static_cast<int>(std::clamp(entries - 2, 0LL, kMost));
 }
 
 zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
-    kelDirectoryRecord scratch;
-    OpenRecord(scratch, name);
-    return ListNames(scratch);
+    platform::DirectoryHandle stream;
+    return platform::OpenDirectory(name.c_str(), stream) == APR_SUCCESS ? NamesFromHere(*stream)
+                                                                        : zuStlVector<zuString>();
 }

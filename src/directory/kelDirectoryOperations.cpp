@@ -1,38 +1,58 @@
-#include <apr_file_io.h>
-
-#include "directory/kelDirectoryRecord.h"
 #include "frame/StatusMapping.h"
 #include "kelDirectory.h"
+#include "platform/Directories.h"
 
-// Macros of <windows.h>, which the runtime's headers may include.
+namespace platform = zukel::platform;
+
+// Macros of <windows.h>, which APR's headers may include.
 #undef GetCurrentDirectory
 #undef SetCurrentDirectory
 
 namespace {
 
-/// The frame of the operations on one path: a pool for the length of the call, the test for an
-/// empty path, the runtime's call, its status mapped.
+/// The frame of the operations on one path: the test for an empty path, the call with the path's
+/// bytes, its status mapped.
 template <typename Call>
 int OnPath(const zuString& path, Call call) {
-    const kelDirectoryRecord scratch;
-    if (path.empty()) {
-        return kelStatusEmptyPath;
-    }
-    if (!scratch.pool) {
-        return kelStatusFailed;
-    }
-    return zukel::MapStatus(call(path.c_str(), scratch.pool.Get()));
+    return path.empty() ? kelStatusEmptyPath : zukel::MapStatus(call(path.c_str()));
 }
 
-/// The runtime takes anything that exists for the directory asked for; only a directory will do.
-apr_status_t MakeWithParents(const char* path, apr_fileperms_t perms, apr_pool_t* pool) noexcept {
-    apr_status_t status = apr_dir_make_recursive(path, perms, pool);
-    apr_finfo_t info = {};
-    if (status == APR_SUCCESS) {
-        status = apr_stat(&info, path, APR_FINFO_TYPE, pool);
+/// Makes one level of a path; one that is there already will do, as long as it is a directory.
+apr_status_t MakeLevel(const char* path, int perms) noexcept {
+    const apr_status_t status = platform::MakeDirectory(path, perms);
+    return APR_STATUS_IS_EEXIST(status) && platform::IsDirectory(path) ? APR_SUCCESS : status;
+}
+
+/// How much of a path names the parent of what it names; 0 when it names none.
+std::size_t ParentLength(const zuString& path, std::size_t length) noexcept {
+    const auto skip = [&](bool separators) {
+        while (length > 0 && platform::IsSeparator(path[length - 1]) == separators) {
+            --length;
+        }
+    };
+    skip(true);
+    skip(false);
+    skip(true);
+    return length;
+}
+
+apr_status_t MakeWithParents(const zuString& path, int perms) {
+    const auto make = [&](std::size_t length) {
+        return MakeLevel(path.substr(0, length).c_str(), perms);
+    };
+    zuStlVector<std::size_t> missing;  // lengths of the paths that lacked a parent
+    std::size_t length = path.size();
+    apr_status_t status = make(length);
+    while (APR_STATUS_IS_ENOENT(status)) {
+        missing.push_back(length);
+        length = ParentLength(path, length);
+        if (length == 0) {
+            return status;
+        }
+        status = make(length);
     }
-    if (status == APR_SUCCESS && info.filetype != APR_DIR) {
-        status = APR_ENOTDIR;
+    for (; status == APR_SUCCESS && !missing.empty(); missing.pop_back()) {
+        status = make(missing.back());
     }
     return status;
 }
@@ -40,8 +60,8 @@ apr_status_t MakeWithParents(const char* path, apr_fileperms_t perms, apr_pool_t
 }  // namespace
 
 int kelDirectory::Create(const zuString& path, int perms, bool recursive) {
-    return OnPath(path, [&](const char* name, apr_pool_t* pool) {
-        return recursive ? MakeWithParents(name, perms, pool) : apr_dir_make(name, perms, pool);
+    return OnPath(path, [&](const char* name) {
+        return recursive ? MakeWithParents(name, perms) : platform::MakeDirectory(name, perms);
     });
 }
 
@@ -50,7 +70,7 @@ int kelDirectory::Create(const kelLibrary*, const zuString& path, int perms, boo
 }
 
 int kelDirectory::Delete(const zuString& path) {
-    return OnPath(path, apr_dir_remove);
+    return OnPath(path, platform::RemoveEmptyDirectory);
 }
 
 int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
@@ -58,13 +78,9 @@ int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
 }
 
 zuString kelDirectory::GetCurrentDirectory() {
-    const kelDirectoryRecord scratch;
-    char* text = nullptr;
-    if (!scratch.pool ||
-        apr_filepath_get(&text, APR_FILEPATH_NATIVE, scratch.pool.Get()) != APR_SUCCESS) {
-        return {};
-    }
-    return text;
+    zuString path;
+    platform::QueryCurrentDirectory(path);
+    return path;
 }
 
 zuString kelDirectory::GetCurrentDirectory(const kelLibrary*) {
@@ -72,7 +88,7 @@ zuString kelDirectory::GetCurrentDirectory(const kelLibrary*) {
 }
 
 int kelDirectory::SetCurrentDirectory(const zuString& path) {
-    return OnPath(path, apr_filepath_set);
+    return OnPath(path, platform::ChangeCurrentDirectory);
 }
 
 int kelDirectory::SetCurrentDirectory(const kelLibrary*, const zuString& path) {

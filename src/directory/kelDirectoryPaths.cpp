@@ -1,6 +1,5 @@
 #include "directory/PathText.h"
 #include "directory/RelativePath.h"
-#include "frame/RuntimeUse.h"
 #include "kelDirectory.h"
 #include "kelFileInfo.h"
 #include "kelLibrary.h"
@@ -18,7 +17,6 @@ zuString kelDirectory::GetAbsolutePath(const zuString& path) {
 }
 
 zuString kelDirectory::GetRelativePath(const zuString& from, const zuString& to) {
-    const zukel::RuntimeUse use;  // one start of the runtime at most, for four objects
     zuString source = kelLibrary::GetAbsoluteFileName(from);
     zuString target = kelLibrary::GetAbsoluteFileName(to);
     zukel::FoldName(source);

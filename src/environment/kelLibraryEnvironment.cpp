@@ -1,16 +1,17 @@
-#include <apr_env.h>
 #include <apr_file_io.h>
 #include <apr_network_io.h>
-#include <apr_user.h>
 
 #include <array>
 #include <cctype>
 #include <cstring>
 
 #include "environment/kelLibraryRecord.h"
+#include "frame/Pool.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
 #include "platform/Environment.h"
+
+namespace platform = zukel::platform;
 
 // Macros of <windows.h>, which the runtime's headers may include.
 #undef GetEnvironmentVariable
@@ -18,26 +19,13 @@
 
 namespace {
 
-/// The name of the process's user, in the pool; null when the system knows none.
-const char* CurrentUser(apr_pool_t* pool) noexcept {
-    apr_uid_t user{};
-    apr_gid_t group{};
-    char* name = nullptr;
-    if (pool == nullptr || apr_uid_current(&user, &group, pool) != APR_SUCCESS ||
-        apr_uid_name_get(&name, user, pool) != APR_SUCCESS) {
-        return nullptr;
-    }
-    return name;
-}
-
 /// One fact about a locale, as the platform writes it.
 struct Fact {
     std::array<char, 16> text{};
     int size = 0;  ///< With the terminating NUL; 0 or less when it could not be told.
 
-    bool Ask(zukel::platform::LocaleId locale, zukel::platform::LocaleFact fact) noexcept {
-        size =
-            zukel::platform::LocaleText(locale, fact, text.data(), static_cast<int>(text.size()));
+    bool Ask(platform::LocaleId locale, platform::LocaleFact fact) noexcept {
+        size = platform::LocaleText(locale, fact, text.data(), static_cast<int>(text.size()));
         return size > 0;
     }
 };
@@ -49,46 +37,28 @@ char Lower(char letter) noexcept {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    char* text = nullptr;
-    if (!record_->pool || apr_env_get(&text, name.c_str(), record_->pool.Get()) != APR_SUCCESS) {
-        return kelStatusNoVariable;
-    }
-    value.assign(text);
-    return kelStatusOk;
+    return platform::ReadEnvironmentVariable(name.c_str(), value) ? kelStatusOk
+                                                                  : kelStatusNoVariable;
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    if (!record_->pool || !zukel::platform::MayBeEnvironmentVariable(name.c_str(), value.c_str()) ||
-        apr_env_set(name.c_str(), value.c_str(), record_->pool.Get()) != APR_SUCCESS) {
-        return kelStatusNoVariable;
-    }
-    zukel::platform::RepeatEnvironmentVariable(name.c_str(), value.c_str());
-    return kelStatusOk;
+    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str()) ? kelStatusOk
+                                                                           : kelStatusNoVariable;
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
-    const char* const user = CurrentUser(record_->pool.Get());
-    if (user == nullptr) {
-        return kelStatusNoUser;
-    }
-    name.assign(user);
-    return kelStatusOk;
+    return platform::QueryUserName(name) ? kelStatusOk : kelStatusNoUser;
 }
 
 int kelLibrary::GetUserDirectory(zuString& directory) {
-    const char* const user = CurrentUser(record_->pool.Get());
-    char* home = nullptr;
-    if (user == nullptr || apr_uid_homepath_get(&home, user, record_->pool.Get()) != APR_SUCCESS) {
-        return kelStatusNoUser;
-    }
-    directory.assign(home);
-    return kelStatusOk;
+    return platform::QueryUserDirectory(directory) ? kelStatusOk : kelStatusNoUser;
 }
 
 int kelLibrary::GetHostName(zuString& name) {
+    const zukel::Pool scratch;
     std::array<char, 257> text{};
-    if (!record_->pool || apr_gethostname(text.data(), static_cast<int>(text.size()),
-                                          record_->pool.Get()) != APR_SUCCESS) {
+    if (!scratch ||
+        apr_gethostname(text.data(), static_cast<int>(text.size()), scratch.Get()) != APR_SUCCESS) {
         return kelStatusFailed;
     }
     text.back() = '\0';  // a name that fills the buffer is not told to end in it
@@ -97,11 +67,8 @@ int kelLibrary::GetHostName(zuString& name) {
 }
 
 const char* kelLibrary::GetLocale() const {
-    using zukel::platform::LocaleFact;
-    if (!record_->pool) {
-        return nullptr;
-    }
-    const zukel::platform::LocaleId locale = zukel::platform::ThreadLocale();
+    using platform::LocaleFact;
+    const platform::LocaleId locale = platform::ThreadLocale();
     Fact language;
     Fact country;
     Fact codePage;
@@ -109,20 +76,13 @@ const char* kelLibrary::GetLocale() const {
         !codePage.Ask(locale, LocaleFact::CodePage)) {
         return nullptr;
     }
-    const int size = language.size + country.size + codePage.size + 3;
-    auto* const text =
-        static_cast<char*>(apr_palloc(record_->pool.Get(), static_cast<apr_size_t>(size)));
-    if (text == nullptr) {
-        return nullptr;
-    }
-    text[0] = Lower(language.text[0]);
-    text[1] = Lower(language.text[1]);
-    text[2] = '_';
-    text[3] = country.text[0];
-    text[4] = country.text[1];
-    text[5] = '.';
-    std::memcpy(text + 6, codePage.text.data(), static_cast<std::size_t>(codePage.size));
-    return text;
+    auto& text = record_->locales.emplace_front();
+    const char start[] = {Lower(language.text[0]), Lower(language.text[1]), '_',
+                          country.text[0],         country.text[1],         '.'};
+    static_assert(sizeof start + sizeof codePage.text <= sizeof text);
+    std::memcpy(text.data(), start, sizeof start);
+    std::memcpy(text.data() + sizeof start, codePage.text.data(), sizeof codePage.text);
+    return text.data();
 }
 
 zuString kelLibrary::GetTempDir() const {

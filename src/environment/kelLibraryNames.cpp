@@ -1,14 +1,14 @@
 #include "environment/FileNameExpansion.h"
 #include "kelLibrary.h"
+#include "platform/Environment.h"
 
 zuString kelLibrary::GetAbsoluteFileName(const zuString& name) {
-    kelLibrary library;
     zuStlVector<zuString> components = zukel::SplitFileName(name);
     zukel::ExpandComponents(
         components, GetPlatform(),
-        [&](zuString& component) { library.GetUserDirectory(component); },
-        [&](zuString& component, const zuString& variable) {
-            library.GetEnvironmentVariable(component, variable);
+        [](zuString& component) { zukel::platform::QueryUserDirectory(component); },
+        [](zuString& component, const zuString& variable) {
+            zukel::platform::ReadEnvironmentVariable(variable.c_str(), component);
         });
     zuString expanded = zukel::JoinFileName(components);
     zukel::LengthenName(expanded);

@@ -1,8 +1,12 @@
 #pragma once
 
-#include "frame/Pool.h"
+#include <array>
+#include <forward_list>
+
+#include "frame/RuntimeUse.h"
 #include "frame/SharedRecord.h"
 
 struct kelLibraryRecord : zukel::SharedRecord {
-    zukel::Pool pool;
+    zukel::RuntimeUse runtime;
+    std::forward_list<std::array<char, 24>> locales;  ///< The texts that `GetLocale` has returned.
 };

@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "file/ShortName.h"
 #include "file/kelFileRecord.h"
 #include "frame/StatusMapping.h"
+#include "platform/Directories.h"
 #include "platform/Files.h"
+
+namespace platform = zukel::platform;
 
 static_assert(kelFile::ModeRead == APR_FOPEN_READ && kelFile::ModeWrite == APR_FOPEN_WRITE &&
               kelFile::ModeCreate == APR_FOPEN_CREATE && kelFile::ModeAppend == APR_FOPEN_APPEND &&
@@ -24,6 +28,9 @@ static_assert(kelFile::ModeRead == APR_FOPEN_READ && kelFile::ModeWrite == APR_F
 
 namespace {
 
+constexpr int kTemporaryMode =
+    APR_FOPEN_READ | APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_EXCL | APR_FOPEN_DELONCLOSE;
+
 int MapOpenStatus(apr_status_t status) noexcept {
     if (APR_STATUS_IS_ENOENT(status)) {
         return kelStatusNotFound;
@@ -34,43 +41,23 @@ int MapOpenStatus(apr_status_t status) noexcept {
     return zukel::MapStatus(status);
 }
 
-apr_status_t OpenByName(kelFileRecord& record, const char* name, int mode) noexcept {
-    apr_file_t* file = nullptr;
-    apr_status_t status = apr_file_open(&file, name, mode, APR_FPROT_OS_DEFAULT, record.pool.Get());
-    if (status != APR_SUCCESS) {
-        return status;
-    }
-    if ((mode & APR_FOPEN_NOCLEANUP) != 0 && !zukel::platform::CloseInChildren(file)) {
-        apr_file_close(file);
-        return APR_EGENERAL;
-    }
-    record.file = file;
-    record.writable = (mode & APR_FOPEN_WRITE) != 0;
-    record.bufferSize = (mode & APR_FOPEN_BUFFERED) != 0 ? apr_file_buffer_size_get(file) : 0;
-    return APR_SUCCESS;
-}
-
-/// Of what the runtime takes for a template without them, Windows would make one name over and
-/// over.
+/// Without six of them Windows would try the few names of a shorter template over and over.
 bool EndsInSixX(const char* name, std::size_t length) noexcept {
     constexpr std::size_t kSix = 6;
     return length >= kSix && std::strcmp(name + length - kSix, "XXXXXX") == 0;
 }
 
-/// Puts the current directory before a relative template, which is not empty. The runtime removes a
-/// temporary file by the name it was made under, so a relative one would miss it, or hit another
-/// file, once the current directory has changed.
-apr_status_t MakeAbsolute(const char* name, apr_pool_t* pool, zuString& absolute) {
-    const char* root = nullptr;
-    const char* rest = name;
+/// Puts the current directory before a relative template, which is not empty. A temporary file is
+/// removed by the name it was made under, so a relative one would miss it, or hit another file,
+/// once the current directory has changed.
+apr_status_t MakeAbsolute(const char* name, zuString& absolute) {
     absolute.clear();
-    if (apr_filepath_root(&root, &rest, 0, pool) == APR_ERELATIVE) {
-        char* directory = nullptr;
-        const apr_status_t status = apr_filepath_get(&directory, 0, pool);
+    if (platform::IsReadFromCurrentDirectory(name)) {
+        const apr_status_t status = platform::QueryCurrentDirectory(absolute);
         if (status != APR_SUCCESS) {
             return status;
         }
-        absolute.append(directory).push_back('/');
+        absolute.push_back('/');
     }
     absolute += name;
     return APR_SUCCESS;
@@ -98,32 +85,33 @@ kelFile& kelFile::operator=(const kelFile& other) {
 }
 
 int kelFile::Open(const zuString& name, int mode) {
-    zuString kept(name);  // before anything changes: memory may run out here
+    // Before anything changes: memory may run out here.
+    zuString kept(name);
+    auto removed = (mode & APR_FOPEN_DELONCLOSE) != 0 ? std::make_unique<zuString>(name) : nullptr;
     record_->Reset();
-    if (!record_->pool) {
-        record_->status = APR_ENOPOOL;
-        return kelStatusFailed;
-    }
     zuString shortName;
     const bool shortened =
-        zukel::platform::MultibyteCodePage() == 0 && zukel::FindShortName(name, shortName);
-    record_->status = OpenByName(*record_, shortened ? shortName.c_str() : kept.c_str(), mode);
+        platform::MultibyteCodePage() == 0 && zukel::FindShortName(name, shortName);
+    platform::FileHandle file;
+    record_->status =
+        platform::OpenFileByName(shortened ? shortName.c_str() : kept.c_str(), mode, file);
     if (record_->status == APR_SUCCESS) {
+        record_->stream.Begin(std::move(file), mode, std::move(removed));
         record_->name = std::move(kept);
     }
     return MapOpenStatus(record_->status);
 }
 
 int kelFile::Close() {
-    if (record_->file == nullptr) {
+    if (!record_->stream.IsOpen()) {
         return kelStatusFailed;
     }
-    record_->status = apr_file_close(std::exchange(record_->file, nullptr));
+    record_->status = record_->stream.Close();
     return zukel::MapStatus(record_->status);
 }
 
 bool kelFile::IsOpen() const {
-    return record_->file != nullptr;
+    return record_->stream.IsOpen();
 }
 
 zuString kelFile::GetFileName() const {
@@ -134,28 +122,26 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     std::array<char, 128> buffer{};
     const std::size_t length = std::min(std::strlen(nameTemplate.c_str()), buffer.size() - 1);
     std::memcpy(buffer.data(), nameTemplate.c_str(), length);
+    // Before anything is made: memory may run out here.
     zuString name;
-    name.reserve(length);  // from here to the end nothing but `absolute` needs memory
+    name.reserve(length);
+    auto absolute = std::make_unique<zuString>();
 
     record_->Reset();
-    if (!record_->pool) {
-        record_->status = APR_ENOPOOL;
-        return kelStatusFailed;
-    }
     if (!EndsInSixX(buffer.data(), length)) {
         record_->status = APR_EINVAL;
         return kelStatusFailed;
     }
-    zuString absolute;
-    record_->status = MakeAbsolute(buffer.data(), record_->pool.Get(), absolute);
+    platform::FileHandle file;
+    record_->status = MakeAbsolute(buffer.data(), *absolute);
     if (record_->status == APR_SUCCESS) {
-        record_->status = apr_file_mktemp(&record_->file, absolute.data(), 0, record_->pool.Get());
+        record_->status = platform::MakeTemporaryFile(absolute->data(), file);
     }
     if (record_->status != APR_SUCCESS) {
-        record_->file = nullptr;
         return APR_STATUS_IS_EACCES(record_->status) ? kelStatusAccessDenied : kelStatusFailed;
     }
-    name.assign(absolute, absolute.size() - length, length);
+    name.assign(*absolute, absolute->size() - length, length);
     record_->name = std::move(name);
+    record_->stream.Begin(std::move(file), kTemporaryMode, std::move(absolute));
     return kelStatusOk;
 }

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 
+#include "file/NameParts.h"
 #include "file/kelFileInfoRecord.h"
-#include "kelStatus.h"
-#include "platform/FileFacts.h"
+
+namespace platform = zukel::platform;
+using platform::FileFacts;
 
 static_assert(kelFileInfo::PermissionOwnerRead == APR_FPROT_UREAD &&
               kelFileInfo::PermissionOwnerWrite == APR_FPROT_UWRITE &&
@@ -23,31 +25,11 @@ static_assert(kelFileInfo::PermissionOwnerRead == APR_FPROT_UREAD &&
 
 namespace {
 
-/// Makes the lazy query unless an earlier one has left something, and gives what there is: null
-/// when nothing could be learnt.
-apr_finfo_t* Facts(kelFileInfoRecord& record) noexcept {
-    if (record.info) {
-        return &*record.info;
-    }
-    apr_status_t status = APR_ENOPOOL;
-    if (record.pool) {
-        constexpr apr_int32_t kWanted = APR_FINFO_MIN | APR_FINFO_OWNER | APR_FINFO_NAME;
-        apr_finfo_t& info = record.info.emplace();
-        status =
-            zukel::platform::QueryFile(info, record.filePath.c_str(), kWanted, record.pool.Get());
-    }
-    record.status = status == APR_SUCCESS ? kelStatusOk : kelStatusNoFileInfo;
-    if (status != APR_SUCCESS && status != APR_INCOMPLETE) {
-        record.info.reset();
-        return nullptr;
-    }
-    return &*record.info;
-}
-
-/// The facts, if the field that the bit stands for is among them; else null.
-const apr_finfo_t* FactsWith(kelFileInfoRecord& record, apr_int32_t bit) noexcept {
-    const apr_finfo_t* const info = Facts(record);
-    return info != nullptr && (info->valid & bit) != 0 ? info : nullptr;
+/// What is known of the file: asks the system unless an earlier query has been answered.
+const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
+    record.answered = record.answered ||
+                      platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS;
+    return record.facts;
 }
 
 kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
@@ -69,11 +51,8 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
     }
 }
 
-const zukel::NameParts& Parts(kelFileInfoRecord& record) noexcept {
-    if (!record.parts) {
-        record.parts = zukel::TakeApart(record.filePath);
-    }
-    return *record.parts;
+zukel::NameParts Parts(const kelFileInfoRecord& record) noexcept {
+    return zukel::TakeApart(record.filePath);
 }
 
 }  // namespace
@@ -119,50 +98,40 @@ zuString kelFileInfo::GetFileExtension() const {
 }
 
 kelFileInfo::FileType kelFileInfo::GetType() const {
-    const apr_finfo_t* const info = FactsWith(*record_, APR_FINFO_TYPE);
-    return info != nullptr ? MapType(info->filetype) : NoFile;
+    return MapType(Facts(*record_).type);
 }
 
 int kelFileInfo::GetSize() const {
-    const apr_finfo_t* const info = FactsWith(*record_, APR_FINFO_SIZE);
-    return info != nullptr ? static_cast<int>(static_cast<std::uint32_t>(info->size)) : -1;
+    return static_cast<int>(static_cast<std::uint32_t>(Facts(*record_).size));
 }
 
 long long kelFileInfo::GetCreationTime() const {
-    const apr_finfo_t* const info = FactsWith(*record_, APR_FINFO_CTIME);
-    return info != nullptr ? info->ctime : -1;
+    return Facts(*record_).created;
 }
 
 long long kelFileInfo::GetLastAccessTime() const {
-    const apr_finfo_t* const info = FactsWith(*record_, APR_FINFO_ATIME);
-    return info != nullptr ? info->atime : -1;
+    return Facts(*record_).accessed;
 }
 
 long long kelFileInfo::GetLastModifiedTime() const {
-    const apr_finfo_t* const info = FactsWith(*record_, APR_FINFO_MTIME);
-    return info != nullptr ? info->mtime : -1;
+    return Facts(*record_).modified;
 }
 
 int kelFileInfo::GetPermissions() const {
-    apr_finfo_t* const info = Facts(*record_);
-    if (info == nullptr) {
-        return -1;
+    const int permissions = Facts(*record_).permissions;
+    if (permissions != -1 || !record_->answered) {
+        return permissions;
     }
-    if ((info->valid & APR_FINFO_PROT) == 0) {
-        apr_finfo_t asked{};
-        if (zukel::platform::QueryPermissions(asked, record_->filePath.c_str(),
-                                              record_->pool.Get()) == APR_SUCCESS) {
-            info->valid |= APR_FINFO_PROT;
-            info->protection = asked.protection;
-        }
-    }
-    return info->protection;
+    return platform::QueryPermissions(record_->filePath.c_str(), record_->facts.permissions) ==
+                   APR_SUCCESS
+               ? record_->facts.permissions
+               : 0;
 }
 
 int kelFileInfo::GetUserId() const {
-    return FactsWith(*record_, APR_FINFO_USER) != nullptr ? 0 : -1;
+    return Facts(*record_).hasUser ? 0 : -1;
 }
 
 int kelFileInfo::GetGroupId() const {
-    return FactsWith(*record_, APR_FINFO_GROUP) != nullptr ? 0 : -1;
+    return Facts(*record_).hasGroup ? 0 : -1;
 }

@@ -3,6 +3,7 @@
 #include "file/kelFileRecord.h"
 #include "frame/StatusMapping.h"
 #include "kelFile.h"
+#include "platform/FileFacts.h"
 #include "platform/FileOperations.h"
 #include "zubase/zuWString.h"
 
@@ -14,40 +15,34 @@ int StatusOf(bool done) noexcept {
     return done ? kelStatusOk : kelStatusFailed;
 }
 
-/// The frame of the operations on one name: a pool for the length of the call, the test for an
-/// empty name, the call with the name's bytes.
+/// The frame of the operations on one name: the test for an empty name, and the call with the
+/// name's bytes.
 template <typename Call>
 int OnName(const zuString& name, Call call) {
-    const kelFileRecord scratch;
-    return name.empty() ? kelStatusEmptyPath : call(name.c_str(), scratch.pool.Get());
+    return name.empty() ? kelStatusEmptyPath : call(name.c_str());
 }
 
 /// The frame of the operations on two names.
 template <typename Call>
 int OnNames(const zuString& from, const zuString& to, Call call) {
-    const kelFileRecord scratch;
     if (from.empty()) {
         return kelStatusEmptySource;
     }
-    return to.empty() ? kelStatusEmptyTarget : call(from.c_str(), to.c_str(), scratch.pool.Get());
+    return to.empty() ? kelStatusEmptyTarget : call(from.c_str(), to.c_str());
 }
 
 int ExistsByName(const zuString& name) noexcept {
-    return OnName(name, [](const char* file, apr_pool_t* pool) {
-        apr_finfo_t info = {};
-        const bool found =
-            pool != nullptr && apr_stat(&info, file, APR_FINFO_SIZE, pool) == APR_SUCCESS;
-        return found ? kelStatusOk : kelStatusNotFound;
+    return OnName(name, [](const char* file) {
+        return platform::FileExists(file) ? kelStatusOk : kelStatusNotFound;
     });
 }
 
 }  // namespace
 
 int kelFile::Copy(const zuString& from, const zuString& to, int perms) {
-    return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t* pool) {
-        return StatusOf(pool != nullptr &&
-                        platform::CopyWithPermissions(source, target, perms, pool) ==
-                            platform::CopyEnd::Done);
+    return OnNames(from, to, [perms](const char* source, const char* target) {
+        return StatusOf(platform::CopyWithPermissions(source, target, perms) ==
+                        platform::CopyEnd::Done);
     });
 }
 
@@ -56,7 +51,7 @@ int kelFile::Copy(const kelLibrary*, const zuString& from, const zuString& to, i
 }
 
 int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
-    return OnNames(from, to, [perms](const char* source, const char* target, apr_pool_t*) {
+    return OnNames(from, to, [perms](const char* source, const char* target) {
         const platform::CopyEnd end = platform::CopyWithAttributes(source, target);
         if (perms == APR_FPROT_OS_DEFAULT && end != platform::CopyEnd::SameFile) {
             platform::SetNormalAttributes(target);
@@ -66,11 +61,8 @@ int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
 }
 
 int kelFile::Rename(const zuString& from, const zuString& to) {
-    return OnNames(from, to, [](const char* source, const char* target, apr_pool_t* pool) {
-        if (pool == nullptr) {
-            return kelStatusFailed;
-        }
-        const apr_status_t status = platform::RenameFile(source, target, pool);
+    return OnNames(from, to, [](const char* source, const char* target) {
+        const apr_status_t status = platform::RenameFile(source, target);
         return APR_STATUS_IS_EXDEV(status) ? StatusOf(platform::MoveAcrossVolumes(source, target))
                                            : zukel::MapStatus(status);
     });
@@ -81,15 +73,14 @@ int kelFile::Rename(const kelLibrary*, const zuString& from, const zuString& to)
 }
 
 int kelFile::NativeRename(const zuString& from, const zuString& to) {
-    return OnNames(from, to, [](const char* source, const char* target, apr_pool_t*) {
+    return OnNames(from, to, [](const char* source, const char* target) {
         return StatusOf(platform::RenameInPlace(source, target));
     });
 }
 
 int kelFile::Delete(const zuString& name) {
-    return OnName(name, [](const char* file, apr_pool_t* pool) {
-        return pool != nullptr ? zukel::MapStatus(apr_file_remove(file, pool)) : kelStatusFailed;
-    });
+    return OnName(name,
+                  [](const char* file) { return zukel::MapStatus(platform::RemoveFile(file)); });
 }
 
 int kelFile::Delete(const kelLibrary*, const zuString& name) {
@@ -107,9 +98,8 @@ int kelFile::Exists(const kelLibrary*, const zuString& name) {
 int kelFile::SetPermissions(const zuString& name, int perms) {
     const int mode = ((perms & APR_FPROT_UREAD) != 0 ? platform::kOwnerMayRead : 0) |
                      ((perms & APR_FPROT_UWRITE) != 0 ? platform::kOwnerMayWrite : 0);
-    return OnName(name, [mode](const char* file, apr_pool_t*) {
-        return StatusOf(platform::ChangeAccess(file, mode));
-    });
+    return OnName(
+        name, [mode](const char* file) { return StatusOf(platform::ChangeAccess(file, mode)); });
 }
 
 int kelFile::SetPermissions(const kelLibrary*, const zuString& name, int perms) {

@@ -2,19 +2,38 @@
 
 #include <cstdint>
 
+#include "zuString.h"
+
 /// What the portable code asks of the platform about the process's surroundings. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// Whether the system can keep this variable, before the runtime is asked to set it. Windows: the
-/// name is not empty and has no `=`, and neither text is longer than the system's 32766 units,
-/// beyond which its narrow call ends the process (Wine 8). Linux: true; the runtime finds out.
-bool MayBeEnvironmentVariable(const char* name, const char* value) noexcept;
+/// Reads a variable of the process's environment. Linux: `getenv`. Windows:
+/// `GetEnvironmentVariableW` on the UTF-16 forms of the UTF-8 texts.
+///
+/// @param value unchanged on failure.
+/// @returns false when it is not set. Throws `std::bad_alloc`.
+bool ReadEnvironmentVariable(const char* name, zuString& value);
 
-/// Repeats in the C library's own table, the one that `getenv` reads, a variable that the runtime
-/// has set. Windows: `_putenv_s`, whose status is dropped, and
-/// the runtime's value again where that call has changed it. Linux: nothing; there is one table.
-void RepeatEnvironmentVariable(const char* name, const char* value) noexcept;
+/// Sets a variable of the process's environment, for the system and for the C library's `getenv`
+/// alike. Windows: the name is not empty and has no `=`, and neither text is longer than the
+/// system's 32766 units, beyond which its narrow call ends the process (Wine 8).
+///
+/// @returns false, with nothing changed, when the system cannot keep it.
+bool WriteEnvironmentVariable(const char* name, const char* value) noexcept;
+
+/// Tells the account name of the user that the process belongs to. Linux: by its real user
+/// identifier.
+///
+/// @param name unchanged on failure.
+/// @returns false when the system knows none. Throws `std::bad_alloc`.
+bool QueryUserName(zuString& name);
+
+/// Tells that user's home directory, as the system's user database has it.
+///
+/// @param directory unchanged on failure.
+/// @returns false when the system knows none. Throws `std::bad_alloc`.
+bool QueryUserDirectory(zuString& directory);
 
 /// Names a locale, as a value: nothing is held or has to be given up. Windows: the LCID. Linux:
 /// what the platform folder packs into it.

@@ -1,28 +1,39 @@
 #pragma once
 
+#include <apr_errno.h>
 #include <apr_file_info.h>
 
 /// What the portable code asks of the platform to describe a file by its name. Plain functions,
-/// chosen at link time. The runtime describes a link itself by another call on each system.
+/// chosen at link time.
 namespace zukel::platform {
+
+/// What the system tells of a file. A fact that it does not tell keeps the value it has here.
+struct FileFacts {
+    apr_filetype_e type = APR_NOFILE;
+    bool hasUser = false;   ///< The owner is known.
+    bool hasGroup = false;  ///< The group is known.
+    int permissions = -1;   ///< `APR_FPROT_` bits.
+    long long size = -1;    ///< In bytes.
+    /// In microseconds since 1970-01-01 00:00:00 universal time.
+    long long created = -1, accessed = -1, modified = -1;
+};
 
 /// Describes the file, a link itself and not its target. Nothing is created, and no right to read
 /// the contents is needed.
 ///
-/// @param info filled in, with `valid` telling which fields; it may point to `name` afterwards.
-/// @param wanted the fields asked for, as `APR_FINFO_` bits.
-/// @returns the runtime's status; `APR_INCOMPLETE` when only a part of the fields could be had.
-///
-/// Windows: `apr_file_open` with the flags 0x730000 (no access to the contents, the link itself,
-/// the right to read owner and permissions), `apr_file_info_get`, `apr_file_close`. Linux: the
-/// runtime's open refuses such flags; `apr_stat` with `APR_FINFO_LINK`, and nothing is opened.
-apr_status_t QueryFile(apr_finfo_t& info, const char* name, apr_int32_t wanted,
-                       apr_pool_t* pool) noexcept;
+/// @param facts unchanged on failure.
+/// @returns 0 or the reason. Linux: `lstat`. Windows: from a handle without access to the contents;
+/// leaves the permissions to `QueryPermissions`.
+apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept;
 
-/// The permissions of the same file, in `info.protection`, where `QueryFile` has not brought them.
+/// The permissions of the same file, where `QueryFile` has not brought them.
 ///
-/// @returns the runtime's status. Windows: `apr_stat` with `APR_FINFO_PROT`. Linux: the same with
-/// `APR_FINFO_LINK`; `QueryFile` brings them, so this is not called.
-apr_status_t QueryPermissions(apr_finfo_t& info, const char* name, apr_pool_t* pool) noexcept;
+/// @param permissions `APR_FPROT_` bits; unchanged on failure.
+/// @returns 0 or the reason. Windows: of the file that a link leads to. Linux: `APR_ENOTIMPL`;
+/// `QueryFile` brings them, so this is not called.
+apr_status_t QueryPermissions(const char* name, int& permissions) noexcept;
+
+/// Whether the name leads to anything: a file, a directory, a device.
+bool FileExists(const char* name) noexcept;
 
 }  // namespace zukel::platform

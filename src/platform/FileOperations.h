@@ -1,7 +1,6 @@
 #pragma once
 
 #include <apr_file_info.h>
-#include <apr_pools.h>
 
 /// What the portable code asks of the platform to act on files by name. Names are the caller's
 /// bytes and not empty. Plain functions, chosen at link time: one folder below this one implements
@@ -21,8 +20,7 @@ enum class CopyEnd {
 /// writing fails, and move 8 KiB at a time, so it is done here, by the rules that
 /// `kelFile::Copy` promises. Windows: the word has no effect there, but that the target is
 /// read-only as its source when it is to have the source's permissions.
-CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
-                            apr_pool_t* pool) noexcept;
+CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing
 /// target. Windows: `CopyFileA(from, to, 0)`, where both ends can be had. Linux: as
@@ -36,10 +34,10 @@ void SetNormalAttributes(const char* name) noexcept;
 /// Renames within a volume, over an existing target, with the result of `apr_file_rename`. Two
 /// names of one file stay both.
 ///
-/// @returns the runtime's status, one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux:
-/// `apr_file_rename`. Windows: `MoveFileExW` without leave to copy; the runtime gives that leave,
-/// and the system then cuts an existing target before it knows that the copy will succeed.
-apr_status_t RenameFile(const char* from, const char* to, apr_pool_t* pool) noexcept;
+/// @returns 0 or the reason, one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux:
+/// `rename`. Windows: `MoveFileExW` without leave to copy; with it the system cuts an existing
+/// target before it knows that the copy will succeed.
+apr_status_t RenameFile(const char* from, const char* to) noexcept;
 
 /// Renames as the platform's C library does. Windows and Linux: `rename`.
 bool RenameInPlace(const char* from, const char* to) noexcept;
@@ -47,6 +45,11 @@ bool RenameInPlace(const char* from, const char* to) noexcept;
 /// Moves a file to another volume after `RenameFile` has refused to, whole or not at all, by the
 /// rules that `kelFile::Rename` promises.
 bool MoveAcrossVolumes(const char* from, const char* to);
+
+/// Removes the name of a file. Linux: `unlink`. Windows: `DeleteFileW`.
+///
+/// @returns 0 or the reason.
+apr_status_t RemoveFile(const char* name) noexcept;
 
 /// The bits of `ChangeAccess`. Their values are those of Windows: `_S_IREAD` and `_S_IWRITE`.
 inline constexpr int kOwnerMayRead = 0x100;

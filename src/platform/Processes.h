@@ -1,10 +1,10 @@
 #pragma once
 
 #include <apr_errno.h>
-#include <apr_file_io.h>
-#include <apr_pools.h>
 
 #include <memory>
+
+#include "platform/Files.h"
 
 /// What the portable code asks of the platform about processes. Plain functions, chosen at link
 /// time: one folder below this one implements each of them.
@@ -14,10 +14,9 @@ namespace zukel::platform {
 struct Program {
     const char* const* arguments;  ///< Ends with null; the first is the program's name.
     const char* directory;         ///< The child's working directory, or null for the caller's.
-    apr_file_t* output;            ///< Takes standard output; null: it goes nowhere.
-    apr_file_t* error;  ///< Takes standard error; null: it goes nowhere. May be `output`.
-    bool detach;        ///< In a session of its own (Linux).
-    apr_pool_t* pool;   ///< For what the runtime needs during the start.
+    const FileHandle* output;      ///< Takes standard output; null: it goes nowhere.
+    const FileHandle* error;  ///< Takes standard error; null: it goes nowhere. May be `output`.
+    bool detach;              ///< In a session of its own (Linux).
 };
 
 /// A process that `Launch` has started, in the platform's own form.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <apr_pools.h>
-
 #include <cstdint>
 
 /// What the portable code asks of the platform about shared memory. Plain functions, chosen at link
@@ -13,7 +11,7 @@ struct Segment {
     void* address = nullptr;  ///< Of the usable block; null while none is mapped.
     std::uint64_t size = 0;   ///< In bytes, as its creator asked for.
     /// The platform's own. Linux: device and inode, which tell the segment from a later one under
-    /// its name, also after `UnmapSegment`. Windows: the runtime's handle.
+    /// its name, also after `UnmapSegment`. Windows: what is held of it, until `ReleaseSegment`.
     std::uintptr_t identity[2] = {0, 0};
 };
 
@@ -23,15 +21,14 @@ struct Segment {
 ///
 /// @param name not empty.
 /// @returns false, with `segment` unchanged and no name made, when any of it fails.
-bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t* pool,
-                   Segment& segment) noexcept;
+bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept;
 
 /// Maps the segment `name`. Windows: `apr_shm_attach`.
 ///
 /// @param name not empty.
 /// @returns false, with `segment` unchanged and nothing left open, when there is none or it is not
 /// wholly made.
-bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcept;
+bool AttachSegment(const char* name, Segment& segment) noexcept;
 
 /// Unmaps the segment and clears its address and size. Windows: `apr_shm_detach` or
 /// `apr_shm_destroy`.
@@ -39,15 +36,19 @@ bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcep
 /// @returns false, with `segment` unchanged, when the system refuses.
 bool UnmapSegment(Segment& segment) noexcept;
 
-/// Removes whatever segment has this name. Linux: `apr_shm_remove`. Windows: the file is given
+/// Lets go of what is still held of a segment that has been unmapped, or was never mapped. Linux:
+/// nothing.
+void ReleaseSegment(Segment& segment) noexcept;
+
+/// Removes whatever segment has this name. Linux: `unlink`. Windows: the file is given
 /// another name, `NAME.zukel-removed`, and removed under that, at once or when the last who holds
 /// the segment lets go of it: the system removes no file that is mapped.
 ///
 /// @param name not empty.
-bool RemoveName(const char* name, apr_pool_t* pool) noexcept;
+bool RemoveName(const char* name) noexcept;
 
 /// Removes the name of a segment that this process has or had mapped. A name that stands for
 /// another segment by now, or for none, is left as it is and counts as removed.
-bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t* pool) noexcept;
+bool RemoveSegmentName(const char* name, const Segment& segment) noexcept;
 
 }  // namespace zukel::platform

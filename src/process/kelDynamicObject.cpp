@@ -1,8 +1,9 @@
 #include "kelDynamicObject.h"
 
 #include <apr_errno.h>
-#include <apr_strings.h>
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "frame/StatusMapping.h"
@@ -13,32 +14,38 @@
 
 namespace {
 
-/// Keeps the text of the load that has just been tried. The runtime's own pointer to it is good
-/// only until the thread's next call of the kind, whoever makes it.
-void KeepText(kelDynamicObjectRecord& record, apr_dso_handle_t* tried,
-              apr_status_t status) noexcept {
-    char* const buffer = record.error.data();
-    const char* const text = tried != nullptr ? apr_dso_error(tried, buffer, record.error.size())
-                                              : apr_strerror(status, buffer, record.error.size());
-    if (text != buffer) {
-        apr_cpystrn(buffer, text, record.error.size());
-    }
+constexpr std::size_t kMostText = 4095;
+
+/// Keeps the text of the load that has just been tried: APR's own pointer to it is good only until
+/// the thread's next call of the kind, whoever makes it.
+///
+/// @param text has room for `kMostText` bytes.
+void KeepText(zuString& text, apr_dso_handle_t* tried, apr_status_t status) noexcept {
+    char buffer[256];
+    const char* const told = tried != nullptr ? apr_dso_error(tried, buffer, sizeof buffer)
+                                              : apr_strerror(status, buffer, sizeof buffer);
+    text.assign(told, std::min(std::strlen(told), kMostText));
+    text.shrink_to_fit();
 }
 
-/// @param name the record takes it over; nothing from here on needs memory that could run out.
-int Load(kelDynamicObjectRecord& record, zuString name) noexcept {
-    record.name.clear();
-    record.module = nullptr;  // an earlier module stays: the pool unloads it
-    apr_dso_handle_t* tried = nullptr;
-    apr_status_t status = APR_ENOPOOL;
-    if (record.pool) {
-        // The system takes the empty name for the program itself.
-        status = *name.c_str() == '\0' ? APR_EDSOOPEN
-                                       : apr_dso_load(&tried, name.c_str(), record.pool.Get());
+int Load(kelDynamicObjectRecord& record, zuString name) {
+    // Before anything changes: memory may run out here.
+    auto module = std::make_unique<zukel::Module>();
+    zuString text;
+    text.reserve(kMostText);
+    if (record.module != nullptr) {
+        record.forgotten.emplace_front();
+        record.forgotten.front() = std::move(record.module);
     }
-    KeepText(record, tried, status);
+    record.name.clear();
+    apr_dso_handle_t* tried = nullptr;
+    // The system takes the empty name for the program itself.
+    const apr_status_t status =
+        *name.c_str() == '\0' ? APR_EDSOOPEN : module->Load(name.c_str(), tried);
+    KeepText(text, tried, status);
+    record.error = std::move(text);
     if (status == APR_SUCCESS) {
-        record.module = tried;
+        record.module = std::move(module);
         record.name = std::move(name);
     }
     return zukel::MapStatus(status);
@@ -79,7 +86,7 @@ int kelDynamicObject::FindSymbol(long long (**symbol)(), const zuString& name) {
         return kelStatusFailed;
     }
     apr_dso_handle_sym_t address = nullptr;
-    const apr_status_t status = apr_dso_sym(&address, record_->module, name.c_str());
+    const apr_status_t status = apr_dso_sym(&address, record_->module->Handle(), name.c_str());
     if (status == APR_SUCCESS) {
         *symbol = reinterpret_cast<long long (*)()>(address);
     }
@@ -87,11 +94,12 @@ int kelDynamicObject::FindSymbol(long long (**symbol)(), const zuString& name) {
 }
 
 int kelDynamicObject::UnloadLibrary() {
-    return zukel::MapStatus(record_->Unload());
+    const std::unique_ptr<zukel::Module> module = std::move(record_->module);
+    return module == nullptr ? kelStatusOk : zukel::MapStatus(module->Unload());
 }
 
 zuString kelDynamicObject::GetError() {
-    return record_->error.data();
+    return record_->error;
 }
 
 zuString kelDynamicObject::GetLibraryName() const {

@@ -2,22 +2,42 @@
 
 #include <apr_dso.h>
 
-#include <array>
+#include <forward_list>
+#include <memory>
 #include <utility>
 
 #include "frame/Pool.h"
 #include "frame/SharedRecord.h"
 #include "zuString.h"
 
-struct kelDynamicObjectRecord : zukel::SharedRecord {
-    zuString name;                       ///< Of the last load, if it succeeded; outlives an unload.
-    apr_dso_handle_t* module = nullptr;  ///< Of the last load, while it is held; else null.
-    std::array<char, 4096> error{};      ///< Text of the last load; the runtime keeps it nowhere.
-    zukel::Pool pool;                    ///< Last: see `Pool`.
+namespace zukel {
 
-    ~kelDynamicObjectRecord() { Unload(); }
+/// One load of a module: the module, unless the load has failed, and what APR keeps of the load.
+class Module {
+public:
+    ~Module() { Unload(); }
 
-    apr_status_t Unload() noexcept {
-        return module == nullptr ? APR_SUCCESS : apr_dso_unload(std::exchange(module, nullptr));
+    /// Tries to load it. @returns the status, with a handle to ask for the reason if there is one.
+    apr_status_t Load(const char* name, apr_dso_handle_t*& tried) noexcept {
+        apr_status_t status = pool_ ? apr_dso_load(&tried, name, pool_.Get()) : APR_ENOPOOL;
+        handle_ = status == APR_SUCCESS ? tried : nullptr;
+        return status;
     }
+    apr_status_t Unload() noexcept {
+        return handle_ == nullptr ? APR_SUCCESS : apr_dso_unload(std::exchange(handle_, nullptr));
+    }
+    apr_dso_handle_t* Handle() const noexcept { return handle_; }
+
+private:
+    Pool pool_;
+    apr_dso_handle_t* handle_ = nullptr;
+};
+
+}  // namespace zukel
+
+struct kelDynamicObjectRecord : zukel::SharedRecord {
+    zuString name;   ///< Of the last load, if it succeeded; outlives an unload.
+    zuString error;  ///< The text of the last load; APR keeps it nowhere.
+    std::unique_ptr<zukel::Module> module;  ///< Of the last load, while it is held; else null.
+    std::forward_list<std::unique_ptr<zukel::Module>> forgotten;  ///< Loaded still.
 };

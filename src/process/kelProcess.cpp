@@ -10,6 +10,8 @@
 #include "platform/Processes.h"
 #include "process/kelProcessRecord.h"
 
+namespace platform = zukel::platform;
+
 namespace {
 
 zuString Text(apr_status_t status) {
@@ -29,34 +31,39 @@ std::vector<const char*> Vector(const zuString& command, const zuStlVector<zuStr
     return vector;
 }
 
-/// The files that take a child's output, open for the length of one start.
+/// The files that take a child's output, open for the length of one start. One that cannot be
+/// opened is done without.
 class OutputFiles {
 public:
-    OutputFiles(const zuStlVector<zuString>& names, apr_pool_t* pool) noexcept : pool_(pool) {
+    explicit OutputFiles(const zuStlVector<zuString>& names) noexcept {
         if (names.empty()) {
             return;
         }
-        output = Open(names[0]);
-        // Under one name both streams share one file, and so keep their order.
-        error = names.size() < 2 || names[1] == names[0] ? output : Open(names[1]);
+        Open(names[0], first_);
+        if (names.size() > 1 && names[1] != names[0]) {
+            Open(names[1], second_);
+            error_ = &second_;
+        }
     }
-    ~OutputFiles() { apr_pool_clear(pool_); }
     OutputFiles(const OutputFiles&) = delete;
     OutputFiles& operator=(const OutputFiles&) = delete;
 
-    apr_file_t* output = nullptr;
-    apr_file_t* error = nullptr;
+    const platform::FileHandle* Output() const noexcept { return OrNone(first_); }
+    /// Under one name both streams share one file, and so keep their order.
+    const platform::FileHandle* Error() const noexcept { return OrNone(*error_); }
 
 private:
-    apr_file_t* Open(const zuString& name) noexcept {
-        apr_file_t* file = nullptr;
-        constexpr apr_int32_t kAppend = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_APPEND;
-        const apr_status_t status =
-            apr_file_open(&file, name.c_str(), kAppend, APR_FPROT_OS_DEFAULT, pool_);
-        return status == APR_SUCCESS ? file : nullptr;
+    static void Open(const zuString& name, platform::FileHandle& file) noexcept {
+        constexpr int kAppend = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_APPEND;
+        platform::OpenFileByName(name.c_str(), kAppend, file);
+    }
+    static const platform::FileHandle* OrNone(const platform::FileHandle& file) noexcept {
+        return file ? &file : nullptr;
     }
 
-    apr_pool_t* pool_;
+    platform::FileHandle first_;
+    platform::FileHandle second_;
+    const platform::FileHandle* error_ = &first_;
 };
 
 }  // namespace
@@ -83,15 +90,11 @@ int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& argu
     const std::vector<const char*> vector = Vector(command, arguments);
     lastError_.clear();
     record_->child.reset();
-    apr_pool_t* const pool = record_->pool.Get();
-    apr_status_t status = APR_ENOPOOL;
-    if (pool != nullptr) {
-        const OutputFiles files(outputFiles, pool);
-        status =
-            zukel::platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
-                                     files.output, files.error, detach, pool},
-                                    record_->child);
-    }
+    const OutputFiles files(outputFiles);
+    const apr_status_t status =
+        platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
+                          files.Output(), files.Error(), detach},
+                         record_->child);
     if (status != APR_SUCCESS) {
         lastError_ = Text(status);
     }
@@ -113,19 +116,19 @@ int kelProcess::Start(const zuString& command, bool detach) {
 }
 
 bool kelProcess::IsRunning() const {
-    return record_->child != nullptr && zukel::platform::IsRunning(*record_->child);
+    return record_->child != nullptr && platform::IsRunning(*record_->child);
 }
 
 bool kelProcess::IsRunning(int pid) {
-    return pid > 0 && zukel::platform::IsProcessRunning(pid);
+    return pid > 0 && platform::IsProcessRunning(pid);
 }
 
 int kelProcess::GetPid() const {
-    return record_->child == nullptr ? -1 : zukel::platform::Identifier(*record_->child);
+    return record_->child == nullptr ? -1 : platform::Identifier(*record_->child);
 }
 
 int kelProcess::GetCurrentProcessPid() {
-    return zukel::platform::CurrentProcess();
+    return platform::CurrentProcess();
 }
 
 int kelProcess::Kill() {
@@ -133,7 +136,7 @@ int kelProcess::Kill() {
     if (record_->child == nullptr) {
         return kelStatusFailed;
     }
-    const apr_status_t status = zukel::platform::End(*record_->child);
+    const apr_status_t status = platform::End(*record_->child);
     record_->child.reset();
     if (status != APR_SUCCESS) {
         lastError_ = Text(status);
@@ -143,7 +146,7 @@ int kelProcess::Kill() {
 
 int kelProcess::NativeKill(int pid) {
     // 0 and below are groups of processes, the caller's own or all there are.
-    return pid > 0 && zukel::platform::EndProcess(pid) ? kelStatusOk : kelStatusFailed;
+    return pid > 0 && platform::EndProcess(pid) ? kelStatusOk : kelStatusFailed;
 }
 
 zuString kelProcess::GetLastError() {

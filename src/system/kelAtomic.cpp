@@ -14,10 +14,9 @@ kelAtomic& kelAtomic::operator=(const kelAtomic& other) {
 }
 
 unsigned int kelAtomic::Increment() {
-    return apr_atomic_inc32(&record_->value);
+    return record_->value.fetch_add(1);
 }
 
 int kelAtomic::Decrement() {
-    // Not by the runtime's decrement, which promises of its result only whether it is zero.
-    return static_cast<int>(apr_atomic_add32(&record_->value, ~apr_uint32_t{0}) - 1);
+    return static_cast<int>(record_->value.fetch_sub(1) - 1);
 }

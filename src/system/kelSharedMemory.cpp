@@ -17,8 +17,8 @@ int StatusOf(bool succeeded) noexcept {
     return succeeded ? kelStatusOk : kelStatusFailed;
 }
 
-bool RemoveByName(const zuString& name, const zukel::Pool& pool) noexcept {
-    return pool && IsName(name) && zukel::platform::RemoveName(name.c_str(), pool.Get());
+bool RemoveByName(const zuString& name) noexcept {
+    return IsName(name) && zukel::platform::RemoveName(name.c_str());
 }
 
 }  // namespace
@@ -47,9 +47,7 @@ int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
         return kelStatusOk;
     }
     zuString kept(name);  // before anything is made: memory may run out here
-    const zukel::Pool& pool = *record_->pool;
-    if (!pool || !IsName(name) ||
-        !zukel::platform::CreateSegment(size, kept.c_str(), pool.Get(), record_->segment)) {
+    if (!IsName(name) || !zukel::platform::CreateSegment(size, kept.c_str(), record_->segment)) {
         return kelStatusFailed;
     }
     record_->name = std::move(kept);
@@ -64,9 +62,7 @@ int kelSharedMemory::Attach(const zuString& name) {
         return StatusOf(record_->attached);
     }
     zuString kept(name);
-    const zukel::Pool& pool = *record_->pool;
-    if (!pool || !IsName(name) ||
-        !zukel::platform::AttachSegment(kept.c_str(), pool.Get(), record_->segment)) {
+    if (!IsName(name) || !zukel::platform::AttachSegment(kept.c_str(), record_->segment)) {
         return kelStatusFailed;
     }
     record_->name = std::move(kept);
@@ -95,9 +91,9 @@ int kelSharedMemory::Destroy() {
 
 int kelSharedMemory::Remove(const zuString& name) {
     if (!IsValid()) {
-        return StatusOf(RemoveByName(name, zukel::Pool()));
+        return StatusOf(RemoveByName(name));
     }
-    const bool removed = RemoveByName(name, *record_->pool);
+    const bool removed = RemoveByName(name);
     if (removed && std::strcmp(name.c_str(), record_->name.c_str()) == 0) {
         record_->name.clear();
     }
@@ -114,5 +110,5 @@ unsigned long long kelSharedMemory::GetSize() const {
 }
 
 bool kelSharedMemory::IsValid() const {
-    return record_->pool.has_value();
+    return !record_->ended;
 }

@@ -1,19 +1,16 @@
 #pragma once
 
-#include <optional>
-
-#include "frame/Pool.h"
 #include "frame/SharedRecord.h"
 #include "platform/SharedSegments.h"
 #include "zuString.h"
 
-/// Where the objects that share a record stand: Empty, Owner, Attached or, once `pool` is gone,
-/// Ended. Sharers keep an ended record until they are destroyed.
+/// Where the objects that share a record stand: Empty, Owner, Attached or, once `ended`, Ended.
+/// Sharers keep an ended record until they are destroyed.
 struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
     zukel::platform::Segment segment;
-    bool attached = false;                           ///< The segment came from `Attach`.
-    std::optional<zukel::Pool> pool{std::in_place};  ///< Until the record has ended.
+    bool attached = false;  ///< The segment came from `Attach`.
+    bool ended = false;
 
     ~kelSharedMemoryRecord() { End(); }
 
@@ -23,8 +20,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
     /// Takes away the segment's name, once: somebody may make a new segment under it. True when the
     /// name is gone.
     bool RemoveName() noexcept {
-        if (!name.empty() &&
-            zukel::platform::RemoveSegmentName(name.c_str(), segment, pool->Get())) {
+        if (!name.empty() && zukel::platform::RemoveSegmentName(name.c_str(), segment)) {
             name.clear();
         }
         return name.empty();
@@ -39,7 +35,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
     /// Lets go of what is held, and ends the record. The name of a segment that is still attached
     /// stays.
     void End() noexcept {
-        if (!pool) {
+        if (ended) {
             return;
         }
         if (!attached) {
@@ -48,8 +44,9 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
         if (Holds()) {
             Unmap();
         }
+        zukel::platform::ReleaseSegment(segment);
         segment = {};
         attached = false;
-        pool.reset();
+        ended = true;
     }
 };

@@ -137,7 +137,9 @@ bool Step(const Row& row, Entries& after) {
     bool succeeded = false;
     try {
         const int status = UnderFaults([&] { return row.call(it); });
-        EXPECT_TRUE(status == kOk || status == row.failure) << status;
+        if (status != row.failure && (status != kelStatusAccessDenied || fault.error != EACCES)) {
+            EXPECT_EQ(status, kOk);
+        }
         succeeded = status == kOk;
     } catch (const std::bad_alloc&) {
         EXPECT_EQ(fault.source, FaultSource::Memory);
@@ -146,7 +148,8 @@ bool Step(const Row& row, Entries& after) {
     EXPECT_EQ(Inheritable(), it.inheritable);
     if (succeeded) {
         after = after.empty() ? now : after;
-        EXPECT_TRUE(now == after || fault.struck == "unlinkat") << "more than what has to stay";
+        const bool mayStay = !fault.once || fault.struck.substr(0, 6) == "unlink";
+        EXPECT_TRUE(now == after || mayStay) << "more than what has to stay";
         EXPECT_TRUE(now.count(kTo) == 0 || now[kTo] == before[kFrom]);
         return true;
     }
@@ -183,6 +186,7 @@ void Walk(const std::vector<Row>& rows,
     for (const int error : refusals) {
         walks.push_back({kSystem, 1, true, error});
     }
+    const Library started;  // what is not given back to APR shows only while it runs
     for (const Row& row : rows) {
         Entries after;
         Step(row, after);  // what is made once and kept is made here
@@ -195,7 +199,7 @@ void Walk(const std::vector<Row>& rows,
                 strikes = !fault.struck.empty();
                 struck += strikes ? 1 : 0;
                 EXPECT_TRUE((strikes || succeeded) && plan.nth < 1000);
-                EXPECT_EQ(WhatIsHeld(), before) << "users, blocks, descriptors";
+                EXPECT_EQ(WhatIsHeld(), before) << "users of APR, its pools, blocks, descriptors";
                 if (testing::Test::HasFailure()) {
                     FAIL() << row.name << ": call " << plan.nth << ", " << fault.struck
                            << (plan.once ? ", once with " : ", and the rest with ") << plan.error;
@@ -230,11 +234,25 @@ TEST(FaultWalk, Surroundings) {
     });
 }
 
+/// Brings what was written to the file, if it was.
+int Flushed(int written, kelFile& file) {
+    return written == kOk ? file.Flush() : written;
+}
+
+/// Reads a line. After a failure the text is empty.
+int Line(World& it, kelFile& file) {
+    const int status = file.ReadLine(it.line, sizeof it.line);
+    if (status != kOk) {
+        EXPECT_EQ(std::exchange(it.line[0], 'x'), '\0');
+    }
+    return status;
+}
+
 /// Values of each type, to and from each of the two open files.
 template <typename... Types>
 void WalkValues(std::tuple<Types...> World::*) {
     for (kelFile World::*each : {&World::open, &World::buffered}) {
-        (Walk({{CALL((it.*each).Write(Types{7}))},
+        (Walk({{CALL(Flushed((it.*each).Write(Types{7}), it.*each))},
                {CALL((it.*each).Read(std::get<Types>(it.values)))}}),
          ...);
     }
@@ -252,15 +270,16 @@ TEST(FaultWalk, Files) {
         {CALL(Status((kelFile(it.open) = it.buffered).IsOpen()))},
         {CALL(Status(it.open.IsReadable() && it.open.IsWritable()))},
         {CALL(it.buffered.Flush())},
+        {CALL((it.empty = kelFile(it.file, kReadWrite | kBuffered)).Write('0'))},
         {CALL(kelFile::Exists(&it.library, it.file)), kSame, kelStatusNotFound},
         {CALL(kelFile::Delete(&it.library, it.program))},
         {CALL(kelFile::SetPermissions(&it.library, it.file, 0x600))},
     });
     for (kelFile World::*each : {&World::open, &World::buffered}) {
         Walk({{CALL((it.*each).Read(it.line, it.size))},
-              {CALL((it.*each).ReadLine(it.line, 8))},
-              {CALL((it.*each).WriteLine("12345678"))},
-              {CALL((it.*each).Write(it.line, it.size))},
+              {CALL(Line(it, it.*each))},
+              {CALL(Flushed((it.*each).WriteLine("12345678"), it.*each))},
+              {CALL(Flushed((it.*each).Write(it.line, it.size), it.*each))},
               {CALL((it.*each).SeekTo(2))},
               {CALL((it.*each).SeekToBegin())},
               {CALL((it.*each).SeekToEnd())},
@@ -301,8 +320,7 @@ int StartProgram(World& it) {
     EXPECT_EQ(process.GetPid() != -1, status == kOk);
     EXPECT_EQ(process.GetLastError().empty(), status == kOk);
     // A file that cannot be opened is done without.
-    EXPECT_TRUE(ReadWhole(out) == (status == kOk ? "out\n" : "") ||
-                fault.source == FaultSource::Runtime);
+    EXPECT_TRUE(ReadWhole(out) == (status == kOk ? "out\n" : "") || fault.struck == "open");
     it.beyond.Write("out");  // as it was
     return status;
 }

@@ -74,24 +74,36 @@ TEST(Linux, FullDevices_LoseNothingUntold) {
         kelFile full("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
         unsigned long long rest = 10000, none = 1;
         EXPECT_EQ(full.Write(text.data(), before), kOk) << before;
-        EXPECT_TRUE(All(kFailed, {full.Write(text.data(), rest), direct.Write(text.data(), none),
-                                  full.Write(1.0), full.SeekToBegin(), full.Close()}));
-        EXPECT_EQ(rest, 4096 - before) << "what the buffer still took";
+        EXPECT_TRUE(All(kFailed, {full.Write(text.data(), rest), direct.Write(text.data(), none)}));
+        EXPECT_EQ(rest, before == 0 ? 0 : 4096 - before) << "what an unfilled buffer still took";
+        EXPECT_EQ(full.Write(1.0), before == 0 ? kOk : kFailed);
+        EXPECT_TRUE(All(kFailed, {full.SeekToBegin(), full.Close()}));
         EXPECT_TRUE(none == 0 && !direct.EndOfFile() && !full.IsOpen());
     }
     const TemporaryDirectory directory;
     const Guard here = WorkingDirectory(directory.Path());
     std::generate(text.begin(), text.end(), std::minstd_rand());
     kelFile file("file", kWrite | kBuffered);
-    unsigned long long taken = 14000;
     std::signal(SIGXFSZ, SIG_IGN);
+    const auto write = [&](unsigned long long at, unsigned long long size) {
+        EXPECT_EQ(file.Write(text.data() + at, size), kOk) << size << " bytes at " << at;
+    };
     LimitFileSize(6000);
-    EXPECT_TRUE(All(kFailed, {file.Write(text.data(), taken), file.Write(1),
-                              file.WriteLine("taken whole or not at all")}));
+    write(0, 4000);
+    EXPECT_EQ(file.Flush(), kOk);
+    write(4000, 3000);
+    EXPECT_EQ(file.Flush(), kFailed) << "which reaches the file in part";
+    write(7000, 4);
+    EXPECT_EQ(file.WriteLine(std::string(4000, 'w').c_str()), kFailed) << "whole or not at all";
+    unsigned long long taken = 20000;
+    EXPECT_EQ(file.Write(text.data() + 7004, taken), kFailed);
+    LimitFileSize(10000);
+    unsigned long long more = 20000;
+    EXPECT_EQ(file.Write(text.data() + 7004 + taken, more), kFailed) << "past the buffer in part";
     LimitFileSize(RLIM_INFINITY);
-    unsigned long long rest = text.size() - taken;
-    EXPECT_EQ(file.Write(text.data() + taken, rest) + file.Close(), kOk) << "there is room again";
-    EXPECT_EQ(ReadWhole("file"), text);
+    write(7004 + taken + more, text.size() - 7004 - taken - more);
+    EXPECT_EQ(file.Close(), kOk) << "there is room again";
+    EXPECT_TRUE(ReadWhole("file") == text) << "each byte once";
     LimitFileSize(100000);
     std::signal(SIGXFSZ, SIG_DFL);  // which ends the process
     EXPECT_EQ(kelSharedMemory().Create(100001, directory / "segment"), kFailed);

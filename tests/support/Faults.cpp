@@ -15,11 +15,13 @@ thread_local std::pair<std::string_view, std::function<int()>> atCall;
 thread_local bool counting = false;
 thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
 std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
+std::atomic<long> pools{0};             ///< That were made and not destroyed.
 
 }  // namespace
 
-std::array<std::intmax_t, 3> WhatIsHeld() {
-    return {users.load(), blocks, std::distance(fs::directory_iterator("/proc/self/fd"), {})};
+std::array<std::intmax_t, 4> WhatIsHeld() {
+    return {users.load(), pools.load(), blocks,
+            std::distance(fs::directory_iterator("/proc/self/fd"), {})};
 }
 
 Guard Arm(const FaultPlan& plan) {
@@ -92,6 +94,17 @@ WRAPPED(apr_initialize) {
 WRAPPED(apr_terminate) {
     --zukel::test::users;
     return __real_apr_terminate(a, b, c, d, e, f);
+}
+
+WRAPPED(apr_pool_create_ex) {
+    const int error = ErrorOf(FaultSource::Runtime, "apr_pool_create_ex");
+    const Word status = error != 0 ? error : __real_apr_pool_create_ex(a, b, c, d, e, f);
+    zukel::test::pools += status == APR_SUCCESS ? 1 : 0;
+    return status;
+}
+WRAPPED(apr_pool_destroy) {
+    --zukel::test::pools;
+    return __real_apr_pool_destroy(a, b, c, d, e, f);
 }
 
 // The other forms come to these, but for the sanitizers' own of arrays, which do not fail.

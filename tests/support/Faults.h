@@ -44,8 +44,8 @@ auto UnderFaults(Call call) {
     return call();
 }
 
-/// How many users of the runtime, blocks of `operator new` and descriptors there are.
-std::array<std::intmax_t, 3> WhatIsHeld();
+/// How many users and pools of the runtime, blocks of `operator new` and descriptors there are.
+std::array<std::intmax_t, 4> WhatIsHeld();
 
 /// Of the wrappers: counts a call, and gives the error that it is to fail with, or 0.
 int ErrorOf(FaultSource source, const char* call) noexcept;

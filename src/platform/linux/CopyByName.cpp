@@ -9,6 +9,7 @@
 #include "platform/linux/CopyContents.h"
 #include "platform/linux/CopyRules.h"
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/Permissions.h"
 
 namespace zukel::platform {
 
@@ -22,19 +23,9 @@ struct Manner {
     bool sourceModifiedTime;  ///< and the source's modification time.
 };
 
-mode_t ModeOfPermissions(apr_fileperms_t perms) noexcept {
+mode_t ModeOfNew(apr_fileperms_t perms) noexcept {
     constexpr mode_t kSystemDefault = 0666;
-    if (perms == APR_FPROT_OS_DEFAULT) {
-        return kSystemDefault;
-    }
-    const auto digit = [perms](unsigned shift) {
-        return (static_cast<mode_t>(perms) >> shift) & 07U;
-    };
-    const auto bit = [perms](apr_fileperms_t word, mode_t mode) {
-        return (perms & word) != 0 ? mode : 0;
-    };
-    return digit(8) << 6U | digit(4) << 3U | digit(0) | bit(APR_FPROT_USETID, S_ISUID) |
-           bit(APR_FPROT_GSETID, S_ISGID) | bit(APR_FPROT_WSTICKY, S_ISVTX);
+    return perms == APR_FPROT_OS_DEFAULT ? kSystemDefault : ModeOf(perms);
 }
 
 /// One copy from name to name: what is known of both ends, and what has happened to the target.
@@ -159,10 +150,9 @@ private:
 
 }  // namespace
 
-CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
-                            apr_pool_t*) noexcept {
+CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
     const bool sourceMode = perms == APR_FPROT_FILE_SOURCE_PERMS;
-    return CopyByName(from, to, {ModeOfPermissions(perms), sourceMode, sourceMode, false}).Run();
+    return CopyByName(from, to, {ModeOfNew(perms), sourceMode, sourceMode, false}).Run();
 }
 
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {

@@ -2,8 +2,13 @@
 
 #include <langinfo.h>
 #include <locale.h>
+#include <pwd.h>
+#include <stdlib.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <type_traits>
@@ -23,13 +28,45 @@ const char* NameOf(const Locale& locale) noexcept {
     return nl_langinfo_l(_NL_LOCALE_NAME(LC_CTYPE), locale.get());
 }
 
-}  // namespace
-
-bool MayBeEnvironmentVariable(const char*, const char*) noexcept {
+/// One text of the record of the process's user.
+bool QueryUser(zuString& text, char* passwd::*field) {
+    zuStlVector<char> room(1024);
+    passwd user{};
+    passwd* found = nullptr;
+    int error = 0;
+    while ((error = getpwuid_r(getuid(), &user, room.data(), room.size(), &found)) == ERANGE ||
+           error == EINTR) {
+        room.resize(error == ERANGE ? room.size() * 2 : room.size());
+    }
+    if (error != 0 || found == nullptr || user.*field == nullptr) {
+        return false;
+    }
+    text.assign(user.*field);
     return true;
 }
 
-void RepeatEnvironmentVariable(const char*, const char*) noexcept {}
+}  // namespace
+
+bool ReadEnvironmentVariable(const char* name, zuString& value) {
+    const char* const text = std::getenv(name);
+    if (text == nullptr) {
+        return false;
+    }
+    value.assign(text);
+    return true;
+}
+
+bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
+    return setenv(name, value, 1) == 0;
+}
+
+bool QueryUserName(zuString& name) {
+    return QueryUser(name, &passwd::pw_name);
+}
+
+bool QueryUserDirectory(zuString& directory) {
+    return QueryUser(directory, &passwd::pw_dir);
+}
 
 LocaleId ThreadLocale() noexcept {
     // A copy, because the program's own may be changed by another thread while it is looked at.

@@ -1,14 +1,66 @@
 #include "platform/FileFacts.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/linux/Permissions.h"
+
 namespace zukel::platform {
 
-apr_status_t QueryFile(apr_finfo_t& info, const char* name, apr_int32_t wanted,
-                       apr_pool_t* pool) noexcept {
-    return apr_stat(&info, name, wanted | APR_FINFO_LINK, pool);
+namespace {
+
+apr_filetype_e TypeOf(mode_t mode) noexcept {
+    switch (mode & S_IFMT) {
+        case S_IFREG:
+            return APR_REG;
+        case S_IFDIR:
+            return APR_DIR;
+        case S_IFIFO:
+            return APR_PIPE;
+        case S_IFLNK:
+            return APR_LNK;
+        case S_IFSOCK:
+            return APR_SOCK;
+        default:
+            return APR_UNKFILE;
+    }
 }
 
-apr_status_t QueryPermissions(apr_finfo_t& info, const char* name, apr_pool_t* pool) noexcept {
-    return apr_stat(&info, name, APR_FINFO_PROT | APR_FINFO_LINK, pool);
+long long Microseconds(const timespec& time) noexcept {
+    return time.tv_sec * 1000000LL + time.tv_nsec / 1000;
+}
+
+}  // namespace
+
+apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept {
+    struct stat found {};
+    if (lstat(name, &found) != 0) {
+        return errno;
+    }
+    facts.type = TypeOf(found.st_mode);
+    facts.hasUser = facts.hasGroup = true;
+    facts.permissions = PermissionsOf(found.st_mode);
+    facts.size = found.st_size;
+    facts.created = Microseconds(found.st_ctim);
+    facts.accessed = Microseconds(found.st_atim);
+    facts.modified = Microseconds(found.st_mtim);
+    return APR_SUCCESS;
+}
+
+apr_status_t QueryPermissions(const char*, int&) noexcept {
+    return APR_ENOTIMPL;
+}
+
+bool FileExists(const char* name) noexcept {
+    if (faccessat(AT_FDCWD, name, F_OK, AT_EACCESS) == 0) {
+        return true;
+    }
+    // A sandbox may refuse that call, and an old system has no such flag.
+    struct stat found {};
+    return errno != ENOENT && errno != ENOTDIR && stat(name, &found) == 0;
 }
 
 }  // namespace zukel::platform

@@ -1,10 +1,10 @@
 #include "platform/FileOperations.h"
 
-#include <apr_file_io.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "zubase/zuWString.h"
@@ -22,8 +22,12 @@ void SetNormalAttributes(const char* name) noexcept {
     }
 }
 
-apr_status_t RenameFile(const char* from, const char* to, apr_pool_t* pool) noexcept {
-    return apr_file_rename(from, to, pool);
+apr_status_t RenameFile(const char* from, const char* to) noexcept {
+    return std::rename(from, to) == 0 ? APR_SUCCESS : errno;
+}
+
+apr_status_t RemoveFile(const char* name) noexcept {
+    return unlink(name) == 0 ? APR_SUCCESS : errno;
 }
 
 bool RenameInPlace(const char* from, const char* to) noexcept {

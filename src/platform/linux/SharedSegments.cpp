@@ -1,7 +1,6 @@
 #include "platform/SharedSegments.h"
 
 #include <apr_hash.h>
-#include <apr_shm.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -127,7 +126,7 @@ bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segm
 
 }  // namespace
 
-bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t*, Segment& segment) noexcept {
+bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept {
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
     if (size > kMost - sizeof(Word) || !MayHave(size + sizeof(Word))) {
         return false;
@@ -146,7 +145,7 @@ bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t*, Segment& s
     return true;
 }
 
-bool AttachSegment(const char* name, apr_pool_t*, Segment& segment) noexcept {
+bool AttachSegment(const char* name, Segment& segment) noexcept {
     const Descriptor file(
         open(SegmentPath(name).Text(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat facts {};
@@ -174,11 +173,13 @@ bool UnmapSegment(Segment& segment) noexcept {
     return true;
 }
 
-bool RemoveName(const char* name, apr_pool_t* pool) noexcept {
-    return apr_shm_remove(name, pool) == APR_SUCCESS;
+void ReleaseSegment(Segment&) noexcept {}
+
+bool RemoveName(const char* name) noexcept {
+    return unlink(SegmentPath(name).Text()) == 0;
 }
 
-bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t*) noexcept {
+bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
     const SegmentPath path(name);
     struct stat facts {};
     if (lstat(path.Text(), &facts) != 0) {

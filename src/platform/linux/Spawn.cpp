@@ -1,6 +1,5 @@
 #include "platform/linux/Spawn.h"
 
-#include <apr_portable.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <unistd.h>
@@ -43,24 +42,14 @@ public:
     const posix_spawn_file_actions_t* Actions() const noexcept { return &actions_; }
     const posix_spawnattr_t* Attributes() const noexcept { return &attributes_; }
 
-    void Redirect(int stream, apr_file_t* file, Descriptor& moved) noexcept {
-        int source = -1;
-        if (error_ == 0 && file != nullptr && Try(apr_os_file_get(&source, file)) &&
-            source <= STDERR_FILENO) {
-            // The caller has closed a standard stream, and the file took its number: out of the way
-            // before the streams of the child are put there.
-            moved = Descriptor(fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-            Try(moved ? 0 : errno);
-            source = moved.Get();
+    /// Gives the child its output and its errors.
+    void Redirect(const FileHandle* output, const FileHandle* error) noexcept {
+        Redirect(STDOUT_FILENO, output, movedOutput_);
+        if (error != output) {
+            Redirect(STDERR_FILENO, error, movedError_);
+        } else if (error_ == 0) {
+            Try(posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO));
         }
-        if (error_ != 0) {
-            return;
-        }
-        // To nowhere, rather than to a pipe that nobody reads, which blocks its writer and then
-        // kills it, or to the caller's streams, which may be such pipes.
-        Try(file != nullptr
-                ? posix_spawn_file_actions_adddup2(&actions_, source, stream)
-                : posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0));
     }
 
     void ChangeDirectory(const char* directory) noexcept {
@@ -80,6 +69,29 @@ public:
     }
 
 private:
+    /// Gives a stream its file. Without one its output goes nowhere, rather than to a pipe that
+    /// nobody reads, which blocks its writer and then kills it, or to the caller's streams, which
+    /// may be such pipes.
+    void Redirect(int stream, const FileHandle* file, Descriptor& moved) noexcept {
+        if (error_ != 0) {
+            return;
+        }
+        if (file == nullptr) {
+            Try(posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0));
+            return;
+        }
+        auto source = static_cast<int>(file->Get());
+        if (source <= STDERR_FILENO) {
+            // The caller has closed a standard stream, and the file took its number: out of the way
+            // before the streams of the child are put there.
+            moved = Descriptor(fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+            source = moved.Get();
+        }
+        if (Try(source >= 0 ? 0 : errno)) {
+            Try(posix_spawn_file_actions_adddup2(&actions_, source, stream));
+        }
+    }
+
     bool Try(int error) noexcept {
         if (error_ == 0) {
             error_ = error;
@@ -88,6 +100,8 @@ private:
     }
 
     int error_ = 0;
+    Descriptor movedOutput_;
+    Descriptor movedError_;
     posix_spawn_file_actions_t actions_;
     posix_spawnattr_t attributes_;
     bool haveActions_;
@@ -155,11 +169,8 @@ int SpawnByShell(Arguments arguments, const char* directory, const Preparation& 
 }  // namespace
 
 int Spawn(const Program& program, pid_t& pid) {
-    Descriptor movedOutput;
-    Descriptor movedError;
     Preparation preparation;
-    preparation.Redirect(STDOUT_FILENO, program.output, movedOutput);
-    preparation.Redirect(STDERR_FILENO, program.error, movedError);
+    preparation.Redirect(program.output, program.error);
     preparation.ChangeDirectory(program.directory);
     preparation.SetAttributes(program.detach);
     if (preparation.Error() != 0) {

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <apr_errno.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "platform/Files.h"
+#include "zuString.h"
+
+namespace zukel {
+
+/// What becomes of a buffered write that fails.
+enum class Unit {
+    Bytes,  ///< As much of it as possible has been taken.
+    Whole   ///< None of it has been taken, unless it is longer than the buffer.
+};
+
+/// An open file, with a buffer if its mode asks for one; or none.
+///
+/// The buffer holds either bytes that were read ahead of the caller or bytes that are yet to be
+/// written. `cursor_` is the next byte to be taken from it or put into it, and a count for each of
+/// the two says how far that goes before the system has to be asked. Both counts are 0 while the
+/// stream is closed or unbuffered.
+///
+/// Results are 0 or the reason, `APR_EOF` at the end of the file.
+class FileStream {
+public:
+    static constexpr std::size_t kBufferSize = 4096;
+
+    FileStream() noexcept = default;
+    FileStream(FileStream&& other) noexcept { Swap(other); }
+    FileStream& operator=(FileStream&& other) noexcept {
+        Swap(other);
+        return *this;
+    }
+    /// Closes an open file, dropping the result.
+    ~FileStream() { Close(); }
+
+    /// Takes over a file that has just been opened. None must be open.
+    ///
+    /// @param mode the `APR_FOPEN_` flags that it was opened with.
+    /// @param removed the name to remove when the file has been closed, or null; see
+    /// `platform::RemoveClosed`.
+    void Begin(platform::FileHandle file, int mode, std::unique_ptr<zuString> removed) noexcept {
+        file_ = std::move(file);
+        mode_ = mode;
+        removed_ = std::move(removed);
+    }
+
+    bool IsOpen() const noexcept { return static_cast<bool>(file_); }
+    int Mode() const noexcept { return mode_; }
+    /// Whether a read has met the end of the file since the position was last set.
+    bool HasMetEnd() const noexcept { return metEnd_; }
+
+    /// Takes `size` bytes from the buffer, if it has so many.
+    bool Take(void* target, std::size_t size) noexcept {
+        if (size > readable_) {
+            return false;
+        }
+        std::memcpy(target, cursor_, size);
+        cursor_ += size;
+        readable_ -= static_cast<std::uint32_t>(size);
+        return true;
+    }
+
+    /// Puts `size` bytes into the buffer, if it has room for so many.
+    bool Put(const void* source, std::size_t size) noexcept {
+        if (size > writable_) {
+            return false;
+        }
+        std::memcpy(cursor_, source, size);
+        cursor_ += size;
+        writable_ -= static_cast<std::uint32_t>(size);
+        return true;
+    }
+
+    /// Reads bytes. Buffered: `size` of them unless the file ends before; unbuffered: what one call
+    /// of the system gives.
+    ///
+    /// @param size receives how many have come; 0 after a failure.
+    apr_status_t Read(void* target, std::size_t& size) noexcept;
+
+    /// Reads up to and including the next line feed, and `size` bytes at most.
+    ///
+    /// @param size not 0; receives how many have come; 0 after a failure.
+    apr_status_t ReadLine(char* target, std::size_t& size) noexcept;
+
+    /// Writes bytes. Buffered: all of them; unbuffered: what one call of the system takes.
+    ///
+    /// @param size receives how many have reached the file or the buffer, after a failure too.
+    apr_status_t Write(const void* source, std::size_t& size, Unit unit) noexcept;
+
+    /// Writes all of the bytes, also where the system takes them in pieces.
+    apr_status_t WriteWhole(const char* source, std::size_t size) noexcept;
+
+    /// Sets the position. Writes out the buffer first.
+    apr_status_t Seek(platform::Origin from, long long offset) noexcept;
+
+    /// Writes out the buffer. After a failure it holds what the system has not taken.
+    apr_status_t Flush() noexcept;
+
+    /// Writes out the buffer and closes the file, which is gone also when one of the two fails.
+    apr_status_t Close() noexcept;
+
+    /// Lets go of an open file without writing to it or closing it.
+    void Abandon() noexcept;
+
+private:
+    void Swap(FileStream& other) noexcept;
+    bool Has(int flag) const noexcept { return (mode_ & flag) != 0; }
+    void EmptyBuffer() noexcept;
+    apr_status_t NeedBuffer() noexcept;
+    apr_status_t BeginWriting() noexcept;
+    apr_status_t ReadPast(void* target, std::size_t& size) noexcept;
+    apr_status_t WritePast(const char* source, std::size_t& size) noexcept;
+    apr_status_t Refill() noexcept;
+    apr_status_t ReadBuffered(char* target, std::size_t& size) noexcept;
+    apr_status_t WriteBuffered(const char* source, std::size_t& size, Unit unit) noexcept;
+    apr_status_t ReadLineBuffered(char* target, std::size_t& size) noexcept;
+    apr_status_t ReadLineUnbuffered(char* target, std::size_t& size) noexcept;
+
+    static constexpr long long kUnknown = -1;
+
+    platform::FileHandle file_;
+    int mode_ = 0;
+    bool metEnd_ = false;
+    bool readsAhead_ = false;     ///< `platform::MayReadAhead`, once that was true.
+    std::uint32_t readable_ = 0;  ///< Bytes from `cursor_` on that were read ahead.
+    std::uint32_t writable_ = 0;  ///< Room from `cursor_` on for bytes yet to be written.
+    char* cursor_ = nullptr;
+    char* unwritten_ = nullptr;       ///< The first byte yet to be written. Null while reading.
+    std::unique_ptr<char[]> buffer_;  ///< From the first need to the close.
+    /// Where the system reads and writes next: behind what was read ahead, or where the first byte
+    /// yet to be written goes. Unknown after bytes were appended.
+    long long position_ = 0;
+    std::unique_ptr<zuString> removed_;
+};
+
+}  // namespace zukel

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <apr_errno.h>
+#include <apr_file_info.h>
+
+#include <memory>
+
+#include "zuString.h"
+
+/// What the portable code asks of the platform about directories. Names are the caller's bytes.
+/// Plain functions, chosen at link time: one folder below this one implements each of them.
+namespace zukel::platform {
+
+/// A directory that is being read, in the platform's own form.
+struct DirectoryStream;
+
+/// Stops reading, closed in child processes too.
+///
+/// @returns 0 or the reason. The stream is gone either way.
+apr_status_t CloseDirectory(DirectoryStream* directory) noexcept;
+
+struct ReleaseDirectory {
+    void operator()(DirectoryStream* directory) const noexcept { CloseDirectory(directory); }
+};
+/// Holds a directory that is being read, or none.
+using DirectoryHandle = std::unique_ptr<DirectoryStream, ReleaseDirectory>;
+
+/// Opens a directory, to be read from its first entry on. Windows: the name is UTF-8.
+///
+/// @param directory receives it; unchanged on failure.
+/// @returns 0 or the reason.
+apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcept;
+
+/// Goes back before the first entry.
+///
+/// @returns 0 or the reason.
+apr_status_t RewindDirectory(DirectoryStream& directory) noexcept;
+
+/// The name of the next entry, "." and ".." included where the system has them, in its order.
+///
+/// @returns null at the end and after an error. The text is good until the next call for the
+/// directory. Windows: UTF-8.
+const char* NextEntry(DirectoryStream& directory) noexcept;
+
+/// Makes one directory.
+///
+/// @param perms permission bits. Linux: less the umask. Windows: without effect.
+/// @returns 0 or the reason: one of `APR_STATUS_IS_ENOENT` when a parent is missing, of
+/// `APR_STATUS_IS_EEXIST` when something has the name.
+apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept;
+
+/// Whether the name leads to a directory.
+bool IsDirectory(const char* path) noexcept;
+
+/// Removes one empty directory.
+///
+/// @returns 0 or the reason.
+apr_status_t RemoveEmptyDirectory(const char* path) noexcept;
+
+/// Tells the current directory of the process, with the system's own separators.
+///
+/// @returns 0, or the reason with `path` unchanged. Throws `std::bad_alloc`.
+apr_status_t QueryCurrentDirectory(zuString& path);
+
+/// Makes another directory the current one of the process.
+///
+/// @returns 0 or the reason.
+apr_status_t ChangeCurrentDirectory(const char* path) noexcept;
+
+/// Whether a byte parts the components of a path.
+bool IsSeparator(char byte) noexcept;
+
+/// Whether a path is read from the current directory. Windows: also one with a drive and no root,
+/// or a root and no drive.
+bool IsReadFromCurrentDirectory(const char* path) noexcept;
+
+}  // namespace zukel::platform
