@@ -76,8 +76,7 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     EXPECT_TRUE(All(kelFileInfo::NoFile,
                     {kelFileInfo("").GetType(), kelFileInfo(name + "/below").GetType()}));
     EXPECT_EQ(later.GetType(), kelFileInfo::RegularFile);
-    EXPECT_EQ(kelFileInfo(kNullDevice).GetType(),
-              kOnWindows ? kelFileInfo::NoFile : kelFileInfo::OtherFile);
+    EXPECT_EQ(kelFileInfo(kNullDevice).GetType(), kelFileInfo::OtherFile);
 }
 
 TEST(kelDirectory, CurrentDirectoryAbsoluteAndRelativePaths) {

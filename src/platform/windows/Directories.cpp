@@ -142,13 +142,16 @@ apr_status_t ChangeCurrentDirectory(const char* path) noexcept {
     return SetCurrentDirectoryW(wide.Get()) != 0 ? APR_SUCCESS : LastStatus();
 }
 
+bool IsSeparator(char byte) noexcept {
+    return byte == '/' || byte == '\\';
+}
+
 bool IsReadFromCurrentDirectory(const char* path) noexcept {
-    const auto separates = [](char byte) { return byte == '/' || byte == '\\'; };
     if (path[0] == '\0') {
         return true;
     }
-    const bool share = separates(path[0]) && separates(path[1]);
-    const bool rooted = path[1] == ':' && separates(path[2]);
+    const bool share = IsSeparator(path[0]) && IsSeparator(path[1]);
+    const bool rooted = path[1] == ':' && IsSeparator(path[2]);
     return !share && !rooted;
 }
 

@@ -1,11 +1,16 @@
 #include "platform/Environment.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
 
+#include "platform/windows/Security.h"
 #include "platform/windows/WideName.h"
+
+#include <userenv.h>
 
 namespace zukel::platform {
 
@@ -52,6 +57,40 @@ bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
     // the process. This tells the system what they are.
     return SetEnvironmentVariableW(wideName, *wideValue == L'\0' ? nullptr : wideValue) != 0 ||
            *wideValue == L'\0';
+}
+
+bool QueryUserName(zuString& name) {
+    SecurityId user{};
+    SID_NAME_USE use{};
+    // What an account's name has at most, and its domain's.
+    std::array<wchar_t, 257> account{};
+    std::array<wchar_t, 257> domain{};
+    auto accountSize = static_cast<DWORD>(account.size());
+    auto domainSize = static_cast<DWORD>(domain.size());
+    if (!CurrentUser(user) || LookupAccountSidW(nullptr, user.Get(), account.data(), &accountSize,
+                                                domain.data(), &domainSize, &use) == 0) {
+        return false;
+    }
+    name = ToUtf8(account.data());
+    return true;
+}
+
+bool QueryUserDirectory(zuString& directory) {
+    HANDLE opened = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == 0) {
+        return false;
+    }
+    const Handle token(opened);
+    DWORD size = 0;
+    GetUserProfileDirectoryW(token.Get(), nullptr, &size);
+    std::wstring path(size, L'\0');
+    if (size == 0 || GetUserProfileDirectoryW(token.Get(), path.data(), &size) == 0) {
+        return false;
+    }
+    zuString told = ToUtf8(path.c_str());
+    std::replace(told.begin(), told.end(), '\\', '/');
+    directory = std::move(told);
+    return true;
 }
 
 LocaleId ThreadLocale() noexcept {

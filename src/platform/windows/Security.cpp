@@ -1,5 +1,7 @@
 #include "platform/windows/Security.h"
 
+#include <apr_file_info.h>
+
 #include <initializer_list>
 #include <new>
 

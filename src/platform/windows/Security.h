@@ -1,7 +1,5 @@
 #pragma once
 
-#include <apr_file_info.h>
-
 #include <cstddef>
 #include <memory>
 

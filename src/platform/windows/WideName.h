@@ -1,10 +1,11 @@
 #pragma once
 
-#include <apr.h>  // before the system's own: it takes a part of that, with the sockets
-#include <apr_errno.h>
-
 #include <memory>
 #include <string>
+
+#include "platform/windows/System.h"
+
+#include <apr_errno.h>
 
 namespace zukel::platform {
 
