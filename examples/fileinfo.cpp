@@ -198,7 +198,6 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: fileinfo NAME...\n");
         return 2;
     }
-    const kelLibrary library;  // keeps the runtime started for all the names
     zuStlVector<Row> rows = {
         {"DIRECTORY", "NAME", "EXTENSION", "KIND", "PERMISSIONS", "SIZE", "MODIFIED"}};
     bool allExist = true;

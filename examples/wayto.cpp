@@ -39,7 +39,6 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: wayto FROM TO\n");
         return 2;
     }
-    const kelLibrary library;  // keeps the runtime started for both names
     const zuString way = kelDirectory::GetRelativePath(arguments[1], arguments[2]);
     if (way.empty()) {
         const zuString from = kelLibrary::GetAbsoluteFileName(arguments[1]);

@@ -34,17 +34,12 @@ struct kelDirectoryRecord;
 /// mean nothing here, but for `GetRelativePath`.
 ///
 /// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success.
-/// Memory that the runtime itself lacks ends the process.
 ///
 /// Threads: one object is used by one thread at a time; different objects are independent. The
 /// static operations may run in any number of threads at once, but the current directory is one
 /// for the whole process.
 ///
 /// Child processes: no descriptor of this class reaches a program that the process starts.
-///
-/// Memory: each entry read, and each opening, takes its bytes from the object until it is
-/// destroyed. To watch a directory for long, make an object for each look, or use the static
-/// `GetFileNames`.
 ///
 /// @code
 /// kelDirectory directory("notes");

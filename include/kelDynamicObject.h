@@ -38,8 +38,6 @@ struct kelDynamicObjectRecord;
 /// Threads: one object is used by one thread at a time; different objects are independent. Code of
 /// the module may run in the thread that loads or unloads it.
 ///
-/// Memory: each load leaves about 100 bytes with the object until it is destroyed.
-///
 /// @code
 /// kelDynamicObject module;
 /// long long (*answer)() = nullptr;

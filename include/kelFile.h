@@ -26,12 +26,9 @@ struct kelFileRecord;
 /// Threads: one object is used by one thread at a time, and so are objects that share a file by
 /// assignment; all others are independent.
 ///
-/// Child processes: no descriptor of this class reaches a program that the process starts. Linux:
-/// with `ModeNoCleanup`, and for temporary files, the mark is set just after the descriptor was
-/// made, so a program started by another thread in between still inherits it.
+/// Child processes: no descriptor of this class reaches a program that the process starts.
 ///
-/// Memory: what one opening takes (about 4 KiB with `ModeBuffered`) stays with the object until it
-/// is destroyed. For many files in a row make an object for each.
+/// Signals: one that the program handles interrupts no operation; reads and writes go on after it.
 ///
 /// @code
 /// kelFile out("list.txt", kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeTruncate);
@@ -48,14 +45,13 @@ struct kelFileRecord;
 /// @endcode
 class KEL_API kelFile {
 public:
-    /// The bits of the open mode. Their values are those of the runtime's `APR_FOPEN_` flags, and
-    /// any other of these may be given as well: the mode is handed on unchanged.
+    /// The bits of the open mode. Values and meaning are those of APR's `APR_FOPEN_` flags;
+    /// `APR_FOPEN_NONBLOCK` may be given as well.
     enum OpenMode : int {
         ModeRead = 0x00001,    ///< Open for reading.
         ModeWrite = 0x00002,   ///< Open for writing.
         ModeCreate = 0x00004,  ///< Make the file when it does not exist.
-        /// Every write goes to the end of the file. Buffered, a part of the buffer that reached the
-        /// file before the device ran full is written again by the next attempt.
+        /// Every write goes to the end of the file, whoever else writes to it.
         ModeAppend = 0x00008,
         ModeTruncate = 0x00010,   ///< Cut an existing file to nothing.
         ModeBinary = 0x00020,     ///< No text translation; neither Linux nor Windows does any.
@@ -64,12 +60,11 @@ public:
         /// Remove the file when it is closed. Linux: by the name given, which a relative name looks
         /// for in the current directory of that time; Windows: the file itself.
         ModeDeleteOnClose = 0x00100,
-        ModeThreadSafe =
-            0x00200,  ///< The runtime guards its own handle; the object stays unguarded.
+        ModeThreadSafe = 0x00200,  ///< No effect: one thread at a time uses an object.
         ModeShareLock = 0x00400,  ///< Windows: other processes may lock ranges of the file.
         ModeNoCleanup =
             0x00800,  ///< A forgotten handle (see above) is never closed, nor its buffer written.
-        ModeSendfile = 0x01000,  ///< Windows: open for overlapped transfer.
+        ModeSendfile = 0x01000,  ///< No effect.
         ModeSparse = 0x08000     ///< Windows: mark the file sparse.
     };
 
@@ -205,8 +200,11 @@ public:
     /// @param buffer room for `size` bytes.
     /// @param size at least 1, at most 2^31 - 1: only its low 32 bits count. With 1 the text is
     /// empty, with 0 nothing is written; nothing is read then, and the result is `kelStatusOk`.
-    /// @returns `kelStatusFailed` when nothing was left, with the empty text in `buffer`, or by an
-    /// error. Unbuffered files pay one system call for each byte: open with `ModeBuffered`.
+    /// @returns `kelStatusFailed` when nothing was left, or by an error; `buffer` then holds the
+    /// empty text.
+    ///
+    /// An unbuffered line costs two or three system calls. Of a pipe or a terminal it costs one for
+    /// each byte, so that nothing is taken from whoever reads it next.
     int ReadLine(char* buffer, unsigned long long size);
 
     /// Writes the bytes of `text` up to its NUL; no line end is added.
@@ -225,14 +223,16 @@ public:
     /// Moves the position to the end of the file. Fails as `SeekTo` does.
     int SeekToEnd();
 
-    /// Whether a read has met the end of the file: true on a closed object, and from the read that
-    /// found nothing or less than it wanted until the position is set; also when the file has grown
-    /// since. False after the last byte was read exactly, until a read fails. After a failure of
-    /// another kind false, until an operation succeeds.
+    /// Whether a read has met the end of the file. True on a closed object, and from the read that
+    /// met the end until the position is set, even if the file has grown since. A read meets the
+    /// end when it finds nothing; a line or a buffered read also when it finds less than it wanted.
+    /// A read that ends exactly at the last byte does not. After any other failure: false until an
+    /// operation succeeds.
     bool EndOfFile();
 
-    /// Writes out the buffer of a file opened with `ModeBuffered`; a success without effect on any
-    /// other. It reaches the system, not necessarily the disk.
+    /// Hands the buffer of a file opened with `ModeBuffered` to the system; a success without
+    /// effect on any other. The data is not synced to disk. After a failure the buffer holds what
+    /// the system has not taken, and nothing is written twice.
     int Flush();
 
     /// Whether the file of this object's name may be read: not by its mode bits alone, but by
