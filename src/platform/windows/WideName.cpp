@@ -125,9 +125,9 @@ bool WideName::Convert(const char* name) noexcept {
     return true;
 }
 
-void WideName::Settle(Devices devices) noexcept {
+bool WideName::Settle(Devices devices) noexcept {
     if (IsOfTheSystem(text_)) {
-        return;
+        return true;
     }
     std::size_t start = 0;  // of the component
     std::size_t length = 0;
@@ -150,20 +150,15 @@ void WideName::Settle(Devices devices) noexcept {
         start = length + 1;
     }
     const bool isLong = length >= kLongestPlain;
-    if (length != 0 && (isLong || (!IsAbsolute(text_) &&
-                                   GetFullPathNameW(text_, 0, nullptr, nullptr) > kLongestPlain))) {
-        Extend(false);
-    }
+    const bool growsLong = !isLong && length != 0 && !IsAbsolute(text_) &&
+                           GetFullPathNameW(text_, 0, nullptr, nullptr) > kLongestPlain;
+    return (!isLong && !growsLong) || Extend(Form::Absolute);
 }
 
-bool WideName::MakeExtended() noexcept {
-    if (!IsOfTheSystem(text_)) {
-        Extend(true);
+bool WideName::Extend(Form form) noexcept {
+    if (IsOfTheSystem(text_)) {
+        return true;
     }
-    return static_cast<bool>(*this);
-}
-
-void WideName::Extend(bool always) noexcept {
     constexpr wchar_t kDrive[] = L"\\\\?\\";
     constexpr wchar_t kShare[] = L"\\\\?\\UNC\\";
     constexpr std::size_t kShareSize = std::size(kShare) - 1;
@@ -173,7 +168,7 @@ void WideName::Extend(bool always) noexcept {
         return Refuse(ERROR_FILENAME_EXCED_RANGE);
     }
     if (!Reserve(kShareSize + size, room)) {
-        return;
+        return false;
     }
     wchar_t* const full = room.get() + kShareSize;
     const DWORD length = GetFullPathNameW(text_, size, full, nullptr);
@@ -181,7 +176,7 @@ void WideName::Extend(bool always) noexcept {
         return Refuse(ERROR_FILENAME_EXCED_RANGE);
     }
     const wchar_t* text = full;
-    if ((always || length >= kLongestPlain) && !IsOfTheSystem(full)) {
+    if ((form == Form::Extended || length >= kLongestPlain) && !IsOfTheSystem(full)) {
         const bool share = IsSeparator(full[0]);  // its two separators are a part of the prefix
         const std::size_t prefix = share ? kShareSize : std::size(kDrive) - 1;
         wchar_t* const start = full + (share ? 2 : 0) - prefix;
@@ -190,6 +185,7 @@ void WideName::Extend(bool always) noexcept {
     }
     text_ = text;
     longer_ = std::move(room);
+    return true;
 }
 
 bool ToWide(const char* text, std::wstring& wide) {

@@ -35,10 +35,12 @@ public:
     apr_status_t Status() const noexcept { return status_; }
     const wchar_t* Get() const noexcept { return text_; }
 
-    /// Gives the name the extended form whatever its length. Requires: it was not refused.
+    /// Makes the name absolute, or gives it the extended form, whatever its length. Requires: it
+    /// was not refused.
     ///
     /// @returns false when it is refused now.
-    bool MakeExtended() noexcept;
+    bool MakeAbsolute() noexcept { return Extend(Form::Absolute); }
+    bool MakeExtended() noexcept { return Extend(Form::Extended); }
 
 private:
     static constexpr int kInline = 264;
@@ -46,10 +48,13 @@ private:
     bool Convert(const char* name) noexcept;
     /// Makes room for `size` units that replace the text once they are written.
     bool Reserve(std::size_t size, std::unique_ptr<wchar_t[]>& room) noexcept;
-    void Settle(Devices devices) noexcept;
-    /// @param always also a name that is short enough without.
-    void Extend(bool always) noexcept;
-    void Refuse(DWORD reason) noexcept { status_ = APR_FROM_OS_ERROR(reason); }
+    bool Settle(Devices devices) noexcept;
+    enum class Form { Absolute, Extended };  ///< Of a name that is short enough without.
+    bool Extend(Form form) noexcept;
+    bool Refuse(DWORD reason) noexcept {
+        status_ = APR_FROM_OS_ERROR(reason);
+        return false;
+    }
 
     wchar_t inline_[kInline];
     std::unique_ptr<wchar_t[]> longer_;
