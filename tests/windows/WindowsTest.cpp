@@ -91,16 +91,4 @@ TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
               kOk);
 }
 
-TEST(Windows, IdentifiersBesideOneAndTheCodeThatStandsForRunning_AreNobodysAndAnEnd) {
-    kelProcess process, ended;
-    ASSERT_EQ(process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, true), kOk);
-    for (int beside = 1; beside < 4; ++beside) {  // the system takes them for the one before
-        EXPECT_FALSE(kelProcess::IsRunning(process.GetPid() + beside));
-        EXPECT_EQ(kelProcess::NativeKill(process.GetPid() + beside), kFailed);
-    }
-    EXPECT_TRUE(process.IsRunning() && process.Kill() == kOk);
-    ASSERT_EQ(ended.Start("cmd.exe", {"/c", "exit", "259"}, false), kOk);
-    EXPECT_TRUE(Ends(ended) && !kelProcess::IsRunning(ended.GetPid()));
-}
-
 }  // namespace
