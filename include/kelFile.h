@@ -61,7 +61,7 @@ public:
         /// for in the current directory of that time; Windows: the file itself.
         ModeDeleteOnClose = 0x00100,
         ModeThreadSafe = 0x00200,  ///< No effect: one thread at a time uses an object.
-        ModeShareLock = 0x00400,  ///< Windows: other processes may lock ranges of the file.
+        ModeShareLock = 0x00400,   ///< Windows: other processes may lock ranges of the file.
         ModeNoCleanup =
             0x00800,  ///< A forgotten handle (see above) is never closed, nor its buffer written.
         ModeSendfile = 0x01000,  ///< No effect.

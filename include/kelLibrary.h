@@ -18,9 +18,10 @@ struct kelLibraryRecord;
 /// started.
 ///
 /// No set-up call is needed. An operation that needs APR starts it when nobody else has, and stops
-/// it again when nobody else uses it. Only a few do: loaded modules, `GetHostName` and `GetTempDir`;
-/// Windows: some more. A start and a stop cost many times such a call, so a program that makes many
-/// of them keeps one `kelLibrary` alive. Everything else costs the same without one.
+/// it again when nobody else uses it. Only a few do: loaded modules, `GetHostName` and
+/// `GetTempDir`; Windows: some more. A start and a stop cost many times such a call, so a program
+/// that makes many of them keeps one `kelLibrary` alive. Everything else costs the same without
+/// one.
 ///
 /// @code
 /// int main() {
