@@ -75,20 +75,4 @@ TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
 }
 
-TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
-    const TemporaryDirectory directory;
-    const std::string deep = directory / std::string(150, 'a') + "/" + std::string(150, 'b');
-    ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
-    const std::string from = deep + "/from", to = deep + "/to";
-    EXPECT_EQ(kelFile(from, kWrite).WriteLine("x"), kOk);
-    EXPECT_EQ(kelFile::Copy(from, to, 0xFFF), kOk);
-    EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
-    EXPECT_EQ(kelFile::Rename(to, from), kOk);
-    EXPECT_TRUE(kelFile::Exists(from) && !kelFile::Exists(to));
-    EXPECT_EQ(kelFile::Copy(from, to + "\xFF", 0xFFF), kFailed) << "no UTF-8 names nothing";
-    EXPECT_EQ(kelFile::Delete(from), kOk);
-    EXPECT_EQ(kelDirectory::Delete(deep) + kelDirectory::Delete(deep.substr(0, deep.size() - 151)),
-              kOk);
-}
-
 }  // namespace

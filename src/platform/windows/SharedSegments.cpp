@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "platform/windows/OpenFile.h"
@@ -32,6 +33,7 @@ constexpr wchar_t kRemoved[] = L".zukel-removed";
 struct Held {
     Handle file;
     FileId id;
+    std::unique_ptr<wchar_t[]> removed;  ///< The name of the file once its own is freed.
 };
 
 Held* HeldBy(const Segment& segment) noexcept {
@@ -72,17 +74,32 @@ Header* Map(const Handle& file) noexcept {
                    : nullptr;
 }
 
+/// The name that frees a file's own, or null.
+std::unique_ptr<wchar_t[]> RemovedName(const Handle& file, const FileId& id) noexcept {
+    constexpr std::size_t kExtra = 1 + 16 + std::size(kRemoved);
+    std::unique_ptr<wchar_t[]> name = FinalName(file, kExtra);
+    if (name) {
+        std::swprintf(name.get() + std::wcslen(name.get()), kExtra, L".%016llx%ls",
+                      static_cast<unsigned long long>(id.id[0]), kRemoved);
+    }
+    return name;
+}
+
 /// Hands the file and its mapping over to the segment; for want of memory gives the mapping up.
 bool Hold(Handle& file, Header* header, Segment& segment) noexcept {
-    auto* const held = new (std::nothrow) Held{Handle(), Identify(file)};
-    if (held == nullptr) {
+    std::unique_ptr<Held> held(new (std::nothrow) Held);
+    if (held) {
+        held->id = Identify(file);
+        held->removed = RemovedName(file, held->id);
+    }
+    if (!held || !held->removed) {
         UnmapViewOfFile(header);
         return false;
     }
     held->file = std::move(file);
     segment.address = header + 1;
     segment.size = header->usable;
-    segment.identity[0] = reinterpret_cast<std::uintptr_t>(held);
+    segment.identity[0] = reinterpret_cast<std::uintptr_t>(held.release());
     return true;
 }
 
@@ -92,23 +109,14 @@ bool FreeName(const Handle& file) noexcept {
     if (RemoveOpenFile(file) == ERROR_SUCCESS) {
         return true;
     }
-    constexpr std::size_t kExtra = 1 + 16 + std::size(kRemoved);
-    const std::unique_ptr<wchar_t[]> name = FinalName(file, kExtra);
-    if (!name) {
-        return false;
-    }
-    std::swprintf(name.get() + std::wcslen(name.get()), kExtra, L".%016llx%ls",
-                  static_cast<unsigned long long>(Identify(file).id[0]), kRemoved);
-    return RenameOpenFile(file, name.get()) == ERROR_SUCCESS;
+    const std::unique_ptr<wchar_t[]> name = RemovedName(file, Identify(file));
+    return name && RenameOpenFile(file, name.get()) == ERROR_SUCCESS;
 }
 
 /// Removes a file whose name has been freed, unless somebody still maps it.
-void RemoveIfFreed(const Handle& file) noexcept {
-    const std::unique_ptr<wchar_t[]> name = FinalName(file);
-    const std::size_t length = name ? std::wcslen(name.get()) : 0;
-    constexpr std::size_t kSuffix = std::size(kRemoved) - 1;
-    if (length > kSuffix && std::wcscmp(name.get() + length - kSuffix, kRemoved) == 0) {
-        RemoveOpenFile(file);
+void RemoveIfFreed(const Held& held) noexcept {
+    if (Identify(held.removed.get(), Links::Themselves) == held.id) {
+        DeleteFileW(held.removed.get());
     }
 }
 
@@ -171,7 +179,7 @@ bool UnmapSegment(Segment& segment) noexcept {
     }
     segment.address = nullptr;
     segment.size = 0;
-    RemoveIfFreed(HeldBy(segment)->file);
+    RemoveIfFreed(*HeldBy(segment));
     return true;
 }
 
