@@ -176,8 +176,7 @@ std::string CompareTexts(const kelTime& time, const std::tm& date, const std::st
 }  // namespace
 
 std::string CheckTimePattern(const std::string& bytes) {
-    static const bool zone =
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0 && (tzset(), true);
+    static const bool zone = setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0 && (tzset(), true);
     std::string rest = bytes;
     const auto take = [&](auto number) {  // from the front; zeros when the bytes are used up
         std::memcpy(&number, rest.data(), std::min(sizeof number, rest.size()));
@@ -189,7 +188,7 @@ std::string CheckTimePattern(const std::string& bytes) {
     std::tm date{};
     if ((kind & 2U) == 0) {
         const auto moment = take(std::int64_t{0});
-        const std::time_t second = moment / 1000000;
+        const std::time_t second = moment / 1000000 - (moment % 1000000 < 0 ? 1 : 0);
         if ((local ? localtime_r(&second, &date) : gmtime_r(&second, &date)) == nullptr) {
             return "no date";
         }

@@ -26,7 +26,9 @@ struct kelFileRecord;
 /// Threads: one object is used by one thread at a time, and so are objects that share a file by
 /// assignment; all others are independent.
 ///
-/// Child processes: no descriptor of this class reaches a program that the process starts.
+/// Child processes: no descriptor of this class reaches a program that the process starts. In a
+/// forked copy of the process, the end of an object writes no buffer and removes no file of the
+/// parent's; `Close` and `Flush` do what they always do.
 ///
 /// Signals: one that the program handles interrupts no operation; reads and writes go on after it.
 ///

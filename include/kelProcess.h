@@ -26,14 +26,15 @@ struct kelProcessRecord;
 /// class, whichever those are, up to 32 at each; until then they wait as zombies. No other child of
 /// the program is ever collected, so it can wait for its own. It may even collect all of them
 /// (`waitpid(-1)`, SIGCHLD ignored): a child of this class then counts as ended. Before Linux 5.4,
-/// and where a sandbox withholds process descriptors, a child is known by its number alone, and the
-/// program should leave the collecting of these children to this class.
+/// and where a sandbox refuses process descriptors or signals by them, a child is known by its
+/// number alone, and the program should leave the collecting of these children to this class.
 ///
 /// Failure: no operation throws but for `std::bad_alloc`.
 ///
 /// Threads: one object is used by one thread at a time; different objects are independent. The
 /// static operations may be called from any thread. Linux: the copy of an object that `fork` makes
-/// may ask and kill, unless another thread was in an operation of this class at that moment.
+/// may ask and kill, unless another thread was in an operation of this class at that moment. No
+/// operation is a cancellation point of `pthread_cancel`.
 ///
 /// @code
 /// kelProcess process;
@@ -66,14 +67,15 @@ public:
     /// the search path, starts at the child's working directory; a script without an interpreter
     /// line is run by `/bin/sh`.
     /// @param arguments what the program gets after its own name, each unchanged: nothing is quoted
-    /// or split. Linux: any bytes, each up to its first NUL and below 128 KiB.
+    /// or split. Linux: any bytes but NUL, each below 128 KiB.
     /// @param directory the child's working directory; empty: the caller's.
     /// @param outputFiles where the child's output goes: element 0 takes standard output and
     /// element 1 standard error; a single name, or the same name twice, takes both in the order
     /// written. Further elements are not looked at. A file is made if need be, relative to the
     /// caller's current directory, and appended to; a named pipe holds up the start until it has a
     /// reader. A stream without a file, or whose file cannot be opened, goes nowhere: the child may
-    /// write any amount to it. Linux: that needs `/dev/null`, without which the start fails.
+    /// write any amount to it. Linux: that needs `/dev/null`, without which the start fails. A name
+    /// with a NUL in it cannot be opened.
     /// @param detach Linux: true puts the child in a session of its own, so that it has no terminal
     /// and outlives the caller's. Nothing else depends on it, and it has nothing to do with
     /// waiting.
@@ -82,9 +84,12 @@ public:
     /// ignored signals, but SIGCHLD has its default action in it; no other descriptor of this
     /// library reaches it.
     ///
-    /// @returns `kelStatusOk`; `kelStatusFailed` when the program cannot be found or run or the
-    /// working directory not be entered: the reason is in `GetLastError`, there is no child, and
-    /// the object is idle.
+    /// Linux: a program that somebody is writing cannot be run. `Start` waits up to 127 ms for it:
+    /// a child that another thread starts can hold the file of a program just written for a moment.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusFailed` when the program cannot be found or run, when the
+    /// working directory cannot be entered, and when `command`, `directory` or an argument has a
+    /// NUL in it: the reason is in `GetLastError`, there is no child, and the object is idle.
     int Start(const zuString& command, const zuStlVector<zuString>& arguments,
               const zuString& directory, const zuStlVector<zuString>& outputFiles, bool detach);
 

@@ -27,6 +27,15 @@ struct kelSharedMemoryRecord;
 /// A segment that is destroyed has no name any more, and no process can attach to it; those that
 /// are attached keep its memory until they let go. The library puts no layout and no lock into it.
 ///
+/// No operation but `Remove` removes the name of another segment, also when a new one was created
+/// under the name, or is created at that moment. Linux: if a process was stopped while it removed
+/// the name, another one that removes it gives up after a second: the operation fails, and the name
+/// stays.
+///
+/// Linux: in a copy of the process that `fork` makes, the end of an object, or an assignment to it,
+/// leaves the name of a segment that the parent has created. `Detach`, `Destroy` and `Remove` do as
+/// they are told there too.
+///
 /// Copies share: what one object does to the segment the others see, and when one of them ends,
 /// all of them are Ended (`IsValid` false, address null). The last one to be destroyed lets go.
 ///
@@ -48,14 +57,16 @@ struct kelSharedMemoryRecord;
 /// }
 /// @endcode
 ///
-/// Names: any text but the empty one, of any length, up to its first NUL; processes meet when they
-/// give the same bytes. Linux: a name is no path; segments live in the system's shared memory
+/// Names: any text without a NUL but the empty one, of any length; every operation fails for the
+/// others. Processes meet when they give the same bytes. Linux: a name is no path; segments live in
+/// the system's shared memory
 /// (`/dev/shm`) under two hashes of 32 bits of their names, which differ for names that differ in
 /// one byte, and programs that use the runtime directly find them there. Windows: a name is a path,
 /// and a file is made under it.
 ///
 /// Threads: one object, or objects that share, are used by one thread at a time; others are
-/// independent. Child processes inherit no descriptor.
+/// independent. Child processes inherit no descriptor. Linux: no operation is a cancellation point
+/// of `pthread_cancel`.
 class KEL_API kelSharedMemory {
 public:
     /// Makes an Empty object. Throws `std::bad_alloc` without memory.
@@ -79,6 +90,10 @@ public:
 
     /// Attaches to the segment that somebody has made under this name. Fails while there is none,
     /// and while it is not whole: its creator is in the middle of it, or was killed there.
+    ///
+    /// Linux: also fails for a segment that belongs neither to the caller (the effective user) nor
+    /// to root, and for one that its group or others may write: a stranger who can cut a segment
+    /// can end every process that touches it.
     int Attach(const zuString& name);
 
     /// Lets go of an attached segment and removes its name, if the name still stands for that

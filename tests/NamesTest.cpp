@@ -115,4 +115,63 @@ TEST(kelDirectory, CurrentDirectoryAbsoluteAndRelativePaths) {
     }
 }
 
+/// A text up to its NUL is the name of something else: of a file or a folder that must not suffer.
+TEST(NamesWithANul, AreThoseOfNothing) {
+    const TemporaryDirectory directory;
+    const Guard here = WorkingDirectory(directory.Path());
+    directory.Write("file", "text");
+    fs::create_directory("folder");
+    kelLibrary library;
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_NUL", "value"), kOk);
+    const zuString tail("\0tail", 5);
+    const zuString file = "file" + tail, folder = "folder" + tail, other = "other" + tail;
+    const zuString variable = "ZUKEL_NUL" + tail;
+    zuString text = "untouched";
+    struct {
+        const char* call;
+        int status, expected;
+    } const rows[] = {
+        {"Open", kelFile().Open(file, kRead), kelStatusNotFound},
+        {"Open, new", kelFile().Open(other, kWrite), kelStatusNotFound},
+        {"CreateTemporaryFile", kelFile().CreateTemporaryFile("XXXXXX" + tail), kFailed},
+        {"Exists", kelFile::Exists(nullptr, file), kelStatusNotFound},
+        {"Copy from", kelFile::Copy(file, "other", 0x644), kFailed},
+        {"Copy to", kelFile::Copy("file", other, 0x644), kFailed},
+        {"NativeCopy", kelFile::NativeCopy("file", other, 0), kFailed},
+        {"Rename", kelFile::Rename(file, "other"), kFailed},
+        {"NativeRename", kelFile::NativeRename("file", other), kFailed},
+        {"SetPermissions", kelFile::SetPermissions(file, 0x400), kFailed},
+        {"Delete", kelFile::Delete(file), kFailed},
+        {"facts", kelFileInfo(file).GetType(), kelFileInfo::NoFile},
+        {"kelDirectory::Open", kelDirectory().Open(folder), kFailed},
+        {"Create", kelDirectory::Create(other, 0x755, false), kFailed},
+        {"Create with parents", kelDirectory::Create(other, 0x755, true), kFailed},
+        {"kelDirectory::Delete", kelDirectory::Delete(folder), kFailed},
+        {"SetCurrentDirectory", kelDirectory::SetCurrentDirectory(folder), kFailed},
+        {"GetEnvironmentVariable", library.GetEnvironmentVariable(text, variable),
+         kelStatusNoVariable},
+        {"name", library.SetEnvironmentVariable(variable, "x"), kelStatusNoVariable},
+        {"value", library.SetEnvironmentVariable("ZUKEL_NUL", other), kelStatusNoVariable},
+        {"LoadLibrary", kelDynamicObject().LoadLibrary(ZUKEL_TEST_MODULES "/first.dll" + tail),
+         kFailed},
+        {"Start", kelProcess().Start(ZUKEL_TEST_CHILD + tail, false), kFailed},
+        {"an argument", kelProcess().Start(ZUKEL_TEST_CHILD, {file}, false), kFailed},
+        {"a directory", kelProcess().Start(ZUKEL_TEST_CHILD, {}, folder, false), kFailed},
+        {"a segment", kelSharedMemory().Create(10, other), kFailed},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.status, row.expected) << row.call;
+    }
+    EXPECT_TRUE(kelDirectory::GetFileNames(folder).empty());
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("$" + variable), "$" + variable);
+    EXPECT_EQ(library.GetEnvironmentVariable(text, "ZUKEL_NUL"), kOk);
+    EXPECT_EQ(text, "value");
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_NUL", "B=C"), kOk);
+    EXPECT_EQ(library.GetEnvironmentVariable(text, "ZUKEL_NUL=B"), kelStatusNoVariable);
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("$ZUKEL_NUL=B"), "$ZUKEL_NUL=B");
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL=NUL", "x"), kelStatusNoVariable);
+    EXPECT_EQ(ReadWhole("file"), "text");
+    EXPECT_EQ(directory.Count(), 2);
+}
+
 }  // namespace

@@ -31,13 +31,21 @@ TEST(kelProcess, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
         {kChild, text, ENOTDIR},
         {text, "", EACCES},
         {directory.Path(), "", EACCES},
-        {"./alien", directory.Path(), ENOEXEC}};
+        {"./alien", directory.Path(), ENOEXEC},
+        {kChild + '\0' + "x", "", ENOENT},
+        {kChild, directory.Path() + '\0' + "x", ENOENT}};
     kelProcess process;
     for (const auto& [command, where, error] : cases) {
         EXPECT_EQ(process.Start(kChild, false), kOk) << "which the object then forgets";
         EXPECT_EQ(process.Start(command, {}, where, false), kFailed);
         ExpectIdle(process, error);
     }
+    const std::string odd = directory / "out" + '\0' + "x";
+    EXPECT_EQ(process.Start(kChild, {"say", odd}, directory.Path(), {odd}, false), kFailed);
+    ExpectIdle(process, EINVAL);
+    EXPECT_EQ(process.Start(kChild, {"say"}, directory.Path(), {odd}, false), kOk);
+    EXPECT_TRUE(Ends(process));
+    EXPECT_FALSE(fs::exists(directory / "out")) << "the name of no file";
     EXPECT_TRUE(AllCollected());
 }
 

@@ -24,9 +24,9 @@ TEST(kelTime, Values_AreTheMomentOrTheMark) {
     } const rows[] = {
         {kelTime(0), 0, "1970-01-01 00:00:00"},
         {kelTime(-1), -1, "failed"},
-        {kelTime(-1500000), -1500000, kOnWindows ? "1969-12-31 23:59:58" : "1969-12-31 23:59:59"},
+        {kelTime(-1500000), -1500000, "1969-12-31 23:59:58"},
         {kelTime(LLONG_MAX), LLONG_MAX, kOnWindows ? "failed" : "294247-01-10 04:00:54"},
-        {kelTime(LLONG_MIN), LLONG_MIN, kOnWindows ? "failed" : "-290308-12-21 19:59:06"},
+        {kelTime(LLONG_MIN), LLONG_MIN, kOnWindows ? "failed" : "-290308-12-21 19:59:05"},
         {kelTime(7, 0, 0, 1, 1, 0, 70, 5, 300, 1, 3600), 7, "1970-01-01 01:00:00"},
         {kelTime(0, 0, 0, 0, 1, 12, 70, 0, 0, 0, 0), -1, "failed"},
         {kelTime(0, 0, 0, 0, 11, 0, 292347, 0, 0, 0, 0), -1, "failed"},

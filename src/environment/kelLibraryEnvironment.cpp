@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "environment/Variables.h"
 #include "environment/kelLibraryRecord.h"
 #include "frame/Pool.h"
 #include "kelLibrary.h"
@@ -37,13 +38,14 @@ char Lower(char letter) noexcept {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return platform::ReadEnvironmentVariable(name.c_str(), value) ? kelStatusOk
-                                                                  : kelStatusNoVariable;
+    return zukel::FindVariable(name, value) ? kelStatusOk : kelStatusNoVariable;
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str()) ? kelStatusOk
-                                                                           : kelStatusNoVariable;
+    const bool isWhole = zukel::IsWhole(name) && zukel::IsWhole(value);
+    return isWhole && platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
+               ? kelStatusOk
+               : kelStatusNoVariable;
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {

@@ -23,6 +23,15 @@ void FileStream::Swap(FileStream& other) noexcept {
     std::swap(buffer_, other.buffer_);
     std::swap(position_, other.position_);
     std::swap(removed_, other.removed_);
+    std::swap(owner_, other.owner_);
+}
+
+FileStream::~FileStream() {
+    if (owner_ != kNobody && owner_ != platform::CurrentProcess()) {
+        platform::CloseFile(file_);
+        Abandon();
+    }
+    Close();
 }
 
 /// Forgets what was read ahead. Nothing is to be written any more.
@@ -176,6 +185,7 @@ apr_status_t FileStream::BeginWriting() noexcept {
         EmptyBuffer();
         unwritten_ = cursor_;
         writable_ = kBufferSize;
+        owner_ = owner_ != kNobody ? owner_ : platform::CurrentProcess();
     }
     return status;
 }
@@ -287,6 +297,7 @@ void FileStream::Abandon() noexcept {
     buffer_.reset();
     EmptyBuffer();
     mode_ = 0;
+    owner_ = kNobody;
     metEnd_ = readsAhead_ = false;
     position_ = 0;
 }

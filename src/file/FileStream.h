@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/Files.h"
+#include "platform/Processes.h"
 #include "zuString.h"
 
 namespace zukel {
@@ -37,8 +38,9 @@ public:
         Swap(other);
         return *this;
     }
-    /// Closes an open file, dropping the result.
-    ~FileStream() { Close(); }
+    /// Closes an open file, dropping the result. In a forked copy of the process that wrote to it,
+    /// or that is to remove it, what is left to be done is left to that process.
+    ~FileStream();
 
     /// Takes over a file that has just been opened. None must be open.
     ///
@@ -49,6 +51,7 @@ public:
         file_ = std::move(file);
         mode_ = mode;
         removed_ = std::move(removed);
+        owner_ = removed_ != nullptr ? platform::CurrentProcess() : kNobody;
     }
 
     bool IsOpen() const noexcept { return static_cast<bool>(file_); }
@@ -124,6 +127,7 @@ private:
     apr_status_t ReadLineUnbuffered(char* target, std::size_t& size) noexcept;
 
     static constexpr long long kUnknown = -1;
+    static constexpr int kNobody = 0;
 
     platform::FileHandle file_;
     int mode_ = 0;
@@ -138,6 +142,7 @@ private:
     /// yet to be written goes. Unknown after bytes were appended.
     long long position_ = 0;
     std::unique_ptr<zuString> removed_;
+    int owner_ = kNobody;  ///< The process that has something to do at the end, once it has.
 };
 
 }  // namespace zukel

@@ -4,6 +4,7 @@
 
 #include "file/NameParts.h"
 #include "file/kelFileInfoRecord.h"
+#include "frame/Names.h"
 
 namespace platform = zukel::platform;
 using platform::FileFacts;
@@ -28,7 +29,8 @@ namespace {
 /// What is known of the file: asks the system unless an earlier query has been answered.
 const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
     record.answered = record.answered ||
-                      platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS;
+                      (zukel::IsWhole(record.filePath) &&
+                       platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS);
     return record.facts;
 }
 

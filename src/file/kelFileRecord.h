@@ -9,12 +9,10 @@
 #include "zuString.h"
 
 struct kelFileRecord : zukel::SharedRecord {
+    std::forward_list<zukel::FileStream> forgotten;  ///< Open still, but out of reach.
     zukel::FileStream stream;  ///< Open or closed: this alone tells the state.
     apr_status_t status = 0;   ///< Of the last operation on the file; `EndOfFile` reads it.
     zuString name;             ///< As the caller gave it; stays after a close.
-    std::forward_list<zukel::FileStream> forgotten;  ///< Open still, but out of reach.
-
-    ~kelFileRecord() { stream.Close(); }  // before those that were opened earlier
 
     /// What every opening starts with. A file that is still open is forgotten, not closed: that is
     /// done with the record, unless the file was opened without clean-up. Throws `std::bad_alloc`

@@ -2,28 +2,63 @@
 
 #include <apr_general.h>
 
+#include <cstddef>
 #include <mutex>
+
+#include "platform/ProcessLock.h"
 
 namespace zukel {
 
 namespace {
-std::mutex countLock;  // constant-initialised: loading the library runs nothing
-}
 
-RuntimeUse::RuntimeUse() noexcept {
-    const std::lock_guard<std::mutex> lock(countLock);
-    started_ = apr_initialize() == APR_SUCCESS;
-    if (!started_) {
-        // The runtime counts a user before it tries to start. Left standing, that count would make
-        // the next call succeed without pools behind it.
+struct {
+    std::mutex lock;
+    std::size_t count = 0;
+} uses;  // of this copy of the library; constant-initialised: loading the library runs nothing
+
+/// Guards the count of users that APR keeps for the whole process, against other copies of the
+/// library.
+class ProcessLock {
+public:
+    ProcessLock() noexcept : lock_(platform::LockProcess()) {}
+    ~ProcessLock() { platform::UnlockProcess(lock_); }
+    ProcessLock(const ProcessLock&) = delete;
+    ProcessLock& operator=(const ProcessLock&) = delete;
+
+private:
+    const std::intptr_t lock_;
+};
+
+bool Start() noexcept {
+    const ProcessLock alone;
+    const bool started = apr_initialize() == APR_SUCCESS;
+    if (!started) {
+        // APR counts a user before it tries to start. If that count stayed, the next call would
+        // succeed without the global pool.
         apr_terminate();
     }
+    return started;
+}
+
+void Stop() noexcept {
+    const ProcessLock alone;
+    apr_terminate();
+}
+
+}  // namespace
+
+RuntimeUse::RuntimeUse() noexcept {
+    const std::lock_guard<std::mutex> lock(uses.lock);
+    started_ = uses.count > 0 || Start();
+    uses.count += started_ ? 1 : 0;
 }
 
 RuntimeUse::~RuntimeUse() {
     if (started_) {
-        const std::lock_guard<std::mutex> lock(countLock);
-        apr_terminate();
+        const std::lock_guard<std::mutex> lock(uses.lock);
+        if (--uses.count == 0) {
+            Stop();
+        }
     }
 }
 

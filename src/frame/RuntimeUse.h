@@ -2,10 +2,12 @@
 
 namespace zukel {
 
-/// One counted use of the runtime: starts it when it is the first, stops it when it is the last.
+/// One counted use of APR. The first use in this copy of the library starts APR, the last one stops
+/// it.
 ///
-/// The runtime keeps its count of users in a plain integer, so this class takes a lock around the
-/// two calls that change it. Any number of threads may make and end uses at once.
+/// Any number of threads may make and end uses at once, also in several copies of the library in
+/// one process: APR counts its users, those copies, in a plain integer, so the two calls that
+/// change it are made under a lock that the whole process shares.
 class RuntimeUse {
 public:
     RuntimeUse() noexcept;

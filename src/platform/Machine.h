@@ -51,14 +51,15 @@ struct CpuRegisters {
 /// Runs CPUID for `leaf` with sub-leaf 0. A processor without the instruction answers zeros.
 CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
 
-/// Splits a moment into its date in universal time. Linux: `apr_time_exp_gmt`. Windows: computed;
-/// the runtime (1.7.2) drops the system's refusal of dates before 1601 and after 30827.
+/// Splits a moment into its date in universal time. A moment between two seconds belongs to the one
+/// before it, as with APR only from 1970 on. Linux: `gmtime_r`. Windows: computed; APR (1.7.2)
+/// drops the system's refusal of dates before 1601 and after 30827.
 ///
 /// @returns the runtime's status.
 apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 
-/// Splits a moment into its date in local time. Linux: `apr_time_exp_lt`. Windows: the same, within
-/// those years alone.
+/// Splits a moment into its date in local time. Linux: `localtime_r`. Windows: `apr_time_exp_lt`,
+/// within those years alone.
 ///
 /// @returns the runtime's status.
 apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 #include "kelLibrary.h"
 #include "process/kelDynamicObjectRecord.h"
@@ -40,8 +41,8 @@ int Load(kelDynamicObjectRecord& record, zuString name) {
     record.name.clear();
     apr_dso_handle_t* tried = nullptr;
     // The system takes the empty name for the program itself.
-    const apr_status_t status =
-        *name.c_str() == '\0' ? APR_EDSOOPEN : module->Load(name.c_str(), tried);
+    const bool isName = !name.empty() && zukel::IsWhole(name);
+    const apr_status_t status = isName ? module->Load(name.c_str(), tried) : APR_EDSOOPEN;
     KeepText(text, tried, status);
     record.error = std::move(text);
     if (status == APR_SUCCESS) {
@@ -82,7 +83,7 @@ int kelDynamicObject::kelLoadLibraryEx(const std::string& directory, const std::
 }
 
 int kelDynamicObject::FindSymbol(long long (**symbol)(), const zuString& name) {
-    if (record_->module == nullptr) {
+    if (record_->module == nullptr || !zukel::IsWhole(name)) {
         return kelStatusFailed;
     }
     apr_dso_handle_sym_t address = nullptr;

@@ -3,6 +3,7 @@
 #include <apr_errno.h>
 #include <apr_file_io.h>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -15,8 +16,21 @@ namespace platform = zukel::platform;
 namespace {
 
 zuString Text(apr_status_t status) {
-    std::array<char, 2048> buffer{};
+    std::array<char, 512> buffer{};  // the stack of a thread may be small
     return apr_strerror(status, buffer.data(), buffer.size());
+}
+
+bool HasNul(const zuString& text) noexcept {
+    return text.find('\0') != zuString::npos;
+}
+
+/// The system would take each text up to its first NUL.
+apr_status_t Check(const zuString& command, const zuStlVector<zuString>& arguments,
+                   const zuString& directory) noexcept {
+    if (HasNul(command) || HasNul(directory)) {
+        return APR_ENOENT;
+    }
+    return std::any_of(arguments.begin(), arguments.end(), HasNul) ? APR_EINVAL : APR_SUCCESS;
 }
 
 /// The name of the program and its arguments, as the system takes them: the strings' own text.
@@ -55,7 +69,9 @@ public:
 private:
     static void Open(const zuString& name, platform::FileHandle& file) noexcept {
         constexpr int kAppend = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_APPEND;
-        platform::OpenFileByName(name.c_str(), kAppend, file);
+        if (!HasNul(name)) {
+            platform::OpenFileByName(name.c_str(), kAppend, file);
+        }
     }
     static const platform::FileHandle* OrNone(const platform::FileHandle& file) noexcept {
         return file ? &file : nullptr;
@@ -90,11 +106,13 @@ int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& argu
     const std::vector<const char*> vector = Vector(command, arguments);
     lastError_.clear();
     record_->child.reset();
-    const OutputFiles files(outputFiles);
-    const apr_status_t status =
-        platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
-                          files.Output(), files.Error(), detach},
-                         record_->child);
+    apr_status_t status = Check(command, arguments, directory);
+    if (status == APR_SUCCESS) {
+        const OutputFiles files(outputFiles);
+        status = platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
+                                   files.Output(), files.Error(), detach},
+                                  record_->child);
+    }
     if (status != APR_SUCCESS) {
         lastError_ = Text(status);
     }

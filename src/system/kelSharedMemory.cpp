@@ -1,6 +1,5 @@
 #include "kelSharedMemory.h"
 
-#include <cstring>
 #include <utility>
 
 #include "kelStatus.h"
@@ -8,9 +7,9 @@
 
 namespace {
 
-/// Before anything looks the name up: the runtime takes the empty name as good.
+/// The system would take a name up to its first NUL, and the empty one as well.
 bool IsName(const zuString& name) noexcept {
-    return *name.c_str() != '\0';
+    return !name.empty() && name.find('\0') == zuString::npos;
 }
 
 int StatusOf(bool succeeded) noexcept {
@@ -51,6 +50,7 @@ int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
         return kelStatusFailed;
     }
     record_->name = std::move(kept);
+    record_->creator = zukel::platform::CurrentProcess();
     return kelStatusOk;
 }
 
@@ -94,7 +94,7 @@ int kelSharedMemory::Remove(const zuString& name) {
         return StatusOf(RemoveByName(name));
     }
     const bool removed = RemoveByName(name);
-    if (removed && std::strcmp(name.c_str(), record_->name.c_str()) == 0) {
+    if (removed && name == record_->name) {
         record_->name.clear();
     }
     record_->End();

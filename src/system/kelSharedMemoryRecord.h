@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/SharedRecord.h"
+#include "platform/Processes.h"
 #include "platform/SharedSegments.h"
 #include "zuString.h"
 
@@ -9,10 +10,18 @@
 struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
     zukel::platform::Segment segment;
+    int creator = -1;       ///< The process that has made the segment.
     bool attached = false;  ///< The segment came from `Attach`.
     bool ended = false;
 
-    ~kelSharedMemoryRecord() { End(); }
+    /// Ends the record. In the copy of the creator that a fork has made the name stays: the creator
+    /// still holds the segment.
+    ~kelSharedMemoryRecord() {
+        if (Owns() && creator != zukel::platform::CurrentProcess()) {
+            name.clear();
+        }
+        End();
+    }
 
     bool Holds() const noexcept { return segment.address != nullptr; }
     bool Owns() const noexcept { return Holds() && !attached; }

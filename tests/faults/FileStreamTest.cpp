@@ -207,6 +207,29 @@ TEST(FileStreams, EarlierFiles_StayOpenUntilTheObjectGoes) {
     EXPECT_EQ(WhatIsHeld()[3], held[3]);
 }
 
+TEST(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "file";
+    auto file = std::make_unique<kelFile>(name, kWrite | kBuffered);
+    auto temporary = std::make_unique<kelFile>();
+    EXPECT_EQ(file->WriteLine("once"), kOk);
+    EXPECT_EQ(temporary->CreateTemporaryFile(directory / "XXXXXX"), kOk);
+    const std::string temporaryName = temporary->GetFileName();
+    const pid_t copy = fork();
+    if (copy == 0) {
+        file.reset();
+        temporary.reset();
+        _exit(0);
+    }
+    EXPECT_EQ(waitpid(copy, nullptr, 0), copy);
+    EXPECT_EQ(ReadWhole(name), "");
+    EXPECT_TRUE(fs::exists(temporaryName));
+    file.reset();
+    temporary.reset();
+    EXPECT_EQ(ReadWhole(name), "once");
+    EXPECT_FALSE(fs::exists(temporaryName));
+}
+
 TEST(FileStreams, TwoWritersOfALog_LoseNoLine) {
     const TemporaryDirectory directory;
     const std::string log = directory / "log";

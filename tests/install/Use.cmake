@@ -78,7 +78,7 @@ endif()
 set(needed_package libzukel.so.1)
 set(needed_module libzukel.so.1)
 set(needed_package-static libapr-1.so.0)
-set(needed_package-archive "")  # the program uses nothing that needs it
+set(needed_package-archive libapr-1.so.0)
 set(needed_module-static "")
 execute_process(COMMAND ${READELF} -d ${WORK}/outside OUTPUT_VARIABLE dynamic ${fatal})
 string(REGEX MATCHALL "lib(zukel|apr-1)\\.so[.0-9]*" needed "${dynamic}")

@@ -1,5 +1,4 @@
-// What callers see on Linux alone: users and their rights, signals, devices and limits,
-// descriptors, children.
+// What callers see on Linux alone: users and their rights, signals, devices and limits.
 
 #include <fcntl.h>
 #include <pwd.h>
@@ -10,18 +9,12 @@
 #include <clocale>
 #include <csignal>
 
+#include "linux/Users.h"
 #include "support/Faults.h"
 
 using namespace zukel::test;
 
 namespace {
-
-/// Takes root's power over permissions away.
-Guard Unprivileged() {
-    const uid_t former = geteuid();
-    EXPECT_EQ(seteuid(former == 0 ? 65534 : former), 0);
-    return Guard([former] { EXPECT_EQ(seteuid(former), 0); });
-}
 
 /// Keeps the process from making any file larger, as a device does that runs full: a write takes
 /// what still fits, and the next one fails.
@@ -34,6 +27,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     umask(026);
     const TemporaryDirectory open, closed;
     fs::permissions(open.Path(), fs::perms::all);
+    fs::permissions(closed.Path(), fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(open.Write("roots"), fs::perms::group_read);
     const Guard user = Unprivileged();
     kelFile file;
@@ -173,68 +167,6 @@ TEST(Linux, Sleep_GoesOnThroughSignals) {
     EXPECT_EQ(kelTime::Sleep(30000), kOk);
     ualarm(0, 0);
     EXPECT_GE(kelTime::GetNow().GetMicroSeconds(), before + 30000);
-}
-
-TEST(Linux, Segments_AreTheirOwnersAloneAndHalfMadeOnesAreRefused) {
-    const TemporaryDirectory directory;
-    kelSharedMemory memory;
-    int signals = 1;  // that come in between
-    const Guard reserved = AtCall("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
-    const mode_t former = umask(0777);
-    EXPECT_EQ(UnderFaults([&] { return memory.Create(100, directory / "segment"); }), kOk);
-    umask(former);
-    std::string path;  // that is mapped at its address
-    std::ifstream maps("/proc/self/maps");
-    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
-    for (std::string line; std::getline(maps, line);) {
-        path = std::stoull(line, nullptr, 16) == base ? line.substr(line.find('/')) : path;
-    }
-    ASSERT_EQ(ModeOf(path), 0600U) << path;
-    const std::string zero(7, '\0'), ones(8, '\xff');
-    for (const std::string& content : {std::string(), zero, '\x7' + zero, ones + ones}) {
-        fs::remove(path);
-        std::ofstream(path, std::ios::binary) << content;
-        EXPECT_EQ(kelSharedMemory().Attach(directory / "segment"), kFailed) << content;
-    }
-    EXPECT_EQ(kelSharedMemory().Remove(directory / "segment"), kOk);
-}
-
-TEST(Linux, Processes_AreKilledByDescriptorsAndWhereThereAreNoneByNumbers) {
-    const pid_t other = fork();  // a child of somebody else's
-    if (other == 0) {
-        _exit(0);
-    }
-    for (const std::string call : {"kill", "syscall", "fstatfs"}) {
-        const bool lacks = call != "kill";  // as older systems and sandboxes do
-        int calls = 0;
-        const Guard special = AtCall(call.c_str(), [&] { return ++calls, lacks ? ENOSYS : 0; });
-        const Guard all = Counting(true);
-        for (const bool detach : {true, false}) {
-            kelProcess process;
-            EXPECT_EQ(process.Start("sleep", {"30"}, detach), kOk);
-            const int pid = process.GetPid();
-            EXPECT_EQ(getsid(pid), detach ? pid : getsid(0));
-            EXPECT_TRUE(process.IsRunning() && kelProcess::IsRunning(pid));
-            EXPECT_EQ(detach ? process.Kill() : kelProcess::NativeKill(pid), kOk);
-            EXPECT_TRUE(Ends(process) && (lacks || calls == 0 || !detach)) << "by the number";
-        }
-        EXPECT_TRUE(kelProcess::IsRunning(getpid()) && !kelProcess::IsRunning(0x7FFFFFFF));
-        EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
-        const Guard user = Unprivileged();
-        EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user";
-    }
-    EXPECT_EQ(waitpid(other, nullptr, 0), other) << "nobody else's to collect";
-    EXPECT_TRUE(AllCollected());
-}
-
-TEST(Linux, NumbersThatMeanGroups_NeverReachTheSystem) {
-    const Guard all = Arm({FaultSource::System});
-    for (const int pid : {0, -1, -2, -0x7FFFFFFF - 1}) {
-        UnderFaults([&] {
-            EXPECT_TRUE(!kelProcess::IsRunning(pid) && kelProcess::NativeKill(pid) == kFailed);
-        });
-    }
-    EXPECT_EQ(fault.calls, 0);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/linux/ProcessDescriptor.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -145,6 +146,7 @@ ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
 }
 
 void Forget(Child* child) noexcept {
+    const Uncancelled uncancelled;
     const Lock lock(children.lock);
     LookAt(*child);
     if (child->process) {
@@ -163,19 +165,21 @@ int Identifier(const Child& child) noexcept {
 }
 
 bool IsRunning(Child& child) noexcept {
+    const Uncancelled uncancelled;
     const Lock lock(children.lock);
     LookAt(child);
     return !child.collected;
 }
 
 apr_status_t End(Child& child) noexcept {
+    const Uncancelled uncancelled;
     const Lock lock(children.lock);
     LookAt(child);
     if (child.collected) {
         return ESRCH;
     }
-    const bool sent =
-        child.process ? SendSignal(child.process, SIGTERM) : kill(child.pid, SIGTERM) == 0;
+    const bool sent = child.process ? SendSignal(child.process, child.pid, SIGTERM)
+                                    : kill(child.pid, SIGTERM) == 0;
     return sent ? APR_SUCCESS : errno;
 }
 

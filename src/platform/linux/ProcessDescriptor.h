@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 
 #include "platform/linux/Descriptor.h"
 
@@ -26,14 +27,31 @@ inline bool IsNoSuchProcess(int error) noexcept {
     return error == ESRCH || error == EINVAL || error == ENOENT;
 }
 
-inline bool SendSignal(const Descriptor& process, int signal) noexcept {
-    return syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0) == 0;
+/// Whether it says that descriptors are short. What else keeps them back, a sandbox or an older
+/// system, keeps all of them back.
+inline bool IsShortage(int error) noexcept {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
 /// Whether the process has ended, a child or not, collected or not.
 inline bool HasEnded(const Descriptor& process) noexcept {
     pollfd entry{process.Get(), POLLIN, 0};
     return poll(&entry, 1, 0) > 0;
+}
+
+/// Signals the process; `errno` tells why that failed.
+///
+/// @param pid its number, which takes the signal where a sandbox refuses the descriptor: the number
+/// is that of another process only if this one ends, and is collected, at that very moment.
+inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcept {
+    if (syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0) == 0) {
+        return true;
+    }
+    if (errno == ESRCH || HasEnded(process)) {
+        errno = ESRCH;
+        return false;
+    }
+    return kill(pid, signal) == 0;
 }
 
 /// What `AskForChild` finds.

@@ -9,6 +9,7 @@
 #include "platform/linux/Children.h"
 #include "platform/linux/ProcessDescriptor.h"
 #include "platform/linux/Spawn.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -26,12 +27,13 @@ bool IsNumberRunning(pid_t pid) noexcept {
 }  // namespace
 
 apr_status_t Launch(const Program& program, ChildHandle& child) {
+    const Uncancelled uncancelled;
     auto made = std::make_unique<Child>();
     CollectChildren();
     // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
     // has been started yet.
     Descriptor place = OpenProcessDescriptor(getpid());
-    if (!place && errno != ENOSYS && errno != EPERM) {
+    if (!place && IsShortage(errno)) {
         return errno;
     }
     pid_t pid = -1;
@@ -44,14 +46,16 @@ apr_status_t Launch(const Program& program, ChildHandle& child) {
 }
 
 bool IsProcessRunning(int pid) noexcept {
+    const Uncancelled uncancelled;
     const Descriptor process = OpenProcessDescriptor(pid);
     return process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
 }
 
 bool EndProcess(int pid) noexcept {
+    const Uncancelled uncancelled;
     const Descriptor process = OpenProcessDescriptor(pid);
     if (process) {
-        return !HasEnded(process) && SendSignal(process, SIGKILL);
+        return !HasEnded(process) && SendSignal(process, pid, SIGKILL);
     }
     return !IsNoSuchProcess(errno) && IsNumberRunning(pid) && kill(pid, SIGKILL) == 0;
 }

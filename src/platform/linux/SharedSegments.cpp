@@ -1,6 +1,5 @@
 #include "platform/SharedSegments.h"
 
-#include <apr_hash.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -10,13 +9,15 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <utility>
 
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/MemoryFigures.h"
+#include "platform/linux/SegmentNames.h"
+#include "platform/linux/SystemCall.h"
+#include "platform/linux/Uncancelled.h"
 
 // The runtime (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
 // it, its size written by the first touch, which ends the process when the memory is not there. A
@@ -30,32 +31,11 @@ namespace {
 
 using Word = std::uint64_t;
 
-constexpr char kFolder[] = "/dev/shm";
 constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
 
 /// From this size on it is worth the time to ask whether the machine has the memory at all.
 /// Reserving more than that does not fail: the system ends processes to get it.
 constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
-
-/// Where the runtime keeps the segment of a name: under two hashes of it.
-class SegmentPath {
-public:
-    explicit SegmentPath(const char* name) noexcept {
-        auto length = static_cast<apr_ssize_t>(std::strlen(name));
-        const unsigned first = apr_hashfunc_default(name, &length);
-        unsigned second = 0;
-        unsigned factor = 63689;
-        for (; *name != '\0'; ++name) {
-            second = second * factor + static_cast<unsigned>(*name);
-            factor *= 378551;
-        }
-        std::snprintf(text_, sizeof text_, "%s/ShM.%xH%x", kFolder, first, second);
-    }
-    const char* Text() const noexcept { return text_; }
-
-private:
-    char text_[sizeof kFolder + 24];
-};
 
 /// A mapping of a whole segment file, unmapped unless it is kept.
 class Mapping {
@@ -131,27 +111,34 @@ bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexc
     if (size > kMost - sizeof(Word) || !MayHave(size + sizeof(Word))) {
         return false;
     }
+    const Uncancelled uncancelled;
     const SegmentPath path(name);
-    const Descriptor file(
-        open(path.Text(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, kOwnerAlone));
-    struct stat facts {};
+    constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+    const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags, kOwnerAlone); }));
     if (!file) {
         return false;
     }
+    struct stat facts {};
     if (fstat(file.Get(), &facts) != 0 || !Fill(file.Get(), facts, size + sizeof(Word), segment)) {
-        unlink(path.Text());
+        RemoveNameOf(file, path);
         return false;
     }
     return true;
 }
 
 bool AttachSegment(const char* name, Segment& segment) noexcept {
-    const Descriptor file(
-        open(SegmentPath(name).Text(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Uncancelled uncancelled;
+    const SegmentPath path(name);
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags); }));
     struct stat facts {};
     Word bytes = 0;
-    if (!file || fstat(file.Get(), &facts) != 0 ||
-        pread(file.Get(), &bytes, sizeof bytes, 0) != sizeof bytes || bytes < sizeof bytes ||
+    // A stranger could cut the file while it is mapped: touching it would end the process.
+    if (!file || fstat(file.Get(), &facts) != 0 || !IsTrusted(facts)) {
+        return false;
+    }
+    const auto read = Uninterrupted([&] { return pread(file.Get(), &bytes, sizeof bytes, 0); });
+    if (read != sizeof bytes || bytes < sizeof bytes ||
         bytes != static_cast<std::uint64_t>(facts.st_size)) {
         return false;
     }
@@ -174,19 +161,5 @@ bool UnmapSegment(Segment& segment) noexcept {
 }
 
 void ReleaseSegment(Segment&) noexcept {}
-
-bool RemoveName(const char* name) noexcept {
-    return unlink(SegmentPath(name).Text()) == 0;
-}
-
-bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
-    const SegmentPath path(name);
-    struct stat facts {};
-    if (lstat(path.Text(), &facts) != 0) {
-        return errno == ENOENT;
-    }
-    const bool another = facts.st_dev != segment.identity[0] || facts.st_ino != segment.identity[1];
-    return another || unlink(path.Text()) == 0;
-}
 
 }  // namespace zukel::platform

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/Repetition.h"
+#include "platform/linux/SystemCall.h"
 
 namespace zukel::platform {
 
@@ -135,11 +137,20 @@ std::vector<std::string> Candidates(const char* command) {
 bool CanBeScript(const char* directory, const std::string& name) {
     const bool below = name[0] != '/' && directory != nullptr;
     const std::string path = below ? std::string(directory) + "/" + name : name;
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(Uninterrupted([&] { return open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
     char start[256];
-    const ssize_t size = file ? read(file.Get(), start, sizeof start) : 0;
+    const ssize_t size =
+        file ? Uninterrupted([&] { return read(file.Get(), start, sizeof start); }) : 0;
     const std::string_view text(start, size > 0 ? static_cast<std::size_t>(size) : 0);
     return text.substr(0, text.find('\n')).find('\0') == std::string_view::npos;
+}
+
+/// Starts a program, and starts it again for as long as its file is busy, 127 ms at most: a child
+/// of another thread inherits the descriptor by which a file is written, and holds it until it
+/// becomes its own program.
+template <typename Start>
+int WhileBusy(Start start) noexcept {
+    return Repeated(7, start, [](int error) { return error == ETXTBSY; });
 }
 
 /// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
@@ -148,8 +159,10 @@ int SpawnByShell(Arguments arguments, const char* directory, const Preparation& 
                  pid_t& pid) {
     constexpr const char* kShell = "/bin/sh";
     for (const std::string& candidate : Candidates(arguments[0])) {
-        const int error = posix_spawn(&pid, candidate.c_str(), preparation.Actions(),
-                                      preparation.Attributes(), ForSystem(arguments), environ);
+        const int error = WhileBusy([&] {
+            return posix_spawn(&pid, candidate.c_str(), preparation.Actions(),
+                               preparation.Attributes(), ForSystem(arguments), environ);
+        });
         if (error == ENOEXEC && CanBeScript(directory, candidate)) {
             const std::string script = candidate[0] == '-' ? "./" + candidate : candidate;
             std::vector<const char*> vector{kShell, script.c_str()};
@@ -159,7 +172,7 @@ int SpawnByShell(Arguments arguments, const char* directory, const Preparation& 
             return posix_spawn(&pid, kShell, preparation.Actions(), preparation.Attributes(),
                                ForSystem(vector.data()), environ);
         }
-        if (error == 0 || error == ENOEXEC) {
+        if (error == 0 || error == ENOEXEC || error == ETXTBSY) {
             return error;
         }
     }
@@ -176,8 +189,10 @@ int Spawn(const Program& program, pid_t& pid) {
     if (preparation.Error() != 0) {
         return preparation.Error();
     }
-    const int error = posix_spawnp(&pid, program.arguments[0], preparation.Actions(),
-                                   preparation.Attributes(), ForSystem(program.arguments), environ);
+    const int error = WhileBusy([&] {
+        return posix_spawnp(&pid, program.arguments[0], preparation.Actions(),
+                            preparation.Attributes(), ForSystem(program.arguments), environ);
+    });
     return error == ENOEXEC ? SpawnByShell(program.arguments, program.directory, preparation, pid)
                             : error;
 }

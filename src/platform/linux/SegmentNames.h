@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include "platform/linux/Descriptor.h"
+
+struct stat;
+
+/// The names of segments in the system's shared memory.
+namespace zukel::platform {
+
+/// Where APR keeps the segment of a name: under two hashes of it.
+class SegmentPath {
+public:
+    explicit SegmentPath(const char* name) noexcept;
+    const char* Text() const noexcept { return text_; }
+
+private:
+    static constexpr char kFolder[] = "/dev/shm";
+    char text_[sizeof kFolder + 24];
+};
+
+/// Whether segments in such a file may be trusted: it belongs to the caller or to root, and nobody
+/// else may write it.
+bool IsTrusted(const struct stat& facts) noexcept;
+
+/// What has become of the name of a file.
+enum class Removal {
+    Done,
+    Another,  ///< It stands for another file, or for none, and is left as it is.
+    Refused   ///< By the system, or because somebody else who removes it has stopped on the way.
+};
+
+/// Removes the name of the file if it still stands for it.
+///
+/// Two who remove the name of one segment at the same time must not remove that of a new segment,
+/// made between the two. So each of them holds a lock on the segment's file from the look at the
+/// name to the removal.
+Removal RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
+
+/// Opens the file of a segment as far as its name can be removed.
+Descriptor OpenToRemove(const SegmentPath& path) noexcept;
+
+}  // namespace zukel::platform

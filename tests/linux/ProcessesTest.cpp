@@ -1,0 +1,193 @@
+// Processes on Linux: the caller's own with its threads, and children.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+#include "linux/Users.h"
+#include "support/Faults.h"
+
+using namespace zukel::test;
+
+namespace {
+
+TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItInThreads) {
+    constexpr int kTimes = 20000;
+    const auto run = [] {
+        std::vector<std::thread> threads;
+        std::atomic<int> failed{0};
+        for (const std::string copy : {"/copy1.dll", "/copy2.dll"}) {
+            void* const module = dlopen((ZUKEL_TEST_MODULES + copy).c_str(), RTLD_NOW | RTLD_LOCAL);
+            const auto use = module == nullptr ? nullptr : dlsym(module, "StartAndStop");
+            if (use == nullptr) {
+                std::fprintf(stderr, "%s\n", dlerror());
+                _exit(2);
+            }
+            for (int thread = 0; thread < 2; ++thread) {
+                threads.emplace_back(
+                    [&failed, use] { failed += reinterpret_cast<int (*)(int)>(use)(kTimes); });
+            }
+        }
+        std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
+        _exit(failed == 0 ? 0 : 1);
+    };
+    for (int trial = 0; trial < 3; ++trial) {
+        EXPECT_EXIT(run(), testing::ExitedWithCode(0), "") << "trial " << trial;
+    }
+}
+
+TEST(Runtime, AFailedStart_LeavesNoUserAndTheNextOneSucceeds) {
+    zuString name;
+    for (const bool fails : {true, false, true, false}) {
+        const auto before = WhatIsHeld();
+        const Guard armed = Arm({fails ? FaultSource::Runtime : FaultSource::None});
+        const int status = UnderFaults([&] { return kelLibrary().GetHostName(name); });
+        EXPECT_EQ(status, fails ? kFailed : kOk);
+        EXPECT_EQ(fault.struck, fails ? "apr_initialize" : "");
+        EXPECT_EQ(WhatIsHeld(), before) << "users of APR, its pools, blocks, descriptors";
+    }
+    char expected[256] = "";
+    EXPECT_EQ(gethostname(expected, sizeof expected), 0);
+    EXPECT_EQ(name, expected);
+}
+
+/// A system call that fails, as older systems and sandboxes make it.
+struct Refusal {
+    const char* call;
+    int error;
+    int from;  ///< Of the calls after the start; -1: those of the start as well.
+};
+
+TEST(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
+    const pid_t other = fork();  // a child of somebody else's
+    if (other == 0) {
+        _exit(0);
+    }
+    const Refusal refusals[] = {{"kill", EPERM, -1},     {"fstatfs", ENOSYS, -1},
+                                {"syscall", ENOSYS, -1}, {"syscall", EPERM, -1},
+                                {"syscall", EACCES, -1}, {"syscall", EPERM, 0},
+                                {"syscall", ENOSYS, 0},  {"syscall", EACCES, 0},
+                                {"syscall", EPERM, 1},   {"syscall", ENOSYS, 1}};
+    for (const auto& [call, error, from] : refusals) {
+        for (const bool detach : {true, false}) {
+            SCOPED_TRACE(call + std::string(": ") + std::strerror(error) + " from call " +
+                         std::to_string(from) + (detach ? ", Kill" : ", NativeKill"));
+            int calls = 0;
+            bool started = false;
+            const Guard refused = AtCall(call, [&, error = error, from = from] {
+                return from == -1 || (started && calls++ >= from) ? error : 0;
+            });
+            const Guard all = Counting(true);
+            kelProcess process;
+            ASSERT_EQ(process.Start("sleep", {"30"}, detach), kOk) << process.GetLastError();
+            const int pid = process.GetPid();
+            EXPECT_EQ(getsid(pid), detach ? pid : getsid(0));
+            EXPECT_TRUE(process.IsRunning());
+            EXPECT_TRUE(kelProcess::IsRunning(pid));
+            started = true;
+            EXPECT_EQ(detach ? process.Kill() : kelProcess::NativeKill(pid), kOk);
+            EXPECT_TRUE(Eventually([&] { return !kelProcess::IsRunning(pid); }));
+            EXPECT_FALSE(process.IsRunning());
+        }
+    }
+    EXPECT_EQ(waitpid(other, nullptr, 0), other) << "nobody else's to collect";
+    EXPECT_TRUE(AllCollected());
+}
+
+TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
+    for (const int error : {0, ENOSYS}) {
+        const Guard refused = AtCall("syscall", [error] { return error; });
+        const Guard all = Counting(true);
+        EXPECT_TRUE(kelProcess::IsRunning(getpid())) << error;
+        EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF)) << error;
+        EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed) << error;
+        const Guard user = Unprivileged();
+        EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user, " << error;
+    }
+}
+
+TEST(Processes, EndWhereTheProgramIgnoresItsChildrenAndDoNotIgnoreTheirOwn) {
+    const TemporaryDirectory directory;
+    std::signal(SIGCHLD, SIG_IGN);
+    std::signal(SIGUSR1, SIG_IGN);
+    for (const int error : {0, ENOSYS}) {
+        const Guard refused = AtCall("syscall", [error] { return error; });
+        const Guard all = Counting(true);
+        kelProcess process;
+        ASSERT_EQ(process.Start("grep", {"SigIgn", "/proc/self/status"}, "",
+                                {directory / "ignored"}, false),
+                  kOk);
+        EXPECT_TRUE(Ends(process)) << error;
+        EXPECT_EQ(process.Kill(), kFailed) << error;
+        EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH)) << error;
+    }
+    std::signal(SIGUSR1, SIG_DFL);
+    std::signal(SIGCHLD, SIG_DFL);
+    const std::string ignored = ReadWhole(directory / "ignored").substr(7);
+    const auto ignores = [&](int signal) {
+        return std::stoull(ignored, nullptr, 16) >> (signal - 1) & 1;
+    };
+    EXPECT_EQ(ignores(SIGCHLD), 0U) << ignored;
+    EXPECT_EQ(ignores(SIGUSR1), 1U) << ignored;
+}
+
+TEST(Processes, OfProgramsThatAreStillWritten_StartAsSoonAsTheyCan) {
+    const TemporaryDirectory directory;
+    const std::string program = directory.Write("program"), script = directory.Write("script");
+    fs::copy_file("/bin/true", program, fs::copy_options::overwrite_existing);
+    fs::permissions(program, fs::perms::owner_all), fs::permissions(script, fs::perms::owner_all);
+    for (const auto& [name, call] : {std::pair{program, "posix_spawnp"}, {script, "posix_spawn"}}) {
+        for (const int last : {1, 4, 1000}) {  // the start before which the writer lets go
+            SCOPED_TRACE(name + ", " + std::to_string(last));
+            int writer = name == program ? open(program.c_str(), O_WRONLY | O_CLOEXEC) : -1;
+            int starts = 0;
+            const Guard spawned = AtCall(call, [&, busy = name == script] {
+                ++starts;
+                if (starts == last && writer != -1) {
+                    close(std::exchange(writer, -1));
+                }
+                return busy && starts < last ? ETXTBSY : 0;
+            });
+            kelProcess process;
+            const int status = UnderFaults([&] { return process.Start(name, false); });
+            EXPECT_EQ(status, last < 1000 ? kOk : kFailed) << process.GetLastError();
+            EXPECT_EQ(process.GetLastError(), last < 1000 ? "" : std::strerror(ETXTBSY));
+            EXPECT_LT(starts, 20);
+            EXPECT_TRUE(Ends(process));
+            if (writer != -1) {
+                close(writer);
+            }
+        }
+    }
+}
+
+TEST(Processes, AProgramForAnotherMachine_IsNoScriptWhateverSignalsCome) {
+    const TemporaryDirectory directory;
+    const std::string alien = directory.Write("alien", {"\x7f\0\n", 3});
+    fs::permissions(alien, fs::perms::owner_all);
+    for (const char* call : {"open", "read"}) {
+        int signals = 1;
+        const Guard interrupted = AtCall(call, [&] { return signals-- > 0 ? EINTR : 0; });
+        kelProcess process;
+        EXPECT_EQ(UnderFaults([&] { return process.Start(alien, false); }), kFailed) << call;
+        EXPECT_EQ(process.GetLastError(), std::strerror(ENOEXEC)) << call;
+        EXPECT_LT(signals, 0) << call << " was not made again";
+    }
+}
+
+TEST(Processes, NumbersThatMeanGroups_NeverReachTheSystem) {
+    const Guard all = Arm({FaultSource::System});
+    for (const int pid : {0, -1, -2, -0x7FFFFFFF - 1}) {
+        UnderFaults([&] {
+            EXPECT_TRUE(!kelProcess::IsRunning(pid) && kelProcess::NativeKill(pid) == kFailed);
+        });
+    }
+    EXPECT_EQ(fault.calls, 0);
+}
+
+}  // namespace
