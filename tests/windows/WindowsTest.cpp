@@ -75,4 +75,31 @@ TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
 }
 
+/// The build sets the zone, which Wine takes from `TZ`.
+TEST(Windows, LocalTime_HasTheRulesOfItsYear) {
+    DYNAMIC_TIME_ZONE_INFORMATION zone{};
+    GetDynamicTimeZoneInformation(&zone);
+    if (std::wstring(zone.TimeZoneKeyName) != L"Eastern Standard Time") {
+        GTEST_SKIP() << "another zone";
+    }
+    const struct {
+        long long seconds;
+        const char* text;
+    } rows[] = {
+        {1142856000, "2006-03-20 07:00 -0500 -05"},  // summer began in April then
+        {1174392000, "2007-03-20 08:00 -0400 -04"}, {1193832000, "2007-10-31 08:00 -0400 -04"},
+        {1162296000, "2006-10-31 07:00 -0500 -05"}, {1136080800, "2005-12-31 21:00 -0500 -05"},
+    };
+    for (const auto& row : rows) {
+        kelTime time(row.seconds * 1000000);
+        zuString text;
+        time.MakeLocalTime();
+        EXPECT_EQ(time.GetFormatTime(text, "%F %R %z %Z"), kOk);
+        EXPECT_EQ(text, row.text);
+    }
+    zuString text;
+    EXPECT_EQ(kelTime(0).GetFormatTime(text, "%z %Z"), kOk);
+    EXPECT_EQ(text, "+0000 UTC");
+}
+
 }  // namespace
