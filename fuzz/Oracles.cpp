@@ -71,7 +71,7 @@ std::string CheckNameParts(const std::string& name) {
     const std::size_t dot = name.rfind('.');
     const bool inside = dot != std::string::npos && dot > start;
     const bool behindSlash = dot != std::string::npos && dot >= after(name.find_last_of("/\\"));
-    const NameParts parts = TakeApart(name);
+    const NameParts parts = TakeApart(name, FindCuts(name));
     std::string actual;
     for (const auto part : {parts.path, parts.fileName, parts.baseName, parts.extension}) {
         actual.append(part).append("|");

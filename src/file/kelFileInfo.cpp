@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include "file/NameParts.h"
 #include "file/kelFileInfoRecord.h"
 #include "frame/Names.h"
 
@@ -53,8 +52,11 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
     }
 }
 
-zukel::NameParts Parts(const kelFileInfoRecord& record) noexcept {
-    return zukel::TakeApart(record.filePath);
+zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {
+    if (!record.cuts) {
+        record.cuts = zukel::FindCuts(record.filePath);
+    }
+    return zukel::TakeApart(record.filePath, *record.cuts);
 }
 
 }  // namespace

@@ -14,12 +14,11 @@ enum class CopyEnd {
     SameFile  ///< Both names lead to one file: a failure, found before anything was touched.
 };
 
-/// Copies the contents of a file with the result of `apr_file_copy`: the target is made or cut to
-/// nothing and written into, with that permission word. The
-/// runtime's copy itself would empty a file that is copied onto itself, leave a part when the
-/// writing fails, and move 8 KiB at a time, so it is done here, by the rules that
-/// `kelFile::Copy` promises. Windows: the word has no effect there, but that the target is
-/// read-only as its source when it is to have the source's permissions.
+/// Copies the contents of a file with the result of `apr_file_copy`: the target is made or
+/// overwritten, with those permissions. APR's own copy would empty a file that is copied onto
+/// itself, leave a part when the writing fails, and move 8 KiB at a time, so it is done here, by
+/// the rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
+/// `PermissionOfSource` copies the read-only attribute.
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing

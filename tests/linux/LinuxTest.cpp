@@ -1,11 +1,13 @@
 // What callers see on Linux alone: users and their rights, signals, devices and limits.
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <clocale>
 #include <csignal>
 
@@ -47,7 +49,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     const std::tuple<int, bool, unsigned, unsigned, unsigned> copies[] = {
         {0, true, 0444, 0444, 0444},      {0xFFF, true, 0444, 0644, 0644},
         {0x644, false, 0604, 0640, 0622}, {0x1000, false, 0604, 0604, 0604},
-        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 0640, 0622}};
+        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 04640, 0622}};
     for (const auto& [perms, native, source, made, replaced] : copies) {
         fs::permissions(name, fs::perms(source));
         for (const unsigned mode : {made, replaced}) {
@@ -167,6 +169,82 @@ TEST(Linux, Sleep_GoesOnThroughSignals) {
     EXPECT_EQ(kelTime::Sleep(30000), kOk);
     ualarm(0, 0);
     EXPECT_GE(kelTime::GetNow().GetMicroSeconds(), before + 30000);
+}
+
+/// An operation in a thread that is cancelled before it or in the middle of it.
+struct Cancelled {
+    std::function<void()> operation;
+    bool done = false;
+
+    /// Runs it; whether the thread was then cancelled behind it.
+    bool Run(const std::function<void()>& meanwhile) {
+        pthread_t thread{};
+        const auto body = [](void* self) -> void* {
+            auto& own = *static_cast<Cancelled*>(self);
+            own.operation();
+            own.done = true;
+            pthread_testcancel();
+            return nullptr;
+        };
+        EXPECT_EQ(pthread_create(&thread, nullptr, body, this), 0);
+        meanwhile();
+        void* result = nullptr;
+        EXPECT_EQ(pthread_join(thread, &result), 0);
+        return result == PTHREAD_CANCELED;
+    }
+};
+
+TEST(Linux, ThreadsThatAreCancelled_FinishTheirOperation) {
+    const TemporaryDirectory directory, beyond("/dev/shm");
+    const std::string name = directory.Write("file", "text"), pipe = directory / "pipe";
+    kelFile file(name, kReadWrite | kBuffered);
+    kelSharedMemory memory;
+    char line[8];
+    struct {
+        const char* name;
+        std::function<void()> operation;
+    } const rows[] = {
+        {"open, close", [&] { kelFile(name, kRead).Close(); }},
+        {"write", [&] { EXPECT_EQ(file.WriteLine("line\n") + file.Flush(), kOk); }},
+        {"read", [&] { EXPECT_EQ(file.SeekToBegin() + file.ReadLine(line, sizeof line), kOk); }},
+        {"temporary", [&] { kelFile().CreateTemporaryFile(directory / "XXXXXX"); }},
+        {"copy", [&] { EXPECT_EQ(kelFile::Copy(name, directory / "to", 0x1000), kOk); }},
+        {"move", [&] { EXPECT_EQ(kelFile::Rename(directory / "to", beyond / "to"), kOk); }},
+        {"list", [&] { EXPECT_FALSE(kelDirectory::GetFileNames(directory.Path()).empty()); }},
+        {"segment", [&] { EXPECT_EQ(memory.Create(1 << 25, directory / "segment"), kOk); }},
+        {"attach", [&] { EXPECT_EQ(kelSharedMemory().Attach(directory / "segment"), kOk); }},
+        {"remove", [&] { EXPECT_EQ(memory.Destroy(), kOk); }},
+        {"start", [&] { EXPECT_EQ(kelProcess().Start("true", false), kOk); }},
+        {"memory", [&] { EXPECT_NE(kelSystem::TotalPhysicalMemory(), 0U); }},
+        {"user", [&] { EXPECT_NE(kelLibrary::GetAbsoluteFileName("~"), "~"); }},
+        {"locale", [&] { kelLibrary().GetLocale(); }},
+    };
+    for (const auto& row : rows) {
+        Cancelled thread{[&] {
+            pthread_cancel(pthread_self());
+            row.operation();
+        }};
+        EXPECT_TRUE(thread.Run([] {})) << row.name;
+        EXPECT_TRUE(thread.done) << row.name;
+    }
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int end = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    pthread_t reader{};
+    std::atomic<bool> reads{false};
+    Cancelled thread{[&] {
+        kelFile in(pipe, kRead);
+        reader = pthread_self();
+        reads = true;
+        EXPECT_EQ(in.ReadLine(line, sizeof line), kOk);
+    }};
+    EXPECT_TRUE(thread.Run([&] {
+        EXPECT_TRUE(Eventually([&] { return reads.load(); }));
+        pthread_cancel(reader);
+        EXPECT_EQ(write(end, "a\n", 2), 2);
+    }));
+    EXPECT_TRUE(thread.done);
+    EXPECT_STREQ(line, "a\n");
+    close(end);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "support/Faults.h"
 
 #include <apr_errno.h>
+#ifndef _WIN32
+#include <sys/syscall.h>
+#endif
 
 #include <atomic>
 #include <new>
@@ -104,6 +107,28 @@ using Word = std::intptr_t;
 #define FAILS(source, name, failure) STRUCK(source, name, failure, false)
 #define ENDS(source, name, failure) STRUCK(source, name, failure, true)
 #include "WrappedCalls.inc"
+
+#ifndef _WIN32
+// By number, those that the C library's functions make too have their names.
+WRAPPED(syscall) {
+    const char* const call = a == SYS_openat  ? "open"
+                             : a == SYS_close ? "close"
+                             : a == SYS_read  ? "read"
+                             : a == SYS_write ? "write"
+                                              : "syscall";
+    const bool transfers = a == SYS_read || a == SYS_write;
+    const int error = ErrorOf(FaultSource::System, call);
+    const auto size = transfers ? static_cast<Word>(PartOf(static_cast<std::size_t>(d))) : d;
+    const bool interrupted = transfers && size == 0 && d != 0;
+    if (interrupted || (error != 0 && a != SYS_close)) {
+        errno = interrupted ? EINTR : error;
+        return -1;
+    }
+    const Word result = __real_syscall(a, b, c, size, e, f);
+    errno = error != 0 ? error : errno;
+    return error != 0 ? -1 : result;
+}
+#endif
 
 // The runtime counts a user before it tries to start, also when it then fails.
 WRAPPED(apr_initialize) {

@@ -8,19 +8,11 @@
 #include <memory>
 #include <new>
 
+#include "platform/linux/CopyRules.h"
+
 namespace zukel::platform {
 
-namespace {
-
-bool IsRefusal(int error) noexcept {
-    return error == ENOTSUP || error == EPERM || error == EACCES || error == EINVAL;
-}
-
-}  // namespace
-
 bool CopyExtendedAttributes(int from, int to) noexcept {
-    // A new file may have an access list from its directory, which would let others in.
-    fremovexattr(to, "system.posix_acl_access");
     if (flistxattr(from, nullptr, 0) == 0) {
         return true;
     }
@@ -35,6 +27,9 @@ bool CopyExtendedAttributes(int from, int to) noexcept {
         return IsRefusal(errno);
     }
     for (const char* name = names.get(); name < names.get() + size; name += std::strlen(name) + 1) {
+        if (std::strcmp(name, kAccessList) == 0) {
+            continue;
+        }
         const ssize_t length = fgetxattr(from, name, value.get(), XATTR_SIZE_MAX);
         const bool copied = length >= 0 && fsetxattr(to, name, value.get(),
                                                      static_cast<std::size_t>(length), 0) == 0;

@@ -16,6 +16,7 @@
 
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/MemoryFigures.h"
+#include "platform/linux/Uncancelled.h"
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <cpuid.h>
@@ -191,6 +192,7 @@ apr_status_t Split(apr_time_exp_t& date, apr_time_t moment,
 }  // namespace
 
 MemoryBytes QueryMemory() noexcept {
+    const Uncancelled uncancelled;
     TextBuffer buffer;
     const Figures figures = ReadFigures(buffer);
     MemoryBytes bytes;
@@ -203,6 +205,7 @@ MemoryBytes QueryMemory() noexcept {
 }
 
 std::uint64_t AvailableForSegments() noexcept {
+    const Uncancelled uncancelled;
     TextBuffer buffer;
     const Figures figures = ReadFigures(buffer);
     const std::uint64_t available = figures.physical.available;
@@ -213,6 +216,7 @@ std::uint64_t AvailableForSegments() noexcept {
 }
 
 bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
+    const Uncancelled uncancelled;
     struct statvfs facts {};
     int result = 0;
     do {
