@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -122,7 +121,9 @@ std::string CheckRelativeWay(const std::string& texts) {
     for (std::string* const text : {&from, &to}) {
         std::string folded;
         for (const char byte : *text) {
-            folded += byte == '\\' ? '/' : static_cast<char>(std::tolower(byte & 0xFF));
+            const bool capital =
+                std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ").find(byte) != std::string::npos;
+            folded += byte == '\\' ? '/' : static_cast<char>(capital ? byte | 0x20 : byte);
         }
         FoldName(*text);
         if (*text != folded) {

@@ -185,7 +185,7 @@ public:
     /// is `./../share/`, from a directory to itself `./`.
     ///
     /// Both names are first expanded by `kelLibrary::GetAbsoluteFileName`, then brought to lower
-    /// case byte by byte (by the C library's `tolower`) and to `/` as separator; it is these texts
+    /// case, the letters of ASCII alone, and to `/` as separator; it is these texts
     /// that must name directories, and the result is made of them. So it is in lower case.
     ///
     /// Each text is then taken apart at `/`: a `..` removes the component before it, also the root;

@@ -2,7 +2,6 @@
 #include <apr_network_io.h>
 
 #include <array>
-#include <cctype>
 #include <cstring>
 
 #include "environment/Variables.h"
@@ -11,6 +10,7 @@
 #include "kelLibrary.h"
 #include "kelStatus.h"
 #include "platform/Environment.h"
+#include "zubase/AsciiCase.h"
 
 namespace platform = zukel::platform;
 
@@ -30,10 +30,6 @@ struct Fact {
         return size > 0;
     }
 };
-
-char Lower(char letter) noexcept {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-}
 
 }  // namespace
 
@@ -79,8 +75,12 @@ const char* kelLibrary::GetLocale() const {
         return nullptr;
     }
     auto& text = record_->locales.emplace_front();
-    const char start[] = {Lower(language.text[0]), Lower(language.text[1]), '_',
-                          country.text[0],         country.text[1],         '.'};
+    const char start[] = {zukel::ToLowerAscii(language.text[0]),
+                          zukel::ToLowerAscii(language.text[1]),
+                          '_',
+                          country.text[0],
+                          country.text[1],
+                          '.'};
     static_assert(sizeof start + sizeof codePage.text <= sizeof text);
     std::memcpy(text.data(), start, sizeof start);
     std::memcpy(text.data() + sizeof start, codePage.text.data(), sizeof codePage.text);

@@ -2,6 +2,7 @@
 
 #include <apr_time.h>
 
+#include <cstddef>
 #include <cstdint>
 
 /// What the portable code asks of the platform about the machine and its clock. Plain functions,
@@ -58,8 +59,8 @@ CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
 /// @returns the runtime's status.
 apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 
-/// Splits a moment into its date in local time. Linux: `localtime_r`. Windows: `apr_time_exp_lt`,
-/// within those years alone.
+/// Splits a moment into its date in local time. Linux: `localtime_r`. Windows: by the rules that
+/// the system's zone has in that year, within those years alone.
 ///
 /// @returns the runtime's status.
 apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
@@ -68,5 +69,15 @@ apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 /// Windows: nothing to do, each conversion asks the system. Linux: `tzset`; without it the variable
 /// `TZ` is read only once.
 void ReadTimeZone() noexcept;
+
+/// Writes a date by a pattern of `strftime`, names in the language of the program's locale. Linux:
+/// `apr_strftime`. Windows: what glibc writes in its C locale, with the date's own offset for `%z`.
+///
+/// @param buffer room for `size` bytes; its content is undefined on failure.
+/// @param length receives the number of bytes; there need be no NUL behind them.
+/// @returns false when the text has `size` bytes or more, or the system refuses the pattern. Throws
+/// `std::bad_alloc`.
+bool FormatDate(const apr_time_exp_t& date, const char* pattern, char* buffer, std::size_t size,
+                std::size_t& length);
 
 }  // namespace zukel::platform
