@@ -62,8 +62,32 @@ TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
         EXPECT_TRUE(kelProcess::IsRunning(getpid())) << error;
         EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF)) << error;
         EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed) << error;
-        const Guard user = Unprivileged();
-        EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user, " << error;
+        EXPECT_EXIT(_exit(setresuid(kNobody, kNobody, kNobody) == 0 && kelProcess::IsRunning(1)),
+                    testing::ExitedWithCode(geteuid() == 0 ? 1 : 0), "")
+            << "of another user, " << error;
+    }
+}
+
+TEST(Processes, AreNotStartedWithoutADescriptorForThem) {
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        const Guard refused = AtCall("syscall", [error] { return error; });
+        kelProcess process;
+        EXPECT_EQ(UnderFaults([&] { return process.Start("true", false); }), kFailed);
+        EXPECT_EQ(process.GetLastError(), std::strerror(error));
+        EXPECT_EQ(process.GetPid(), -1);
+    }
+}
+
+TEST(Processes, ThatHaveEnded_AreSentNothing) {
+    for (const char* call : {"kill", "syscall"}) {
+        kelProcess process;
+        ASSERT_EQ(process.Start("true", false), kOk);
+        ASSERT_TRUE(Ends(process));
+        int calls = 0;
+        const Guard counted = AtCall(call, [&] { return ++calls, EPERM; });
+        EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);
+        EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
+        EXPECT_EQ(calls, 0) << call << " was made";
     }
 }
 
