@@ -143,6 +143,19 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
             }
         }
     }
+    place.Write("from", "line\n");
+    std::thread waiting;
+    bool accepted = false;
+    const Guard synced = AtCall("fsync", [&] {
+        if (!waiting.joinable()) {
+            waiting = std::thread([&] { accepted = Append(from, "more\n", 0); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return 0;
+    });
+    UnderFaults([&] { return kMove.transfer(from, to); });
+    waiting.join();
+    EXPECT_EQ(ReadWhole(fs::exists(from) ? from : to), accepted ? "line\nmore\n" : "line\n");
 }
 
 TEST(Transfers, Threads_ALoggerLosesNoLineToMoves) {
