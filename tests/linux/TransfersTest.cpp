@@ -79,8 +79,24 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
     const TemporaryDirectory place("/dev/shm");
     const std::string from = place / "from", to = place / "to";
     const auto append = [&] { return Append(from, "more\n", O_NONBLOCK); };
+    const auto restrict = [&] { return chmod(from.c_str(), 0400) == 0; };
+    // Both without a trace in size and time.
+    const auto keepTime = [&](const std::string& name, const std::function<bool()>& change) {
+        const auto time = fs::last_write_time(from);
+        const bool changed = change();
+        return changed ? fs::last_write_time(name, time), true : false;
+    };
     const auto replace = [&] {
-        return std::rename(place.Write("new", "another").c_str(), from.c_str()) == 0;
+        return fs::exists(from) &&
+               keepTime(place / "new", [&] { return !place.Write("new", "LINE\n").empty(); }) &&
+               std::rename((place / "new").c_str(), from.c_str()) == 0;
+    };
+    const auto overwrite = [&] {
+        return fs::exists(from) && keepTime(from, [&] {
+                   const int file = open(from.c_str(), O_WRONLY | O_NONBLOCK);
+                   const bool written = file >= 0 && write(file, "LINE", 4) == 4;
+                   return file >= 0 && close(file) == 0 && written;
+               });
     };
     const std::vector<const char*> few = {"fstatat", "fsync", "renameat2"};
     const std::vector<const char*> all = {"fcntl",     "fstatat",  "fsync", "openat",
@@ -93,7 +109,9 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
         std::string result;
     } cases[] = {{"append", false, all, append, "line\nmore\n"},
                  {"append to an open file", true, few, append, "line\nmore\n"},
-                 {"replace", false, all, replace, "another"}};
+                 {"restrict", false, all, restrict, "line\n"},
+                 {"replace", false, all, replace, "LINE\n"},
+                 {"overwrite", false, all, overwrite, "LINE\n"}};
     for (const auto& each : cases) {
         for (const char* call : each.calls) {
             int calls = 0;
@@ -101,13 +119,21 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
                 SCOPED_TRACE(std::string(each.name) + " before " + call + std::to_string(nth));
                 place.Write("from", "line\n");
                 const int holder = each.heldOpen ? open(from.c_str(), O_WRONLY) : -1;
+                chmod(from.c_str(), 0644);
                 bool done = false;
+                unsigned mode = 0644;
                 calls = 0;
-                const Guard meanwhile =
-                    AtCall(call, [&] { return done = ++calls == nth ? each.meddle() : done, 0; });
+                const Guard meanwhile = AtCall(call, [&] {
+                    if (++calls == nth) {
+                        done = each.meddle();
+                        mode = done ? ModeOf(from) : mode;
+                    }
+                    return 0;
+                });
                 const bool moved = UnderFaults([&] { return kMove.transfer(from, to); });
                 close(holder);
                 const std::string expected = done ? each.result : "line\n";
+                EXPECT_EQ(ModeOf(fs::exists(from) ? from : to), mode);
                 EXPECT_TRUE((fs::exists(from) && ReadWhole(from) == expected) ||
                             (fs::exists(to) && ReadWhole(to) == expected));
                 EXPECT_TRUE(moved || calls >= nth) << "without cause";
@@ -117,6 +143,19 @@ TEST(Transfers, WhatIsWrittenBeforeAnyCallOfAMove_IsThereAfterIt) {
             }
         }
     }
+    place.Write("from", "line\n");
+    std::thread waiting;
+    bool accepted = false;
+    const Guard synced = AtCall("fsync", [&] {
+        if (!waiting.joinable()) {
+            waiting = std::thread([&] { accepted = Append(from, "more\n", 0); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return 0;
+    });
+    UnderFaults([&] { return kMove.transfer(from, to); });
+    waiting.join();
+    EXPECT_EQ(ReadWhole(fs::exists(from) ? from : to), accepted ? "line\nmore\n" : "line\n");
 }
 
 TEST(Transfers, Threads_ALoggerLosesNoLineToMoves) {
@@ -146,7 +185,7 @@ TEST(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
     const std::string from = place.Write("from", Noise(400000)), pipe = place / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const rlimit limit{100000, RLIM_INFINITY}, none{RLIM_INFINITY, RLIM_INFINITY};
-    sigset_t own, pending;
+    sigset_t own, pending, blocked;
     sigemptyset(&own);
     sigaddset(&own, SIGXFSZ);
     for (const bool isPending : {false, true}) {  // a signal of the program's own
@@ -161,6 +200,9 @@ TEST(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
             EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
             EXPECT_EQ(place.Count(), 2) << "a part is left";
             EXPECT_EQ(Facts(from).st_size, 400000);
+            EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
+            EXPECT_EQ(sigismember(&blocked, SIGXFSZ), isPending);
+            EXPECT_EQ(sigismember(&blocked, SIGIO), 0);
             EXPECT_EQ(sigpending(&pending), 0);
             EXPECT_EQ(sigismember(&pending, SIGXFSZ), isPending);
         }
@@ -392,8 +434,11 @@ TEST(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
                 GTEST_SKIP() << "files cannot be given away";
             }
             EXPECT_EQ(chmod(from.c_str(), each.mode), 0);
+            const bool marked = setxattr(from.c_str(), "user.zukel", "a", 1, 0) == 0;
             EXPECT_TRUE(way.transfer(from, to));
             EXPECT_EQ(ModeOf(to), way.name == "Move" ? each.mode : each.copied);
+            EXPECT_EQ(getxattr(to.c_str(), "user.zukel", nullptr, 0) == 1,
+                      marked && way.name == "Move");
             EXPECT_EQ(fs::remove(from), way.name != "Move");
             fs::remove(to);
         }
@@ -403,7 +448,8 @@ TEST(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
 TEST(Transfers, AMoveSyncsTheNewNameAndNeverLosesTheFormerTarget) {
     const TemporaryDirectory place("/dev/shm");
     const std::string from = place / "from", to = place / "to";
-    for (int nth = 1; fs::exists(from) || nth == 1; ++nth) {
+    bool strikes = true;
+    for (int nth = 1; strikes; ++nth) {
         SCOPED_TRACE(nth);
         fs::remove_all(place.Path());
         fs::create_directory(place.Path());
@@ -411,19 +457,25 @@ TEST(Transfers, AMoveSyncsTheNewNameAndNeverLosesTheFormerTarget) {
         place.Write("to", "old");
         const Guard stuck = AtCall("renameat", [] { return EIO; });
         const Guard fails = Arm({FaultSource::System, nth, true});
-        if (!UnderFaults([&] { return kMove.transfer(from, to); })) {
-            std::string all;
-            for (const auto& file : fs::directory_iterator(place.Path())) {
-                all += ReadWhole(file.path());
-            }
-            EXPECT_NE(all.find("old"), std::string::npos) << fault.struck;
+        const bool moved = UnderFaults([&] { return kMove.transfer(from, to); });
+        strikes = !fault.struck.empty();
+        std::string all;
+        for (const auto& file : fs::directory_iterator(place.Path())) {
+            all += ReadWhole(file.path());
         }
+        EXPECT_NE(all.find(moved ? "new" : "old"), std::string::npos) << fault.struck;
     }
     std::vector<std::string> synced;
     place.Write("from", "newer");
     const Guard sync = AtCall("fsync", [&] { return synced.push_back(ReadWhole(to)), 0; });
     EXPECT_TRUE(UnderFaults([&] { return kMove.transfer(from, to); }));
     EXPECT_EQ(synced, (std::vector<std::string>{"new", "newer"})) << "the file, then its name";
+    place.Write("from", "newest");
+    int renamed = 0;
+    const Guard gone =
+        AtCall("renameat2", [&] { return ++renamed == 2 ? unlink(from.c_str()) : 0; });
+    EXPECT_TRUE(UnderFaults([&] { return kMove.transfer(from, to); })) << "gone by itself";
+    EXPECT_EQ(ReadWhole(to), "newest");
 }
 
 TEST(Transfers, TheLeastStack_IsEnough) {

@@ -115,7 +115,8 @@ private:
             touched_ = true;
         }
         // Before writing: the new contents may be more private than the old.
-        if (takesMode && !permissions_.GiveTo(out_.Get())) {
+        const mode_t present = created_ ? SourcePermissions::kUnknown : target_.st_mode;
+        if (takesMode && !permissions_.GiveTo(out_.Get(), present)) {
             return false;
         }
         const bool hasSetId =
