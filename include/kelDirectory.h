@@ -76,8 +76,7 @@ public:
     /// happens and the result is `kelStatusOk`, whatever `name` is: `Close` first.
     ///
     /// @returns `kelStatusFailed` when there is no such directory, the name is that of something
-    /// else, or it may not be read. The object then stays closed, with the name it had. The empty
-    /// name: Linux: fails; Windows: opens the current directory.
+    /// else, or it may not be read. The object then stays closed, with the name it had.
     int Open(const zuString& name);
 
     /// Closes the directory. The name stays.
