@@ -107,8 +107,8 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
-    /// The number of entries but "." and ".."; 0 on a closed object. Leaves the directory open at its
-    /// end.
+    /// The number of entries but "." and ".."; 0 on a closed object. Leaves the directory open at
+    /// its end.
     int GetNumberOfFiles();
 
     /// The names of all entries of the directory `name` but "." and "..". A directory that cannot

@@ -70,11 +70,12 @@ public:
     /// directory. A name that does not end in one of them gets `.com`, `.exe`, `.bat` or `.cmd`.
     /// @param arguments what the program gets after its own name, each unchanged: nothing is quoted
     /// or split. Linux: any bytes but NUL, each below 128 KiB. Windows: UTF-8, all of them together
-    /// below 32 KiB; written as the C library of the child reads them. A batch file (`.bat`, `.cmd`,
-    /// also with dots and spaces behind) runs under the system's `cmd.exe` and gets each argument
-    /// in quotation marks, in which that leaves everything as it is but `"`, `%` and the ends of
-    /// lines: with one of these in an argument or in its own name the start fails, and so it does
-    /// beyond 8191 characters. What a script makes of an argument that it takes out of the marks
+    /// below 32 KiB; written as the C library of the child reads them. A batch file (`.bat`,
+    /// `.cmd`, also with dots and spaces behind) runs under the system's `cmd.exe` and gets each
+    /// argument in quotation marks, in which that leaves everything as it is but `"`, `%` and the
+    /// ends of lines: with one of these in an argument or in its own name the start fails, and so
+    /// it does beyond 8191 characters. What a script makes of an argument that it takes out of the
+    /// marks
     /// (`%~1`), or expands a second time, is its own affair.
     /// @param directory the child's working directory; empty: the caller's.
     /// @param outputFiles where the child's output goes: element 0 takes standard output and

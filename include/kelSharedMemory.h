@@ -83,11 +83,11 @@ public:
 
     /// Makes a segment of `size` bytes, all zero, under a name that is not in use. 0 is a size.
     ///
-    /// The segment is readable and writable by its owner alone. Windows: on a volume that keeps access
-    /// lists; on another one nobody can attach. The volume must have the room and 1 MiB more.
-    /// Linux: its memory is reserved
-    /// before the call returns, so touching it never fails; a size that the system cannot hold at
-    /// the time fails. Nobody can attach before it is whole, and a failure leaves no name.
+    /// The segment is readable and writable by its owner alone. Windows: on a volume that keeps
+    /// access lists; on another one nobody can attach. The volume must have the room and 1 MiB
+    /// more. Linux: its memory is reserved before the call returns, so touching it never fails; a
+    /// size that the system cannot hold at the time fails. Nobody can attach before it is whole,
+    /// and a failure leaves no name.
     int Create(unsigned long long size, const zuString& name);
 
     /// Attaches to the segment that somebody has made under this name. Fails while there is none,
