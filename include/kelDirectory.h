@@ -76,8 +76,7 @@ public:
     /// happens and the result is `kelStatusOk`, whatever `name` is: `Close` first.
     ///
     /// @returns `kelStatusFailed` when there is no such directory, the name is that of something
-    /// else, or it may not be read. The object then stays closed, with the name it had. The empty
-    /// name: Linux: fails; Windows: opens the current directory.
+    /// else, or it may not be read. The object then stays closed, with the name it had.
     int Open(const zuString& name);
 
     /// Closes the directory. The name stays.
@@ -108,9 +107,8 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
-    /// The number of entries less two, for "." and "..", which are assumed to be there and are not
-    /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
-    /// open at its end. Windows: the root of a drive has neither, and its number is two too low.
+    /// The number of entries but "." and ".."; 0 on a closed object. Leaves the directory open at
+    /// its end.
     int GetNumberOfFiles();
 
     /// The names of all entries of the directory `name` but "." and "..". A directory that cannot

@@ -321,13 +321,17 @@ public:
     /// the source's name just as the move gives up.
     ///
     /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
+    ///
+    /// Windows: a target that somebody has open is replaced as well where it was opened so that it
+    /// may be removed, as this library opens files, and the system has POSIX semantics for its
+    /// volume (Windows 10, NTFS); elsewhere that fails. To another volume alternate streams go
+    /// along, or the move fails; access lists do not.
     static int Rename(const zuString& from, const zuString& to);
     /// The same. The pointer is not read and may be null.
     static int Rename(const kelLibrary* library, const zuString& from, const zuString& to);
 
     /// The platform's own rename. Linux: replaces a file of that name in one step, and never moves
-    /// to another volume. Windows: fails when the target exists, and may move a file to another
-    /// volume without the care of `Rename`.
+    /// to another volume. Windows: the same, but fails when the target exists.
     static int NativeRename(const zuString& from, const zuString& to);
 
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are

@@ -1,9 +1,9 @@
 // Names, surroundings and facts about files: what the library tells of the system around it.
 
-// As <windows.h> has them: the first stands before the header, the second comes after it.
-#define GetEnvironmentVariable GetEnvironmentVariableA
 #include <clocale>
 
+// As <windows.h> has them: the first stands before the header, the second comes after it.
+#define GetEnvironmentVariable GetEnvironmentVariableA
 #include "kelLibrary.h"
 #define SetEnvironmentVariable SetEnvironmentVariableW
 #include "support/Testing.h"

@@ -109,7 +109,27 @@ int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcep
 }
 
 unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
-    return GetLongPathNameA(name, buffer, size);
+    const WideName wide(name);
+    std::unique_ptr<wchar_t[]> found;
+    DWORD length = wide ? GetLongPathNameW(wide.Get(), nullptr, 0) : 0;
+    if (length != 0) {
+        found.reset(new (std::nothrow) wchar_t[length]);
+        const DWORD room = length;
+        length = found ? GetLongPathNameW(wide.Get(), found.get(), room) : 0;
+        if (length >= room) {  // the path has changed since it was measured
+            return 0;
+        }
+    }
+    if (length == 0) {
+        return 0;
+    }
+    const int needed =
+        WideCharToMultiByte(CP_UTF8, 0, found.get(), -1, nullptr, 0, nullptr, nullptr);
+    if (needed <= 0 || static_cast<unsigned>(needed) > size) {
+        return needed > 0 ? static_cast<unsigned>(needed) : 0;
+    }
+    WideCharToMultiByte(CP_UTF8, 0, found.get(), -1, buffer, needed, nullptr, nullptr);
+    return static_cast<unsigned>(needed) - 1;
 }
 
 }  // namespace zukel::platform

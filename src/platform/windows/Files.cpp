@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
+#include <memory>
+#include <new>
 
 #include "platform/windows/OpenFile.h"
 #include "platform/windows/Security.h"
@@ -48,6 +51,30 @@ apr_status_t NarrowToAppending(FileHandle& file, DWORD rights) noexcept {
     }
     file = Own(narrowed);
     return APR_SUCCESS;
+}
+
+/// Why a file could not be opened. The system says of a name below a file the same as of one below
+/// a missing directory.
+apr_status_t OpenStatus(const wchar_t* name) noexcept {
+    const DWORD error = GetLastError();
+    const std::size_t size = std::wcslen(name) + 1;
+    const std::unique_ptr<wchar_t[]> parent(
+        error == ERROR_PATH_NOT_FOUND ? new (std::nothrow) wchar_t[size] : nullptr);
+    if (parent) {
+        std::wmemcpy(parent.get(), name, size);
+        for (std::size_t at = size - 1; at > 0; --at) {
+            if (parent[at] != L'/' && parent[at] != L'\\') {
+                continue;
+            }
+            parent[at] = L'\0';
+            const DWORD attributes = GetFileAttributesW(parent.get());
+            if (attributes != INVALID_FILE_ATTRIBUTES) {
+                return (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? APR_ENOTDIR
+                                                                    : APR_FROM_OS_ERROR(error);
+            }
+        }
+    }
+    return APR_FROM_OS_ERROR(error);
 }
 
 /// Small letters and digits: the system does not tell case apart.
@@ -90,7 +117,7 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
         Own(CreateFileW(wide.Get(), (reads ? GENERIC_READ : 0) | (writes ? writing : 0), kShareAll,
                         nullptr, Disposition(mode), FILE_ATTRIBUTE_NORMAL | deletes, nullptr));
     if (!opened) {
-        return LastStatus();
+        return OpenStatus(wide.Get());
     }
     if (appends && truncates) {
         const apr_status_t status =
