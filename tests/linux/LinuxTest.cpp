@@ -146,6 +146,10 @@ TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
     const passwd& user = *getpwuid(getuid());
     EXPECT_TRUE(library.GetCurrentUserName(name) == kOk && name == user.pw_name);
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), user.pw_dir + std::string("/x"));
+    int tooSmall = 4;  // rooms for the user's record
+    const Guard longer = AtCall("getpwuid_r", [&] { return tooSmall-- > 0 ? ERANGE : 0; });
+    EXPECT_EQ(UnderFaults([&] { return library.GetUserDirectory(name); }), kOk);
+    EXPECT_EQ(name, user.pw_dir);
     const std::string made = directory / "fr_BE@euro";
     const std::string make = "localedef --no-archive -c -i POSIX -f ISO-8859-15 " + made;
     // Its result says no more than that categories are left out.
