@@ -1,46 +1,55 @@
 #pragma once
 
 #include <unistd.h>
-#include <cstdint>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
+#include <vector>
 
 /// What the jobs work on, the same for everybody: files and directories in a folder of the
 /// benchmark's own, each made when it is first asked for.
 class Work {
 public:
-    static constexpr int kValues = 1000000;           ///< Numbers or lines of a long file.
-    static constexpr std::size_t kBlock = 64 * 1024;  ///< Of a file that is read in blocks.
+    static constexpr int kValues = 1000000;  ///< Numbers or lines of a long file.
+    static constexpr std::size_t kSixteenMiB = std::size_t{16} << 20U;
 
+    /// The one in TMPDIR.
     static Work& Get() {
-        static Work work;
+        static Work work(std::filesystem::temp_directory_path());
+        return work;
+    }
+    /// The one on a disk: in the folder that the environment names, or in the current one.
+    static Work& Disk() {
+        const char* const folder = std::getenv("ZUKEL_BENCHMARK_DISK");
+        static Work work(folder != nullptr ? folder : ".");
         return work;
     }
     ~Work() { std::filesystem::remove_all(path_); }
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
 
-    const std::string& Path() const { return path_; }
-    std::string Missing() const { return path_ + "/missing"; }
-    std::string Target() const { return path_ + "/target"; }
-    const std::string& Small() { return Filled("small", 13); }
-    const std::string& FourThousand() { return Filled("4000", 4000); }
-    const std::string& SixteenMiB() { return Filled("16MiB", std::size_t{16} << 20U); }
-    const std::string& Large() { return Filled("64MiB", std::size_t{64} << 20U); }
-    const std::string& Lines() { return Numbered("lines", kValues); }
-    const std::string& FewLines() { return Numbered("few", 1000); }
+    const std::string& Missing() const { return missing_; }
+    const std::string& Target() const { return target_; }
+    /// Directories that do not exist, one in the other.
+    const std::vector<std::string>& Levels() const { return levels_; }
+    const std::string& Small() { return Filled(small_, 13); }
+    const std::string& FourThousand() { return Filled(fourThousand_, 4000); }
+    const std::string& SixteenMiB() { return Filled(sixteenMiB_, kSixteenMiB); }
+    const std::string& Large() { return Filled(large_, std::size_t{64} << 20U); }
+    const std::string& Lines() { return Numbered(lines_, kValues); }
+    const std::string& FewLines() { return Numbered(fewLines_, 1000); }
 
     /// A directory with so many entries.
-    const std::string& Directory(std::int64_t entries) {
-        std::string& directory = made_["directory" + std::to_string(entries)];
+    const std::string& Directory(int entries) {
+        std::string& directory = directories_[entries];
         if (directory.empty()) {
             directory = path_ + "/" + std::to_string(entries) + " entries";
             std::filesystem::create_directory(directory);
             std::string file;
-            for (std::int64_t number = 0; number < entries; ++number) {
+            for (int number = 0; number < entries; ++number) {
                 const std::string name = directory + "/entry number " + std::to_string(number);
                 // A file has at most 65000 names on ext4.
                 if (number % 50000 == 0 || link(file.c_str(), name.c_str()) != 0) {
@@ -53,22 +62,28 @@ public:
     }
 
 private:
-    Work() {
-        std::string name = (std::filesystem::temp_directory_path() / "zukel-bench-XXXXXX").string();
-        path_ = mkdtemp(name.data());
+    explicit Work(const std::filesystem::path& folder)
+        : path_((folder / "zukel-bench-XXXXXX").string()) {
+        if (mkdtemp(path_.data()) == nullptr) {
+            std::abort();
+        }
+        missing_ = path_ + "/missing";
+        target_ = path_ + "/target";
+        levels_ = {path_ + "/made"};
+        for (const char* name : {"/a", "/b", "/c", "/d"}) {
+            levels_.push_back(levels_.back() + name);
+        }
     }
-    const std::string& Filled(const char* name, std::size_t size) {
-        std::string& file = made_[name];
+    const std::string& Filled(std::string& file, std::size_t size) {
         if (file.empty()) {
-            file = path_ + "/" + name;
+            file = path_ + "/" + std::to_string(size) + " bytes";
             std::ofstream(file) << std::string(size, 'x');
         }
         return file;
     }
-    const std::string& Numbered(const char* name, int lines) {
-        std::string& file = made_[name];
+    const std::string& Numbered(std::string& file, int lines) {
         if (file.empty()) {
-            file = path_ + "/" + name;
+            file = path_ + "/" + std::to_string(lines) + " lines";
             std::ofstream out(file);
             for (int line = 0; line < lines; ++line) {
                 out << "this is line number " << line << '\n';
@@ -78,5 +93,14 @@ private:
     }
 
     std::string path_;
-    std::map<std::string, std::string> made_;
+    std::string missing_;
+    std::string target_;
+    std::vector<std::string> levels_;
+    std::string small_;
+    std::string fourThousand_;
+    std::string sixteenMiB_;
+    std::string large_;
+    std::string lines_;
+    std::string fewLines_;
+    std::map<int, std::string> directories_;
 };

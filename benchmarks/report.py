@@ -3,7 +3,8 @@
 
 report.py RESULTS DOCUMENTS [--quick]: RESULTS has one JSON file of Google Benchmark for each job. With
 --quick the table goes to the standard output; else README.md and ratios.svg are written into DOCUMENTS,
-whose reasons.txt has, for each job in which zukel is not the fastest, a line `Job: why`.
+whose reasons.txt has, for each job in which zukel is not the best, a line `Job: why`; `JobCold` and `JobNative`
+for the rows of these variants.
 """
 
 import glob
@@ -14,16 +15,16 @@ import statistics
 import sys
 from xml.sax.saxutils import escape
 
-PEERS = ["runtime", "system", "std", "boost", "glib", "poco", "qt"]
-NAMES = {"runtime": "APR", "system": "system calls", "std": "C++ library", "boost": "Boost",
-         "glib": "GLib", "poco": "POCO", "qt": "Qt"}
+PEERS = ["runtime", "system", "std", "boost", "glib", "libuv", "poco", "qt"]
+NAMES = {"runtime": "APR", "system": "system calls", "std": "C/C++", "boost": "Boost",
+         "glib": "GLib", "libuv": "libuv", "poco": "POCO", "qt": "Qt"}
 LIBRARIES = PEERS[2:]  # the runtime and the system calls are what all of them stand on
-LOST = 0.95  # a peer that takes less than this, as a part of zukel's time, is faster
+LOST = 0.95  # a peer that takes less than this, as a part of what zukel takes, is better
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
 def read_results(folder):
-    """For each case its samples by peer, in nanoseconds; and the loads that were seen."""
+    """For each case its samples by way, in nanoseconds or bytes; and the loads that were seen."""
     cases, loads, facts = {}, [], {}
     for path in glob.glob(os.path.join(folder, "*.json")):
         with open(path, encoding="utf-8") as file:
@@ -35,13 +36,27 @@ def read_results(folder):
                 continue
             if run.get("error_occurred"):
                 sys.exit(f"{run['name']}: {run['error_message']}")
-            parts = run["run_name"].split("/")
-            job, peer = parts[0], parts[1]
-            rest = [part for part in parts[2:] if part != "real_time"]
-            time = "real_time" if "real_time" in parts else "cpu_time"
-            samples = cases.setdefault((job, *rest), {}).setdefault(peer, [])
-            samples.append(run[time] * UNITS[run["time_unit"]])
+            job, way, *rest = run["run_name"].split("/")
+            time = "real_time" if "real_time" in rest else "cpu_time"
+            case = (job, *(part for part in rest if part not in ("real_time", "iterations:1")))
+            samples = cases.setdefault(case, {}).setdefault(way, [])
+            samples.append(max(0, run["bytes"]) if "bytes" in run else run[time] * UNITS[run["time_unit"]])
     return cases, loads, facts
+
+
+def rows_of(case, ways):
+    """The row of zukel, and those of its variants: zukelCold beside runtimeCold, where there is one, and
+    beside the others as they are. Of several ways of one library (std.fstream, std.stdio) the best."""
+    for ours in sorted(way for way in ways if way.startswith("zukel")):
+        variant = ours[len("zukel"):]
+        peers = {}
+        for peer in PEERS:
+            found = [samples for way, samples in ways.items() if way.split(".")[0] == peer + variant] or \
+                    [samples for way, samples in ways.items() if way.split(".")[0] == peer]
+            if found:
+                peers[peer] = min(found, key=statistics.median)
+        if peers:
+            yield Row(case, variant, ways[ours], peers)
 
 
 def spread(samples):
@@ -49,7 +64,7 @@ def spread(samples):
     if len(samples) < 3:
         return 0.0
     low, middle, high = statistics.quantiles(samples, n=4, method="inclusive")
-    return 100 * max(high - middle, middle - low) / middle
+    return 100 * max(high - middle, middle - low) / middle if middle else 0.0
 
 
 def time_text(nanoseconds):
@@ -63,51 +78,71 @@ def ratio_text(ratio):
     return f"{ratio:.2f}" if ratio < 9.95 else f"{ratio:.0f}"
 
 
-def label(case):
+def bytes_text(count):
+    return f"{count:,.0f}"
+
+
+LABELS = {"StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
+          "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
+          "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}"}
+VARIANTS = {"": "", "Cold": ", cold", "Native": ", native"}
+
+
+def label(case, variant):
     job, *rest = case
-    if not rest:
-        return job
-    if job == "StartUntilEnded":
-        return f"{job}, caller of {rest[0]} MiB"
-    if job == "Counter":
-        count = rest[0].split(':')[1]
-        return f"{job}, {count} thread{'s' if count != '1' else ''}"
-    if job == "Segment":
-        return f"{job} of {rest[0]} bytes"
-    return f"{job}, {', '.join(rest)}"
+    parts = ["on disk" if part == "disk" else LABELS.get(job, "{}").format(part.split(":")[-1]) for part in rest]
+    return ", ".join([job, *parts]) + VARIANTS[variant]
 
 
-def order(case):
-    return (case[0], [int(part.split(":")[-1]) for part in case[1:]])
+def order(row):
+    return [row.case[0], row.key, *(int(part) if part.isdigit() else part for part in row.case[1:])]
 
 
 class Row:
-    def __init__(self, case, peers):
+    def __init__(self, case, variant, ours, peers):
         self.case = case
-        self.job = case[0]
-        self.label = label(case)
-        self.ours = statistics.median(peers["zukel"])
-        self.spread = max(spread(peers[peer]) for peer in peers if peer in PEERS or peer == "zukel")
-        self.ratios = {peer: statistics.median(samples) / self.ours
-                       for peer, samples in peers.items() if peer in PEERS}
+        self.key = case[0] + variant
+        self.label = label(case, variant)
+        self.bytes = case[0].endswith("Bytes")
+        self.ours = statistics.median(ours)
+        self.spread = max(spread(samples) for samples in [ours, *peers.values()])
+        self.theirs = {peer: statistics.median(samples) for peer, samples in peers.items()}
+        self.ratios = {peer: self.ratio(value) for peer, value in self.theirs.items()}
         self.best = min(self.ratios, key=self.ratios.get)
         self.lost = self.ratios[self.best] < LOST
+
+    def ratio(self, value):
+        if value == self.ours:
+            return 1.0
+        return value / self.ours if self.ours else math.inf
+
+    def text(self, peer):
+        return bytes_text(self.theirs[peer]) if self.bytes else ratio_text(self.ratios[peer])
 
 
 def table(rows, peers):
     lines = ["| Job | zukel | " + " | ".join(NAMES[peer] for peer in peers) + " | spread |",
              "|-----|------:|" + "---:|" * len(peers) + "---:|"]
     for row in rows:
-        cells = []
-        for peer in peers:
-            if peer not in row.ratios:
-                cells.append("")
-            else:
-                text = ratio_text(row.ratios[peer])
-                cells.append(f"**{text}**" if row.ratios[peer] < LOST else text)
-        lines.append(f"| {row.label} | {time_text(row.ours)} | " + " | ".join(cells) +
-                     f" | {row.spread:.0f} % |")
+        cells = [row.text(peer) if peer in row.ratios else "" for peer in peers]
+        cells = [f"**{cell}**" if cell and row.ratios[peer] < LOST else cell for peer, cell in zip(peers, cells)]
+        lines.append(f"| {row.label} | {(bytes_text if row.bytes else time_text)(row.ours)} | " +
+                     " | ".join(cells) + f" | {row.spread:.0f} % |")
     return "\n".join(lines)
+
+
+def tables(rows, peers):
+    """That of the times, and that of the bytes."""
+    kinds = [[row for row in rows if row.bytes == kind] for kind in (False, True)]
+    return [table(kind, peers) if kind else "" for kind in kinds]
+
+
+def standing(rows):
+    beside = [[row.ratios[peer] for peer in LIBRARIES if peer in row.ratios] for row in rows]
+    beside = [ratios for ratios in beside if ratios]
+    return (f"Of {len(rows)} rows zukel is the best, or within 5 % of the best, in "
+            f"{sum(not row.lost for row in rows)}; of the {len(beside)} that another library can do as well, "
+            f"beside these alone, in {sum(min(ratios) >= LOST for ratios in beside)}.")
 
 
 STYLE = """
@@ -121,7 +156,7 @@ STYLE = """
     .mark { stroke-width: 1.6; fill: none; }
     .runtime { stroke: #57606a; fill: #57606a; } .system { stroke: #1f2328; }
     .std { stroke: #0969da; } .boost { stroke: #bc4c00; fill: #bc4c00; } .glib { stroke: #8250df; }
-    .poco { stroke: #1a7f37; fill: #1a7f37; } .qt { stroke: #cf222e; }
+    .poco { stroke: #1a7f37; fill: #1a7f37; } .qt { stroke: #cf222e; } .libuv { stroke: #9a6700; }
     @media (prefers-color-scheme: dark) {
       text { fill: #e6edf3; }
       .small { fill: #9ea7b3; }
@@ -130,11 +165,11 @@ STYLE = """
       .band { fill: #161b22; }
       .runtime { stroke: #9ea7b3; fill: #9ea7b3; } .system { stroke: #e6edf3; }
       .std { stroke: #4493f8; } .boost { stroke: #f0883e; fill: #f0883e; } .glib { stroke: #ab7df8; }
-      .poco { stroke: #3fb950; fill: #3fb950; } .qt { stroke: #f85149; }
+      .poco { stroke: #3fb950; fill: #3fb950; } .qt { stroke: #f85149; } .libuv { stroke: #d29922; }
     }"""
 SHAPES = {"runtime": "M-4.5 0 A4.5 4.5 0 1 0 4.5 0 A4.5 4.5 0 1 0 -4.5 0z", "system": "M0 -6 V6",
           "std": "M-4.5 -4.5 H4.5 V4.5 H-4.5z", "boost": "M0 -5.5 L5.5 4 H-5.5z",
-          "glib": "M0 -5.5 L5 0 L0 5.5 L-5 0z", "poco": "M0 5.5 L5.5 -4 H-5.5z",
+          "glib": "M0 -5.5 L5 0 L0 5.5 L-5 0z", "libuv": "M-5.5 0 H5.5 M0 -5.5 V5.5", "poco": "M0 5.5 L5.5 -4 H-5.5z",
           "qt": "M-4.5 -4.5 L4.5 4.5 M-4.5 4.5 L4.5 -4.5"}
 
 
@@ -209,56 +244,63 @@ def read_lines(folder, name):
         return [line.strip() for line in file if line.strip()]
 
 
-def slower(rows, reasons):
-    """The jobs in which somebody is faster, each with its reason."""
-    lines, without = [], []
+def better(rows, reasons):
+    """The jobs in which somebody is better, each with its reason."""
     jobs = {}
     for row in rows:
         if row.lost:
-            jobs.setdefault(row.job, []).append(row)
+            jobs.setdefault(row.key, []).append(row)
+    lines = []
     for job, lost in jobs.items():
-        shown = "; ".join(f"{NAMES[row.best]} {ratio_text(row.ratios[row.best])} in “{row.label}”"
-                          if len(row.case) > 1 else
-                          f"{NAMES[row.best]} {ratio_text(row.ratios[row.best])}" for row in lost)
-        if job not in reasons:
-            without.append(job)
+        shown = "; ".join(f"{NAMES[row.best]} {row.text(row.best)}" +
+                          (f" in “{row.label}”" if len(row.case) > 1 else "") for row in lost)
         lines.append(f"- **{job}** ({shown}): {reasons.get(job, 'no reason is known yet.')}")
-    return lines, without
+    return lines, [job for job in jobs if job not in reasons]
 
 
 def document(rows, peers, loads, facts, rounds, folder, reasons):
-    lines, without = slower(rows, reasons)
-    won = sum(1 for row in rows if not row.lost)
-    beside = [[row.ratios[peer] for peer in LIBRARIES if peer in row.ratios] for row in rows]
-    beside = [ratios for ratios in beside if ratios]
-    ahead = sum(1 for ratios in beside if min(ratios) >= LOST)
+    lines, without = better(rows, reasons)
     versions = ", ".join(read_lines(folder, "versions"))
     compiler = "; ".join(read_lines(folder, "compiler"))
-    volume = "".join(read_lines(folder, "volume"))
+    memory, disk = (read_lines(folder, "volumes") + ["unknown", "unknown"])[:2]
+    times, sizes = tables(rows, peers)
     return f"""# Figures
 
 Made by `./tools/benchmark`; not written by hand, but for the reasons in `docs/benchmarks/reasons.txt`.
 
 ![Time of each other way as a multiple of the time of zukel](ratios.svg)
 
+{standing(rows)}
+
+## Times
+
 Each cell says how many times as long the other one takes as zukel for the same work: above 1 zukel is
 faster. **Bold** is a cell in which the other one takes less than {LOST} of the time. An empty cell: that one
-has no way to do the job, or none that is comparable. Of {len(rows)} rows zukel is the fastest, or within 5 % of
-the fastest, in {won}; of the {len(beside)} that another library can do as well, beside these alone, in {ahead}.
+has no way to do the job, or none that is comparable.
 
-{table(rows, peers)}
+{times}
 
 The times are medians of {rounds} rounds; in each round all the ways of a job run in random order. They are
-processor time, but for `StartUntilEnded` and `Counter`, which are time on the clock. “Spread” is how far
-the middle half of the rounds reaches from the median, for the way of the row in which that is most. “APR” is
-the runtime called directly, with a pool for each operation as the library needs one; “system calls” do the
-least that the system offers, without any of the promises of the library. The files are on a volume of the
-kind {volume}.
+processor time, but for `StartUntilEnded` and `Counter`, which are time on the clock.
+“Spread” is how far the middle half of the rounds reaches from the median, for the way of the row in which
+that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
+least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
+alive, “native” are `NativeCopy` and `NativeRename`, beside the others' same calls. The files are on {memory},
+those “on disk” on {disk}, where what is written is a new file. Boost, POCO and Qt let their copy go to the disk before
+they return, which takes them longer by the clock than is told here.
+
+## Memory
+
+All cells are bytes: an `IdleBytes` row has what one object takes that has nothing to do, itself included, of
+10,000, beside the object of the other one that is nearest; a `GrowthBytes` row what one object has taken more
+after it was used 10,000 times.
+
+{sizes}
 
 Measured on {facts.get("num_cpus")} processors at {facts.get("mhz_per_cpu")} MHz, with a load of {min(loads):.1f} to {max(loads):.1f} on the machine, the benchmarks'
 own included. {compiler}. {versions}.
 
-## Where somebody is faster
+## Where somebody is better
 
 {chr(10).join(lines) if lines else "Nowhere."}
 """, without
@@ -268,22 +310,23 @@ def main():
     folder, documents = sys.argv[1:3]
     quick = "--quick" in sys.argv[3:]
     cases, loads, facts = read_results(folder)
-    rows = [Row(case, peers) for case, peers in sorted(cases.items(), key=lambda item: order(item[0]))
-            if "zukel" in peers and any(peer in PEERS for peer in peers)]
+    rows = sorted((row for case, ways in cases.items() for row in rows_of(case, ways)), key=order)
     if not rows:
         sys.exit("report.py: nothing to compare")
     peers = [peer for peer in PEERS if any(peer in row.ratios for row in rows)]
-    rounds = max(len(samples) for by_peer in cases.values() for samples in by_peer.values())
+    rounds = max(len(samples) for ways in cases.values() for samples in ways.values())
     if quick:
-        print(table(rows, peers))
-        print(f"\nratios: time of the other one divided by that of zukel; load {max(loads):.1f}")
+        print("\n\n".join(filter(None, tables(rows, peers))))
+        print(f"\ntimes: that of the other one divided by that of zukel; rows in Bytes: bytes; load {max(loads):.1f}")
+        print(standing(rows))
         return
     os.makedirs(documents, exist_ok=True)
     text, without = document(rows, peers, loads, facts, rounds, folder, read_reasons(documents))
-    for name, content in (("README.md", text), ("ratios.svg", chart(rows, peers))):
+    times = [row for row in rows if not row.bytes]
+    for name, content in (("README.md", text), ("ratios.svg", chart(times, peers))):
         with open(os.path.join(documents, name), "w", encoding="utf-8") as file:
             file.write(content)
-    print(f"docs/benchmarks: {len(rows)} rows, {sum(row.lost for row in rows)} of them with somebody faster")
+    print(f"docs/benchmarks: {standing(rows)}")
     if without:
         print("jobs without a reason in docs/benchmarks/reasons.txt: " + ", ".join(without))
 

@@ -10,7 +10,6 @@
 //
 // is how the children are started.
 
-#include <kelLibrary.h>
 #include <kelProcess.h>
 #include <kelSharedMemory.h>
 #include <kelStatus.h>
@@ -115,7 +114,6 @@ int Lead(const char* program, std::size_t children, std::uint64_t rounds) {
 
 int main(int count, char** arguments) {
     constexpr std::uint64_t kMostRounds = 1000000000;
-    const kelLibrary library;
     if (count == 5 && std::string(arguments[1]) == "--count") {
         const std::uint64_t field = std::strtoull(arguments[3], nullptr, 10);
         const std::uint64_t rounds = Number(arguments[4], kMostRounds);

@@ -2,7 +2,6 @@
 
 #include <kelDirectory.h>
 #include <kelFileInfo.h>
-#include <kelLibrary.h>
 #include <kelStatus.h>
 
 #include <chrono>
@@ -92,7 +91,6 @@ int main(int count, char** arguments) {
     if (code != -1) {
         return code;
     }
-    const kelLibrary library;  // keeps the runtime started for the many calls that follow
     bool targetExists = false;
     if (!FindDirectories(options, targetExists)) {
         return 1;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -72,7 +71,7 @@ std::string CheckNameParts(const std::string& name) {
     const std::size_t dot = name.rfind('.');
     const bool inside = dot != std::string::npos && dot > start;
     const bool behindSlash = dot != std::string::npos && dot >= after(name.find_last_of("/\\"));
-    const NameParts parts = TakeApart(name);
+    const NameParts parts = TakeApart(name, FindCuts(name));
     std::string actual;
     for (const auto part : {parts.path, parts.fileName, parts.baseName, parts.extension}) {
         actual.append(part).append("|");
@@ -122,7 +121,9 @@ std::string CheckRelativeWay(const std::string& texts) {
     for (std::string* const text : {&from, &to}) {
         std::string folded;
         for (const char byte : *text) {
-            folded += byte == '\\' ? '/' : static_cast<char>(std::tolower(byte & 0xFF));
+            const bool capital =
+                std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ").find(byte) != std::string::npos;
+            folded += byte == '\\' ? '/' : static_cast<char>(capital ? byte | 0x20 : byte);
         }
         FoldName(*text);
         if (*text != folded) {
@@ -176,8 +177,7 @@ std::string CompareTexts(const kelTime& time, const std::tm& date, const std::st
 }  // namespace
 
 std::string CheckTimePattern(const std::string& bytes) {
-    static const bool zone =
-        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0 && (tzset(), true);
+    static const bool zone = setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0 && (tzset(), true);
     std::string rest = bytes;
     const auto take = [&](auto number) {  // from the front; zeros when the bytes are used up
         std::memcpy(&number, rest.data(), std::min(sizeof number, rest.size()));
@@ -189,7 +189,7 @@ std::string CheckTimePattern(const std::string& bytes) {
     std::tm date{};
     if ((kind & 2U) == 0) {
         const auto moment = take(std::int64_t{0});
-        const std::time_t second = moment / 1000000;
+        const std::time_t second = moment / 1000000 - (moment % 1000000 < 0 ? 1 : 0);
         if ((local ? localtime_r(&second, &date) : gmtime_r(&second, &date)) == nullptr) {
             return "no date";
         }

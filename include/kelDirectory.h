@@ -34,17 +34,12 @@ struct kelDirectoryRecord;
 /// mean nothing here, but for `GetRelativePath`.
 ///
 /// Failure: no operation throws but for `std::bad_alloc`; output arguments change only on success.
-/// Memory that the runtime itself lacks ends the process.
 ///
 /// Threads: one object is used by one thread at a time; different objects are independent. The
 /// static operations may run in any number of threads at once, but the current directory is one
 /// for the whole process.
 ///
 /// Child processes: no descriptor of this class reaches a program that the process starts.
-///
-/// Memory: each entry read, and each opening, takes its bytes from the object until it is
-/// destroyed. To watch a directory for long, make an object for each look, or use the static
-/// `GetFileNames`.
 ///
 /// @code
 /// kelDirectory directory("notes");
@@ -81,8 +76,7 @@ public:
     /// happens and the result is `kelStatusOk`, whatever `name` is: `Close` first.
     ///
     /// @returns `kelStatusFailed` when there is no such directory, the name is that of something
-    /// else, or it may not be read. The object then stays closed, with the name it had. The empty
-    /// name: Linux: fails; Windows: opens the current directory.
+    /// else, or it may not be read. The object then stays closed, with the name it had.
     int Open(const zuString& name);
 
     /// Closes the directory. The name stays.
@@ -113,9 +107,8 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
-    /// The number of entries less two, for "." and "..", which are assumed to be there and are not
-    /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
-    /// open at its end. Windows: the root of a drive has neither, and its number is two too low.
+    /// The number of entries but "." and ".."; 0 on a closed object. Leaves the directory open at
+    /// its end.
     int GetNumberOfFiles();
 
     /// The names of all entries of the directory `name` but "." and "..". A directory that cannot
@@ -190,7 +183,7 @@ public:
     /// is `./../share/`, from a directory to itself `./`.
     ///
     /// Both names are first expanded by `kelLibrary::GetAbsoluteFileName`, then brought to lower
-    /// case byte by byte (by the C library's `tolower`) and to `/` as separator; it is these texts
+    /// case, the letters of ASCII alone, and to `/` as separator; it is these texts
     /// that must name directories, and the result is made of them. So it is in lower case.
     ///
     /// Each text is then taken apart at `/`: a `..` removes the component before it, also the root;

@@ -38,8 +38,6 @@ struct kelDynamicObjectRecord;
 /// Threads: one object is used by one thread at a time; different objects are independent. Code of
 /// the module may run in the thread that loads or unloads it.
 ///
-/// Memory: each load leaves about 100 bytes with the object until it is destroyed.
-///
 /// @code
 /// kelDynamicObject module;
 /// long long (*answer)() = nullptr;
@@ -68,7 +66,10 @@ public:
     /// entry points.
     ///
     /// Linux: a name without `/` is looked for where the system keeps its libraries, not in the
-    /// current directory. The empty name fails: it never gives the program itself.
+    /// current directory. Windows: a name without `/`, `\` and `:` is looked for beside the program
+    /// and where the system keeps its own, another one stands for that file alone; what the module
+    /// was linked with is looked for there and beside the module. The empty name fails: it never
+    /// gives the program itself.
     ///
     /// @returns `kelStatusOk`, or `kelStatusFailed` with the reason in `GetError`.
     int LoadLibrary(const zuString& name);

@@ -26,12 +26,11 @@ struct kelFileRecord;
 /// Threads: one object is used by one thread at a time, and so are objects that share a file by
 /// assignment; all others are independent.
 ///
-/// Child processes: no descriptor of this class reaches a program that the process starts. Linux:
-/// with `ModeNoCleanup`, and for temporary files, the mark is set just after the descriptor was
-/// made, so a program started by another thread in between still inherits it.
+/// Child processes: no descriptor of this class reaches a program that the process starts. In a
+/// forked copy of the process, the end of an object writes no buffer and removes no file of the
+/// parent's; `Close` and `Flush` do what they always do.
 ///
-/// Memory: what one opening takes (about 4 KiB with `ModeBuffered`) stays with the object until it
-/// is destroyed. For many files in a row make an object for each.
+/// Signals: one that the program handles interrupts no operation; reads and writes go on after it.
 ///
 /// @code
 /// kelFile out("list.txt", kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeTruncate);
@@ -48,14 +47,13 @@ struct kelFileRecord;
 /// @endcode
 class KEL_API kelFile {
 public:
-    /// The bits of the open mode. Their values are those of the runtime's `APR_FOPEN_` flags, and
-    /// any other of these may be given as well: the mode is handed on unchanged.
+    /// The bits of the open mode. Values and meaning are those of APR's `APR_FOPEN_` flags;
+    /// `APR_FOPEN_NONBLOCK` may be given as well.
     enum OpenMode : int {
         ModeRead = 0x00001,    ///< Open for reading.
         ModeWrite = 0x00002,   ///< Open for writing.
         ModeCreate = 0x00004,  ///< Make the file when it does not exist.
-        /// Every write goes to the end of the file. Buffered, a part of the buffer that reached the
-        /// file before the device ran full is written again by the next attempt.
+        /// Every write goes to the end of the file, whoever else writes to it.
         ModeAppend = 0x00008,
         ModeTruncate = 0x00010,   ///< Cut an existing file to nothing.
         ModeBinary = 0x00020,     ///< No text translation; neither Linux nor Windows does any.
@@ -64,12 +62,11 @@ public:
         /// Remove the file when it is closed. Linux: by the name given, which a relative name looks
         /// for in the current directory of that time; Windows: the file itself.
         ModeDeleteOnClose = 0x00100,
-        ModeThreadSafe =
-            0x00200,  ///< The runtime guards its own handle; the object stays unguarded.
-        ModeShareLock = 0x00400,  ///< Windows: other processes may lock ranges of the file.
+        ModeThreadSafe = 0x00200,  ///< No effect: one thread at a time uses an object.
+        ModeShareLock = 0x00400,   ///< Windows: other processes may lock ranges of the file.
         ModeNoCleanup =
             0x00800,  ///< A forgotten handle (see above) is never closed, nor its buffer written.
-        ModeSendfile = 0x01000,  ///< Windows: open for overlapped transfer.
+        ModeSendfile = 0x01000,  ///< No effect.
         ModeSparse = 0x08000     ///< Windows: mark the file sparse.
     };
 
@@ -205,8 +202,11 @@ public:
     /// @param buffer room for `size` bytes.
     /// @param size at least 1, at most 2^31 - 1: only its low 32 bits count. With 1 the text is
     /// empty, with 0 nothing is written; nothing is read then, and the result is `kelStatusOk`.
-    /// @returns `kelStatusFailed` when nothing was left, with the empty text in `buffer`, or by an
-    /// error. Unbuffered files pay one system call for each byte: open with `ModeBuffered`.
+    /// @returns `kelStatusFailed` when nothing was left, or by an error; `buffer` then holds the
+    /// empty text.
+    ///
+    /// An unbuffered line costs two or three system calls. Of a pipe or a terminal it costs one for
+    /// each byte, so that nothing is taken from whoever reads it next.
     int ReadLine(char* buffer, unsigned long long size);
 
     /// Writes the bytes of `text` up to its NUL; no line end is added.
@@ -225,14 +225,16 @@ public:
     /// Moves the position to the end of the file. Fails as `SeekTo` does.
     int SeekToEnd();
 
-    /// Whether a read has met the end of the file: true on a closed object, and from the read that
-    /// found nothing or less than it wanted until the position is set; also when the file has grown
-    /// since. False after the last byte was read exactly, until a read fails. After a failure of
-    /// another kind false, until an operation succeeds.
+    /// Whether a read has met the end of the file. True on a closed object, and from the read that
+    /// met the end until the position is set, even if the file has grown since. A read meets the
+    /// end when it finds nothing; a line or a buffered read also when it finds less than it wanted.
+    /// A read that ends exactly at the last byte does not. After any other failure: false until an
+    /// operation succeeds.
     bool EndOfFile();
 
-    /// Writes out the buffer of a file opened with `ModeBuffered`; a success without effect on any
-    /// other. It reaches the system, not necessarily the disk.
+    /// Hands the buffer of a file opened with `ModeBuffered` to the system; a success without
+    /// effect on any other. The data is not synced to disk. After a failure the buffer holds what
+    /// the system has not taken, and nothing is written twice.
     int Flush();
 
     /// Whether the file of this object's name may be read: not by its mode bits alone, but by
@@ -263,16 +265,23 @@ public:
     /// links, and a symbolic link as target is followed. Nothing is touched when the source is a
     /// directory or cannot be read, when the target may not be written, and when both names lead to
     /// the same file: all of that is `kelStatusFailed`. When reading fails later or the writing
-    /// itself fails, as on a full volume, the target is cut to nothing and removed; a device or a
-    /// pipe never is. A program that is killed in the middle leaves a part of the target: copy to
+    /// itself fails, as on a full volume, the target is truncated and removed; a device or a pipe
+    /// never is. A program that is killed in the middle leaves a part of the target: copy to
     /// another name and `Rename` where that matters.
     ///
-    /// Linux: with `PermissionOfSource` a target of the caller's own that may not be written is
-    /// given the source's permissions first. Holes of a sparse file stay holes.
-    /// `PermissionOfSource` has no effect on devices and pipes, carries set-user-ID (set-group-ID)
-    /// over only when both files have the same owner (group), and is not insisted on where the
-    /// target belongs to somebody else or its volume keeps no permissions. A pipe as source is read
-    /// until its writers have closed it.
+    /// Linux: holes of a sparse file stay holes, and on a volume whose files can share blocks
+    /// (Btrfs, XFS) a large copy shares those of the source until one of the two is written. A pipe
+    /// as source is read until its writers have closed it. A target beyond the process's limit on
+    /// the size of files, and a pipe whose reader has left, are failures; they raise no SIGXFSZ and
+    /// no SIGPIPE.
+    ///
+    /// Linux: `PermissionOfSource` carries the POSIX access list over. Where the target's volume
+    /// has none, the permissions leave out what the list alone allowed, so nobody is given more
+    /// than the source grants. Set-user-ID (set-group-ID) goes along only when both files have the
+    /// same owner (group). A target of the caller's own that may not be written is first given the
+    /// source's permissions for its owner. `PermissionOfSource` has no effect on devices and pipes,
+    /// and is not insisted on where the target belongs to somebody else or its volume keeps no
+    /// permissions.
     static int Copy(const zuString& from, const zuString& to, int perms);
     /// The same. The pointer is not read and may be null.
     static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
@@ -291,21 +300,38 @@ public:
     ///
     /// A file or symbolic link also moves to another volume, whole or not at all: the contents go
     /// to a new file beside the target, which gets the source's permissions and times, and its
-    /// owner and extended attributes where the system allows it, and is on the disk before it takes
-    /// the target's name and the source is removed. After a failure the source is untouched, and so
-    /// is a file that had the target's name; a source that changes while it is copied is such a
-    /// failure. A program that is killed in the middle, or a volume that refuses to remove it, may
-    /// leave a file beside the target whose name begins with `.zukel-`. Directories, pipes and
-    /// devices do not move to another volume.
+    /// owner, access list and extended attributes where the system and the volume allow it (without
+    /// its list the permissions are those of `Copy`), and is on the disk before it takes the
+    /// target's name and the source is removed. After a failure the source is untouched, and so is
+    /// a file that had the target's name. Directories, pipes and devices do not move to another
+    /// volume.
+    ///
+    /// A source that is changed, or replaced by another file, before it is removed is such a
+    /// failure: nothing that was written to it is lost. Linux: a program that opens the source for
+    /// writing meanwhile waits for the end of the move, for 45 seconds at most (with O_NONBLOCK the
+    /// opening fails), and the move fails. Where the system does not allow that (a source of
+    /// somebody else's, some network file systems, a program that keeps the source open for
+    /// writing), the change is seen by size and modification time: a write that changes neither,
+    /// within one tick of the volume's clock, goes unnoticed, and so does one through a descriptor
+    /// that is still open while the source is removed.
+    ///
+    /// A program that is killed in the middle, or a volume that refuses to remove or rename a file,
+    /// may leave one whose name begins with `.zukel-`: beside the target a part of the copy or the
+    /// former target, beside the source the source. So may a program that makes a new file under
+    /// the source's name just as the move gives up.
     ///
     /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
+    ///
+    /// Windows: a target that somebody has open is replaced as well where it was opened so that it
+    /// may be removed, as this library opens files, and the system has POSIX semantics for its
+    /// volume (Windows 10, NTFS); elsewhere that fails. To another volume alternate streams go
+    /// along, or the move fails; access lists do not.
     static int Rename(const zuString& from, const zuString& to);
     /// The same. The pointer is not read and may be null.
     static int Rename(const kelLibrary* library, const zuString& from, const zuString& to);
 
     /// The platform's own rename. Linux: replaces a file of that name in one step, and never moves
-    /// to another volume. Windows: fails when the target exists, and may move a file to another
-    /// volume without the care of `Rename`.
+    /// to another volume. Windows: the same, but fails when the target exists.
     static int NativeRename(const zuString& from, const zuString& to);
 
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are

@@ -136,7 +136,8 @@ public:
     /// When the contents last changed; -1 on failure.
     long long GetLastModifiedTime() const;
     /// A word of `Permission` bits; -1 on failure. Windows: asked apart on the first call, and
-    /// again after a failure, which gives 0 then.
+    /// again after a failure, which gives 0 then; as the access list tells them by itself, without
+    /// the other groups that a user is in, and without the right to write for a read-only file.
     int GetPermissions() const;
     /// 0 when the file's owner is known, -1 when not. The identifier itself is not told.
     int GetUserId() const;

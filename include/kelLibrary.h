@@ -14,14 +14,14 @@ struct kelLibraryRecord;
 #undef SetEnvironmentVariable
 
 /// The surroundings of the process (environment variables, user, host, locale, platform), the
-/// expansion of file names, and a use of the library that lasts: while a `kelLibrary` is alive, the
-/// runtime below the library stays started.
+/// expansion of file names, and a use of APR that lasts: while a `kelLibrary` is alive, APR stays
+/// started.
 ///
-/// No set-up call is needed. Every object and every static operation of the library starts the
-/// runtime when nobody else has, and the last one to end stops it again. That makes a static call
-/// in an otherwise idle program pay for a start and a stop (some 15 microseconds, many times the
-/// price of the call alone), so an application that makes many static calls keeps one `kelLibrary`
-/// alive:
+/// No set-up call is needed. An operation that needs APR starts it when nobody else has, and stops
+/// it again when nobody else uses it. Only a few do: loaded modules, `GetHostName` and
+/// `GetTempDir`; Windows: some more. A start and a stop cost many times such a call, so a program
+/// that makes many of them keeps one `kelLibrary` alive. Everything else costs the same without
+/// one.
 ///
 /// @code
 /// int main() {
@@ -43,17 +43,21 @@ struct kelLibraryRecord;
 /// must not run while another thread reads or sets a variable in any way, `getenv` and the
 /// operations that expand names included.
 ///
-/// Memory: what an operation asks of the system stays with the object until it is destroyed: some
-/// 10 to 100 bytes a call, on Windows also three times the length of a variable.
+/// Several copies of the library in one process start and stop APR under one lock. A program that
+/// calls `apr_initialize` and `apr_terminate` itself does not take it: it holds a use of APR from
+/// before its threads begin until they have ended.
+///
+/// Memory: each text of `GetLocale`, some 30 bytes, stays with the object until it is destroyed.
+/// Nothing else does.
 class KEL_API kelLibrary {
 public:
-    /// Starts the runtime or counts one more user of it. Throws `std::bad_alloc` when there is no
-    /// memory for the object; a runtime that cannot start is not reported here: the operations of
-    /// the object then give their failure values.
+    /// Starts APR or counts one more user of it. Throws `std::bad_alloc` when there is no memory
+    /// for the object; an APR that cannot start is not reported here: the operations that need it
+    /// then give their failure values.
     kelLibrary();
     /// Makes an object of its own that takes nothing from `other`.
     kelLibrary(const kelLibrary& other);
-    /// Counts one user less; the last user stops the runtime.
+    /// Counts one user less; the last user stops APR.
     ~kelLibrary();
     /// Shares what `other` holds; what this object held alone is released. The shared part lives as
     /// long as either object. Texts of `GetLocale` that were this object's alone end.

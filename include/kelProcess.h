@@ -65,9 +65,18 @@ public:
     /// @param command one program name, not split into words. Without a `/` it is looked for along
     /// the search path (Linux: `$PATH`), with one it is a path. Linux: a relative path, also one in
     /// the search path, starts at the child's working directory; a script without an interpreter
-    /// line is run by `/bin/sh`.
+    /// line is run by `/bin/sh`. Windows: a name without `/`, `\` and `:` is looked for in the
+    /// system's directories and then along the absolute entries of `%PATH%`, never in the current
+    /// directory. A name that does not end in one of them gets `.com`, `.exe`, `.bat` or `.cmd`.
     /// @param arguments what the program gets after its own name, each unchanged: nothing is quoted
-    /// or split. Linux: any bytes but NUL, each below 128 KiB.
+    /// or split. Linux: any bytes but NUL, each below 128 KiB. Windows: UTF-8, all of them together
+    /// below 32 KiB; written as the C library of the child reads them. A batch file (`.bat`,
+    /// `.cmd`, also with dots and spaces behind) runs under the system's `cmd.exe` and gets each
+    /// argument in quotation marks, in which that leaves everything as it is but `"`, `%` and the
+    /// ends of lines: with one of these in an argument or in its own name the start fails, and so
+    /// it does beyond 8191 characters. What a script makes of an argument that it takes out of the
+    /// marks
+    /// (`%~1`), or expands a second time, is its own affair.
     /// @param directory the child's working directory; empty: the caller's.
     /// @param outputFiles where the child's output goes: element 0 takes standard output and
     /// element 1 standard error; a single name, or the same name twice, takes both in the order

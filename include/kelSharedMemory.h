@@ -62,7 +62,7 @@ struct kelSharedMemoryRecord;
 /// the system's shared memory
 /// (`/dev/shm`) under two hashes of 32 bits of their names, which differ for names that differ in
 /// one byte, and programs that use the runtime directly find them there. Windows: a name is a path,
-/// and a file is made under it.
+/// and a file is made under it: two ways to write it name one segment.
 ///
 /// Threads: one object, or objects that share, are used by one thread at a time; others are
 /// independent. Child processes inherit no descriptor. Linux: no operation is a cancellation point
@@ -83,17 +83,19 @@ public:
 
     /// Makes a segment of `size` bytes, all zero, under a name that is not in use. 0 is a size.
     ///
-    /// Linux: the segment is readable and writable by its owner alone. Its memory is reserved
-    /// before the call returns, so touching it never fails; a size that the system cannot hold at
-    /// the time fails. Nobody can attach before it is whole, and a failure leaves no name.
+    /// The segment is readable and writable by its owner alone. Windows: on a volume that keeps
+    /// access lists; on another one nobody can attach. The volume must have the room and 1 MiB
+    /// more. Linux: its memory is reserved before the call returns, so touching it never fails; a
+    /// size that the system cannot hold at the time fails. Nobody can attach before it is whole,
+    /// and a failure leaves no name.
     int Create(unsigned long long size, const zuString& name);
 
     /// Attaches to the segment that somebody has made under this name. Fails while there is none,
     /// and while it is not whole: its creator is in the middle of it, or was killed there.
     ///
-    /// Linux: also fails for a segment that belongs neither to the caller (the effective user) nor
-    /// to root, and for one that its group or others may write: a stranger who can cut a segment
-    /// can end every process that touches it.
+    /// Also fails for a segment that belongs neither to the caller (Linux: the effective user) nor
+    /// to root (Windows: the system or its administrators), and for one that others may write: a
+    /// stranger who can cut a segment can end every process that touches it.
     int Attach(const zuString& name);
 
     /// Lets go of an attached segment and removes its name, if the name still stands for that
@@ -107,7 +109,9 @@ public:
 
     /// Removes the segment `name`, whoever has made it, and lets go of the object's own segment,
     /// whatever its name. `kelStatusOk` when there was such a name. Also an Ended object can do it.
-    /// Windows: any plain file of that name goes, and one that is called `NAME.zukel-removed`.
+    /// Windows: any plain file of that name goes. One that is mapped is called
+    /// `NAME.NUMBER.zukel-removed` until the last who holds it lets go of it; one who was killed
+    /// may leave that file.
     int Remove(const zuString& name);
 
     /// The block in this process, aligned to 8 bytes; other processes have it at other addresses.

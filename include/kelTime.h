@@ -83,8 +83,8 @@ public:
     /// is behind: -1500000 is shown as 23:59:59. `%Z` and `%s` read every date as one of the
     /// process's own zone, and `TZ` as it stands: they are right after `MakeLocalTime` only, until
     /// that of any object or a change of `TZ`; `%z` always is. Fields that were given out of their
-    /// range come out as odd text, never as a fault. Windows: -1500000 is shown as 23:59:58; a
-    /// directive, year or field that the C library does not take fails.
+    /// range come out as odd text, never as a fault. Windows: `%z` and `%Z` are the date's own,
+    /// `%Z` as UTC or by its hours; names and forms are those of C11.
     int GetFormatTime(zuString& out, const zuString& format) const;
 
     /// The value, or -1 when it is 0 or less.

@@ -1,5 +1,7 @@
 // Names, surroundings and facts about files: what the library tells of the system around it.
 
+#include <clocale>
+
 // As <windows.h> has them: the first stands before the header, the second comes after it.
 #define GetEnvironmentVariable GetEnvironmentVariableA
 #include "kelLibrary.h"
@@ -76,8 +78,7 @@ TEST(kelFileInfo, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     EXPECT_TRUE(All(kelFileInfo::NoFile,
                     {kelFileInfo("").GetType(), kelFileInfo(name + "/below").GetType()}));
     EXPECT_EQ(later.GetType(), kelFileInfo::RegularFile);
-    EXPECT_EQ(kelFileInfo(kNullDevice).GetType(),
-              kOnWindows ? kelFileInfo::NoFile : kelFileInfo::OtherFile);
+    EXPECT_EQ(kelFileInfo(kNullDevice).GetType(), kelFileInfo::OtherFile);
 }
 
 TEST(kelDirectory, CurrentDirectoryAbsoluteAndRelativePaths) {
@@ -114,6 +115,72 @@ TEST(kelDirectory, CurrentDirectoryAbsoluteAndRelativePaths) {
         const bool missing = !links && from == "link/";
         EXPECT_EQ(kelDirectory::GetRelativePath(from, to), missing ? "" : way) << from << to;
     }
+    const Guard locale([] { std::setlocale(LC_ALL, "C"); });
+    for (const char* const name :
+         {".1252", "sv_SE.ISO-8859-1", "C"}) {  // in which \xC3 is a letter
+        std::setlocale(LC_ALL, name);
+        fs::create_directories(fs::u8path("\xC3\x84/b"));
+        EXPECT_EQ(kelDirectory::GetRelativePath("\xC3\x84/b", "\xC3\x84"), "./../") << name;
+    }
+}
+
+/// A text up to its NUL is the name of something else: of a file or a folder that must not suffer.
+TEST(NamesWithANul, AreThoseOfNothing) {
+    const TemporaryDirectory directory;
+    const Guard here = WorkingDirectory(directory.Path());
+    directory.Write("file", "text");
+    fs::create_directory("folder");
+    kelLibrary library;
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_NUL", "value"), kOk);
+    const zuString tail("\0tail", 5);
+    const zuString file = "file" + tail, folder = "folder" + tail, other = "other" + tail;
+    const zuString variable = "ZUKEL_NUL" + tail;
+    zuString text = "untouched";
+    struct {
+        const char* call;
+        int status, expected;
+    } const rows[] = {
+        {"Open", kelFile().Open(file, kRead), kelStatusNotFound},
+        {"Open, new", kelFile().Open(other, kWrite), kelStatusNotFound},
+        {"CreateTemporaryFile", kelFile().CreateTemporaryFile("XXXXXX" + tail), kFailed},
+        {"Exists", kelFile::Exists(nullptr, file), kelStatusNotFound},
+        {"Copy from", kelFile::Copy(file, "other", 0x644), kFailed},
+        {"Copy to", kelFile::Copy("file", other, 0x644), kFailed},
+        {"NativeCopy", kelFile::NativeCopy("file", other, 0), kFailed},
+        {"Rename", kelFile::Rename(file, "other"), kFailed},
+        {"NativeRename", kelFile::NativeRename("file", other), kFailed},
+        {"SetPermissions", kelFile::SetPermissions(file, 0x400), kFailed},
+        {"Delete", kelFile::Delete(file), kFailed},
+        {"facts", kelFileInfo(file).GetType(), kelFileInfo::NoFile},
+        {"kelDirectory::Open", kelDirectory().Open(folder), kFailed},
+        {"Create", kelDirectory::Create(other, 0x755, false), kFailed},
+        {"Create with parents", kelDirectory::Create(other, 0x755, true), kFailed},
+        {"kelDirectory::Delete", kelDirectory::Delete(folder), kFailed},
+        {"SetCurrentDirectory", kelDirectory::SetCurrentDirectory(folder), kFailed},
+        {"GetEnvironmentVariable", library.GetEnvironmentVariable(text, variable),
+         kelStatusNoVariable},
+        {"name", library.SetEnvironmentVariable(variable, "x"), kelStatusNoVariable},
+        {"value", library.SetEnvironmentVariable("ZUKEL_NUL", other), kelStatusNoVariable},
+        {"LoadLibrary", kelDynamicObject().LoadLibrary(ZUKEL_TEST_MODULES "/first.dll" + tail),
+         kFailed},
+        {"Start", kelProcess().Start(ZUKEL_TEST_CHILD + tail, false), kFailed},
+        {"an argument", kelProcess().Start(ZUKEL_TEST_CHILD, {file}, false), kFailed},
+        {"a directory", kelProcess().Start(ZUKEL_TEST_CHILD, {}, folder, false), kFailed},
+        {"a segment", kelSharedMemory().Create(10, other), kFailed},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.status, row.expected) << row.call;
+    }
+    EXPECT_TRUE(kelDirectory::GetFileNames(folder).empty());
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("$" + variable), "$" + variable);
+    EXPECT_EQ(library.GetEnvironmentVariable(text, "ZUKEL_NUL"), kOk);
+    EXPECT_EQ(text, "value");
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_NUL", "B=C"), kOk);
+    EXPECT_EQ(library.GetEnvironmentVariable(text, "ZUKEL_NUL=B"), kelStatusNoVariable);
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("$ZUKEL_NUL=B"), "$ZUKEL_NUL=B");
+    EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL=NUL", "x"), kelStatusNoVariable);
+    EXPECT_EQ(ReadWhole("file"), "text");
+    EXPECT_EQ(directory.Count(), 2);
 }
 
 }  // namespace

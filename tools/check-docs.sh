@@ -23,7 +23,7 @@ write_example() {
 try_example() {
     local name=$1
     g++ -std=c++17 "${warnings[@]}" -I"$root/include" "$name.cpp" -o "$name" -pthread \
-        -L"$root/build/test/lib" -lzukel -Wl,-rpath,"$root/build/test/lib"
+        -L"$builds/test/lib" -lzukel -Wl,-rpath,"$builds/test/lib"
     mkdir -p "$name.files/notes" "$name.files/plugins"
     printf 'milk\nbread\n' >"$name.files/notes/today.txt"
     printf 'Eve\nAdam\nEve\n' >"$name.files/names.txt"
@@ -60,7 +60,7 @@ complete_comments() {
 step_reference() {
     build_library
     build test reference -- --quiet
-    [[ -s $root/build/test/reference/index.html ]] || die "there is no main page"
+    [[ -s $builds/test/reference/index.html ]] || die "there is no main page"
     complete_comments "$root"/include/*.h
     local scratch header examples=()
     scratch=$(mktemp -d)
@@ -119,7 +119,7 @@ render_document() {
                 ;;
             output'```'*)
                 shown_folder=$(mktemp -d)
-                ln -s "$root"/build/test/bin/guide/* "$shown_folder/"
+                ln -s "$builds"/test/bin/guide/* "$shown_folder/"
                 mark=inside
                 ;;
             inside'$ '*)

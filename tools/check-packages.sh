@@ -12,16 +12,67 @@ abi_options=(--drop-private-types --exported-interfaces-only --no-corpus-path)
 # folders: they tell a private type from a public one.
 write_abi() {
     abidw "${abi_options[@]}" --headers-dir "$root/include" --no-comp-dir-path --short-locs --no-elf-needed \
-        --no-parameter-names --type-id-style hash "$root/build/test/lib/libzukel.so"
+        --no-parameter-names --type-id-style hash "$builds/test/lib/libzukel.so"
 }
 
 compare_abi() {
     abidiff "${abi_options[@]}" --headers-dir2 "$root/include" --no-show-locs "$@" "$(abi_file)" \
-        "$root/build/test/lib/libzukel.so"
+        "$builds/test/lib/libzukel.so"
 }
 
-# What a program built against the baseline needs is still there, in the same layout. What is new is
-# told; a library of another soname owes nothing to such a program.
+constants_file() {
+    say "$root/tests/abi/constants.txt"
+}
+
+# constants_of: the enumerators and constants of the program text read, each with its value, a line each.
+constants_of() {
+    local object
+    object=$(mktemp)
+    g++ -std=c++17 -g -fno-eliminate-unused-debug-types -fno-eliminate-unused-debug-symbols \
+        -I"$root/include" -c -x c++ - -o "$object"
+    readelf --debug-dump=info "$object" | awk '
+        function finish() {
+            if (tag ~ /_(enumerator|variable|member)$/ && name != "" && value != "") {
+                line = name " = " value
+                for (i = depth - 1; i > 0; i--) if (scope[i] != "") line = scope[i] "::" line
+                print line
+            }
+            scope[depth] = name
+            name = value = ""
+        }
+        /^ <[0-9a-f]+><[0-9a-f]+>: / {
+            finish()
+            depth = $1; gsub(/^<|>.*/, "", depth)
+            tag = $NF; gsub(/[()]/, "", tag)
+        }
+        / DW_AT_name / { name = $0; sub(/.*: /, "", name); sub(/[ \t]*$/, "", name) }
+        / DW_AT_const_value / { value = $0; sub(/^[^:]*: /, "", value); gsub(/\t.*|[ \t]*$/, "", value) }
+        END { finish() }' | LC_ALL=C sort -u
+    rm -f "$object"
+}
+
+# The values in the public headers that end up in a program, which abidw passes over: no exported function
+# has their type. What the headers of the C++ library define is left out.
+write_constants() {
+    local includes
+    includes=$(grep -hE '^#include <' "$root"/include/*.h | grep -v '<kel\|<zu' | sort -u)
+    LC_ALL=C comm -13 <(constants_of <<<"$includes") <(constants_of <<<"$includes
+#include \"zukel.h\"")
+}
+
+# A value that a program was built with stands for the same now.
+compare_constants() {
+    local change
+    change=$(write_constants | diff "$(constants_file)" -) || [[ $? -eq 1 ]] || die "the constants cannot be compared"
+    if grep '^<' <<<"$change"; then
+        die "the constants above have changed, and programs built before have the former values. Keep them, or" \
+            "move the soname; if nobody can have built such a program: tools/check --update-abi"
+    fi
+    [[ -z $change ]] || tell "$(sed -n 's/^> /[A] constant /p' <<<"$change")"
+}
+
+# What a program built against the baseline needs is still there, with the same values and in the same
+# layout. What is new is told; a library of another soname owes nothing to such a program.
 step_abi() {
     build_library
     [[ -f $(abi_file) ]] ||
@@ -29,12 +80,13 @@ step_abi() {
     xmllint --noout "$(abi_file)" # abidiff passes over what it cannot read
     local before now told status=0
     before=$(sed -n "s/^<abi-corpus .* soname='\([^']*\)'.*/\1/p" "$(abi_file)")
-    now=$(readelf -d "$root/build/test/lib/libzukel.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+    now=$(readelf -d "$builds/test/lib/libzukel.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
     [[ -n $before && -n $now ]] || die "no soname: '$before' in the baseline, '$now' in the library"
     if [[ $before != "$now" ]]; then
         tell "the soname has moved from $before to $now: tools/check --update-abi holds the new one"
         return
     fi
+    compare_constants
     told=$(compare_abi) || status=$?
     [[ $((status & 3)) -eq 0 ]] || die "abidiff failed: $told"
     [[ $status -ne 0 ]] || return 0
@@ -50,7 +102,7 @@ step_abi() {
 use_installed() {
     local place=$1 way=$2
     shift 2
-    cmake -D PLACE="$place" -D WAY="$way" -D WORK="$root/build/check-use/$way" -D COMPILER="$(command -v g++)" \
+    cmake -D PLACE="$place" -D WAY="$way" -D WORK="$builds/check-use/$way" -D COMPILER="$(command -v g++)" \
         -D GENERATOR=Ninja -D READELF="$(command -v readelf)" -D PKG_CONFIG="$(command -v pkg-config)" "$@" \
         -P "$root/tests/install/Use.cmake"
 }
@@ -60,9 +112,9 @@ step_archive() {
     configure check-archive -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=OFF -DZUKEL_TESTS=OFF \
         -DZUKEL_WARNINGS_AS_ERRORS=ON
     build check-archive all -- --quiet
-    local place=$root/build/check-archive/placed
+    local place=$builds/check-archive/placed
     rm -rf "$place"
-    cmake --install "$root/build/check-archive" --prefix "$place" >/dev/null
+    cmake --install "$builds/check-archive" --prefix "$place" >/dev/null
     use_installed "$place" package-archive
     use_installed "$place" module-static
 }
@@ -70,11 +122,11 @@ step_archive() {
 # As dpkg installs them on this machine: it must have what the packages depend on. No script runs.
 step_package() {
     "$root/tools/package"
-    local packages=("$root"/build/packages/*.deb)
+    local packages=("$builds"/packages/*.deb)
     # The tag asks for a report that closes with the first upload to Debian.
     lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error,warning "${packages[@]}"
 
-    local place=$root/build/check-package
+    local place=$builds/check-package
     rm -rf "$place"
     mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
     cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"
@@ -85,7 +137,7 @@ step_package() {
     [[ -f $place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1 ]] || die "the library is not in the multiarch folder"
     compgen -G "$place/var/lib/dpkg/info/libzukel1:*.shlibs" >/dev/null || die "the library has no shlibs file"
     local way
-    for way in package package-static module module-static; do
+    for way in package package-static module module-archive module-static; do
         use_installed "$place/usr" "$way" -D PKG_CONFIG_OPTIONS="--define-variable=prefix=$place/usr"
     done
     ! "${dpkg[@]}" --purge libzukel1 || die "the development files can be without the library"

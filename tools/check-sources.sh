@@ -20,7 +20,8 @@ portable_files() {
 
 # may_include FILE HEADER: what portable code may include. HEADER has its brackets or quotes.
 may_include() {
-    local file=$1 name=${2:1:-1}
+    local file=$1 name=${2#?}
+    name=${name%?}
     case $2 in
         \<apr_portable.h\>) return 1 ;; # handles of the system
         \<apr_*.h\>) [[ $file == src/* ]] ;;
@@ -31,24 +32,37 @@ may_include() {
     esac
 }
 
+# directives FILE...: the preprocessor directives of files of the project, FILE:DIRECTIVE each: spliced
+# lines are joined, comments are gone, and a `#` stands for its other spelling.
+directives() {
+    local file
+    for file in "$@"; do
+        sed -E ':join; /\\[[:space:]]*$/ { N; s/\\[[:space:]]*\n//; b join }' "$root/$file" |
+            g++ -fpreprocessed -dD -E -P -w -x c++ - |
+            sed -nE "s|^[[:space:]]*(#\|%:)[[:space:]]*|$file:#|p"
+    done
+}
+
 step_includes() {
-    local file line header bad=0 lines=0
-    while IFS=: read -r file line header; do
+    local file directive files header bad=0 lines=0
+    mapfile -t files < <(portable_files)
+    while IFS=: read -r file directive; do
+        [[ $directive == '#'@(include|import)* ]] || continue
         lines=$((lines + 1))
-        header=$(sed -E 's/^[[:space:]]*(#|%:)[[:space:]]*[a-z_]+[[:space:]]*//; s/[[:space:]]*(\/\/.*)?$//' <<<"$header")
+        header=$(sed -E 's/^#[a-z_]+[[:space:]]*//; s/[[:space:]]*$//' <<<"$directive")
         if ! may_include "$file" "$header"; then
-            say "$file:$line: portable code does not include $header"
+            say "$file: portable code does not include $header"
             bad=1
         fi
-    done < <(cd "$root" && portable_files | xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(include|import)')
-    [[ $lines -gt 0 ]] || die "no include directive found"
+    done < <(directives "${files[@]}")
+    [[ $lines -gt ${#files[@]} ]] || die "only $lines include directives found"
     return $bad
 }
 
 step_conditionals() {
-    cd "$root"
-    ! portable_files | grep -vx 'include/kelExport.h' |
-        xargs -d '\n' grep -nHE '^[[:space:]]*(#|%:)[[:space:]]*(if|elif|else|endif)'
+    local files
+    mapfile -t files < <(portable_files | grep -vx 'include/kelExport.h')
+    ! directives "${files[@]}" | grep -E ':#(if|elif|else|endif)'
 }
 
 # Documents name only files and folders that exist, and nothing names a place on the machine where
@@ -56,8 +70,8 @@ step_conditionals() {
 step_words() {
     cd "$root"
     local document name bad=0 documents texts
-    mapfile -t documents < <(find . -name '*.md' -not -path './build/*' | sort)
-    mapfile -t texts < <(find . \( -path ./build -o -path ./.git \) -prune -o -type f -print | sort)
+    mapfile -t texts < <(find . \( -path ./build -o -path ./.git -o -path "./${builds#"$root/"}" \) -prune -o -type f -print | sort)
+    mapfile -t documents < <(printf '%s\n' "${texts[@]}" | grep '\.md$')
     for document in "${documents[@]}"; do
         # In backticks: what begins with a top folder of the project. In brackets: targets of links.
         while read -r name; do
@@ -66,12 +80,12 @@ step_words() {
                 bad=1
             fi
         done < <(
-            grep -oE '`(\./)?(benchmarks|cmake|docs|examples|include|packaging|src|tests|tools|\.ci)/[^` *]*' "$document" | tr -d '`'
+            grep -oE '`(\./)?(benchmarks|cmake|docs|examples|fuzz|include|packaging|src|tests|tools|\.ci)/[^` *]*' "$document" | tr -d '`'
             grep -oE '\]\([^)#:]+' "$document" | cut -c3-
         )
     done
-    if grep -nHE '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9]' "${documents[@]}" \
-        $(printf '%s\n' "${texts[@]}" | grep -E '^\./(tools|cmake|packaging|\.ci|CMake|\.clang)|CMakeLists.txt$'); then
+    if grep -nHIE -e '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9._]' -e '[A-Za-z]:[\/]+Users[\/]' \
+        "${texts[@]}"; then
         say "the lines above name a place on somebody's machine"
         bad=1
     fi

@@ -5,9 +5,14 @@
 
 set -euo pipefail
 
+# All that is made goes below this folder.
+builds=${ZUKEL_BUILD:-$root/build}
+[[ $builds == /* ]] || builds=$PWD/$builds
+export builds
+
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 test_packages=(libgtest-dev libgmock-dev locales strace)
-check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
+check_packages=(clang libclang-rt-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
 document_packages=(doxygen)
 package_packages=(dpkg-dev file "${document_packages[@]}")
@@ -21,11 +26,15 @@ die() {
     exit 1
 }
 
+# Whether somebody is there to be asked for a password.
+terminal=
+[[ ! -t 0 ]] || terminal=yes
+
 # Runs a command as root: at once, or through sudo. Without a terminal sudo must not ask.
 as_root() {
     if [[ $EUID -eq 0 ]]; then
         "$@"
-    elif [[ -t 0 ]]; then
+    elif [[ -n $terminal ]]; then
         sudo "$@"
     else
         sudo -n "$@"
@@ -35,14 +44,35 @@ as_root() {
 may_become_root() {
     [[ $EUID -eq 0 ]] && return
     command -v sudo >/dev/null || return 1
-    [[ -t 0 ]] || sudo -n true 2>/dev/null
+    [[ -n $terminal ]] || sudo -n true 2>/dev/null
+}
+
+# How long another apt is waited for, in seconds.
+apt_patience=900
+
+# apt ARGUMENT...: apt-get as root, without all but its warnings and errors. It waits while another one holds a
+# lock: for the locks of dpkg by its own option, which passes over those of the package lists and of the
+# archives (apt 2.6: both fail at once).
+apt() {
+    local output end=$((SECONDS + apt_patience)) waiting=
+    until output=$(as_root env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq \
+        -o DPkg::Lock::Timeout="$apt_patience" "$@" 2>&1 >/dev/null </dev/null); do
+        if [[ $output != *'Could not get lock'* || $SECONDS -ge $end ]]; then
+            printf '%s\n' "$output"
+            return 1
+        fi
+        [[ -n $waiting ]] || say "Another apt is at work: waiting for it" >&2
+        waiting=yes
+        sleep 1
+    done
+    printf '%s\n' "$output"
 }
 
 # Installs those of the named Debian packages that are missing. Touches nothing when none is.
 need_packages() {
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
         die "this is not a Debian system. Install what README.md names, then build by hand."
-    local package state missing=()
+    local package state missing=() output reason
     for package in "$@"; do
         state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=none
         [[ $state == installed ]] || missing+=("$package")
@@ -53,18 +83,29 @@ need_packages() {
     say "Installing missing packages: ${missing[*]}"
     # Stale or absent package lists are the common reason for a failed installation. When they
     # cannot be refreshed, the installation itself says whether that matters.
-    as_root apt-get -qq update || true
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends \
-        install "${missing[@]}" </dev/null >/dev/null ||
+    output=$(apt update) || true
+    output+=$'\n'$(apt -y --no-install-recommends install "${missing[@]}") || {
+        reason=$(grep -m 1 -oE "(Temporary failure resolving|Could not resolve|Could not connect to|Unable to connect to) '?[^' ]+'?" \
+            <<<"$output") &&
+            die "there is no network to fetch packages from ($reason). With one: apt-get install ${missing[*]}"
+        printf '%s\n' "$output" >&2
         die "the installation failed. By hand: apt-get install ${missing[*]}"
+    }
 }
 
-# configure FOLDER [OPTION...]: configures the build folder below build/, with ccache where there is one.
+# make_builds: the folder for all that is made.
+make_builds() {
+    mkdir -p "$builds" 2>/dev/null && [[ -w $builds ]] ||
+        die "$builds cannot be written. Name a folder of your own: ZUKEL_BUILD=FOLDER $0"
+}
+
+# configure FOLDER [OPTION...]: configures the folder below that of the builds, with ccache where there is one.
 configure() {
     local folder=$1 launcher=
     shift
+    make_builds
     launcher=$(command -v ccache) || launcher=
-    cmake -S "$root" -B "$root/build/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
+    cmake -S "$root" -B "$builds/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
         --log-level=WARNING "$@" >/dev/null
 }
 
@@ -73,11 +114,42 @@ configure() {
 build() {
     local folder=$1
     shift
-    cmake --build "$root/build/$folder" ${1:+--target "$@"}
+    cmake --build "$builds/$folder" ${1:+--target "$@"}
+}
+
+# run_ctest FOLDER [OPTION...]: runs the tests of a build folder.
+run_ctest() {
+    local folder=$builds/$1
+    shift
+    rm -f "$folder/tests.xml"
+    ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error \
+        --output-junit "$folder/tests.xml" "$@"
+}
+
+# skipped_tests FOLDER: those that its last run has skipped, with the reason that each gave, a line each.
+skipped_tests() {
+    local results=$builds/$1/tests.xml
+    [[ -f $results ]] || return 0
+    awk '
+        function plain(text) {
+            gsub(/&lt;/, "<", text); gsub(/&gt;/, ">", text); gsub(/&quot;/, "\"", text); gsub(/&amp;/, "\\&", text)
+            return text
+        }
+        /<testcase name="/ {
+            split($0, parts, "\"")
+            name = parts[2]
+            reason = skipped = reading = ""
+        }
+        /<skipped/ { skipped = 1 }
+        /^\[  SKIPPED \]/ { reading = "" }
+        reading { reason = reason (reason == "" ? "" : " ") $0 }
+        /: Skipped$/ { reading = 1 }
+        /SKIPPED: / { sub(/.*SKIPPED: /, ""); reason = reason (reason == "" ? "" : "; ") $0 }
+        /<\/testcase>/ && skipped { print plain(name ": " (reason ~ /[^ ]/ ? reason : "no reason given")) }' "$results"
 }
 
 # Every header and source of the project, each name ended by a NUL.
 code_files() {
-    find "$root"/{include,src,tests,examples,benchmarks} -type f \
+    find "$root" -mindepth 1 \( -path "$builds" -o -name build -o -name '.?*' \) -prune -o -type f \
         \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
 }

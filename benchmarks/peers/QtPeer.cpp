@@ -1,8 +1,5 @@
 // The jobs by Qt's Core.
 
-#include <benchmark/benchmark.h>
-#include <unistd.h>
-
 #include <QAtomicInt>
 #include <QDateTime>
 #include <QDir>
@@ -13,220 +10,138 @@
 #include <QSharedMemory>
 #include <QStorageInfo>
 #include <QString>
-#include <string>
-#include <vector>
 
-#include "Peer.h"
-#include "Work.h"
+#include "Jobs.h"
 
 namespace {
+
+constexpr QDir::Filters kEntries =
+    QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
 
 QString Text(const std::string& text) {
     return QString::fromStdString(text);
 }
 
-void List(benchmark::State& state) {
-    const QDir directory(Text(Work::Get().Directory(state.range(0))));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(directory.entryList(
-            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted));
+template <int kMode>
+struct File {
+    explicit File(const std::string& name) : file(Text(name)) {
+        MUST(file.open(QIODevice::OpenMode::fromInt(kMode)));
     }
-}
-BENCHMARK(List)->Name("ListNames/qt")->Arg(100)->Arg(10000)->Arg(100000);
+    std::size_t Read(char* to, std::size_t size) {
+        return static_cast<std::size_t>(file.read(to, static_cast<qint64>(size)));
+    }
+    void Write(const char* from, std::size_t size) {
+        MUST(file.write(from, static_cast<qint64>(size)) > 0);
+    }
+    bool Line(char* to, std::size_t size) {
+        return file.readLine(to, static_cast<qint64>(size)) > 0;
+    }
+    QFile file;
+};
+using Reader = File<QIODevice::ReadOnly>;
+using UnbufferedReader = File<QIODevice::ReadOnly | QIODevice::Unbuffered>;
+using Writer = File<QIODevice::WriteOnly>;
 
 bool Remove(const std::string& path) {
     return QDir().rmdir(Text(path));
 }
-BENCHMARK_CAPTURE(
-    MakeAndRemove, , [](const auto& path) { return QDir().mkdir(Text(path)); }, Remove)
-    -> Name("MakeAndRemove/qt");
-BENCHMARK_CAPTURE(
-    MakeFiveLevels, , [](const auto& path) { return QDir().mkpath(Text(path)); }, Remove)
-    -> Name("MakeFiveLevels/qt");
-
-void Open(benchmark::State& state) {
-    const QString name = Text(Work::Get().Small());
-    for (auto _ : state) {
-        QFile file(name);
-        Must(file.open(QIODevice::ReadOnly));
-    }
+void Facts(const QString& name) {
+    const QFileInfo info(name);
+    benchmark::DoNotOptimize(info.size());
+    benchmark::DoNotOptimize(info.isSymLink());
+    benchmark::DoNotOptimize(info.lastModified());
 }
-BENCHMARK(Open)->Name("OpenClose/qt");
-
-void Create(benchmark::State& state) {
-    const QString name = Text(Work::Get().Target());
-    for (auto _ : state) {
-        QFile file(name);
-        Must(file.open(QIODevice::WriteOnly));
-        file.write("created, written and closed\n");
-    }
+void ThreeParts(const QFileInfo& info) {
+    benchmark::DoNotOptimize(info.path());
+    benchmark::DoNotOptimize(info.fileName());
+    benchmark::DoNotOptimize(info.completeBaseName());
 }
-BENCHMARK(Create)->Name("CreateWriteClose/qt");
-
-void WriteValues(benchmark::State& state) {
-    for (auto _ : state) {
-        QFile file(Text(Work::Get().Target()));
-        Must(file.open(QIODevice::WriteOnly));
-        for (int value = 0; value < Work::kValues; ++value) {
-            file.write(reinterpret_cast<const char*>(&value), sizeof value);
-        }
-    }
+void Start() {
+    QProcess process;
+    process.start("/bin/true", {});
+    MUST(process.waitForFinished() && process.exitCode() == 0);
 }
-BENCHMARK(WriteValues)->Name("WriteMillionValues/qt")->Unit(benchmark::kMillisecond);
-
-void ReadValues(benchmark::State& state) {
-    for (auto _ : state) {
-        QFile file(Text(Work::Get().Large()));
-        Must(file.open(QIODevice::ReadOnly));
-        int value = 0;
-        for (int count = 0; count < Work::kValues; ++count) {
-            file.read(reinterpret_cast<char*>(&value), sizeof value);
-            benchmark::DoNotOptimize(value);
-        }
-    }
+void Load() {
+    QLibrary module(ZUKEL_BENCHMARK_MODULE);
+    module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
+    const QFunctionPointer answer = module.resolve("Answer");
+    MUST(answer != nullptr);
+    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
+    MUST(module.unload());
 }
-BENCHMARK(ReadValues)->Name("ReadMillionValues/qt")->Unit(benchmark::kMillisecond);
-
-void ReadBlocks(benchmark::State& state) {
-    std::vector<char> block(Work::kBlock);
-    for (auto _ : state) {
-        QFile file(Text(Work::Get().Large()));
-        Must(file.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
-        while (file.read(block.data(), static_cast<qint64>(block.size())) > 0) {
-        }
-    }
-}
-BENCHMARK(ReadBlocks)->Name("Read64MiBInBlocks/qt")->Unit(benchmark::kMillisecond);
-
-void ReadLines(benchmark::State& state) {
-    char line[128];
-    for (auto _ : state) {
-        QFile file(Text(Work::Get().Lines()));
-        Must(file.open(QIODevice::ReadOnly));
-        while (file.readLine(line, sizeof line) > 0) {
-        }
-    }
-}
-BENCHMARK(ReadLines)->Name("ReadMillionLines/qt")->Unit(benchmark::kMillisecond);
-
-/// It never copies over a file that is there, so that one is removed before.
-void Copy(benchmark::State& state, const std::string& (Work::*source)()) {
-    RepeatCopy(state, source, [](const auto& from, const auto& to) {
-        QFile::remove(Text(to));
-        return QFile::copy(Text(from), Text(to));
-    });
-}
-BENCHMARK_CAPTURE(Copy, , &Work::SixteenMiB)->Name("Copy16MiB/qt")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Copy, , &Work::FourThousand)->Name("CopySmall/qt");
-
-BENCHMARK_CAPTURE(ThereAndBack, , [](const auto& from, const auto& to) {
-    return QFile::rename(Text(from), Text(to));
-}) -> Name("Rename/qt");
-BENCHMARK_CAPTURE(Ask, , true, [](const auto& name) { return QFile::exists(Text(name)); })
-    -> Name("Exists/qt");
-BENCHMARK_CAPTURE(Ask, , false, [](const auto& name) { return QFile::exists(Text(name)); })
-    -> Name("ExistsNot/qt");
-
-void Normalize(benchmark::State& state) {
-    const QString path = kLongPath;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(QDir::cleanPath(path));
-    }
-}
-BENCHMARK(Normalize)->Name("NormalizePath/qt");
-
-void Parts(benchmark::State& state) {
-    const QFileInfo info(kLongPath);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(info.path());
-        benchmark::DoNotOptimize(info.fileName());
-        benchmark::DoNotOptimize(info.completeBaseName());
-    }
-}
-BENCHMARK(Parts)->Name("ThreeNameParts/qt");
-
-void Facts(benchmark::State& state) {
-    const QString name = kKnownFile;
-    for (auto _ : state) {
-        const QFileInfo info(name);
-        benchmark::DoNotOptimize(info.size());
-        benchmark::DoNotOptimize(info.isSymLink());
-        benchmark::DoNotOptimize(info.lastModified());
-    }
-}
-BENCHMARK(Facts)->Name("FileFacts/qt");
-
-void ReadVariable(benchmark::State& state) {
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(qgetenv("PATH"));
-    }
-}
-BENCHMARK(ReadVariable)->Name("ReadVariable/qt");
-
-void SetVariable(benchmark::State& state) {
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(qputenv("ZUKEL_BENCHMARK_QT", "value"));
-    }
-}
-BENCHMARK(SetVariable)->Name("SetVariable/qt");
-
-void Run(benchmark::State& state) {
-    const std::vector<char> memory = Touched(state);
-    for (auto _ : state) {
-        QProcess process;
-        process.start("/bin/true", {});
-        Must(process.waitForFinished() && process.exitCode() == 0);
-    }
-}
-BENCHMARK(Run)->Name("StartUntilEnded/qt")->Arg(0)->Arg(1024)->UseRealTime();
-
-void Load(benchmark::State& state) {
-    for (auto _ : state) {
-        QLibrary module(ZUKEL_BENCHMARK_MODULE);
-        module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
-        const QFunctionPointer answer = module.resolve("Answer");
-        Must(answer != nullptr);
-        benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-        Must(module.unload());
-    }
-}
-BENCHMARK(Load)->Name("LoadFindUnload/qt");
-
-void Segment(benchmark::State& state) {
-    const QString name = Text("zukel-bench-qt-" + std::to_string(getpid()));
-    for (auto _ : state) {
-        QSharedMemory owner(name);
-        QSharedMemory other(name);
-        Must(owner.create(static_cast<int>(state.range(0))));
-        Touch(owner.data(), static_cast<std::size_t>(owner.size()));
-        Must(other.attach());
+void Share(const std::string& name, std::size_t size, bool attach) {
+    QSharedMemory owner(Text(name));
+    QSharedMemory other(Text(name));
+    MUST(owner.create(static_cast<qsizetype>(size)));
+    Touch(owner.data(), size);
+    if (attach) {
+        MUST(other.attach());
         benchmark::DoNotOptimize(*static_cast<char*>(other.data()));
     }
 }
-BENCHMARK(Segment)->Name("Segment/qt")->Arg(4000)->Arg(1000000);
 
-void Format(benchmark::State& state) {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QString pattern = "yyyy-MM-dd HH:mm:ss";
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(now.toString(pattern));
-    }
-}
-BENCHMARK(Format)->Name("Format/qt");
-
-void Counter(benchmark::State& state) {
-    static QAtomicInt counter;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(counter.fetchAndAddOrdered(1));
-    }
-}
-BENCHMARK(Counter)->Name("Counter/qt")->Threads(1)->Threads(2)->UseRealTime();
-
-void Disk(benchmark::State& state) {
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(QStorageInfo("/tmp").bytesAvailable());
-    }
-}
-BENCHMARK(Disk)->Name("Disk/qt");
+const Jobs kJobs =
+    Jobs("qt")
+        .OpenClose<Reader>()
+        .CreateWriteClose<Writer>()
+        .ReadUnbuffered<UnbufferedReader>()
+        .ReadUnbufferedLines<UnbufferedReader>()
+        .ReadBuffered<Reader>()
+        .ReadLines<Reader>()
+        .WriteBuffered<Writer>()
+        .Copy([](const auto& from, const auto& to) {
+            // It never copies over a file that exists, so that one is removed before.
+            QFile::remove(Text(to));
+            return QFile::copy(Text(from), Text(to));
+        })
+        .Rename(
+            [](const auto& from, const auto& to) { return QFile::rename(Text(from), Text(to)); })
+        .Exists([](const auto& name) { return QFile::exists(Text(name)); })
+        .List([](const auto& directory) {
+            return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted);
+        })
+        .MakeAndRemove([](const auto& path) { return QDir().mkdir(Text(path)); }, Remove)
+        .MakeFiveLevels([](const auto& path) { return QDir().mkpath(Text(path)); }, Remove)
+        .With(
+            "FileFacts", [] { return QString(kKnownFile); }, Facts)
+        .With(
+            "NormalizePath", [] { return QString(kLongPath); }, QDir::cleanPath)
+        .With(
+            "ThreeNameParts", [] { return QFileInfo(kLongPath); }, ThreeParts)
+        .Repeat("ReadVariable", [] { return qgetenv("PATH"); })
+        .Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); })
+        .Start(Start)
+        .Repeat("LoadFindUnload", Load)
+        .Segment(Share)
+        .With(
+            "Format", [] { return QDateTime::currentDateTimeUtc(); },
+            [pattern = QString("yyyy-MM-dd HH:mm:ss")](const QDateTime& time) {
+                return time.toString(pattern);
+            })
+        .Counter<QAtomicInt>([](auto& counter) { return counter.fetchAndAddOrdered(1); })
+        .Repeat("Disk", [] { return QStorageInfo("/tmp").bytesAvailable(); })
+        .Repeat("IdleObject", [] { const QFile file; })
+        .Idle<QAtomicInt>("kelAtomic")
+        .Idle<QDir>("kelDirectory")
+        .Idle<QLibrary>("kelDynamicObject")
+        .Idle<QFile>("kelFile")
+        .Idle<QFileInfo>("kelFileInfo", kKnownFile)
+        .Idle<QProcess>("kelProcess")
+        .Idle<QSharedMemory>("kelSharedMemory")
+        .Idle<QDateTime>("kelTime")
+        .Growth(
+            "openings", [] { return std::make_unique<QFile>(kKnownFile); },
+            [](const std::unique_ptr<QFile>& file) {
+                char byte = 0;
+                MUST(file->open(QIODevice::ReadOnly));
+                MUST(file->getChar(&byte));
+                file->close();
+            })
+        .Growth(
+            "listings", [] { return QDir(Text(Work::Get().Directory(100))); },
+            [](QDir& directory) {
+                directory.refresh();
+                MUST(directory.entryList(kEntries, QDir::Unsorted).size() == 100);
+            });
 
 }  // namespace

@@ -18,14 +18,6 @@ long long CountDescriptors() {
     return std::distance(begin(entries), end(entries)) - 1;  // less the one that lists them
 }
 
-long long ResidentBytes() {
-    std::ifstream file("/proc/self/statm");
-    long long size = 0;
-    long long resident = 0;
-    file >> size >> resident;
-    return resident * sysconf(_SC_PAGESIZE);
-}
-
 /// By the kernel's list of this thread's children, which are those of the whole process here: the
 /// other threads start none.
 long long CountZombies() {
@@ -46,8 +38,16 @@ long long CountZombies() {
 
 Figures ReadFigures() {
     malloc_trim(0);
-    return {static_cast<long long>(mallinfo2().uordblks), ResidentBytes(), CountDescriptors(),
-            CountZombies()};
+    std::ifstream file("/proc/self/statm");
+    long long size = 0;
+    long long resident = 0;
+    long long ignored = 0;
+    long long data = 0;
+    file >> size >> resident >> ignored >> ignored >> ignored >> data;
+    const struct mallinfo2 heap = mallinfo2();
+    const long long page = sysconf(_SC_PAGESIZE);
+    return {data * page - static_cast<long long>(heap.arena - heap.uordblks), resident * page,
+            CountDescriptors(), CountZombies()};
 }
 
 void Check(bool succeeded, const char* what) {

@@ -87,9 +87,110 @@ void UseSmallOnes(const Place&, long long) {
     Check(memory.totalPhysical + 1 == 0, "kelMemoryInfo");
 }
 
+void UseStatics(const Place& place, long long number) {
+    const zuString copy = place.Copy();
+    Check(kelFile::Copy(place.File(), copy, kelFileInfo::PermissionOfSource) == kelStatusOk,
+          "kelFile::Copy");
+    Check(kelFile::Exists(copy) && kelFile::Delete(copy) == kelStatusOk, "kelFile::Delete");
+    Check(
+        kelDirectory::Create(copy, kelFileInfo::PermissionDefault, number % 2 == 0) == kelStatusOk,
+        "kelDirectory::Create");
+    Check(kelDirectory::Delete(copy) == kelStatusOk, "kelDirectory::Delete");
+    Check(!kelDirectory::GetCurrentDirectory().empty(), "kelDirectory::GetCurrentDirectory");
+    Check(kelLibrary::GetAbsoluteFileName("~/a") != "~/a", "kelLibrary::GetAbsoluteFileName");
+}
+
+// One object each that lives as long as the program, and is used anew each time.
+
+void ReuseLibrary(const Place&, long long number) {
+    static kelLibrary library;
+    zuString text;
+    Check(
+        library.SetEnvironmentVariable("SOAK", "value") == kelStatusOk &&
+            library.GetEnvironmentVariable(text, number % 2 == 0 ? "SOAK" : "PATH") == kelStatusOk,
+        "kelLibrary::GetEnvironmentVariable");
+    Check(library.GetHostName(text) == kelStatusOk && !library.GetTempDir().empty() &&
+              library.GetCurrentUserName(text) == kelStatusOk &&
+              library.GetUserDirectory(text) == kelStatusOk,
+          "kelLibrary::GetUserDirectory");
+}
+
+void ReuseFile(const Place& place, long long number) {
+    static kelFile file;
+    char byte = 0;
+    Check(number % 10 == 0
+              ? file.CreateTemporaryFile(place.Path() + "/t-XXXXXX") == kelStatusOk
+              : file.Open(place.File(),
+                          kelFile::ModeRead | (number % 2 == 0 ? 0 : kelFile::ModeBuffered)) ==
+                        kelStatusOk &&
+                    file.Read(byte) == kelStatusOk,
+          "kelFile::Open again");
+    Check(file.Close() == kelStatusOk, "kelFile::Close");
+    Check(file.Open("/missing/file", kelFile::ModeRead) == kelStatusNotFound,
+          "the opening of nothing");
+}
+
+void ReuseDirectory(const Place& place, long long) {
+    static kelDirectory directory;
+    zuString name;
+    Check(directory.Open(place.Path()) == kelStatusOk && directory.ReadFirst(name) == kelStatusOk &&
+              directory.Close() == kelStatusOk,
+          "kelDirectory::Open again");
+}
+
+void ListAgain(const Place& place, long long) {
+    static kelDirectory directory(place.Path());
+    Check(directory.GetFileNames().size() >= Place::kFiles &&
+              directory.GetNumberOfFiles() >= Place::kFiles,
+          "kelDirectory::GetFileNames again");
+}
+
+void ReuseModule(const Place&, long long number) {
+    static kelDynamicObject module;
+    long long (*answer)() = nullptr;
+    Check(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk &&
+              module.FindSymbol(&answer, "Answer") == kelStatusOk &&
+              module.UnloadLibrary() == kelStatusOk,
+          "the load of a module again");
+    Check(number % 10 != 0 || module.LoadLibrary("/missing.so") != kelStatusOk,
+          "the load of nothing again");
+}
+
+void ReuseFileInfo(const Place& place, long long) {
+    static const kelFileInfo info(place.File());
+    static const kelFileInfo missing("/missing");
+    Check(info.GetSize() == 1 && missing.GetSize() <= 0, "kelFileInfo::GetSize again");
+}
+
+void ReuseProcess(const Place&, long long number) {
+    static kelProcess process;
+    Check(process.Start(number % 100 == 0 ? "/bin/true" : "/missing", false) ==
+              (number % 100 == 0 ? kelStatusOk : kelStatusFailed),
+          "kelProcess::Start again");
+}
+
+/// Attaches to nothing, which leaves it as it was, and takes over a new one's segment.
+void ReuseSegment(const Place&, long long) {
+    static const zuString name = "soak-again-" + std::to_string(getpid());
+    static kelSharedMemory empty;
+    static kelSharedMemory owner;
+    Check(empty.Attach(name) != kelStatusOk, "kelSharedMemory::Attach to nothing again");
+    owner = kelSharedMemory();
+    Check(owner.Create(4096, name) == kelStatusOk && owner.Destroy() == kelStatusOk,
+          "kelSharedMemory::Create again");
+}
+
+void ReuseTime(const Place&, long long) {
+    static kelTime time(0);
+    zuString text;
+    time.MakeCurrentTime();
+    time.MakeLocalTime();
+    Check(time.GetFormatTime(text, "%c") == kelStatusOk, "kelTime::GetFormatTime again");
+}
+
 }  // namespace
 
-const std::array<Job, 10> kJobs{{{"kelLibrary", UseLibrary},
+const std::array<Job, 20> kJobs{{{"kelLibrary", UseLibrary},
                                  {"kelAtomic", UseAtomic},
                                  {"kelDirectory", UseDirectory},
                                  {"kelDynamicObject", UseModule},
@@ -98,7 +199,17 @@ const std::array<Job, 10> kJobs{{{"kelLibrary", UseLibrary},
                                  {"kelProcess", UseProcess},
                                  {"kelSharedMemory", UseSegment},
                                  {"kelTime", UseTime},
-                                 {"kelMutex and the like", UseSmallOnes}}};
+                                 {"kelMutex and the like", UseSmallOnes},
+                                 {"static calls", UseStatics},
+                                 {"one kelLibrary", ReuseLibrary},
+                                 {"one kelFile", ReuseFile},
+                                 {"one kelDirectory, opened", ReuseDirectory},
+                                 {"one kelDirectory, listed", ListAgain},
+                                 {"one kelDynamicObject", ReuseModule},
+                                 {"one kelFileInfo", ReuseFileInfo},
+                                 {"one kelProcess", ReuseProcess},
+                                 {"one kelSharedMemory", ReuseSegment},
+                                 {"one kelTime", ReuseTime}}};
 
 void RunChild(long long number) {
     kelProcess process;

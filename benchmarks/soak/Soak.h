@@ -5,7 +5,7 @@
 
 /// What must not grow in a process that lives long, read while nothing else goes on in it.
 struct Figures {
-    long long heap;         ///< Bytes that the C library's allocator has given out.
+    long long inUse;        ///< Bytes mapped, less what the C library's allocator has in stock.
     long long resident;     ///< Bytes of memory in use, whoever has asked for them.
     long long descriptors;  ///< Open ones.
     long long zombies;      ///< Ended children that nobody has collected.
@@ -27,18 +27,20 @@ public:
     Place& operator=(const Place&) = delete;
     const std::string& Path() const { return path_; }
     std::string File() const { return path_ + "/0"; }
+    std::string Copy() const { return path_ + "/copy"; }
 
 private:
     std::string path_;
 };
 
-/// Makes, uses and drops one object of a class; `number` tells the objects of a class apart.
+/// Makes, uses and drops one object of a class, or uses one that stays ("one ..."); `number` tells
+/// the times apart.
 struct Job {
     const char* name;
     void (*run)(const Place& place, long long number);
 };
 
-extern const std::array<Job, 10> kJobs;
+extern const std::array<Job, 20> kJobs;
 
 /// Starts a short child; by its number it is waited for, killed, or forgotten.
 void RunChild(long long number);

@@ -1,14 +1,17 @@
 // What a program that lives long does, long: children started, objects of each class made and
-// dropped, and a directory listed in eight threads, while nothing keeps the runtime started. Fails
-// when memory, descriptors or zombies grow.
+// dropped, one of each used over and over, and a directory listed in eight threads. A kelLibrary
+// lives throughout: the last use of the runtime frees whatever was forgotten. Fails when memory,
+// descriptors or zombies grow.
 //
 //   zukel_soak CHILDREN OBJECTS SECONDS
 //
 // so many children, objects of each class, and at most so many seconds. The work is cut into 50
 // equal rounds; between them, with the listing threads ended, the figures are read. After the first
 // ten they must have come to rest: from then on no descriptor and no zombie more is allowed, 64 KiB
-// more on the heap and 2 MiB more of memory, whatever the number of rounds.
+// more in use and 2 MiB more resident, whatever the number of rounds. When they have grown, each
+// job runs alone, to tell by which.
 
+#include <kelLibrary.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,7 +29,7 @@ namespace {
 constexpr int kRounds = 50;
 constexpr int kWarmUp = 10;
 constexpr int kThreads = 8;
-constexpr long long kMoreHeap = 64 << 10;
+constexpr long long kMoreInUse = 64 << 10;
 constexpr long long kMoreResident = 2 << 20;
 
 /// Threads that list the place until they are no longer needed.
@@ -69,14 +72,30 @@ void Part(int round, long long count, Do what) {
 }
 
 void Take(Figures& most, const Figures& now) {
-    most.heap = std::max(most.heap, now.heap);
+    most.inUse = std::max(most.inUse, now.inUse);
     most.resident = std::max(most.resident, now.resident);
     most.descriptors = std::max(most.descriptors, now.descriptors);
 }
 
 bool Grew(const Figures& now, const Figures& most) {
-    return now.heap > most.heap + kMoreHeap || now.resident > most.resident + kMoreResident ||
+    return now.inUse > most.inUse + kMoreInUse || now.resident > most.resident + kMoreResident ||
            now.descriptors > most.descriptors || now.zombies != 0;
+}
+
+void TellWhichGrow(const Place& place) {
+    constexpr int kTimes = 2000;
+    for (const Job& job : kJobs) {
+        long long before = 0;
+        for (int pass = 0; pass < 2; ++pass) {  // the first takes what the job takes only once
+            before = ReadFigures().inUse;
+            Part(0, kTimes * kRounds, [&](long long number) { job.run(place, number); });
+            SettleChildren();
+        }
+        const double more = static_cast<double>(ReadFigures().inUse - before) / kTimes;
+        if (more >= 1) {
+            std::printf("  %s: %.0f bytes each time\n", job.name, more);
+        }
+    }
 }
 
 }  // namespace
@@ -92,9 +111,10 @@ int main(int count, char** arguments) {
     const auto start = std::chrono::steady_clock::now();
     const bool shows = isatty(STDERR_FILENO) != 0;
     const Place place;
+    const kelLibrary alive;
     Figures most{};
     std::printf("%9s %9s %10s %9s %10s %12s %11s %7s\n", "seconds", "children", "of a class",
-                "listings", "heap KiB", "memory KiB", "descriptors", "zombies");
+                "listings", "in use KiB", "resident KiB", "descriptors", "zombies");
     for (int round = 0; round < kRounds; ++round) {
         const auto spent = std::chrono::steady_clock::now() - start;
         if (spent > limit) {
@@ -122,16 +142,17 @@ int main(int count, char** arguments) {
             std::printf("%s%9.1f %9lld %10lld %9lld %10.1f %12lld %11lld %7lld\n",
                         shows ? "\r" : "", seconds.count(), children * (round + 1) / kRounds,
                         objects * (round + 1) / kRounds, Listers::Lists(),
-                        static_cast<double>(now.heap) / 1024, now.resident / 1024, now.descriptors,
+                        static_cast<double>(now.inUse) / 1024, now.resident / 1024, now.descriptors,
                         now.zombies);
             std::fflush(stdout);
         }
         if (grew) {
             std::printf(
-                "GROWN beyond the first %d of %d rounds: heap %.1f KiB, memory %lld KiB, "
+                "GROWN beyond the first %d of %d rounds: in use %.1f KiB, resident %lld KiB, "
                 "descriptors %lld, zombies 0\n",
-                kWarmUp, kRounds, static_cast<double>(most.heap) / 1024, most.resident / 1024,
+                kWarmUp, kRounds, static_cast<double>(most.inUse) / 1024, most.resident / 1024,
                 most.descriptors);
+            TellWhichGrow(place);
             return 1;
         }
     }

@@ -5,7 +5,6 @@
 #include <kelDirectory.h>
 #include <kelFile.h>
 #include <kelFileInfo.h>
-#include <kelLibrary.h>
 #include <kelStatus.h>
 
 #include <cstdio>
@@ -57,6 +56,5 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: copytree FROM TO\n");
         return 2;
     }
-    const kelLibrary library;
     return CopyTree(arguments[1], arguments[2]) ? 0 : 1;
 }

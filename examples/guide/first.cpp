@@ -3,7 +3,6 @@
 #include <cstdio>
 
 int main() {
-    const kelLibrary library;  // keeps the runtime started
     kelFile file("lines.txt", kelFile::ModeRead | kelFile::ModeWrite | kelFile::ModeCreate |
                                   kelFile::ModeTruncate | kelFile::ModeBuffered);
     int status = file.WriteLine("a first line\nand a second one\n");

@@ -3,7 +3,6 @@
 //     replace FILE TEXT
 
 #include <kelFile.h>
-#include <kelLibrary.h>
 #include <kelStatus.h>
 
 #include <cstdio>
@@ -22,7 +21,6 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: replace FILE TEXT\n");
         return 2;
     }
-    const kelLibrary library;
     const zuString name = arguments[1];
     const zuString fresh = name + ".new";
     if (!WriteAll(fresh, arguments[2]) || kelFile::Rename(fresh, name) != kelStatusOk) {

@@ -1,6 +1,5 @@
 // Two processes share a block of memory: this program, and another run of itself that it starts.
 
-#include <kelLibrary.h>
 #include <kelProcess.h>
 #include <kelSharedMemory.h>
 #include <kelStatus.h>
@@ -49,7 +48,6 @@ int Parent(const zuString& program, const zuString& name) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    const kelLibrary library;
     if (count == 2) {
         return Child(arguments[1]);
     }

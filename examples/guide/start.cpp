@@ -2,7 +2,6 @@
 //
 //     start PROGRAM [ARGUMENT...]
 
-#include <kelLibrary.h>
 #include <kelProcess.h>
 #include <kelStatus.h>
 #include <kelTime.h>
@@ -14,7 +13,6 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: start PROGRAM [ARGUMENT...]\n");
         return 2;
     }
-    const kelLibrary library;
     const zuString program = arguments[1];
     kelProcess process;
     if (process.Start(program, {arguments + 2, arguments + count}, "", {"output.txt", "errors.txt"},

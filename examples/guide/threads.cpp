@@ -1,16 +1,14 @@
-// Four threads ask about files, each with objects of its own. One kelLibrary serves them all.
+// Four threads ask about files, each with objects of its own.
 
 #include <kelAtomic.h>
 #include <kelFile.h>
 #include <kelFileInfo.h>
-#include <kelLibrary.h>
 
 #include <cstdio>
 #include <thread>
 #include <vector>
 
 int main() {
-    const kelLibrary library;  // made before the threads, destroyed after them
     kelAtomic found;
     std::vector<std::thread> threads;
     threads.reserve(4);

@@ -4,7 +4,6 @@
 
 #include <kelDirectory.h>
 #include <kelFileInfo.h>
-#include <kelLibrary.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -36,7 +35,6 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: walk DIRECTORY\n");
         return 2;
     }
-    const kelLibrary library;  // one start of the runtime for all the questions below
     Walk(arguments[1], 0);
     return 0;
 }

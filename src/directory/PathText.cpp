@@ -1,7 +1,6 @@
 #include "directory/PathText.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 namespace zukel {
@@ -47,19 +46,19 @@ zuString CanonicalPath(const zuString& path) {
     std::copy(prefix.text.begin(), prefix.text.end(), text);
     char* const start = text + prefix.text.size();
     char* to = start;
-    while (from < end) {
-        const char* const component = from;
+    for (; from < end; ++from) {
+        char* const component = to;
+        *to++ = '/';
         while (from < end && *from != '/') {
-            ++from;  // components are short: a search by memchr costs more than it saves
+            *to++ = *from++;
         }
-        const auto size = static_cast<std::size_t>(from++ - component);
-        if (size == 2 && component[0] == '.' && component[1] == '.') {
+        const std::string_view name(component + 1, static_cast<std::size_t>(to - component) - 1);
+        if (name.empty() || name == "." || name == "..") {
+            to = component;
+        }
+        if (name == "..") {
             while (to > start && *--to != '/') {
             }
-        } else if (size > 1 || (size == 1 && component[0] != '.')) {
-            *to++ = '/';
-            std::memmove(to, component, size);
-            to += size;
         }
     }
     if (to == text) {

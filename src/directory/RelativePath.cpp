@@ -1,8 +1,9 @@
 #include "directory/RelativePath.h"
 
 #include <algorithm>
-#include <cctype>
 #include <string_view>
+
+#include "zubase/AsciiCase.h"
 
 namespace zukel {
 
@@ -39,8 +40,7 @@ Components ReduceComponents(Components pieces) {
 
 void FoldName(zuString& name) noexcept {
     for (char& byte : name) {
-        const int folded = std::tolower(static_cast<unsigned char>(byte));
-        byte = folded == '\\' ? '/' : static_cast<char>(folded);
+        byte = byte == '\\' ? '/' : ToLowerAscii(byte);
     }
 }
 

@@ -7,7 +7,7 @@
 /// stands before it.
 namespace zukel {
 
-/// Brings every byte to lower case by the C library's `tolower`, and every `\` to `/`.
+/// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.
 void FoldName(zuString& name) noexcept;
 
 /// The way between two folded texts; empty when they differ and one of them has no component left.

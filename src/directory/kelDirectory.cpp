@@ -6,11 +6,16 @@
 #include <utility>
 
 #include "directory/kelDirectoryRecord.h"
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 
 namespace platform = zukel::platform;
 
 namespace {
+
+apr_status_t OpenByName(const zuString& name, platform::DirectoryHandle& stream) noexcept {
+    return zukel::IsWhole(name) ? platform::OpenDirectory(name.c_str(), stream) : APR_ENOENT;
+}
 
 bool Rewind(kelDirectoryRecord& record) noexcept {
     return record.stream != nullptr && platform::RewindDirectory(*record.stream) == APR_SUCCESS;
@@ -70,7 +75,7 @@ int kelDirectory::Open(const zuString& name) {
         return kelStatusOk;
     }
     zuString kept(name);  // before the directory is open: memory may run out here
-    const apr_status_t status = platform::OpenDirectory(kept.c_str(), record_->stream);
+    const apr_status_t status = OpenByName(kept, record_->stream);
     if (status == APR_SUCCESS) {
         record_->open = true;
         record_->name = std::move(kept);
@@ -112,15 +117,15 @@ int kelDirectory::GetNumberOfFiles() {
         return 0;
     }
     long long entries = 0;
-    while (Next(*record_) != nullptr) {
-        ++entries;
+    while (const char* const entry = Next(*record_)) {
+        entries += IsOwnOrParent(entry) ? 0 : 1;
     }
     constexpr long long kMost = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(entries - 2, 0LL, kMost));
+    return static_cast<int>(std::min(entries, kMost));
 }
 
 zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
     platform::DirectoryHandle stream;
-    return platform::OpenDirectory(name.c_str(), stream) == APR_SUCCESS ? NamesFromHere(*stream)
-                                                                        : zuStlVector<zuString>();
+    return OpenByName(name, stream) == APR_SUCCESS ? NamesFromHere(*stream)
+                                                   : zuStlVector<zuString>();
 }

@@ -1,3 +1,4 @@
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 #include "kelDirectory.h"
 #include "platform/Directories.h"
@@ -10,11 +11,14 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// The frame of the operations on one path: the test for an empty path, the call with the path's
-/// bytes, its status mapped.
+/// The frame of the operations on one path: the tests of the path, the call with its bytes, its
+/// status mapped.
 template <typename Call>
 int OnPath(const zuString& path, Call call) {
-    return path.empty() ? kelStatusEmptyPath : zukel::MapStatus(call(path.c_str()));
+    if (path.empty()) {
+        return kelStatusEmptyPath;
+    }
+    return zukel::IsWhole(path) ? zukel::MapStatus(call(path.c_str())) : kelStatusFailed;
 }
 
 /// Makes one level of a path; one that is there already will do, as long as it is a directory.

@@ -2,14 +2,15 @@
 #include <apr_network_io.h>
 
 #include <array>
-#include <cctype>
 #include <cstring>
 
+#include "environment/Variables.h"
 #include "environment/kelLibraryRecord.h"
 #include "frame/Pool.h"
 #include "kelLibrary.h"
 #include "kelStatus.h"
 #include "platform/Environment.h"
+#include "zubase/AsciiCase.h"
 
 namespace platform = zukel::platform;
 
@@ -30,20 +31,17 @@ struct Fact {
     }
 };
 
-char Lower(char letter) noexcept {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-}
-
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return platform::ReadEnvironmentVariable(name.c_str(), value) ? kelStatusOk
-                                                                  : kelStatusNoVariable;
+    return zukel::FindVariable(name, value) ? kelStatusOk : kelStatusNoVariable;
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str()) ? kelStatusOk
-                                                                           : kelStatusNoVariable;
+    const bool isWhole = zukel::IsWhole(name) && zukel::IsWhole(value);
+    return isWhole && platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
+               ? kelStatusOk
+               : kelStatusNoVariable;
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
@@ -77,8 +75,12 @@ const char* kelLibrary::GetLocale() const {
         return nullptr;
     }
     auto& text = record_->locales.emplace_front();
-    const char start[] = {Lower(language.text[0]), Lower(language.text[1]), '_',
-                          country.text[0],         country.text[1],         '.'};
+    const char start[] = {zukel::ToLowerAscii(language.text[0]),
+                          zukel::ToLowerAscii(language.text[1]),
+                          '_',
+                          country.text[0],
+                          country.text[1],
+                          '.'};
     static_assert(sizeof start + sizeof codePage.text <= sizeof text);
     std::memcpy(text.data(), start, sizeof start);
     std::memcpy(text.data() + sizeof start, codePage.text.data(), sizeof codePage.text);

@@ -1,4 +1,5 @@
 #include "environment/FileNameExpansion.h"
+#include "environment/Variables.h"
 #include "kelLibrary.h"
 #include "platform/Environment.h"
 
@@ -8,7 +9,7 @@ zuString kelLibrary::GetAbsoluteFileName(const zuString& name) {
         components, GetPlatform(),
         [](zuString& component) { zukel::platform::QueryUserDirectory(component); },
         [](zuString& component, const zuString& variable) {
-            zukel::platform::ReadEnvironmentVariable(variable.c_str(), component);
+            zukel::FindVariable(variable, component);
         });
     zuString expanded = zukel::JoinFileName(components);
     zukel::LengthenName(expanded);

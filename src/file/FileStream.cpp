@@ -23,6 +23,15 @@ void FileStream::Swap(FileStream& other) noexcept {
     std::swap(buffer_, other.buffer_);
     std::swap(position_, other.position_);
     std::swap(removed_, other.removed_);
+    std::swap(owner_, other.owner_);
+}
+
+FileStream::~FileStream() {
+    if (owner_ != kNobody && owner_ != platform::CurrentProcess()) {
+        platform::CloseFile(file_);
+        Abandon();
+    }
+    Close();
 }
 
 /// Forgets what was read ahead. Nothing is to be written any more.
@@ -43,18 +52,17 @@ apr_status_t FileStream::NeedBuffer() noexcept {
 
 /// Reads once, past the buffer.
 apr_status_t FileStream::ReadPast(void* target, std::size_t& size) noexcept {
+    if (size == 0) {
+        return APR_SUCCESS;
+    }
     size = std::min(size, kMostAtOnce);
-    const bool wanted = size > 0;
     const apr_status_t status = platform::ReadBytes(file_, target, size);
     if (status != APR_SUCCESS) {
         return status;
     }
     position_ += position_ == kUnknown ? 0 : static_cast<long long>(size);
-    if (wanted && size == 0) {
-        metEnd_ = true;
-        return APR_EOF;
-    }
-    return APR_SUCCESS;
+    metEnd_ = metEnd_ || size == 0;
+    return size == 0 ? APR_EOF : APR_SUCCESS;
 }
 
 /// Writes once, past the buffer.
@@ -177,6 +185,7 @@ apr_status_t FileStream::BeginWriting() noexcept {
         EmptyBuffer();
         unwritten_ = cursor_;
         writable_ = kBufferSize;
+        owner_ = owner_ != kNobody ? owner_ : platform::CurrentProcess();
     }
     return status;
 }
@@ -219,11 +228,12 @@ apr_status_t FileStream::Write(const void* source, std::size_t& size, Unit unit)
 
 apr_status_t FileStream::WriteWhole(const char* source, std::size_t size) noexcept {
     apr_status_t status = APR_SUCCESS;
-    for (std::size_t piece = 0; size > 0 && status == APR_SUCCESS; size -= piece) {
-        piece = size;
+    do {  // once for nothing too, which a file that cannot be written refuses
+        std::size_t piece = size;
         status = Write(source, piece, Unit::Whole);
         source += piece;
-    }
+        size -= piece;
+    } while (size > 0 && status == APR_SUCCESS);
     return status;
 }
 
@@ -269,6 +279,9 @@ apr_status_t FileStream::Seek(platform::Origin from, long long offset) noexcept 
 }
 
 apr_status_t FileStream::Close() noexcept {
+    if (!IsOpen()) {
+        return APR_SUCCESS;
+    }
     const apr_status_t flushed = Flush();
     const apr_status_t closed = platform::CloseFile(file_);
     if (removed_) {
@@ -284,6 +297,7 @@ void FileStream::Abandon() noexcept {
     buffer_.reset();
     EmptyBuffer();
     mode_ = 0;
+    owner_ = kNobody;
     metEnd_ = readsAhead_ = false;
     position_ = 0;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/Files.h"
+#include "platform/Processes.h"
 #include "zuString.h"
 
 namespace zukel {
@@ -32,18 +33,26 @@ public:
     static constexpr std::size_t kBufferSize = 4096;
 
     FileStream() noexcept = default;
-    /// @param mode the `APR_FOPEN_` flags that the file was opened with.
-    /// @param removed the name to remove when the file has been closed, or null; see
-    /// `platform::RemoveClosed`.
-    FileStream(platform::FileHandle file, int mode, std::unique_ptr<zuString> removed) noexcept
-        : file_(std::move(file)), mode_(mode), removed_(std::move(removed)) {}
     FileStream(FileStream&& other) noexcept { Swap(other); }
     FileStream& operator=(FileStream&& other) noexcept {
         Swap(other);
         return *this;
     }
-    /// Closes an open file, dropping the result.
-    ~FileStream() { Close(); }
+    /// Closes an open file, dropping the result. In a forked copy of the process that wrote to it,
+    /// or that is to remove it, what is left to be done is left to that process.
+    ~FileStream();
+
+    /// Takes over a file that has just been opened. None must be open.
+    ///
+    /// @param mode the `APR_FOPEN_` flags that it was opened with.
+    /// @param removed the name to remove when the file has been closed, or null; see
+    /// `platform::RemoveClosed`.
+    void Begin(platform::FileHandle file, int mode, std::unique_ptr<zuString> removed) noexcept {
+        file_ = std::move(file);
+        mode_ = mode;
+        removed_ = std::move(removed);
+        owner_ = removed_ != nullptr ? platform::CurrentProcess() : kNobody;
+    }
 
     bool IsOpen() const noexcept { return static_cast<bool>(file_); }
     int Mode() const noexcept { return mode_; }
@@ -118,6 +127,7 @@ private:
     apr_status_t ReadLineUnbuffered(char* target, std::size_t& size) noexcept;
 
     static constexpr long long kUnknown = -1;
+    static constexpr int kNobody = 0;
 
     platform::FileHandle file_;
     int mode_ = 0;
@@ -132,6 +142,7 @@ private:
     /// yet to be written goes. Unknown after bytes were appended.
     long long position_ = 0;
     std::unique_ptr<zuString> removed_;
+    int owner_ = kNobody;  ///< The process that has something to do at the end, once it has.
 };
 
 }  // namespace zukel

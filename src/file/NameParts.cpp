@@ -2,16 +2,16 @@
 
 namespace zukel {
 
-NameParts TakeApart(std::string_view name) noexcept {
+NameCuts FindCuts(std::string_view name) noexcept {
     constexpr std::size_t kNone = std::string_view::npos;
-    std::size_t dot = kNone;
-    std::size_t start = kNone;  // of the file name
+    NameCuts cuts;
+    std::size_t start = kNone;
     // Backwards to the last slash: no dot before it counts for anything.
     for (std::size_t at = name.size(); at-- > 0;) {
         const char byte = name[at];
         const bool slash = byte == '/' || byte == '\\';
-        if (byte == '.' && dot == kNone) {
-            dot = at;
+        if (byte == '.' && cuts.dot == kNone) {
+            cuts.dot = at;
         } else if ((slash || byte == ':') && start == kNone) {
             start = at + 1;
         }
@@ -19,17 +19,20 @@ NameParts TakeApart(std::string_view name) noexcept {
             break;
         }
     }
-    start = start == kNone ? 0 : start;
+    cuts.fileName = start == kNone ? 0 : start;
+    return cuts;
+}
 
+NameParts TakeApart(std::string_view name, const NameCuts& cuts) noexcept {
     NameParts parts;
-    parts.path = name.substr(0, start);
-    parts.fileName = name.substr(start);
+    parts.path = name.substr(0, cuts.fileName);
+    parts.fileName = name.substr(cuts.fileName);
     parts.baseName = parts.fileName;
-    if (dot != kNone) {
-        if (dot > start) {
-            parts.baseName = name.substr(start, dot - start);
+    if (cuts.dot != std::string_view::npos) {
+        if (cuts.dot > cuts.fileName) {
+            parts.baseName = name.substr(cuts.fileName, cuts.dot - cuts.fileName);
         }
-        parts.extension = name.substr(dot + 1);
+        parts.extension = name.substr(cuts.dot + 1);
     }
     return parts;
 }

@@ -14,6 +14,13 @@ struct NameParts {
         extension;  ///< Behind the last dot after the last `/` or `\`; `:` is no bound.
 };
 
-NameParts TakeApart(std::string_view name) noexcept;
+/// Where a name is cut.
+struct NameCuts {
+    std::size_t fileName = 0;                  ///< The start of the file name.
+    std::size_t dot = std::string_view::npos;  ///< The last dot behind the last `/` or `\`, if any.
+};
+
+NameCuts FindCuts(std::string_view name) noexcept;
+NameParts TakeApart(std::string_view name, const NameCuts& cuts) noexcept;
 
 }  // namespace zukel

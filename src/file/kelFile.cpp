@@ -8,6 +8,7 @@
 
 #include "file/ShortName.h"
 #include "file/kelFileRecord.h"
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
@@ -89,6 +90,10 @@ int kelFile::Open(const zuString& name, int mode) {
     zuString kept(name);
     auto removed = (mode & APR_FOPEN_DELONCLOSE) != 0 ? std::make_unique<zuString>(name) : nullptr;
     record_->Reset();
+    if (!zukel::IsWhole(name)) {
+        record_->status = APR_ENOENT;
+        return kelStatusNotFound;
+    }
     zuString shortName;
     const bool shortened =
         platform::MultibyteCodePage() == 0 && zukel::FindShortName(name, shortName);
@@ -96,7 +101,7 @@ int kelFile::Open(const zuString& name, int mode) {
     record_->status =
         platform::OpenFileByName(shortened ? shortName.c_str() : kept.c_str(), mode, file);
     if (record_->status == APR_SUCCESS) {
-        record_->stream = zukel::FileStream(std::move(file), mode, std::move(removed));
+        record_->stream.Begin(std::move(file), mode, std::move(removed));
         record_->name = std::move(kept);
     }
     return MapOpenStatus(record_->status);
@@ -128,7 +133,7 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     auto absolute = std::make_unique<zuString>();
 
     record_->Reset();
-    if (!EndsInSixX(buffer.data(), length)) {
+    if (!zukel::IsWhole(nameTemplate) || !EndsInSixX(buffer.data(), length)) {
         record_->status = APR_EINVAL;
         return kelStatusFailed;
     }
@@ -142,6 +147,6 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     }
     name.assign(*absolute, absolute->size() - length, length);
     record_->name = std::move(name);
-    record_->stream = zukel::FileStream(std::move(file), kTemporaryMode, std::move(absolute));
+    record_->stream.Begin(std::move(file), kTemporaryMode, std::move(absolute));
     return kelStatusOk;
 }

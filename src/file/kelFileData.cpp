@@ -82,6 +82,9 @@ int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noe
         return kelStatusFailed;
     }
     std::size_t bytes = size;
+    if (bytes > 0 && record.stream.Take(buffer, bytes)) {
+        return Keep(record, APR_SUCCESS);
+    }
     const apr_status_t status = record.stream.Read(buffer, bytes);
     size = bytes;
     return Keep(record, status);
@@ -92,6 +95,9 @@ int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& si
         return kelStatusFailed;
     }
     std::size_t bytes = size;
+    if (bytes > 0 && record.stream.Put(buffer, bytes)) {
+        return Keep(record, APR_SUCCESS);
+    }
     const apr_status_t status = record.stream.Write(buffer, bytes, Unit::Bytes);
     size = bytes;
     return Keep(record, status);

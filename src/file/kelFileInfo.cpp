@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "file/NameParts.h"
 #include "file/kelFileInfoRecord.h"
+#include "frame/Names.h"
 
 namespace platform = zukel::platform;
 using platform::FileFacts;
@@ -28,7 +28,8 @@ namespace {
 /// What is known of the file: asks the system unless an earlier query has been answered.
 const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
     record.answered = record.answered ||
-                      platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS;
+                      (zukel::IsWhole(record.filePath) &&
+                       platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS);
     return record.facts;
 }
 
@@ -51,8 +52,11 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
     }
 }
 
-zukel::NameParts Parts(const kelFileInfoRecord& record) noexcept {
-    return zukel::TakeApart(record.filePath);
+zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {
+    if (!record.cuts) {
+        record.cuts = zukel::FindCuts(record.filePath);
+    }
+    return zukel::TakeApart(record.filePath, *record.cuts);
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+
+#include "file/NameParts.h"
 #include "frame/SharedRecord.h"
 #include "platform/FileFacts.h"
 #include "zuString.h"
@@ -8,6 +11,7 @@ struct kelFileInfoRecord : zukel::SharedRecord {
     explicit kelFileInfoRecord(const zuString& name) : filePath(name) {}
 
     const zuString filePath;
-    bool answered = false;             ///< A query has brought the facts: none is made again.
-    zukel::platform::FileFacts facts;  ///< Until then each has its failure value.
+    std::optional<zukel::NameCuts> cuts;  ///< Once a part of the name has been asked for.
+    bool answered = false;                ///< A query has brought the facts: none is made again.
+    zukel::platform::FileFacts facts;     ///< Until then each has its failure value.
 };

@@ -1,6 +1,7 @@
 #include <apr_file_info.h>
 
 #include "file/kelFileRecord.h"
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 #include "kelFile.h"
 #include "platform/FileFacts.h"
@@ -15,11 +16,15 @@ int StatusOf(bool done) noexcept {
     return done ? kelStatusOk : kelStatusFailed;
 }
 
-/// The frame of the operations on one name: the test for an empty name, and the call with the
-/// name's bytes.
+/// The frame of the operations on one name: the tests of the name, and the call with its bytes.
+///
+/// @param missing the status for the name of nothing.
 template <typename Call>
-int OnName(const zuString& name, Call call) {
-    return name.empty() ? kelStatusEmptyPath : call(name.c_str());
+int OnName(const zuString& name, Call call, int missing = kelStatusFailed) {
+    if (name.empty()) {
+        return kelStatusEmptyPath;
+    }
+    return zukel::IsWhole(name) ? call(name.c_str()) : missing;
 }
 
 /// The frame of the operations on two names.
@@ -28,13 +33,18 @@ int OnNames(const zuString& from, const zuString& to, Call call) {
     if (from.empty()) {
         return kelStatusEmptySource;
     }
-    return to.empty() ? kelStatusEmptyTarget : call(from.c_str(), to.c_str());
+    if (to.empty()) {
+        return kelStatusEmptyTarget;
+    }
+    return zukel::IsWhole(from) && zukel::IsWhole(to) ? call(from.c_str(), to.c_str())
+                                                      : kelStatusFailed;
 }
 
 int ExistsByName(const zuString& name) noexcept {
-    return OnName(name, [](const char* file) {
+    const auto look = [](const char* file) {
         return platform::FileExists(file) ? kelStatusOk : kelStatusNotFound;
-    });
+    };
+    return OnName(name, look, kelStatusNotFound);
 }
 
 }  // namespace

@@ -9,22 +9,22 @@
 #include "zuString.h"
 
 struct kelFileRecord : zukel::SharedRecord {
+    std::forward_list<zukel::FileStream> forgotten;  ///< Open still, but out of reach.
     zukel::FileStream stream;  ///< Open or closed: this alone tells the state.
     apr_status_t status = 0;   ///< Of the last operation on the file; `EndOfFile` reads it.
     zuString name;             ///< As the caller gave it; stays after a close.
-    std::forward_list<zukel::FileStream> forgotten;  ///< Open still, but out of reach.
-
-    ~kelFileRecord() { stream.Close(); }  // before those that were opened earlier
 
     /// What every opening starts with. A file that is still open is forgotten, not closed: that is
     /// done with the record, unless the file was opened without clean-up. Throws `std::bad_alloc`
     /// with nothing changed.
     void Reset() {
-        if (stream.IsOpen() && (stream.Mode() & APR_FOPEN_NOCLEANUP) == 0) {
-            forgotten.emplace_front();
-            forgotten.front() = std::move(stream);
+        if (stream.IsOpen()) {
+            if ((stream.Mode() & APR_FOPEN_NOCLEANUP) == 0) {
+                forgotten.emplace_front();
+                forgotten.front() = std::move(stream);
+            }
+            stream.Abandon();
         }
-        stream.Abandon();
         name.clear();
         status = 0;
     }

@@ -58,7 +58,7 @@ LocaleId ThreadLocale() noexcept;
 int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcept;
 
 /// The name of a file that exists with its short (8.3) components replaced by the long ones.
-/// Windows: `GetLongPathNameA`.
+/// Windows: `GetLongPathNameW` on UTF-8.
 ///
 /// @param buffer room for `size` bytes.
 /// @returns the length of the text written, without the terminating NUL; when the room is too

@@ -14,39 +14,40 @@ enum class CopyEnd {
     SameFile  ///< Both names lead to one file: a failure, found before anything was touched.
 };
 
-/// Copies the contents of a file with the result of `apr_file_copy`: the target is made or cut to
-/// nothing and written into, with that permission word. The
-/// runtime's copy itself would empty a file that is copied onto itself, leave a part when the
-/// writing fails, and move 8 KiB at a time, so it is done here, by the rules that
-/// `kelFile::Copy` promises. Windows: the word has no effect there, but that the target is
-/// read-only as its source when it is to have the source's permissions.
+/// Copies the contents of a file with the result of `apr_file_copy`: the target is made or
+/// overwritten, with those permissions. APR's own copy would empty a file that is copied onto
+/// itself, leave a part when the writing fails, and move 8 KiB at a time, so it is done here, by
+/// the rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
+/// `PermissionOfSource` copies the read-only attribute.
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing
-/// target. Windows: `CopyFileA(from, to, 0)`, where both ends can be had. Linux: as
+/// target. Windows: `CopyFileW(from, to, 0)`, where both ends can be had. Linux: as
 /// `CopyWithPermissions` with the source's permissions, and the modification time.
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept;
 
 /// Gives a file normal attributes as far as that is possible: its owner may write it. Windows:
-/// `SetFileAttributesA(name, FILE_ATTRIBUTE_NORMAL)`.
+/// `SetFileAttributesW(name, FILE_ATTRIBUTE_NORMAL)`.
 void SetNormalAttributes(const char* name) noexcept;
 
 /// Renames within a volume, over an existing target, with the result of `apr_file_rename`. Two
-/// names of one file stay both.
+/// names of one file stay both, and a directory does not take the place of a file.
 ///
 /// @returns 0 or the reason, one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux:
-/// `rename`. Windows: `MoveFileExW` without leave to copy; with it the system cuts an existing
-/// target before it knows that the copy will succeed.
+/// `rename`. Windows: `SetFileInformationByHandle` with POSIX semantics where the volume has them,
+/// so that the target may be open; sharing violations are waited for, about a tenth of a second.
 apr_status_t RenameFile(const char* from, const char* to) noexcept;
 
-/// Renames as the platform's C library does. Windows and Linux: `rename`.
+/// Renames as the platform's own call does. Linux: `rename`. Windows: `MoveFileExW` without flags,
+/// which fails when the target exists.
 bool RenameInPlace(const char* from, const char* to) noexcept;
 
 /// Moves a file to another volume after `RenameFile` has refused to, whole or not at all, by the
 /// rules that `kelFile::Rename` promises.
 bool MoveAcrossVolumes(const char* from, const char* to);
 
-/// Removes the name of a file. Linux: `unlink`. Windows: `DeleteFileW`.
+/// Removes the name of a file. Linux: `unlink`. Windows: `SetFileInformationByHandle` with POSIX
+/// semantics where the volume has them, so that the name is gone while the file is open.
 ///
 /// @returns 0 or the reason.
 apr_status_t RemoveFile(const char* name) noexcept;
@@ -56,7 +57,7 @@ inline constexpr int kOwnerMayRead = 0x100;
 inline constexpr int kOwnerMayWrite = 0x80;
 
 /// Sets whether the owner may read and write the file, by `mode` made of the two bits above.
-/// Windows: `_chmod(name, mode)`. Linux: `chmod` that leaves every other mode bit as it was.
+/// Windows: `_wchmod(name, mode)`. Linux: `chmod` that leaves every other mode bit as it was.
 bool ChangeAccess(const char* name, int mode) noexcept;
 
 /// What `IsAccessible` tests. The values are those of Windows.

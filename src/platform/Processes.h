@@ -34,7 +34,10 @@ using ChildHandle = std::unique_ptr<Child, ForgetChild>;
 
 /// Starts a program. The name is looked for along the search path unless it has a `/`; the child
 /// inherits the environment and standard input, and nothing else that this library has opened.
-/// Windows: `apr_proc_create`. Linux: `posix_spawnp`, with the visible behaviour of the runtime's
+/// Windows: `CreateProcessW`; the program is looked for in the
+/// system's directories and along the absolute entries of `PATH`, a batch file runs under the
+/// system's `cmd.exe` with quoted arguments or is refused, and what the child inherits is listed.
+/// Linux: `posix_spawnp`, with the visible behaviour of the runtime's
 /// fork: signal mask and ignored signals inherited, SIGCHLD at its default, a script without an
 /// interpreter line run by `/bin/sh`, relative names found from the child's working directory.
 ///
@@ -51,7 +54,7 @@ int Identifier(const Child& child) noexcept;
 /// Whether a child runs. Windows: `GetExitCodeProcess`.
 bool IsRunning(Child& child) noexcept;
 
-/// Ends a child and no other process. Windows: `apr_proc_kill` of one that runs. Linux: SIGTERM.
+/// Ends a child and no other process. Windows: `TerminateProcess` of one that runs. Linux: SIGTERM.
 ///
 /// @returns the reason when it was not ended, because it had ended already or the system refused.
 apr_status_t End(Child& child) noexcept;

@@ -15,15 +15,17 @@ struct Segment {
     std::uintptr_t identity[2] = {0, 0};
 };
 
-/// Makes a segment of exactly `size` bytes under a name that is not in use, and maps it. Windows:
-/// `apr_shm_create`. Linux: the runtime's names and layout, but not its calls, which reserve no
-/// memory, wrap near 2^64 and leave names behind; see there.
+/// Makes a segment of exactly `size` bytes under a name that is not in use, and maps it. Windows: a
+/// file that its maker alone may open, mapped without a name of the mapping's own. Linux: the
+/// runtime's names and layout, but not its calls, which reserve no memory, wrap near 2^64 and leave
+/// names behind; see there.
 ///
 /// @param name not empty.
 /// @returns false, with `segment` unchanged and no name made, when any of it fails.
 bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept;
 
-/// Maps the segment `name`. Windows: `apr_shm_attach`.
+/// Maps the segment `name`. Windows: a file whose header says what its size is, and that nobody but
+/// the process's user, the system and its administrators owns or may write.
 ///
 /// @param name not empty.
 /// @returns false, with `segment` unchanged and nothing left open, when there is none or it is not
@@ -31,8 +33,7 @@ bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexc
 /// group or others may write it.
 bool AttachSegment(const char* name, Segment& segment) noexcept;
 
-/// Unmaps the segment and clears its address and size. Windows: `apr_shm_detach` or
-/// `apr_shm_destroy`.
+/// Unmaps the segment and clears its address and size.
 ///
 /// @returns false, with `segment` unchanged, when the system refuses.
 bool UnmapSegment(Segment& segment) noexcept;
@@ -42,9 +43,9 @@ bool UnmapSegment(Segment& segment) noexcept;
 void ReleaseSegment(Segment& segment) noexcept;
 
 /// Removes whatever segment has this name. Linux: nobody else is removing it at the time, see
-/// `RemoveSegmentName`. Windows: the file is given
-/// another name, `NAME.zukel-removed`, and removed under that, at once or when the last who holds
-/// the segment lets go of it: the system removes no file that is mapped.
+/// `RemoveSegmentName`. Windows: the system removes no file that is mapped; such a one is given
+/// another name, `NAME.NUMBER.zukel-removed`, and removed under that by the last who lets go of the
+/// segment.
 ///
 /// @param name not empty.
 bool RemoveName(const char* name) noexcept;

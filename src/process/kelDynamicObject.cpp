@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "frame/Names.h"
 #include "frame/StatusMapping.h"
 #include "kelLibrary.h"
 #include "process/kelDynamicObjectRecord.h"
@@ -19,12 +20,19 @@ constexpr std::size_t kMostText = 4095;
 /// Keeps the text of the load that has just been tried: APR's own pointer to it is good only until
 /// the thread's next call of the kind, whoever makes it.
 ///
+/// Where the status is all that is known, the name goes before its text.
+///
 /// @param text has room for `kMostText` bytes.
-void KeepText(zuString& text, apr_dso_handle_t* tried, apr_status_t status) noexcept {
+void KeepText(zuString& text, const char* name, apr_dso_handle_t* tried,
+              apr_status_t status) noexcept {
     char buffer[256];
+    if (tried == nullptr && *name != '\0') {
+        constexpr std::size_t kMostName = kMostText - sizeof buffer - 2;
+        text.assign(name, std::min(std::strlen(name), kMostName)).append(": ");
+    }
     const char* const told = tried != nullptr ? apr_dso_error(tried, buffer, sizeof buffer)
                                               : apr_strerror(status, buffer, sizeof buffer);
-    text.assign(told, std::min(std::strlen(told), kMostText));
+    text.append(told, std::min(std::strlen(told), kMostText - text.size()));
     text.shrink_to_fit();
 }
 
@@ -40,9 +48,9 @@ int Load(kelDynamicObjectRecord& record, zuString name) {
     record.name.clear();
     apr_dso_handle_t* tried = nullptr;
     // The system takes the empty name for the program itself.
-    const apr_status_t status =
-        *name.c_str() == '\0' ? APR_EDSOOPEN : module->Load(name.c_str(), tried);
-    KeepText(text, tried, status);
+    const bool isName = !name.empty() && zukel::IsWhole(name);
+    const apr_status_t status = isName ? module->Load(name.c_str(), tried) : APR_EDSOOPEN;
+    KeepText(text, name.c_str(), tried, status);
     record.error = std::move(text);
     if (status == APR_SUCCESS) {
         record.module = std::move(module);
@@ -82,7 +90,7 @@ int kelDynamicObject::kelLoadLibraryEx(const std::string& directory, const std::
 }
 
 int kelDynamicObject::FindSymbol(long long (**symbol)(), const zuString& name) {
-    if (record_->module == nullptr) {
+    if (record_->module == nullptr || !zukel::IsWhole(name)) {
         return kelStatusFailed;
     }
     apr_dso_handle_sym_t address = nullptr;

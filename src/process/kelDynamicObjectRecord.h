@@ -8,6 +8,7 @@
 
 #include "frame/Pool.h"
 #include "frame/SharedRecord.h"
+#include "platform/Modules.h"
 #include "zuString.h"
 
 namespace zukel {
@@ -19,7 +20,7 @@ public:
 
     /// Tries to load it. @returns the status, with a handle to ask for the reason if there is one.
     apr_status_t Load(const char* name, apr_dso_handle_t*& tried) noexcept {
-        apr_status_t status = pool_ ? apr_dso_load(&tried, name, pool_.Get()) : APR_ENOPOOL;
+        apr_status_t status = pool_ ? platform::LoadModule(name, pool_.Get(), tried) : APR_ENOPOOL;
         handle_ = status == APR_SUCCESS ? tried : nullptr;
         return status;
     }

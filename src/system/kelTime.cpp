@@ -76,22 +76,9 @@ int kelTime::GetFormatTime(zuString& out, const zuString& format) const {
         return kelStatusFailed;
     }
     char buffer[256];
-    apr_size_t length = 0;
-    if (apr_strftime(buffer, &length, sizeof buffer, format.c_str(), &record_->exp) !=
-        APR_SUCCESS) {
+    std::size_t length = 0;
+    if (!zukel::platform::FormatDate(record_->exp, format.c_str(), buffer, sizeof buffer, length)) {
         return kelStatusFailed;
-    }
-    if (length == 0) {
-        // No text, or one that does not fit: a character before it tells the two apart. Behind it,
-        // the character could end a directive.
-        const zuString marked = ' ' + format;
-        if (apr_strftime(buffer, &length, sizeof buffer, marked.c_str(), &record_->exp) !=
-                APR_SUCCESS ||
-            length == 0) {
-            return kelStatusFailed;
-        }
-        out.clear();
-        return kelStatusOk;
     }
     out.assign(buffer, length);
     return kelStatusOk;

@@ -11,11 +11,12 @@
 #
 #   Copy, NativeCopy   The source is whole. The target is missing only if it was before; it has its former
 #                      contents or as many of the first bytes of the source as were written: these two
-#                      write into the target itself. No other name has come up.
+#                      write into the target itself. A target of at most a page has its former
+#                      contents or all of the source. No other name has come up.
 #   Rename             On one volume: either the source is whole and the target is as it was, or the
 #                      source is gone and the target is whole. No other name has come up.
 #                      Across two: the same, or both are whole. The target never has a part of anything,
-#                      and is missing only if it was before. What is new beside it is called .zukel-*.
+#                      and is missing only if it was before. What is new beside either is called .zukel-*.
 #   mirror             The source is whole. Each file of the target is as it was or whole, and is missing
 #                      only if it was before; what is new beside them is called .mirror-*. The next run
 #                      makes the two equal.
@@ -95,12 +96,15 @@ walk() {
     echo "$operation, $situation: killed before each of $count calls"
 }
 
-# Two originals; the first has more than two blocks of those in which files are copied.
-head -c 600000 /dev/urandom >"$work/new"
-head -c 5000 /dev/urandom >"$work/old"
-chmod 640 "$work/new"
-touch -d '2001-02-03 04:05:06' "$work/new"
-touch -d '1999-01-01' "$work/old"
+# originals NEW OLD: two files of these sizes.
+originals() {
+    head -c "$1" /dev/urandom >"$work/new"
+    head -c "$2" /dev/urandom >"$work/old"
+    chmod 640 "$work/new"
+    touch -d '2001-02-03 04:05:06' "$work/new"
+    touch -d '1999-01-01' "$work/old"
+}
+originals 600000 5000  # more than two blocks of those in which files are copied
 
 prepare_new() {
     rm -rf "$from" "$to"
@@ -140,6 +144,8 @@ check_copy() {
         cmp -s "$to/file" "$work/new" || fail "the target is not complete"
     elif ! as_it_was; then
         [[ -f $to/file ]] || fail "the target is missing"
+        [[ $situation != *page* ]] || cmp -s "$to/file" "$work/old" || cmp -s "$to/file" "$work/new" ||
+            fail "the target of one page is neither old nor new"
         cmp -s "$to/file" "$work/old" || cmp -s -n "$(stat -c %s "$to/file")" "$to/file" "$work/new" ||
             fail "the target is no beginning of the source"
     fi
@@ -151,14 +157,15 @@ check_rename() {
     ! whole "$from/file" "$work/new" || source=whole
     ! as_it_was || target=former
     ! whole "$to/file" "$work/new" || target=whole
-    only "$from"
     case $situation:$1:$source:$target in
         *:gone:whole | *:killed:whole:former | *volumes*:killed:whole:whole) ;;
         *) fail "source $source, target $target" ;;
     esac
     if [[ $situation == *volumes* && $1 == killed ]]; then
+        only "$from" '.zukel-*'
         only "$to" '.zukel-*'
     else
+        only "$from"
         only "$to"
     fi
 }
@@ -202,6 +209,11 @@ case $operation in
         exit
         ;;
 esac
+if [[ $check == check_copy ]]; then
+    originals 4000 3000
+    walk "existing target of a page" prepare_existing "$check" "$program" "$operation" "$from/file" "$to/file"
+    originals 600000 5000
+fi
 for target in new existing; do
     walk "$target target" "prepare_$target" "$check" "$program" "$operation" "$from/file" "$to/file"
 done

@@ -1,11 +1,13 @@
 // What callers see on Linux alone: users and their rights, signals, devices and limits.
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <clocale>
 #include <csignal>
 
@@ -27,6 +29,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     umask(026);
     const TemporaryDirectory open, closed;
     fs::permissions(open.Path(), fs::perms::all);
+    fs::permissions(closed.Path(), fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(open.Write("roots"), fs::perms::group_read);
     const Guard user = Unprivileged();
     kelFile file;
@@ -46,7 +49,7 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     const std::tuple<int, bool, unsigned, unsigned, unsigned> copies[] = {
         {0, true, 0444, 0444, 0444},      {0xFFF, true, 0444, 0644, 0644},
         {0x644, false, 0604, 0640, 0622}, {0x1000, false, 0604, 0604, 0604},
-        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 0640, 0622}};
+        {0, true, 04751, 04751, 04751},   {0x8644, false, 0604, 04640, 0622}};
     for (const auto& [perms, native, source, made, replaced] : copies) {
         fs::permissions(name, fs::perms(source));
         for (const unsigned mode : {made, replaced}) {
@@ -143,6 +146,10 @@ TEST(Linux, UserTempDirAndLocale_AreThoseOfTheSystem) {
     const passwd& user = *getpwuid(getuid());
     EXPECT_TRUE(library.GetCurrentUserName(name) == kOk && name == user.pw_name);
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), user.pw_dir + std::string("/x"));
+    int tooSmall = 4;  // rooms for the user's record
+    const Guard longer = AtCall("getpwuid_r", [&] { return tooSmall-- > 0 ? ERANGE : 0; });
+    EXPECT_EQ(UnderFaults([&] { return library.GetUserDirectory(name); }), kOk);
+    EXPECT_EQ(name, user.pw_dir);
     const std::string made = directory / "fr_BE@euro";
     const std::string make = "localedef --no-archive -c -i POSIX -f ISO-8859-15 " + made;
     // Its result says no more than that categories are left out.
@@ -166,6 +173,35 @@ TEST(Linux, Sleep_GoesOnThroughSignals) {
     EXPECT_EQ(kelTime::Sleep(30000), kOk);
     ualarm(0, 0);
     EXPECT_GE(kelTime::GetNow().GetMicroSeconds(), before + 30000);
+}
+
+TEST(Linux, AReadThatIsCancelledWhileItWaits_GetsItsLineFirst) {
+    struct Reader {
+        TemporaryDirectory directory;
+        std::string pipe = directory / "pipe";
+        char line[8] = "";
+        std::atomic<bool> waits{false};
+    } reader;
+    ASSERT_EQ(mkfifo(reader.pipe.c_str(), 0600), 0);
+    const int end = open(reader.pipe.c_str(), O_RDWR | O_CLOEXEC);
+    const auto body = [](void* argument) -> void* {
+        auto& own = *static_cast<Reader*>(argument);
+        kelFile in(own.pipe, kRead);
+        own.waits = true;
+        EXPECT_EQ(in.ReadLine(own.line, sizeof own.line), kOk);
+        pthread_testcancel();
+        return nullptr;
+    };
+    pthread_t thread{};
+    void* result = nullptr;
+    ASSERT_EQ(pthread_create(&thread, nullptr, body, &reader), 0);
+    EXPECT_TRUE(Eventually([&] { return reader.waits.load(); }));
+    pthread_cancel(thread);
+    EXPECT_EQ(write(end, "a\n", 2), 2);
+    EXPECT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_STREQ(reader.line, "a\n");
+    close(end);
 }
 
 }  // namespace

@@ -14,6 +14,10 @@ int main(int count, char** words) {
     const std::string argument = count > 2 ? words[2] : "", to = count > 3 ? words[3] : "";
     if (verb == "sleep") {
         std::this_thread::sleep_for(std::chrono::seconds(std::stoi(argument)));
+    } else if (verb == "hold") {
+        kelSharedMemory memory;
+        memory.Create(8, argument);
+        std::this_thread::sleep_for(std::chrono::seconds(30));
     } else if (verb == "say") {
         std::cout << "1" << std::flush;
         std::cerr << "2";

@@ -1,6 +1,9 @@
 #include "support/Faults.h"
 
 #include <apr_errno.h>
+#ifndef _WIN32
+#include <sys/syscall.h>
+#endif
 
 #include <atomic>
 #include <new>
@@ -12,6 +15,7 @@ thread_local FaultPlan fault;
 namespace {
 
 thread_local std::pair<std::string_view, std::function<int()>> atCall;
+thread_local std::function<std::size_t(std::size_t)> partOf;
 thread_local bool counting = false;
 thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
 std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
@@ -32,6 +36,15 @@ Guard Arm(const FaultPlan& plan) {
 Guard AtCall(const char* call, std::function<int()> answer) {
     atCall = {call, std::move(answer)};
     return Guard([] { atCall = {}; });
+}
+
+Guard ShortTransfers(std::function<std::size_t(std::size_t)> part) {
+    partOf = std::move(part);
+    return Guard([] { partOf = {}; });
+}
+
+std::size_t PartOf(std::size_t size) noexcept {
+    return counting && partOf && size > 0 ? partOf(size) : size;
 }
 
 Guard Counting(bool on) {
@@ -73,7 +86,7 @@ using Word = std::intptr_t;
     extern "C" Word __wrap_##name(WORDS)
 
 // FAILS(source, name, failure) fails without making the call; ENDS gives up a handle and then tells
-// a failure.
+// a failure; TRANSFERS moves a part of its bytes on demand.
 #define STRUCK(source, name, failure, calls)                                                 \
     WRAPPED(name) {                                                                          \
         const int error = ErrorOf(FaultSource::source, #name);                               \
@@ -81,9 +94,41 @@ using Word = std::intptr_t;
         errno = error != 0 ? error : errno;                                                  \
         return error != 0 ? failure : result;                                                \
     }
+#define TRANSFERS(source, name, failure)                                          \
+    WRAPPED(name) {                                                               \
+        const int error = ErrorOf(FaultSource::source, #name);                    \
+        const auto size = static_cast<Word>(PartOf(static_cast<std::size_t>(c))); \
+        if (error != 0 || (size == 0 && c != 0)) {                                \
+            errno = error != 0 ? error : EINTR;                                   \
+            return failure;                                                       \
+        }                                                                         \
+        return __real_##name(a, b, size, d, e, f);                                \
+    }
 #define FAILS(source, name, failure) STRUCK(source, name, failure, false)
 #define ENDS(source, name, failure) STRUCK(source, name, failure, true)
 #include "WrappedCalls.inc"
+
+#ifndef _WIN32
+// By number, those that the C library's functions make too have their names.
+WRAPPED(syscall) {
+    const char* const call = a == SYS_openat  ? "open"
+                             : a == SYS_close ? "close"
+                             : a == SYS_read  ? "read"
+                             : a == SYS_write ? "write"
+                                              : "syscall";
+    const bool transfers = a == SYS_read || a == SYS_write;
+    const int error = ErrorOf(FaultSource::System, call);
+    const auto size = transfers ? static_cast<Word>(PartOf(static_cast<std::size_t>(d))) : d;
+    const bool interrupted = transfers && size == 0 && d != 0;
+    if (interrupted || (error != 0 && a != SYS_close)) {
+        errno = interrupted ? EINTR : error;
+        return -1;
+    }
+    const Word result = __real_syscall(a, b, c, size, e, f);
+    errno = error != 0 ? error : errno;
+    return error != 0 ? -1 : result;
+}
+#endif
 
 // The runtime counts a user before it tries to start, also when it then fails.
 WRAPPED(apr_initialize) {

@@ -34,6 +34,10 @@ Guard Arm(const FaultPlan& plan);
 /// @param answer gives 0 to let the call go on, or the error that it fails with.
 Guard AtCall(const char* call, std::function<int()> answer);
 
+/// Lets a counting `read` or `write` of the calling thread move fewer bytes than it is asked for.
+/// @param part gives how many of the bytes it moves, or 0 for an interruption by a signal.
+Guard ShortTransfers(std::function<std::size_t(std::size_t)> part);
+
 /// A stretch in which calls count, or within one a stretch of the test's own work, which does not.
 Guard Counting(bool on);
 
@@ -46,6 +50,9 @@ auto UnderFaults(Call call) {
 
 /// How many users and pools of the runtime, blocks of `operator new` and descriptors there are.
 std::array<std::intmax_t, 4> WhatIsHeld();
+
+/// Of the wrappers: how many bytes a transfer is to move.
+std::size_t PartOf(std::size_t size) noexcept;
 
 /// Of the wrappers: counts a call, and gives the error that it is to fail with, or 0.
 int ErrorOf(FaultSource source, const char* call) noexcept;

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -35,7 +36,7 @@ constexpr int kBuffered = kelFile::ModeBuffered, kReadWrite = kRead | kelFile::M
 /// docs/platform-differences.md tells what is otherwise there.
 constexpr bool kOnWindows = fs::path::preferred_separator == '\\';
 /// The device that takes everything.
-constexpr const char* kNullDevice = kOnWindows ? "NUL" : "/dev/null";
+constexpr const char* kNullDevice = kOnWindows ? R"(\\.\NUL)" : "/dev/null";
 /// A file name beyond ASCII: of bytes that are no text where a name may be that.
 constexpr const char* kOddName = kOnWindows
                                      ? "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD"

@@ -75,32 +75,31 @@ TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
 }
 
-TEST(Windows, NamesBeyondTheSystemsPlainForm_AreTaken) {
-    const TemporaryDirectory directory;
-    const std::string deep = directory / std::string(150, 'a') + "/" + std::string(150, 'b');
-    ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
-    const std::string from = deep + "/from", to = deep + "/to";
-    EXPECT_EQ(kelFile(from, kWrite).WriteLine("x"), kOk);
-    EXPECT_EQ(kelFile::Copy(from, to, 0xFFF), kOk);
-    EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
-    EXPECT_EQ(kelFile::Rename(to, from), kOk);
-    EXPECT_TRUE(kelFile::Exists(from) && !kelFile::Exists(to));
-    EXPECT_EQ(kelFile::Copy(from, to + "\xFF", 0xFFF), kFailed) << "no UTF-8 names nothing";
-    EXPECT_EQ(kelFile::Delete(from), kOk);
-    EXPECT_EQ(kelDirectory::Delete(deep) + kelDirectory::Delete(deep.substr(0, deep.size() - 151)),
-              kOk);
-}
-
-TEST(Windows, IdentifiersBesideOneAndTheCodeThatStandsForRunning_AreNobodysAndAnEnd) {
-    kelProcess process, ended;
-    ASSERT_EQ(process.Start(ZUKEL_TEST_CHILD, {"sleep", "30"}, true), kOk);
-    for (int beside = 1; beside < 4; ++beside) {  // the system takes them for the one before
-        EXPECT_FALSE(kelProcess::IsRunning(process.GetPid() + beside));
-        EXPECT_EQ(kelProcess::NativeKill(process.GetPid() + beside), kFailed);
+/// The build sets the zone, which Wine takes from `TZ`.
+TEST(Windows, LocalTime_HasTheRulesOfItsYear) {
+    DYNAMIC_TIME_ZONE_INFORMATION zone{};
+    GetDynamicTimeZoneInformation(&zone);
+    if (std::wstring(zone.TimeZoneKeyName) != L"Eastern Standard Time") {
+        GTEST_SKIP() << "another zone";
     }
-    EXPECT_TRUE(process.IsRunning() && process.Kill() == kOk);
-    ASSERT_EQ(ended.Start("cmd.exe", {"/c", "exit", "259"}, false), kOk);
-    EXPECT_TRUE(Ends(ended) && !kelProcess::IsRunning(ended.GetPid()));
+    const struct {
+        long long seconds;
+        const char* text;
+    } rows[] = {
+        {1142856000, "2006-03-20 07:00 -0500 -05"},  // summer began in April then
+        {1174392000, "2007-03-20 08:00 -0400 -04"}, {1193832000, "2007-10-31 08:00 -0400 -04"},
+        {1162296000, "2006-10-31 07:00 -0500 -05"}, {1136080800, "2005-12-31 21:00 -0500 -05"},
+    };
+    for (const auto& row : rows) {
+        kelTime time(row.seconds * 1000000);
+        zuString text;
+        time.MakeLocalTime();
+        EXPECT_EQ(time.GetFormatTime(text, "%F %R %z %Z"), kOk);
+        EXPECT_EQ(text, row.text);
+    }
+    zuString text;
+    EXPECT_EQ(kelTime(0).GetFormatTime(text, "%z %Z"), kOk);
+    EXPECT_EQ(text, "+0000 UTC");
 }
 
 }  // namespace

@@ -25,5 +25,5 @@ diff -u --label expected --label exported <(expected "$3") <(exported "$1" "$2")
 
 # Nothing of the compiler's or the runtime's: a program needs no file but this one.
 foreign=$("$1" -p "$2" | sed -n 's/.*DLL Name: //p' |
-    grep -viE '^(kernel32|msvcrt|advapi32|iphlpapi|rpcrt4|shell32|ws2_32|mswsock)\.dll$' || true)
+    grep -viE '^(kernel32|msvcrt|advapi32|iphlpapi|rpcrt4|shell32|userenv|ws2_32|mswsock)\.dll$' || true)
 [[ -z $foreign ]] || { echo "needs $foreign" >&2; exit 1; }

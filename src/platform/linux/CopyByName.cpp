@@ -3,20 +3,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <climits>
+#include <memory>
 
 #include "platform/FileOperations.h"
 #include "platform/linux/CopyContents.h"
 #include "platform/linux/CopyRules.h"
 #include "platform/linux/Descriptor.h"
+#include "platform/linux/HeldSignals.h"
 #include "platform/linux/Permissions.h"
+#include "platform/linux/SourcePermissions.h"
+#include "platform/linux/SystemCall.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
 namespace {
 
 /// What a copy carries over beside the contents.
-struct Manner {
+struct CopyOptions {
     mode_t newMode;           ///< Of a new target, less the umask; not with `sourceMode`.
     bool sourceMode;          ///< The target gets the source's mode,
     bool modeFirst;           ///< before it is opened if it may not be written with its own,
@@ -31,131 +35,164 @@ mode_t ModeOfNew(apr_fileperms_t perms) noexcept {
 /// One copy from name to name: what is known of both ends, and what has happened to the target.
 class CopyByName {
 public:
-    CopyByName(const char* from, const char* to, const Manner& manner) noexcept
-        : from_(from), to_(to), manner_(manner) {}
+    CopyByName(const char* from, const char* to, const CopyOptions& options) noexcept
+        : from_(from), to_(to), options_(options) {}
 
     CopyEnd Run() noexcept {
-        // By name first, as far as that tells: opening may wait (a pipe) or be refused already.
-        const bool sourceExists = stat(from_, &source_) == 0;
         targetExists_ = stat(to_, &target_) == 0;
-        if (sourceExists && targetExists_ && IsSameFile(source_, target_)) {
+        // A pipe onto itself: opening it would wait for ever.
+        if (targetExists_ && !S_ISREG(target_.st_mode) && stat(from_, &source_) == 0 &&
+            IsSameFile(source_, target_)) {
             return CopyEnd::SameFile;
         }
-        if (!OpenSource() || !OpenTarget()) {
+        in_ = Open(from_, O_RDONLY);
+        if (!in_ || fstat(in_.Get(), &source_) != 0 || S_ISDIR(source_.st_mode)) {
             return CopyEnd::Failed;
         }
-        if (fstat(out_.Get(), &target_) != 0) {
-            if (created_) {
-                unlink(to_);
-            }
-            return CopyEnd::Failed;
-        }
-        // And for certain now. Nothing has been cut so far.
-        if (IsSameFile(source_, target_)) {
+        // By name first: the target may refuse to be opened.
+        if (targetExists_ && IsSameFile(source_, target_)) {
             return CopyEnd::SameFile;
         }
-        const bool regular = S_ISREG(target_.st_mode);
-        if (regular && !created_ && ftruncate(out_.Get(), 0) != 0) {
+        if ((S_ISREG(source_.st_mode) && !contents_.ReadFirst()) ||
+            (options_.sourceMode && !permissions_.Read(in_.Get())) || !OpenTarget()) {
             return CopyEnd::Failed;
         }
+        // The descriptors decide: a name may lead elsewhere by now. Nothing has been truncated yet.
+        if (!created_ && IsSameFile(source_, target_)) {
+            return CopyEnd::SameFile;
+        }
+        const bool regular = created_ || S_ISREG(target_.st_mode);
         if (Fill(regular) && out_.Close()) {
             return CopyEnd::Done;
         }
-        if (regular) {
+        if (regular && touched_) {
             RemoveTarget();
         }
         return CopyEnd::Failed;
     }
 
 private:
-    bool OpenSource() noexcept {
-        in_ = Descriptor(open(from_, O_RDONLY | O_CLOEXEC));
-        return in_ && fstat(in_.Get(), &source_) == 0 && !S_ISDIR(source_.st_mode) && GivesAByte();
+    static Descriptor Open(const char* name, int flags, mode_t mode = 0) noexcept {
+        return Descriptor(Uninterrupted([&] { return open(name, flags | O_CLOEXEC, mode); }));
     }
 
-    /// Some files open and then cannot be read: the target must not suffer from that.
-    bool GivesAByte() const noexcept {
-        char first = 0;
-        return !S_ISREG(source_.st_mode) || pread(in_.Get(), &first, 1, 0) >= 0 ||
-               errno == ESPIPE || errno == EINTR;
-    }
-
-    /// Opens the target as it is, to be cut later: it may turn out to be the source.
+    /// Opens the target as it is: it may turn out to be the source. One that exists is opened
+    /// without O_CREAT, which the system refuses in sticky directories of others. A new one that
+    /// is to have the source's permissions is its owner's alone until it has them.
     bool OpenTarget() noexcept {
-        constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC;
-        const mode_t mode =
-            manner_.sourceMode ? source_.st_mode & kReadWriteExecute : manner_.newMode;
-        if (!targetExists_) {
-            out_ = Descriptor(open(to_, kFlags | O_EXCL, mode));
-            created_ = static_cast<bool>(out_);
-            if (created_ || errno != EEXIST) {
-                return created_;
-            }
-            // A link that leads nowhere, or somebody has just been quicker.
-        }
-        out_ = Descriptor(open(to_, kFlags, mode));
-        if (!out_ && errno == EACCES && targetExists_ && manner_.modeFirst &&
-            S_ISREG(target_.st_mode) && chmod(to_, mode) == 0) {
-            // As the runtime: the mode that the target is to have anyway may let it be written.
-            out_ = Descriptor(open(to_, kFlags, mode));
-            if (!out_) {
-                chmod(to_, target_.st_mode);
+        const mode_t mode = options_.sourceMode ? source_.st_mode & S_IRWXU : options_.newMode;
+        if (targetExists_) {
+            out_ = Open(to_, O_WRONLY);
+            if (!out_ && errno == EACCES && options_.modeFirst && S_ISREG(target_.st_mode) &&
+                target_.st_uid == geteuid() && chmod(to_, mode) == 0) {
+                // As the runtime: the mode that the target is to have may let it be written.
+                out_ = Open(to_, O_WRONLY);
+                if (!out_) {
+                    chmod(to_, target_.st_mode & kModeBits);
+                }
             }
         }
-        return static_cast<bool>(out_);
+        if (!out_ && (!targetExists_ || errno == ENOENT)) {
+            out_ = Open(to_, O_WRONLY | O_CREAT | O_EXCL, mode);
+            if (out_) {
+                created_ = touched_ = true;
+                return true;
+            }
+            if (errno == EEXIST) {
+                // A symbolic link that leads nowhere, or somebody has just been quicker.
+                out_ = Open(to_, O_WRONLY | O_CREAT, mode);
+            }
+        }
+        return out_ && fstat(out_.Get(), &target_) == 0;
     }
 
     bool Fill(bool regular) noexcept {
-        const bool takesMode = regular && manner_.sourceMode;
-        // Before there is anything to read: it may be meant for fewer eyes than the old contents.
-        if (takesMode && !DoneOrRefused(fchmod(out_.Get(), source_.st_mode & kReadWriteExecute))) {
+        const bool takesMode = regular && options_.sourceMode;
+        if (regular && !created_ && !contents_.CoversInOneWrite(target_.st_size)) {
+            if (Uninterrupted([this] { return ftruncate(out_.Get(), 0); }) != 0) {
+                return false;
+            }
+            touched_ = true;
+        }
+        // Before writing: the new contents may be more private than the old.
+        const mode_t present = created_ ? SourcePermissions::kUnknown : target_.st_mode;
+        if (takesMode && !permissions_.GiveTo(out_.Get(), present)) {
             return false;
         }
-        if (!CopyContents(in_.Get(), out_.Get(), source_)) {
+        const bool hasSetId =
+            created_ && !takesMode && (options_.newMode & (S_ISUID | S_ISGID)) != 0;
+        if (hasSetId && fstat(out_.Get(), &target_) != 0) {
             return false;
         }
-        // The rest of the mode only now: writing takes the set-ID bits away.
-        const mode_t mode = ModeForCopy(source_, target_);
-        if (takesMode && mode > kReadWriteExecute && !DoneOrRefused(fchmod(out_.Get(), mode))) {
+        touched_ = true;
+        if (!WriteContents(regular)) {
+            return false;
+        }
+        // Writing takes the set-ID bits away.
+        if ((takesMode && !permissions_.GiveSpecialBitsTo(out_.Get())) ||
+            (hasSetId && !SucceededOrRefused(fchmod(out_.Get(), target_.st_mode & kModeBits)))) {
             return false;
         }
         const timespec times[] = {{0, UTIME_OMIT}, source_.st_mtim};
-        return !regular || !manner_.sourceModifiedTime ||
-               DoneOrRefused(futimens(out_.Get(), times));
+        return !regular || !options_.sourceModifiedTime ||
+               SucceededOrRefused(futimens(out_.Get(), times));
     }
 
-    /// Leaves nothing half-written under the target's name, which may be a link to the file. Cut
-    /// first, so that other names of the file show no part either.
-    void RemoveTarget() noexcept {
-        if (out_ && ftruncate(out_.Get(), 0) != 0) {
-            // Then they do. The name goes all the same.
+    /// A limit on the size of files, and a pipe that nobody reads any more, are failures and not
+    /// the end of the process.
+    bool WriteContents(bool regular) noexcept {
+        const HeldSignals held{SIGXFSZ, SIGPIPE};
+        const bool written = (S_ISREG(source_.st_mode) || contents_.ReadFirst()) &&
+                             contents_.WriteTo(out_.Get(), regular);
+        if (!written) {
+            held.Discard();
         }
-        char path[PATH_MAX];
+        return written;
+    }
+
+    /// Leaves nothing half-written under the target's name, which may be a link to the file.
+    void RemoveTarget() noexcept {
+        const bool known = out_ ? fstat(out_.Get(), &target_) == 0 : !created_;
+        // Truncated first, so that other names of the file show no part either.
+        if (out_ && ftruncate(out_.Get(), 0) != 0) {
+            // Best effort: unlink even then.
+        }
+        const std::unique_ptr<char, decltype(&free)> path(realpath(to_, nullptr), &free);
         struct stat now {};
-        if (realpath(to_, path) != nullptr && lstat(path, &now) == 0 && IsSameFile(now, target_)) {
-            unlink(path);
+        if (!path || lstat(path.get(), &now) != 0) {
+            return;
+        }
+        // Of a new target that could not be closed only the name is known.
+        const bool ours = S_ISREG(now.st_mode) && now.st_uid == geteuid() && now.st_nlink == 1;
+        if (known ? IsSameFile(now, target_) : ours) {
+            unlink(path.get());
         }
     }
 
     const char* from_;
     const char* to_;
-    Manner manner_;
+    CopyOptions options_;
     Descriptor in_;
     Descriptor out_;
     struct stat source_ {};
     struct stat target_ {};
+    Contents contents_{in_, source_};
+    SourcePermissions permissions_{source_};
     bool targetExists_ = false;
     bool created_ = false;
+    bool touched_ = false;  ///< A failure from here on removes a regular target.
 };
 
 }  // namespace
 
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
+    const Uncancelled uncancelled;
     const bool sourceMode = perms == APR_FPROT_FILE_SOURCE_PERMS;
     return CopyByName(from, to, {ModeOfNew(perms), sourceMode, sourceMode, false}).Run();
 }
 
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
+    const Uncancelled uncancelled;
     return CopyByName(from, to, {0, true, false, true}).Run();
 }
 

@@ -13,21 +13,21 @@ inline bool IsSameFile(const struct stat& one, const struct stat& other) noexcep
 }
 
 constexpr mode_t kReadWriteExecute = 0777;
+constexpr mode_t kModeBits = 07777;
 
-/// The mode that a copy takes from its source. A program that runs as its owner (group) does so as
-/// a copy only when the copy has that owner (group) too: otherwise it would run as whoever copied
-/// it.
-inline mode_t ModeForCopy(const struct stat& source, const struct stat& copy) noexcept {
-    const mode_t sameOwner = source.st_uid == copy.st_uid ? S_ISUID : 0;
-    const mode_t sameGroup = source.st_gid == copy.st_gid ? S_ISGID : 0;
-    return source.st_mode & (kReadWriteExecute | S_ISVTX | sameOwner | sameGroup);
+/// The extended attribute that holds a POSIX access list.
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+/// Whether an error says that the system, a sandbox or the volume does not do what was asked, or
+/// not for this user; EINVAL also says that an owner has no number there.
+inline bool IsRefusal(int error) noexcept {
+    return error == EPERM || error == EACCES || error == ENOTSUP || error == ENOSYS ||
+           error == EINVAL;
 }
 
-/// Whether a call that sets an attribute has done so, or was refused because the file belongs to
-/// somebody else, its volume keeps no such thing, or the owner has no number here. A copy does
-/// without it then.
-inline bool DoneOrRefused(int result) noexcept {
-    return result == 0 || errno == EPERM || errno == ENOTSUP || errno == EINVAL;
+/// Whether a call that sets an attribute has succeeded or was refused: a copy does without it then.
+inline bool SucceededOrRefused(int result) noexcept {
+    return result == 0 || IsRefusal(errno);
 }
 
 }  // namespace zukel::platform

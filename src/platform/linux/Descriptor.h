@@ -1,8 +1,8 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <utility>
+
+#include "platform/linux/SystemCall.h"
 
 namespace zukel::platform {
 
@@ -26,7 +26,7 @@ public:
     /// arrive; the descriptor is gone all the same.
     bool Close() noexcept {
         const int descriptor = std::exchange(descriptor_, kNone);
-        return descriptor < 0 || close(descriptor) == 0;
+        return descriptor < 0 || CloseDescriptor(descriptor) == 0;
     }
 
 private:

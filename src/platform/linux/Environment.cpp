@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "platform/linux/LocaleName.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -30,6 +31,7 @@ const char* NameOf(const Locale& locale) noexcept {
 
 /// One text of the record of the process's user.
 bool QueryUser(zuString& text, char* passwd::*field) {
+    const Uncancelled uncancelled;
     zuStlVector<char> room(1024);
     passwd user{};
     passwd* found = nullptr;
@@ -69,6 +71,7 @@ bool QueryUserDirectory(zuString& directory) {
 }
 
 LocaleId ThreadLocale() noexcept {
+    const Uncancelled uncancelled;
     // A copy, because the program's own may be changed by another thread while it is looked at.
     Locale locale(duplocale(uselocale(static_cast<locale_t>(nullptr))));
     if (locale && std::strcmp(NameOf(locale), "C") == 0) {

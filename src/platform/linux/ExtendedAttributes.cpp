@@ -8,19 +8,11 @@
 #include <memory>
 #include <new>
 
+#include "platform/linux/CopyRules.h"
+
 namespace zukel::platform {
 
-namespace {
-
-bool IsRefusal(int error) noexcept {
-    return error == ENOTSUP || error == EPERM || error == EACCES || error == EINVAL;
-}
-
-}  // namespace
-
 bool CopyExtendedAttributes(int from, int to) noexcept {
-    // A new file may have an access list from its directory, which would let others in.
-    fremovexattr(to, "system.posix_acl_access");
     if (flistxattr(from, nullptr, 0) == 0) {
         return true;
     }

@@ -1,6 +1,8 @@
 #include "platform/FileFacts.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -53,8 +55,12 @@ apr_status_t QueryPermissions(const char*, int&) noexcept {
 }
 
 bool FileExists(const char* name) noexcept {
+    if (faccessat(AT_FDCWD, name, F_OK, AT_EACCESS) == 0) {
+        return true;
+    }
+    // A sandbox may refuse that call, and an old system has no such flag.
     struct stat found {};
-    return stat(name, &found) == 0;
+    return errno != ENOENT && errno != ENOTDIR && stat(name, &found) == 0;
 }
 
 }  // namespace zukel::platform

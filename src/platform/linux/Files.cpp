@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "platform/linux/SystemCall.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -49,21 +50,24 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
         (mode & (APR_FOPEN_EXCL | APR_FOPEN_CREATE)) == APR_FOPEN_EXCL) {
         return APR_EACCES;
     }
-    return Opened(Uninterrupted([&] { return open(name, OpenFlags(mode), kNewFile); }), file);
+    return Opened(Uninterrupted([&] { return OpenDescriptor(name, OpenFlags(mode), kNewFile); }),
+                  file);
 }
 
 apr_status_t MakeTemporaryFile(char* name, FileHandle& file) noexcept {
+    const Uncancelled uncancelled;
     return Opened(mkostemp(name, O_CLOEXEC), file);
 }
 
 apr_status_t ReadBytes(const FileHandle& file, void* target, std::size_t& size) noexcept {
-    return Moved(Uninterrupted([&] { return read(DescriptorOf(file), target, size); }), size);
+    return Moved(Uninterrupted([&] { return ReadDescriptor(DescriptorOf(file), target, size); }),
+                 size);
 }
 
 apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t& size) noexcept {
     const bool wanted = size > 0;
-    const apr_status_t status =
-        Moved(Uninterrupted([&] { return write(DescriptorOf(file), source, size); }), size);
+    const apr_status_t status = Moved(
+        Uninterrupted([&] { return WriteDescriptor(DescriptorOf(file), source, size); }), size);
     // No file takes nothing. If one did, the caller would try for ever.
     return status == APR_SUCCESS && wanted && size == 0 ? EIO : status;
 }
@@ -88,7 +92,7 @@ bool MayReadAhead(const FileHandle& file) noexcept {
 
 apr_status_t CloseFile(FileHandle& file) noexcept {
     // Interrupted, the descriptor is closed all the same: once more could close another's.
-    if (!file || close(static_cast<int>(file.Release())) == 0 || errno == EINTR) {
+    if (!file || CloseDescriptor(static_cast<int>(file.Release())) == 0 || errno == EINTR) {
         return APR_SUCCESS;
     }
     return errno;

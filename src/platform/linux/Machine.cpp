@@ -176,6 +176,31 @@ void QueryAddressSpace(MemoryBytes& bytes, Room& room) noexcept {
     bytes.availableVirtual = Remaining(bytes.totalVirtual, Product(pages, pageSize));
 }
 
+/// Splits a moment by a function of the C library.
+apr_status_t Split(apr_time_exp_t& date, apr_time_t moment,
+                   tm* (*split)(const time_t*, tm*)) noexcept {
+    // A moment between two seconds belongs to the one before it, also before 1970, where dividing
+    // rounds the other way.
+    const auto rest = static_cast<int>(moment % APR_USEC_PER_SEC);
+    const auto second = static_cast<time_t>(moment / APR_USEC_PER_SEC - (rest < 0 ? 1 : 0));
+    tm parts{};
+    if (split(&second, &parts) == nullptr) {
+        return errno;
+    }
+    date = {rest < 0 ? rest + static_cast<int>(APR_USEC_PER_SEC) : rest,
+            parts.tm_sec,
+            parts.tm_min,
+            parts.tm_hour,
+            parts.tm_mday,
+            parts.tm_mon,
+            parts.tm_year,
+            parts.tm_wday,
+            parts.tm_yday,
+            parts.tm_isdst,
+            static_cast<apr_int32_t>(parts.tm_gmtoff)};
+    return APR_SUCCESS;
+}
+
 }  // namespace
 
 MemoryBytes QueryMemory() noexcept {
@@ -195,6 +220,7 @@ MemoryBytes QueryMemory() noexcept {
 }
 
 std::uint64_t AvailableForSegments() noexcept {
+    const Uncancelled uncancelled;
     const RoomHandle room = MakeRoom();
     if (room == nullptr) {
         return 0;
@@ -208,6 +234,7 @@ std::uint64_t AvailableForSegments() noexcept {
 }
 
 bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
+    const Uncancelled uncancelled;
     struct statvfs facts {};
     if (Uninterrupted([&] { return statvfs(path, &facts); }) != 0) {
         return false;
@@ -232,11 +259,11 @@ CpuRegisters Cpuid(std::uint32_t leaf) noexcept {
 }
 
 apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
-    return apr_time_exp_gmt(&date, moment);
+    return Split(date, moment, gmtime_r);
 }
 
 apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
-    return apr_time_exp_lt(&date, moment);
+    return Split(date, moment, localtime_r);
 }
 
 void ReadTimeZone() noexcept {

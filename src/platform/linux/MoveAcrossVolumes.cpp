@@ -6,6 +6,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <ctime>
+#include <memory>
+#include <new>
 #include <string>
 
 #include "platform/FileOperations.h"
@@ -13,22 +16,31 @@
 #include "platform/linux/CopyRules.h"
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/HeldSignals.h"
+#include "platform/linux/ReadLease.h"
+#include "platform/linux/SourcePermissions.h"
+#include "platform/linux/SystemCall.h"
 #include "platform/linux/TemporaryName.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
 namespace {
 
-/// Where the target goes: its directory, held open, and its name there.
+/// A name in its directory, which is held open.
 struct Place {
     explicit Place(const char* path) {
         const char* const slash = std::strrchr(path, '/');
         name = slash == nullptr ? path : slash + 1;
-        const std::string way(path, name);
-        directory =
-            Descriptor(open(way.empty() ? "." : way.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        const std::string folder(path, name);
+        directory = Descriptor(Uninterrupted([&] {
+            return open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        }));
     }
     explicit operator bool() const noexcept { return directory && *name != '\0'; }
+    bool LookAt(const char* entry, struct stat& status) const noexcept {
+        return fstatat(directory.Get(), entry, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    }
 
     Descriptor directory;
     const char* name;
@@ -36,91 +48,119 @@ struct Place {
 
 /// Waits until it is on the disk. File systems that know no such thing are content without.
 bool Sync(const Descriptor& descriptor) noexcept {
-    return fsync(descriptor.Get()) == 0 || errno == EINVAL || errno == EROFS;
+    return Uninterrupted([&] { return fsync(descriptor.Get()); }) == 0 || errno == EINVAL ||
+           errno == ENOSYS || errno == ENOTSUP || errno == EROFS;
 }
 
 bool SyncDirectory(const Place& place) noexcept {
-    const Descriptor directory(
-        openat(place.directory.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor directory(Uninterrupted(
+        [&] { return openat(place.directory.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     // One that may be written but not read cannot be waited for.
     return directory ? Sync(directory) : errno == EACCES;
 }
 
-/// Gives the copy what the source has beside its contents. The owner comes first: a change of the
-/// owner takes set-ID bits away.
-bool CarryOver(const struct stat& source, int from, int copy) noexcept {
-    const timespec times[] = {source.st_atim, source.st_mtim};
-    struct stat now {};
-    return (fchown(copy, source.st_uid, source.st_gid) == 0 ||
-            DoneOrRefused(fchown(copy, static_cast<uid_t>(-1), source.st_gid))) &&
-           CopyExtendedAttributes(from, copy) && fstat(copy, &now) == 0 &&
-           DoneOrRefused(fchmod(copy, ModeForCopy(source, now))) &&
-           DoneOrRefused(futimens(copy, times));
+bool IsSameTime(const timespec& one, const timespec& other) noexcept {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
 /// One move, from the copy beside the target to the removal of the source.
 class Move {
 public:
-    Move(const char* from, const char* to) : from_(from), place_(to) {}
+    Move(const char* from, const char* to) : origin_(from), place_(to) {}
 
-    bool Run() {
-        return place_ && lstat(from_, &source_) == 0 && MakeCopy() && IsSourceUnchanged() &&
-               PutInPlace() && (RemoveSource() || PutBack());
+    bool Run() noexcept {
+        return origin_ && place_ && MakeCopy() && IsSourceUnchanged(origin_.name) &&
+               ReplaceTarget() && (RemoveSource() || RollBack());
     }
 
 private:
     int Directory() const noexcept { return place_.directory.Get(); }
 
     bool MakeCopy() noexcept {
+        if (!origin_.LookAt(origin_.name, source_)) {
+            return false;
+        }
         const bool made = S_ISREG(source_.st_mode)   ? CopyRegular()
                           : S_ISLNK(source_.st_mode) ? CopyLink()
                                                      : false;
-        return made && fstatat(Directory(), copy_.Get(), &moved_, AT_SYMLINK_NOFOLLOW) == 0;
+        return made && place_.LookAt(copy_.Get(), moved_);
     }
 
     bool CopyRegular() noexcept {
-        const Descriptor in(open(from_, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-        struct stat opened {};
-        if (!in || fstat(in.Get(), &opened) != 0 || !IsSameFile(opened, source_)) {
+        in_ = Descriptor(Uninterrupted([this] {
+            return openat(origin_.directory.Get(), origin_.name,
+                          O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        }));
+        if (!in_) {
             return false;
         }
+        lease_.Take(in_.Get());
+        struct stat opened {};
+        if (fstat(in_.Get(), &opened) != 0 || !IsSameFile(opened, source_)) {
+            return false;
+        }
+        source_ = opened;
         Descriptor out = copy_.MakeFile();
-        return out && CopyContents(in.Get(), out.Get(), source_) &&
-               CarryOver(source_, in.Get(), out.Get()) && Sync(out) && out.Close();
+        return out && CopyWithoutSignals(out) && CarryOver(out) && Sync(out) && out.Close();
+    }
+
+    /// A limit on the size of files is a failure and not the end of the process.
+    bool CopyWithoutSignals(const Descriptor& out) noexcept {
+        const HeldSignals held{SIGXFSZ};
+        const bool copied = CopyContents(in_, out.Get(), source_);
+        if (!copied) {
+            held.Discard();
+        }
+        return copied;
+    }
+
+    /// Gives the copy what the source has beside its contents. The owner comes first: a change of
+    /// the owner takes set-ID bits away.
+    bool CarryOver(const Descriptor& out) noexcept {
+        const int copy = out.Get();
+        const timespec times[] = {source_.st_atim, source_.st_mtim};
+        SourcePermissions permissions(source_);
+        return (fchown(copy, source_.st_uid, source_.st_gid) == 0 ||
+                SucceededOrRefused(fchown(copy, static_cast<uid_t>(-1), source_.st_gid))) &&
+               CopyExtendedAttributes(in_.Get(), copy) && permissions.Read(in_.Get()) &&
+               permissions.GiveTo(copy) && permissions.GiveSpecialBitsTo(copy) &&
+               SucceededOrRefused(futimens(copy, times));
     }
 
     bool CopyLink() noexcept {
-        char text[PATH_MAX];
-        const ssize_t length = readlink(from_, text, sizeof text - 1);
+        const std::unique_ptr<char[]> text(new (std::nothrow) char[PATH_MAX]);
+        const ssize_t length =
+            text ? readlinkat(origin_.directory.Get(), origin_.name, text.get(), PATH_MAX - 1) : -1;
         if (length < 0) {
             return false;
         }
-        text[length] = '\0';
+        text[static_cast<std::size_t>(length)] = '\0';
         const timespec times[] = {source_.st_atim, source_.st_mtim};
-        return copy_.MakeLink(text) &&
-               DoneOrRefused(fchownat(Directory(), copy_.Get(), source_.st_uid, source_.st_gid,
-                                      AT_SYMLINK_NOFOLLOW)) &&
-               DoneOrRefused(utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
+        return copy_.MakeLink(text.get()) &&
+               SucceededOrRefused(fchownat(Directory(), copy_.Get(), source_.st_uid, source_.st_gid,
+                                           AT_SYMLINK_NOFOLLOW)) &&
+               SucceededOrRefused(utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
     }
 
-    /// Whether the copy is still all there is: somebody may write to the source while it is read.
-    bool IsSourceUnchanged() const noexcept {
+    /// Whether the copy is still all there is: somebody may write to the source, or replace it,
+    /// while it is copied.
+    bool IsSourceUnchanged(const char* name) const noexcept {
         struct stat now {};
-        return lstat(from_, &now) == 0 && IsSameFile(now, source_) &&
-               now.st_size == source_.st_size && now.st_mtim.tv_sec == source_.st_mtim.tv_sec &&
-               now.st_mtim.tv_nsec == source_.st_mtim.tv_nsec;
+        return origin_.LookAt(name, now) && IsSameFile(now, source_) &&
+               now.st_size == source_.st_size && now.st_mode == source_.st_mode &&
+               IsSameTime(now.st_mtim, source_.st_mtim) && lease_.IsUnbroken();
     }
 
     /// Gives the copy the target's name. A file that had it goes to a temporary name, from where it
     /// can come back.
-    bool PutInPlace() noexcept {
+    bool ReplaceTarget() noexcept {
         const int directory = Directory();
         if (renameat2(directory, copy_.Get(), directory, place_.name, RENAME_EXCHANGE) == 0) {
             former_ = &copy_;
             return true;
         }
-        // Not every file system can exchange two names.
-        if (errno == EINVAL || errno == ENOSYS) {
+        // Not every system and file system can exchange two names.
+        if (IsRefusal(errno)) {
             if (aside_.TakeOver(place_.name)) {
                 former_ = &aside_;
             } else if (errno != ENOENT) {
@@ -130,40 +170,69 @@ private:
             return false;
         }
         if (renameat(directory, copy_.Get(), directory, place_.name) != 0) {
-            return former_ != nullptr && PutBack();
+            return former_ != nullptr && RollBack();
         }
         copy_.Release();
         return true;
     }
 
     /// The new file is on the disk, and so must its name be before the source goes.
-    bool RemoveSource() const noexcept {
-        struct stat now {};
-        return SyncDirectory(place_) &&
-               (unlink(from_) == 0 || (lstat(from_, &now) != 0 && errno == ENOENT));
+    ///
+    /// The source first gets a name of our own, and only then the last look: under its former name
+    /// somebody could open it, or put another file there, between the look and the removal.
+    bool RemoveSource() noexcept {
+        if (!SyncDirectory(place_)) {
+            return false;
+        }
+        if (!leaving_.MoveAside(origin_.name)) {
+            return errno == ENOENT;  // somebody else has removed it
+        }
+        AwaitWriters();
+        if (IsSourceUnchanged(leaving_.Get()) &&
+            unlinkat(origin_.directory.Get(), leaving_.Get(), 0) == 0) {
+            return true;
+        }
+        leaving_.MoveBack(origin_.name);
+        return false;
+    }
+
+    /// Waits for those who opened the source by its former name and are about to write: whoever is
+    /// in the middle of opening it becomes visible to the lease, and whoever has it open for
+    /// writing mostly closes it soon. One who does not is left to the last look alone.
+    void AwaitWriters() noexcept {
+        constexpr timespec kOneMillisecond{0, 1000000};
+        constexpr int kAttempts = 50;
+        for (int attempt = 0; in_ && attempt < kAttempts; ++attempt) {
+            nanosleep(&kOneMillisecond, nullptr);
+            if (lease_.IsTaken() || lease_.Take(in_.Get()) || errno != EAGAIN) {
+                return;
+            }
+        }
     }
 
     /// Makes the target what it was. @returns false, as the move does then.
-    bool PutBack() noexcept {
+    bool RollBack() noexcept {
         const int directory = Directory();
         struct stat now {};
         if (former_ != nullptr) {
-            // To a second name of the same file this does nothing; the temporary one then goes at
-            // the end. Where there is no way back the former file stays under it.
+            // Between two hard links of one file this does nothing; the destructor then removes the
+            // temporary name. If it fails, the former file stays under its temporary name.
             if (renameat(directory, former_->Get(), directory, place_.name) != 0) {
                 former_->Release();
             }
-        } else if (fstatat(directory, place_.name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-                   IsSameFile(now, moved_)) {
+        } else if (place_.LookAt(place_.name, now) && IsSameFile(now, moved_)) {
             unlinkat(directory, place_.name, 0);
         }
         return false;
     }
 
-    const char* from_;
+    Place origin_;
     Place place_;
+    Descriptor in_;
+    ReadLease lease_;  ///< Given back when everything else is done.
     TemporaryName copy_{Directory()};
     TemporaryName aside_{Directory()};
+    TemporaryName leaving_{origin_.directory.Get()};
     TemporaryName* former_ = nullptr;  ///< Where the file that had the target's name is now.
     struct stat source_ {};
     struct stat moved_ {};
@@ -172,6 +241,7 @@ private:
 }  // namespace
 
 bool MoveAcrossVolumes(const char* from, const char* to) {
+    const Uncancelled uncancelled;
     struct stat source {};
     struct stat target {};
     if (lstat(to, &target) == 0) {

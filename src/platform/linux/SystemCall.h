@@ -1,8 +1,34 @@
 #pragma once
 
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <cerrno>
+#include <cstddef>
 
 namespace zukel::platform {
+
+// The four calls below are those of an open file. The C library's functions for them are
+// cancellation points, at which a thread may be unwound, and functions of the platform are
+// `noexcept`. `Uncancelled` prevents that too, but takes a tenth of the time of an opening.
+
+inline int OpenDescriptor(const char* name, int flags, mode_t mode) noexcept {
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags | O_LARGEFILE, mode));
+}
+
+inline ssize_t ReadDescriptor(int descriptor, void* target, std::size_t size) noexcept {
+    return static_cast<ssize_t>(syscall(SYS_read, descriptor, target, size));
+}
+
+inline ssize_t WriteDescriptor(int descriptor, const void* source, std::size_t size) noexcept {
+    return static_cast<ssize_t>(syscall(SYS_write, descriptor, source, size));
+}
+
+inline int CloseDescriptor(int descriptor) noexcept {
+    return static_cast<int>(syscall(SYS_close, descriptor));
+}
 
 /// Makes a system call that gives -1 when it fails, and makes it again for as long as a signal
 /// interrupts it.

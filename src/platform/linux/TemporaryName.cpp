@@ -8,7 +8,40 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/linux/CopyRules.h"
+#include "platform/linux/SystemCall.h"
+
 namespace zukel::platform {
+
+namespace {
+
+/// Renames within a directory. @returns -1 with EEXIST when something has the new name.
+int RenameToFree(int directory, const char* from, const char* to) noexcept {
+    if (renameat2(directory, from, directory, to, RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (!IsRefusal(errno)) {
+        return -1;
+    }
+    // As the system did before it had that call; and where there are no hard links either, by a
+    // look at the name.
+    if (linkat(directory, from, directory, to, 0) == 0) {
+        if (unlinkat(directory, from, 0) == 0) {
+            return 0;
+        }
+        const int error = errno;
+        unlinkat(directory, to, 0);
+        errno = error;
+        return -1;
+    }
+    struct stat present {};
+    if (!IsRefusal(errno) || fstatat(directory, to, &present, AT_SYMLINK_NOFOLLOW) == 0) {
+        return -1;
+    }
+    return errno == ENOENT ? renameat(directory, from, directory, to) : -1;
+}
+
+}  // namespace
 
 TemporaryName::~TemporaryName() {
     if (used_) {
@@ -37,7 +70,10 @@ int TemporaryName::Find(Make make) noexcept {
 
 Descriptor TemporaryName::MakeFile() noexcept {
     return Descriptor(Find([this](const char* name) {
-        return openat(directory_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        return Uninterrupted([&] {
+            return openat(directory_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                          S_IRUSR | S_IWUSR);
+        });
     }));
 }
 
@@ -52,6 +88,16 @@ bool TemporaryName::TakeOver(const char* name) noexcept {
                           ? linked
                           : renameat(directory_, name, directory_, own);
            }) == 0;
+}
+
+bool TemporaryName::MoveAside(const char* name) noexcept {
+    const int moved = Find([&](const char* own) { return RenameToFree(directory_, name, own); });
+    used_ = false;
+    return moved == 0;
+}
+
+bool TemporaryName::MoveBack(const char* name) const noexcept {
+    return RenameToFree(directory_, Get(), name) == 0;
 }
 
 }  // namespace zukel::platform

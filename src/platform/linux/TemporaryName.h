@@ -23,6 +23,12 @@ public:
     /// has hard links, so that the first never goes missing, and otherwise instead of the first.
     bool TakeOver(const char* name) noexcept;
 
+    /// Gives the entry `name` of the directory this name instead of its own. It stays under it at
+    /// the end.
+    bool MoveAside(const char* name) noexcept;
+    /// Gives what stands under this name the name `name`, unless something has that by now.
+    bool MoveBack(const char* name) const noexcept;
+
     const char* Get() const noexcept { return name_.data(); }
     /// What stands under the name stays, or has another name by now.
     void Release() noexcept { used_ = false; }

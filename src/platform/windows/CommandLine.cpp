@@ -1,48 +1,64 @@
 #include "platform/windows/CommandLine.h"
 
-#include <cstring>
-
 namespace zukel::platform {
 
 namespace {
 
-/// What the runtime takes for white space.
-constexpr char kSpace[] = " \t\n\v\f\r";
-
-std::string Escape(const char* argument) {
-    std::string text;
+/// Backslashes are themselves, but for those before a quotation mark, which count double.
+void AppendArgument(std::wstring& line, const std::wstring& argument) {
+    if (!argument.empty() && argument.find_first_of(L" \t\n\v\f\r\"") == std::wstring::npos) {
+        line += argument;
+        return;
+    }
     std::size_t backslashes = 0;
-    for (; *argument != '\0'; ++argument) {
-        if (*argument == '"') {
-            text.append(backslashes + 1, '\\');  // those before it count double
+    line += L'"';
+    for (const wchar_t unit : argument) {
+        if (unit == L'"') {
+            line.append(backslashes + 1, L'\\');
         }
-        backslashes = *argument == '\\' ? backslashes + 1 : 0;
-        text.push_back(*argument);
+        backslashes = unit == L'\\' ? backslashes + 1 : 0;
+        line += unit;
     }
-    if (text.find_first_of(kSpace) != std::string::npos) {
-        text.append(backslashes, '\\');  // before the mark that the runtime adds
-    }
-    return text;
+    line.append(backslashes, L'\\').append(1, L'"');
+}
+
+bool IsSafeInMarks(const std::wstring& text) noexcept {
+    return text.find_first_of(L"\"%\r\n") == std::wstring::npos;
 }
 
 }  // namespace
 
-bool IsProgramName(const char* name) noexcept {
-    const std::size_t length = std::strlen(name);
-    const char* const mark = std::strchr(name, '"');
-    const bool quoted =
-        mark == name && length > 2 && std::strchr(name + 1, '"') == name + length - 1;
-    return length != 0 && (mark == nullptr || quoted);
+std::wstring CommandLine(const std::vector<std::wstring>& arguments) {
+    // In the name of the program backslashes have no meaning.
+    std::wstring line = L'"' + arguments.front() + L'"';
+    for (std::size_t at = 1; at < arguments.size(); ++at) {
+        line += L' ';
+        AppendArgument(line, arguments[at]);
+    }
+    return line;
 }
 
-CommandLine::CommandLine(const char* const* arguments) {
-    for (const char* const* at = arguments; *at != nullptr; ++at) {
-        texts_.push_back(at == arguments ? *at : Escape(*at));
+bool BatchCommandLine(const std::wstring& interpreter, const std::wstring& script,
+                      const std::vector<std::wstring>& arguments, std::wstring& line) {
+    constexpr std::size_t kLongest = 8191;
+    if (!IsSafeInMarks(script)) {
+        return false;
     }
-    for (const std::string& text : texts_) {
-        pointers_.push_back(text.c_str());
+    // No commands of the registry, the interpreter's extensions on, `!` as it is, and of all marks
+    // the first and the last alone taken away.
+    std::wstring written = L'"' + interpreter + L"\" /d /e:on /v:off /s /c \"\"" + script + L'"';
+    for (std::size_t at = 1; at < arguments.size(); ++at) {
+        if (!IsSafeInMarks(arguments[at])) {
+            return false;
+        }
+        written.append(L" \"").append(arguments[at]).append(1, L'"');
     }
-    pointers_.push_back(nullptr);
+    written += L'"';
+    if (written.size() > kLongest) {
+        return false;
+    }
+    line = std::move(written);
+    return true;
 }
 
 }  // namespace zukel::platform

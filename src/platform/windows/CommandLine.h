@@ -5,23 +5,21 @@
 
 namespace zukel::platform {
 
-/// Whether the runtime can be given this as a program's name: not empty, and with no quotation mark
-/// in it but one at each end.
-bool IsProgramName(const char* name) noexcept;
+/// The command line of a program, written so that the C library of the program takes it apart into
+/// the arguments as they were given.
+///
+/// @param arguments the first is the program's name, without quotation marks.
+std::wstring CommandLine(const std::vector<std::wstring>& arguments);
 
-/// A program's arguments, written so that the child's C library reads them as they were given. The
-/// runtime joins them to one line and puts quotation marks around those with white space, but
-/// leaves what is in them alone.
-class CommandLine {
-public:
-    /// @param arguments ends with null; the first is the program's name and stays as it is.
-    explicit CommandLine(const char* const* arguments);
-
-    const char* const* Get() const noexcept { return pointers_.data(); }
-
-private:
-    std::vector<std::string> texts_;
-    std::vector<const char*> pointers_;
-};
+/// The command line of the command interpreter that runs a batch file. Each argument is in
+/// quotation marks, within which the interpreter takes every character for itself but `"`, `%` and
+/// the ends of lines.
+///
+/// @param script the absolute name of the batch file.
+/// @param arguments the first is left out.
+/// @returns false, with `line` unchanged, when one of the texts has such a character, or all of
+/// them are longer than the interpreter reads.
+bool BatchCommandLine(const std::wstring& interpreter, const std::wstring& script,
+                      const std::vector<std::wstring>& arguments, std::wstring& line);
 
 }  // namespace zukel::platform

@@ -1,9 +1,7 @@
-#include <apr_file_io.h>
-
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
 
-// The runtime's copy (1.7.2) and the system's `CopyFileA` empty a target before they know that it
+// The runtime's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it
 // is not the source, or leave a part of it when the writing fails. So the first is done here, with
 // the result of the runtime's, and the second only where both ends can be had.
 
@@ -11,11 +9,9 @@ namespace zukel::platform {
 
 namespace {
 
-constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
 /// Directories do not open.
 Handle OpenSource(const wchar_t* name) noexcept {
-    return Handle(CreateFileW(name, GENERIC_READ, kShared, nullptr, OPEN_EXISTING,
+    return Handle(CreateFileW(name, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                               FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
@@ -60,8 +56,7 @@ void CarryOver(const Handle& source, const Handle& copy) noexcept {
 
 }  // namespace
 
-CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms,
-                            apr_pool_t*) noexcept {
+CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
     const WideName source(from);
     const WideName target(to);
     if (!source || !target) {
@@ -75,10 +70,10 @@ CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t pe
     if (!in || !GivesAByte(in)) {
         return CopyEnd::Failed;
     }
-    Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShared, nullptr,
+    Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!out) {  // one that can only be written, such as a pipe
-        out = Handle(CreateFileW(target.Get(), GENERIC_WRITE, kShared, nullptr, OPEN_ALWAYS,
+        out = Handle(CreateFileW(target.Get(), GENERIC_WRITE, kShareAll, nullptr, OPEN_ALWAYS,
                                  FILE_ATTRIBUTE_NORMAL, nullptr));
     }
     if (!out) {
@@ -94,31 +89,36 @@ CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t pe
     }
     const bool takesMark = regular && perms == APR_FPROT_FILE_SOURCE_PERMS;
     if (!CopyContents(in, out) || (takesMark && !TakeReadOnlyMark(out, file.attributes))) {
-        RemoveOpenFile(std::move(out));
+        DropOpenFile(std::move(out));
         return CopyEnd::Failed;
     }
     return out.Close() ? CopyEnd::Done : CopyEnd::Failed;
 }
 
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
-    // In narrow names, as the copy reads them.
-    const auto open = [](const char* name, DWORD access) {
-        return Handle(CreateFileA(name, access, kShared, nullptr, OPEN_EXISTING, 0, nullptr));
+    const WideName sourceName(from);
+    const WideName targetName(to);
+    if (!sourceName || !targetName) {
+        return CopyEnd::Failed;
+    }
+    const auto open = [](const WideName& name, DWORD access) {
+        return Handle(
+            CreateFileW(name.Get(), access, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
     };
-    const FileId source = Identify(open(from, FILE_READ_ATTRIBUTES));
-    const Handle present = open(to, FILE_READ_ATTRIBUTES);
+    const FileId source = Identify(open(sourceName, FILE_READ_ATTRIBUTES));
+    const Handle present = open(targetName, FILE_READ_ATTRIBUTES);
     if (source == Identify(present)) {
         return CopyEnd::SameFile;
     }
-    if (!open(from, GENERIC_READ) || (present && !open(to, GENERIC_WRITE))) {
+    if (!open(sourceName, GENERIC_READ) || (present && !open(targetName, GENERIC_WRITE))) {
         return CopyEnd::Failed;
     }
-    if (CopyFileA(from, to, FALSE) != 0) {
-        CarryOver(open(from, FILE_READ_ATTRIBUTES), open(to, FILE_WRITE_ATTRIBUTES));
+    if (CopyFileW(sourceName.Get(), targetName.Get(), FALSE) != 0) {
+        CarryOver(open(sourceName, FILE_READ_ATTRIBUTES), open(targetName, FILE_WRITE_ATTRIBUTES));
         return CopyEnd::Done;
     }
     // Both ends could be had, so it is the writing that has failed.
-    RemoveOpenFile(open(to, GENERIC_WRITE));
+    DropOpenFile(open(targetName, GENERIC_WRITE));
     return CopyEnd::Failed;
 }
 

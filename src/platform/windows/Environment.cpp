@@ -1,32 +1,96 @@
 #include "platform/Environment.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
+#include "platform/windows/Security.h"
 #include "platform/windows/WideName.h"
+
+#include <userenv.h>
 
 namespace zukel::platform {
 
-bool MayBeEnvironmentVariable(const char* name, const char* value) noexcept {
-    const auto fits = [](const char* text) {
-        constexpr int kMost = 32766;
-        const int size = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
-        return size > 0 && size - 1 <= kMost;
-    };
-    return *name != '\0' && std::strchr(name, '=') == nullptr && fits(name) && fits(value);
+bool ReadEnvironmentVariable(const char* name, zuString& value) {
+    std::wstring wideName;
+    std::wstring text;
+    if (!ToWide(name, wideName)) {
+        return false;
+    }
+    for (DWORD size = 1;;) {
+        text.resize(size);
+        SetLastError(ERROR_SUCCESS);
+        const DWORD length = GetEnvironmentVariableW(wideName.c_str(), text.data(), size);
+        if (length == 0 && GetLastError() != ERROR_SUCCESS) {
+            return false;
+        }
+        if (length < size) {
+            text.resize(length);
+            break;
+        }
+        size = length + 1;
+    }
+    value = ToUtf8(text);
+    return true;
 }
 
-void RepeatEnvironmentVariable(const char* name, const char* value) noexcept {
-    if (_putenv_s(name, value) != 0 || *value == '\0') {
-        return;
+bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
+    constexpr int kMost = 32766;
+    constexpr std::size_t kSize = kMost + 1;
+    const std::unique_ptr<wchar_t[]> room(new (std::nothrow) wchar_t[2 * kSize]);
+    if (!room || *name == '\0' || std::strchr(name, '=') != nullptr) {
+        return false;
+    }
+    wchar_t* const wideName = room.get();
+    wchar_t* const wideValue = wideName + kSize;
+    const auto convert = [](const char* text, wchar_t* wide) {
+        return std::strlen(text) <= 3 * kSize &&
+               MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, -1, wide, kSize) > 0;
+    };
+    if (!convert(name, wideName) || !convert(value, wideValue) || _putenv_s(name, value) != 0) {
+        return false;
     }
     // The C library hands the narrow texts on to the system, which reads them in the code page of
-    // the process. Where that is not UTF-8, this brings back what the runtime has set.
-    const WideName wideName(name);
-    const WideName wideValue(value);
-    if (GetACP() != CP_UTF8 && wideName && wideValue) {
-        SetEnvironmentVariableW(wideName.Get(), wideValue.Get());
+    // the process. This tells the system what they are.
+    return SetEnvironmentVariableW(wideName, *wideValue == L'\0' ? nullptr : wideValue) != 0 ||
+           *wideValue == L'\0';
+}
+
+bool QueryUserName(zuString& name) {
+    SecurityId user{};
+    SID_NAME_USE use{};
+    // What an account's name has at most, and its domain's.
+    std::array<wchar_t, 257> account{};
+    std::array<wchar_t, 257> domain{};
+    auto accountSize = static_cast<DWORD>(account.size());
+    auto domainSize = static_cast<DWORD>(domain.size());
+    if (!CurrentUser(user) || LookupAccountSidW(nullptr, user.Get(), account.data(), &accountSize,
+                                                domain.data(), &domainSize, &use) == 0) {
+        return false;
     }
+    name = ToUtf8(account.data());
+    return true;
+}
+
+bool QueryUserDirectory(zuString& directory) {
+    HANDLE opened = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == 0) {
+        return false;
+    }
+    const Handle token(opened);
+    DWORD size = 0;
+    GetUserProfileDirectoryW(token.Get(), nullptr, &size);
+    std::wstring path(size, L'\0');
+    if (size == 0 || GetUserProfileDirectoryW(token.Get(), path.data(), &size) == 0) {
+        return false;
+    }
+    zuString told = ToUtf8(path.c_str());
+    std::replace(told.begin(), told.end(), '\\', '/');
+    directory = std::move(told);
+    return true;
 }
 
 LocaleId ThreadLocale() noexcept {
@@ -45,7 +109,27 @@ int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcep
 }
 
 unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
-    return GetLongPathNameA(name, buffer, size);
+    const WideName wide(name);
+    std::unique_ptr<wchar_t[]> found;
+    DWORD length = wide ? GetLongPathNameW(wide.Get(), nullptr, 0) : 0;
+    if (length != 0) {
+        found.reset(new (std::nothrow) wchar_t[length]);
+        const DWORD room = length;
+        length = found ? GetLongPathNameW(wide.Get(), found.get(), room) : 0;
+        if (length >= room) {  // the path has changed since it was measured
+            return 0;
+        }
+    }
+    if (length == 0) {
+        return 0;
+    }
+    const int needed =
+        WideCharToMultiByte(CP_UTF8, 0, found.get(), -1, nullptr, 0, nullptr, nullptr);
+    if (needed <= 0 || static_cast<unsigned>(needed) > size) {
+        return needed > 0 ? static_cast<unsigned>(needed) : 0;
+    }
+    WideCharToMultiByte(CP_UTF8, 0, found.get(), -1, buffer, needed, nullptr, nullptr);
+    return static_cast<unsigned>(needed) - 1;
 }
 
 }  // namespace zukel::platform

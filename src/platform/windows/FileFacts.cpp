@@ -1,28 +1,116 @@
 #include "platform/FileFacts.h"
 
-#include <apr_file_io.h>
+#include "platform/windows/OpenFile.h"
+#include "platform/windows/Security.h"
 
 namespace zukel::platform {
 
 namespace {
-/// As the runtime reads it: without access to the contents, which opens directories as well; a link
-/// itself; with the right to read owner and permissions.
-constexpr apr_int32_t kOpenForFacts = 0x730000;
-}  // namespace
 
-apr_status_t QueryFile(apr_finfo_t& info, const char* name, apr_int32_t wanted,
-                       apr_pool_t* pool) noexcept {
-    apr_file_t* file = nullptr;
-    apr_status_t status = apr_file_open(&file, name, kOpenForFacts, APR_FPROT_OS_DEFAULT, pool);
-    if (status == APR_SUCCESS) {
-        status = apr_file_info_get(&info, wanted, file);
-        apr_file_close(file);
-    }
-    return status;
+/// Microseconds since 1970 of what the system counts in tenths of them since 1601.
+long long MicroSeconds(const FILETIME& time) noexcept {
+    constexpr long long kBetween = 11644473600LL * 1000000;
+    const auto high = static_cast<std::uint64_t>(time.dwHighDateTime) << 32U;
+    return static_cast<long long>((high | time.dwLowDateTime) / 10) - kBetween;
 }
 
-apr_status_t QueryPermissions(apr_finfo_t& info, const char* name, apr_pool_t* pool) noexcept {
-    return apr_stat(&info, name, APR_FINFO_PROT, pool);
+/// Links and mount points, but none of the other reparse points, which stand for the file itself.
+bool IsLink(const Handle& file, DWORD attributes) noexcept {
+    FILE_ATTRIBUTE_TAG_INFO tag{};
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (GetFileInformationByHandleEx(file.Get(), FileAttributeTagInfo, &tag, sizeof tag) == 0 ||
+            IsReparseTagNameSurrogate(tag.ReparseTag));
+}
+
+apr_filetype_e TypeOf(const Handle& file, DWORD attributes) noexcept {
+    if (IsLink(file, attributes)) {
+        return APR_LNK;
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return APR_DIR;
+    }
+    switch (GetFileType(file.Get())) {
+        case FILE_TYPE_DISK:
+            return APR_REG;
+        case FILE_TYPE_CHAR:
+            return APR_CHR;
+        case FILE_TYPE_PIPE:
+            return APR_PIPE;
+        default:
+            return APR_NOFILE;
+    }
+}
+
+}  // namespace
+
+apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept {
+    const WideName wide(name, Devices::Taken);
+    if (!wide) {
+        return wide.Status();
+    }
+    Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, Links::Themselves);
+    if (!file && GetLastError() == ERROR_ACCESS_DENIED) {  // without its owner, then
+        file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Themselves);
+    }
+    if (!file) {
+        return LastStatus();
+    }
+    FileFacts found;
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (GetFileInformationByHandle(file.Get(), &info) != 0) {
+        found.type = TypeOf(file, info.dwFileAttributes);
+        found.size = static_cast<long long>(static_cast<std::uint64_t>(info.nFileSizeHigh) << 32U |
+                                            info.nFileSizeLow);
+        found.created = MicroSeconds(info.ftCreationTime);
+        found.accessed = MicroSeconds(info.ftLastAccessTime);
+        found.modified = MicroSeconds(info.ftLastWriteTime);
+    } else {
+        found.type = TypeOf(file, 0);
+        if (found.type != APR_CHR && found.type != APR_PIPE) {  // which have nothing to tell
+            return LastStatus();
+        }
+    }
+    const SecurityOfFile security(file);
+    found.hasUser = security.Owner() != nullptr;
+    found.hasGroup = security.Group() != nullptr;
+    facts = found;
+    return APR_SUCCESS;
+}
+
+apr_status_t QueryPermissions(const char* name, int& permissions) noexcept {
+    const WideName wide(name);
+    if (!wide) {
+        return wide.Status();
+    }
+    const Handle file =
+        OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, Links::Followed);
+    if (!file) {
+        return LastStatus();
+    }
+    const SecurityOfFile security(file);
+    if (security.Owner() == nullptr) {
+        return APR_INCOMPLETE;
+    }
+    int told = security.Permissions();
+    if ((Identify(file).attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        told &= ~(APR_FPROT_UWRITE | APR_FPROT_GWRITE | APR_FPROT_WWRITE);
+    }
+    permissions = told;
+    return APR_SUCCESS;
+}
+
+bool FileExists(const char* name) noexcept {
+    const WideName wide(name, Devices::Taken);
+    if (!wide || *wide.Get() == L'\0') {
+        return false;
+    }
+    const DWORD attributes = GetFileAttributesW(wide.Get());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return GetLastError() ==
+               ERROR_SHARING_VIOLATION;  // the system's own, such as its paging file
+    }
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||
+           OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Followed);
 }
 
 }  // namespace zukel::platform

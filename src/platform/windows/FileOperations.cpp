@@ -3,42 +3,92 @@
 #include <apr_errno.h>
 #include <io.h>
 
-#include <cstdio>
-
 #include "platform/windows/OpenFile.h"
 
 namespace zukel::platform {
 
-apr_status_t RenameFile(const char* from, const char* to, apr_pool_t*) noexcept {
+namespace {
+
+/// The names, or the reason of the first that the system cannot take.
+apr_status_t StatusOf(const WideName& first, const WideName& second) noexcept {
+    return first ? second.Status() : first.Status();
+}
+
+bool IsFile(const FileId& file) noexcept {
+    return file.known && (file.attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+}  // namespace
+
+apr_status_t RenameFile(const char* from, const char* to) noexcept {
     const WideName source(from);
-    const WideName target(to);
-    if (!source || !target) {
-        return APR_ENOMEM;
+    WideName target(to);
+    // A short name would be read from where the file is.
+    if (!source || !target || !target.MakeExtended()) {
+        return StatusOf(source, target);
     }
+    const FileId present = Identify(target.Get(), Links::Themselves);
+    Handle file;
+    const DWORD opened = RepeatWhileShared([&] {
+        file = OpenForFacts(source.Get(), DELETE | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                            Links::Themselves);
+        return file ? ERROR_SUCCESS : GetLastError();
+    });
+    if (!file) {
+        return APR_FROM_OS_ERROR(opened);
+    }
+    const FileId moved = Identify(file);
     // Two names of one file stay both. Of a single name the system makes the other, in other case.
-    const FileId file = Identify(source.Get(), Links::Themselves);
-    if (file.links > 1 && file == Identify(target.Get(), Links::Themselves)) {
+    if (moved.links > 1 && moved == present) {
         return APR_SUCCESS;
     }
-    return MoveFileExW(source.Get(), target.Get(), MOVEFILE_REPLACE_EXISTING) != 0
-               ? APR_SUCCESS
-               : apr_get_os_error();
+    if (!IsFile(moved) && IsFile(present)) {  // Wine 8 would put the directory in its place
+        return APR_ENOTDIR;
+    }
+    const DWORD error = RepeatWhileShared([&] { return RenameOpenFile(file, target.Get()); });
+    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
 }
 
 void SetNormalAttributes(const char* name) noexcept {
-    SetFileAttributesA(name, FILE_ATTRIBUTE_NORMAL);
+    const WideName wide(name);
+    if (wide) {
+        SetFileAttributesW(wide.Get(), FILE_ATTRIBUTE_NORMAL);
+    }
 }
 
 bool RenameInPlace(const char* from, const char* to) noexcept {
-    return std::rename(from, to) == 0;
+    const WideName source(from);
+    const WideName target(to);
+    return source && target && MoveFileExW(source.Get(), target.Get(), 0) != 0;
+}
+
+apr_status_t RemoveFile(const char* name) noexcept {
+    const WideName wide(name);
+    if (!wide) {
+        return wide.Status();
+    }
+    Handle file;
+    DWORD error = RepeatWhileShared([&] {
+        // A link to a directory goes as any other link.
+        file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Links::Themselves);
+        return file ? ERROR_SUCCESS : GetLastError();
+    });
+    if (file) {
+        constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
+        const DWORD kind = Identify(file).attributes & (FILE_ATTRIBUTE_DIRECTORY | kLink);
+        error = kind == FILE_ATTRIBUTE_DIRECTORY ? ERROR_ACCESS_DENIED : RemoveOpenFile(file);
+    }
+    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
 }
 
 bool ChangeAccess(const char* name, int mode) noexcept {
-    return _chmod(name, mode) == 0;
+    const WideName wide(name);
+    return wide && _wchmod(wide.Get(), mode) == 0;
 }
 
 bool IsAccessible(const wchar_t* name, int access) {
-    return _waccess(name, access) == 0;
+    const WideName wide(name);
+    return wide && _waccess(wide.Get(), access) == 0;
 }
 
 }  // namespace zukel::platform

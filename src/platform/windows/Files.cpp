@@ -1,18 +1,219 @@
+#define _CRT_RAND_S  // for rand_s
+
 #include "platform/Files.h"
 
-#include <apr_portable.h>
+#include <apr_file_io.h>
 #include <mbctype.h>
+#include <winioctl.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <memory>
+#include <new>
+
+#include "platform/windows/OpenFile.h"
+#include "platform/windows/Security.h"
 
 namespace zukel::platform {
 
 namespace {
-HANDLE HandleOf(apr_file_t* file) noexcept {
-    apr_os_file_t handle = INVALID_HANDLE_VALUE;
-    return apr_os_file_get(&handle, file) == APR_SUCCESS ? handle : INVALID_HANDLE_VALUE;
-}
-}  // namespace
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
+
+/// The file's handle stays the caller's.
+HANDLE HandleOf(const FileHandle& file) noexcept {
+    return reinterpret_cast<HANDLE>(file.Get());
+}
+
+FileHandle Own(HANDLE file) noexcept {
+    return FileHandle(reinterpret_cast<FileHandle::Native>(file));
+}
+
+DWORD Disposition(int mode) noexcept {
+    const bool truncates = (mode & APR_FOPEN_TRUNCATE) != 0;
+    if ((mode & APR_FOPEN_CREATE) == 0) {
+        return truncates ? TRUNCATE_EXISTING : OPEN_EXISTING;
+    }
+    if ((mode & APR_FOPEN_EXCL) != 0) {
+        return CREATE_NEW;
+    }
+    return truncates ? CREATE_ALWAYS : OPEN_ALWAYS;
+}
+
+/// Takes all rights to write from a handle but that to append.
+apr_status_t NarrowToAppending(FileHandle& file, DWORD rights) noexcept {
+    HANDLE narrowed = nullptr;
+    const HANDLE self = GetCurrentProcess();
+    if (DuplicateHandle(self, HandleOf(file), self, &narrowed, rights, FALSE, 0) == 0) {
+        return LastStatus();
+    }
+    file = Own(narrowed);
+    return APR_SUCCESS;
+}
+
+/// Why a file could not be opened. The system says of a name below a file the same as of one below
+/// a missing directory.
+apr_status_t OpenStatus(const wchar_t* name) noexcept {
+    const DWORD error = GetLastError();
+    const std::size_t size = std::wcslen(name) + 1;
+    const std::unique_ptr<wchar_t[]> parent(
+        error == ERROR_PATH_NOT_FOUND ? new (std::nothrow) wchar_t[size] : nullptr);
+    if (parent) {
+        std::wmemcpy(parent.get(), name, size);
+        for (std::size_t at = size - 1; at > 0; --at) {
+            if (parent[at] != L'/' && parent[at] != L'\\') {
+                continue;
+            }
+            parent[at] = L'\0';
+            const DWORD attributes = GetFileAttributesW(parent.get());
+            if (attributes != INVALID_FILE_ATTRIBUTES) {
+                return (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? APR_ENOTDIR
+                                                                    : APR_FROM_OS_ERROR(error);
+            }
+        }
+    }
+    return APR_FROM_OS_ERROR(error);
+}
+
+/// Small letters and digits: the system does not tell case apart.
+bool FillIn(char* text, std::size_t length) noexcept {
+    constexpr char kSigns[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    for (std::size_t at = 0; at < length; ++at) {
+        unsigned number = 0;
+        if (rand_s(&number) != 0) {
+            return false;
+        }
+        text[at] = kSigns[number % (sizeof kSigns - 1)];
+    }
+    return true;
+}
+
+/// One call moves no more: a server need not take more, and the caller asks again.
+DWORD AtOnce(std::size_t size) noexcept {
+    constexpr std::size_t kMost = std::size_t{32} << 20U;
+    return static_cast<DWORD>(std::min(size, kMost));
+}
+
+}  // namespace
+
+apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexcept {
+    const bool reads = (mode & APR_FOPEN_READ) != 0;
+    const bool writes = (mode & APR_FOPEN_WRITE) != 0;
+    const bool appends = writes && (mode & APR_FOPEN_APPEND) != 0;
+    const bool truncates = (mode & APR_FOPEN_TRUNCATE) != 0;
+    if ((!reads && !writes) || (mode & (APR_FOPEN_EXCL | APR_FOPEN_CREATE)) == APR_FOPEN_EXCL) {
+        return APR_EACCES;
+    }
+    const WideName wide(name, Devices::Taken);
+    if (!wide) {
+        return wide.Status();
+    }
+    // The system truncates only for who has all the rights to write.
+    const DWORD writing = appends && !truncates ? kAppendAlone : GENERIC_WRITE;
+    const DWORD deletes = (mode & APR_FOPEN_DELONCLOSE) != 0 ? FILE_FLAG_DELETE_ON_CLOSE : 0;
+    FileHandle opened =
+        Own(CreateFileW(wide.Get(), (reads ? GENERIC_READ : 0) | (writes ? writing : 0), kShareAll,
+                        nullptr, Disposition(mode), FILE_ATTRIBUTE_NORMAL | deletes, nullptr));
+    if (!opened) {
+        return OpenStatus(wide.Get());
+    }
+    if (appends && truncates) {
+        const apr_status_t status =
+            NarrowToAppending(opened, kAppendAlone | (reads ? FILE_GENERIC_READ : 0));
+        if (status != APR_SUCCESS) {
+            return status;
+        }
+    }
+    if (writes && (mode & APR_FOPEN_SPARSE) != 0) {
+        DWORD nothing = 0;  // a file system without holes writes them out
+        DeviceIoControl(HandleOf(opened), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &nothing,
+                        nullptr);
+    }
+    file = std::move(opened);
+    return APR_SUCCESS;
+}
+
+apr_status_t MakeTemporaryFile(char* name, FileHandle& file) noexcept {
+    const std::size_t length = std::strlen(name);
+    std::size_t marks = 0;
+    while (marks < length && name[length - marks - 1] == 'X') {
+        ++marks;
+    }
+    OwnerAlone security;
+    constexpr DWORD kDeletes = FILE_FLAG_DELETE_ON_CLOSE;
+    constexpr int kTries = 100;
+    for (int tried = 0; tried < kTries; ++tried) {
+        if (!FillIn(name + length - marks, marks)) {
+            return APR_EGENERAL;
+        }
+        const WideName wide(name);
+        if (!wide) {
+            return wide.Status();
+        }
+        FileHandle made =
+            Own(CreateFileW(wide.Get(), GENERIC_READ | GENERIC_WRITE, kShareAll, security.Get(),
+                            CREATE_NEW, FILE_ATTRIBUTE_NORMAL | kDeletes, nullptr));
+        if (made) {
+            file = std::move(made);
+            return APR_SUCCESS;
+        }
+        if (GetLastError() != ERROR_FILE_EXISTS) {
+            return LastStatus();
+        }
+    }
+    return APR_EEXIST;
+}
+
+apr_status_t ReadBytes(const FileHandle& file, void* target, std::size_t& size) noexcept {
+    DWORD got = 0;
+    const BOOL read = ReadFile(HandleOf(file), target, AtOnce(size), &got, nullptr);
+    const DWORD error = read != 0 ? ERROR_SUCCESS : GetLastError();
+    size = read != 0 ? got : 0;
+    // A pipe whose writers are gone.
+    const bool ended = error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
+    return read != 0 || ended ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+}
+
+apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t& size) noexcept {
+    DWORD put = 0;
+    const DWORD wanted = AtOnce(size);
+    const BOOL written = WriteFile(HandleOf(file), source, wanted, &put, nullptr);
+    const apr_status_t status = written != 0 ? APR_SUCCESS : LastStatus();
+    size = written != 0 ? put : 0;
+    return written != 0 && put == 0 && wanted != 0 ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : status;
+}
+
+apr_status_t MovePosition(const FileHandle& file, Origin from, long long offset,
+                          long long& position) noexcept {
+    if (GetFileType(HandleOf(file)) != FILE_TYPE_DISK) {
+        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+    }
+    const DWORD method = from == Origin::Start  ? FILE_BEGIN
+                         : from == Origin::Here ? FILE_CURRENT
+                                                : FILE_END;
+    LARGE_INTEGER distance{};
+    LARGE_INTEGER place{};
+    distance.QuadPart = offset;
+    if (SetFilePointerEx(HandleOf(file), distance, &place, method) == 0) {
+        // Of the runtime's tests one takes this for a file without a place.
+        return GetLastError() == ERROR_NEGATIVE_SEEK ? APR_EINVAL : LastStatus();
+    }
+    position = place.QuadPart;
+    return APR_SUCCESS;
+}
+
+bool MayReadAhead(const FileHandle& file) noexcept {
+    return GetFileType(HandleOf(file)) == FILE_TYPE_DISK;
+}
+
+apr_status_t CloseFile(FileHandle& file) noexcept {
+    return !file || CloseHandle(reinterpret_cast<HANDLE>(file.Release())) != 0 ? APR_SUCCESS
+                                                                               : LastStatus();
+}
+
+void RemoveClosed(const char*) noexcept {}
 
 int MultibyteCodePage() noexcept {
     return _getmbcp();
@@ -26,24 +227,6 @@ int Utf8ToUtf16(const char* text, int length, char16_t* buffer, int capacity) no
 unsigned ShortPath(const char16_t* path, char16_t* buffer, unsigned capacity) noexcept {
     return GetShortPathNameW(reinterpret_cast<const wchar_t*>(path),
                              reinterpret_cast<wchar_t*>(buffer), capacity);
-}
-
-bool CloseInChildren(apr_file_t*) noexcept {
-    return true;
-}
-
-long long WritePosition(apr_file_t* file) noexcept {
-    HANDLE handle = HandleOf(file);
-    LARGE_INTEGER position{};
-    const bool told = GetFileType(handle) == FILE_TYPE_DISK &&
-                      SetFilePointerEx(handle, {}, &position, FILE_CURRENT) != 0;
-    return told ? position.QuadPart : -1;
-}
-
-void SetWritePosition(apr_file_t* file, long long position) noexcept {
-    LARGE_INTEGER place{};
-    place.QuadPart = position;
-    SetFilePointerEx(HandleOf(file), place, nullptr, FILE_BEGIN);
 }
 
 }  // namespace zukel::platform

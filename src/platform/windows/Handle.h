@@ -1,8 +1,8 @@
 #pragma once
 
-#include <apr.h>  // before the system's own: it takes a part of that, with the sockets
-
 #include <utility>
+
+#include "platform/windows/System.h"
 
 namespace zukel::platform {
 

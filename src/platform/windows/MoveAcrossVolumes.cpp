@@ -1,6 +1,10 @@
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstring>
 #include <cwchar>
 #include <string>
+#include <vector>
 
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
@@ -84,7 +88,7 @@ public:
             std::swprintf(name.data(), name.size(), L".zukel-%lx-%x",
                           static_cast<unsigned long>(GetCurrentProcessId()), number);
             name_ = folder + name.data();
-            file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
+            file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
                                        CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
             if (!file_ && GetLastError() != ERROR_FILE_EXISTS) {
                 break;
@@ -104,6 +108,7 @@ public:
 
     explicit operator bool() const noexcept { return made_; }
     const Handle& File() const noexcept { return file_; }
+    const wchar_t* Name() const noexcept { return name_.c_str(); }
 
     bool TakeTargetsName() noexcept {
         constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
@@ -118,12 +123,49 @@ private:
     bool made_ = false;  ///< And stands under its own name.
 };
 
+/// The names of a file's other streams than its contents, as `:name:$DATA`. None where the file
+/// system has no streams, or does not tell them.
+std::vector<std::wstring> OtherStreams(const Handle& file) {
+    std::vector<char> room(64 * 1024);
+    std::vector<std::wstring> names;
+    if (GetFileInformationByHandleEx(file.Get(), FileStreamInfo, room.data(),
+                                     static_cast<DWORD>(room.size())) == 0) {
+        return names;
+    }
+    for (const char* at = room.data();;) {
+        FILE_STREAM_INFO head{};
+        std::memcpy(&head, at, offsetof(FILE_STREAM_INFO, StreamName));
+        std::wstring name(head.StreamNameLength / sizeof(wchar_t), L'\0');
+        std::memcpy(name.data(), at + offsetof(FILE_STREAM_INFO, StreamName),
+                    head.StreamNameLength);
+        if (!name.empty() && name != L"::$DATA") {
+            names.push_back(std::move(name));
+        }
+        if (head.NextEntryOffset == 0) {
+            return names;
+        }
+        at += head.NextEntryOffset;
+    }
+}
+
+/// What a browser, for one, has noted of a file that it has brought.
+bool CopyStreams(const Source& source, const wchar_t* from, const wchar_t* to) {
+    const std::vector<std::wstring> names = OtherStreams(source.File());
+    return std::all_of(names.begin(), names.end(), [&](const std::wstring& name) {
+        const Handle in(CreateFileW((from + name).c_str(), GENERIC_READ, kShareAll, nullptr,
+                                    OPEN_EXISTING, 0, nullptr));
+        const Handle out(CreateFileW((to + name).c_str(), GENERIC_WRITE, kShareAll, nullptr,
+                                     CREATE_NEW, 0, nullptr));
+        return in && out && CopyContents(in, out);
+    });
+}
+
 }  // namespace
 
 bool MoveAcrossVolumes(const char* from, const char* to) {
-    const WideName sourceName(from);
-    const WideName targetName(to);
-    if (!sourceName || !targetName) {
+    WideName sourceName(from);
+    WideName targetName(to);
+    if (!sourceName || !targetName || !sourceName.MakeExtended() || !targetName.MakeExtended()) {
         return false;
     }
     Source source(sourceName.Get());
@@ -131,7 +173,8 @@ bool MoveAcrossVolumes(const char* from, const char* to) {
         return false;
     }
     Copy copy(targetName.Get());
-    return copy && CopyContents(source.File(), copy.File()) && source.GiveFacts(copy.File()) &&
+    return copy && CopyContents(source.File(), copy.File()) &&
+           CopyStreams(source, sourceName.Get(), copy.Name()) && source.GiveFacts(copy.File()) &&
            FlushFileBuffers(copy.File().Get()) != 0 && source.MayGo() && copy.TakeTargetsName() &&
            source.Go();
 }

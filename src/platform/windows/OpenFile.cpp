@@ -1,29 +1,100 @@
 #include "platform/windows/OpenFile.h"
 
-#include <memory>
+#include <cstddef>
+#include <cstring>
+#include <cwchar>
 #include <new>
 
+#include "platform/windows/Windows10.h"
+
 namespace zukel::platform {
+
+Handle OpenForFacts(const wchar_t* name, DWORD access, Links links) noexcept {
+    constexpr DWORD kDirectoriesToo = FILE_FLAG_BACKUP_SEMANTICS;
+    const DWORD link = links == Links::Themselves ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
+    return Handle(CreateFileW(name, access, kShareAll, nullptr, OPEN_EXISTING,
+                              kDirectoriesToo | link, nullptr));
+}
 
 FileId Identify(const Handle& file) noexcept {
     BY_HANDLE_FILE_INFORMATION facts{};
     if (!file || GetFileInformationByHandle(file.Get(), &facts) == 0) {
         return {};
     }
-    const std::uint64_t index =
-        static_cast<std::uint64_t>(facts.nFileIndexHigh) << 32U | facts.nFileIndexLow;
-    return {true, static_cast<std::uint32_t>(facts.dwVolumeSerialNumber), index,
-            static_cast<std::uint32_t>(facts.nNumberOfLinks),
-            static_cast<std::uint32_t>(facts.dwFileAttributes)};
+    FileId found;
+    found.known = true;
+    found.links = facts.nNumberOfLinks;
+    found.attributes = facts.dwFileAttributes;
+    FileId128 wide{};
+    if (GetFileInformationByHandleEx(file.Get(), kFileIdInfo, &wide, sizeof wide) != 0) {
+        found.volume = wide.volume;
+        std::memcpy(found.id, wide.id, sizeof found.id);
+    } else {
+        found.volume = facts.dwVolumeSerialNumber;
+        found.id[0] = static_cast<std::uint64_t>(facts.nFileIndexHigh) << 32U | facts.nFileIndexLow;
+    }
+    return found;
 }
 
 FileId Identify(const wchar_t* name, Links links) noexcept {
-    constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    constexpr DWORD kDirectoriesToo = FILE_FLAG_BACKUP_SEMANTICS;
-    const DWORD flags =
-        kDirectoriesToo | (links == Links::Themselves ? FILE_FLAG_OPEN_REPARSE_POINT : 0);
-    return Identify(Handle(
-        CreateFileW(name, FILE_READ_ATTRIBUTES, kShared, nullptr, OPEN_EXISTING, flags, nullptr)));
+    return Identify(OpenForFacts(name, FILE_READ_ATTRIBUTES, links));
+}
+
+std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noexcept {
+    const DWORD size = GetFinalPathNameByHandleW(file.Get(), nullptr, 0, 0);
+    std::unique_ptr<wchar_t[]> name;
+    if (size != 0) {
+        name.reset(new (std::nothrow) wchar_t[size + extra + 1]);
+    }
+    if (name) {
+        const DWORD length = GetFinalPathNameByHandleW(file.Get(), name.get(), size + 1, 0);
+        if (length == 0 || length > size) {  // it was renamed in between
+            name.reset();
+        }
+    }
+    return name;
+}
+
+DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept {
+    const std::size_t length = std::wcslen(to);
+    const std::size_t size = offsetof(RenameInformation, name) + (length + 1) * sizeof *to;
+    const std::unique_ptr<char[]> room(new (std::nothrow) char[size]);  // aligned for any type
+    if (!room) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    RenameInformation head{};
+    head.flags = kRenameReplace | kRenamePosix;
+    head.length = static_cast<DWORD>(length * sizeof *to);
+    std::memcpy(room.get(), &head, offsetof(RenameInformation, name));
+    std::memcpy(room.get() + offsetof(RenameInformation, name), to, (length + 1) * sizeof *to);
+    const auto rename = [&](FILE_INFO_BY_HANDLE_CLASS how) {
+        return SetFileInformationByHandle(file.Get(), how, room.get(), static_cast<DWORD>(size)) !=
+                       0
+                   ? ERROR_SUCCESS
+                   : GetLastError();
+    };
+    const DWORD error = rename(kFileRenameInfoEx);
+    if (!IsUnsupported(error)) {
+        return error;
+    }
+    head.flags = kRenameReplace;
+    std::memcpy(room.get(), &head.flags, sizeof head.flags);
+    return rename(FileRenameInfo);
+}
+
+DWORD RemoveOpenFile(const Handle& file) noexcept {
+    DWORD flags = kDispositionDelete | kDispositionPosix;
+    FILE_DISPOSITION_INFO older{};
+    older.DeleteFile = TRUE;
+    if (SetFileInformationByHandle(file.Get(), kFileDispositionInfoEx, &flags, sizeof flags) != 0) {
+        return ERROR_SUCCESS;
+    }
+    if (!IsUnsupported(GetLastError())) {
+        return GetLastError();
+    }
+    return SetFileInformationByHandle(file.Get(), FileDispositionInfo, &older, sizeof older) != 0
+               ? ERROR_SUCCESS
+               : GetLastError();
 }
 
 bool CopyContents(const Handle& from, const Handle& to) noexcept {
@@ -49,19 +120,17 @@ bool CopyContents(const Handle& from, const Handle& to) noexcept {
     }
 }
 
-void RemoveOpenFile(Handle file) noexcept {
+void DropOpenFile(Handle file) noexcept {
     if (GetFileType(file.Get()) != FILE_TYPE_DISK) {
         return;
     }
-    wchar_t path[1024];
-    constexpr DWORD kSize = sizeof path / sizeof *path;
-    const DWORD length = GetFinalPathNameByHandleW(file.Get(), path, kSize, 0);
+    const std::unique_ptr<wchar_t[]> name = FinalName(file);
     // Cut first, so that other names of the file show no part either.
     SetFilePointerEx(file.Get(), {}, nullptr, FILE_BEGIN);
     SetEndOfFile(file.Get());
     file.Close();
-    if (length != 0 && length < kSize) {
-        DeleteFileW(path);
+    if (name) {
+        DeleteFileW(name.get());
     }
 }
 

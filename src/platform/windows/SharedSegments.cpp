@@ -1,153 +1,208 @@
 #include "platform/SharedSegments.h"
 
-#include <apr_file_io.h>
-#include <apr_shm.h>
-#include <apr_strings.h>
-
+#include <atomic>
+#include <cstring>
+#include <cwchar>
+#include <iterator>
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "platform/windows/OpenFile.h"
+#include "platform/windows/Security.h"
 
-// The runtime (1.7.2) backs a segment with a file under its name, and maps that under a name made
-// of it. It takes any file that is there, wraps near 2^64, leaves the file behind when it fails,
-// and attaches to a segment that is not whole.
+// A segment is a file under its name, mapped by everyone who holds it. The mappings have no names
+// of their own, so it is the file and its access list that say which segment it is and who may
+// attach. The runtime (1.7.2) maps the file under a name made of the file's, which others can take,
+// and asks each time for a token that it never closes.
 
 namespace zukel::platform {
 
 namespace {
 
-/// What the runtime puts before the usable block: the size of the mapping, then that of the block.
+/// What stands before the usable block. The creator writes `mapped` last.
 struct Header {
-    apr_size_t mapped;
-    apr_size_t usable;
+    std::atomic<std::uint64_t> mapped;  ///< The size of the file.
+    std::uint64_t usable;
 };
+static_assert(sizeof(Header) == 16 && std::atomic<std::uint64_t>::is_always_lock_free);
 
-constexpr char kRemoved[] = ".zukel-removed";
+constexpr wchar_t kRemoved[] = L".zukel-removed";
 
-/// What is kept of a segment, in the pool that it was made with.
+/// What a process holds of a segment.
 struct Held {
-    apr_shm_t* shared;
-    bool owner;
-    FileId file;
-    const char* removed;  ///< The name that its file has once its own is gone.
+    Handle file;
+    FileId id;
+    std::unique_ptr<wchar_t[]> removed;  ///< The name of the file once its own is freed.
 };
 
 Held* HeldBy(const Segment& segment) noexcept {
     return reinterpret_cast<Held*>(segment.identity[0]);
 }
 
-FileId IdentifyByName(const char* name) noexcept {
-    const WideName wide(name);
-    return wide ? Identify(wide.Get(), Links::Themselves) : FileId();
-}
+constexpr DWORD kRights = GENERIC_READ | GENERIC_WRITE | DELETE;
 
-bool Keep(apr_shm_t* shared, bool owner, const char* name, apr_pool_t* pool,
-          Segment& segment) noexcept {
-    void* const memory = apr_palloc(pool, sizeof(Held));
-    if (memory == nullptr) {
-        return false;
-    }
-    const char* const removed = apr_pstrcat(pool, name, kRemoved, nullptr);
-    const auto* const held = new (memory) Held{shared, owner, IdentifyByName(name), removed};
-    segment.address = apr_shm_baseaddr_get(shared);
-    segment.size = apr_shm_size_get(shared);
-    segment.identity[0] = reinterpret_cast<std::uintptr_t>(held);
-    return true;
-}
-
-/// Makes the file, so that whatever has the name already is left alone.
-bool ReserveName(const char* name, apr_pool_t* pool) noexcept {
-    constexpr apr_int32_t kNew = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_EXCL;
-    apr_file_t* file = nullptr;
-    return apr_file_open(&file, name, kNew, APR_FPROT_UREAD | APR_FPROT_UWRITE, pool) ==
-               APR_SUCCESS &&
-           apr_file_close(file) == APR_SUCCESS;
+Handle MakeFile(const wchar_t* name) noexcept {
+    OwnerAlone security;
+    constexpr DWORD kInMemory = FILE_ATTRIBUTE_TEMPORARY;  // as long as there is enough of it
+    return security.Get() == nullptr ? Handle()
+                                     : Handle(CreateFileW(name, kRights, kShareAll, security.Get(),
+                                                          CREATE_NEW, kInMemory, nullptr));
 }
 
 /// Whether the volume of the file has the room. A file system that keeps holes would find out at
 /// the first touch.
-bool VolumeHasRoom(const char* name, std::uint64_t bytes) noexcept {
-    const WideName wide(name);
+bool VolumeHasRoom(const wchar_t* name, std::uint64_t bytes) noexcept {
     wchar_t volume[1024];
     ULARGE_INTEGER room{};
-    constexpr DWORD kSize = sizeof volume / sizeof *volume;
-    return wide && GetVolumePathNameW(wide.Get(), volume, kSize) != 0 &&
+    return GetVolumePathNameW(name, volume, static_cast<DWORD>(std::size(volume))) != 0 &&
            GetDiskFreeSpaceExW(volume, &room, nullptr, nullptr) != 0 && bytes <= room.QuadPart;
+}
+
+bool SetSize(const Handle& file, std::uint64_t bytes) noexcept {
+    LARGE_INTEGER size{};
+    size.QuadPart = static_cast<long long>(bytes);
+    return SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN) != 0 &&
+           SetEndOfFile(file.Get()) != 0;
+}
+
+/// The whole file, or null.
+Header* Map(const Handle& file) noexcept {
+    const Handle mapping(CreateFileMappingW(file.Get(), nullptr, PAGE_READWRITE, 0, 0, nullptr));
+    return mapping ? static_cast<Header*>(
+                         MapViewOfFile(mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0))
+                   : nullptr;
+}
+
+/// The name that frees a file's own, or null.
+std::unique_ptr<wchar_t[]> RemovedName(const Handle& file, const FileId& id) noexcept {
+    constexpr std::size_t kExtra = 1 + 16 + std::size(kRemoved);
+    std::unique_ptr<wchar_t[]> name = FinalName(file, kExtra);
+    if (name) {
+        std::swprintf(name.get() + std::wcslen(name.get()), kExtra, L".%016llx%ls",
+                      static_cast<unsigned long long>(id.id[0]), kRemoved);
+    }
+    return name;
+}
+
+/// Hands the file and its mapping over to the segment; for want of memory gives the mapping up.
+bool Hold(Handle& file, Header* header, Segment& segment) noexcept {
+    std::unique_ptr<Held> held(new (std::nothrow) Held);
+    if (held) {
+        held->id = Identify(file);
+        held->removed = RemovedName(file, held->id);
+    }
+    if (!held || !held->removed) {
+        UnmapViewOfFile(header);
+        return false;
+    }
+    held->file = std::move(file);
+    segment.address = header + 1;
+    segment.size = header->usable;
+    segment.identity[0] = reinterpret_cast<std::uintptr_t>(held.release());
+    return true;
+}
+
+/// The system removes no file that is mapped. So the name is freed by giving the file another one,
+/// under which the last who lets go of it can remove it.
+bool FreeName(const Handle& file) noexcept {
+    if (RemoveOpenFile(file) == ERROR_SUCCESS) {
+        return true;
+    }
+    const std::unique_ptr<wchar_t[]> name = RemovedName(file, Identify(file));
+    return name && RenameOpenFile(file, name.get()) == ERROR_SUCCESS;
+}
+
+/// Removes a file whose name has been freed, unless somebody still maps it.
+void RemoveIfFreed(const Held& held) noexcept {
+    if (Identify(held.removed.get(), Links::Themselves) == held.id) {
+        DeleteFileW(held.removed.get());
+    }
 }
 
 }  // namespace
 
-bool CreateSegment(std::uint64_t size, const char* name, apr_pool_t* pool,
-                   Segment& segment) noexcept {
-    // What the runtime adds, and the rounding up to the system's unit.
-    constexpr std::uint64_t kRest = std::uint64_t{1} << 20U;
+bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept {
+    constexpr std::uint64_t kRest = std::uint64_t{1} << 20U;  // what the volume keeps beside it
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    if (size > kMost - kRest || !ReserveName(name, pool)) {
+    const WideName wide(name);
+    if (!wide || size > kMost - kRest) {
         return false;
     }
-    apr_shm_t* shared = nullptr;
-    if (!VolumeHasRoom(name, size + kRest) ||
-        apr_shm_create(&shared, size, name, pool) != APR_SUCCESS) {
-        apr_file_remove(name, pool);
+    Handle file = MakeFile(wide.Get());
+    if (!file) {
         return false;
     }
-    if (!Keep(shared, true, name, pool, segment)) {
-        apr_shm_destroy(shared);
+    Header* const header =
+        VolumeHasRoom(wide.Get(), size + kRest) && SetSize(file, sizeof(Header) + size) ? Map(file)
+                                                                                        : nullptr;
+    if (header != nullptr) {
+        header->usable = size;
+        header->mapped.store(sizeof(Header) + size, std::memory_order_release);
+    }
+    if (header == nullptr || !Hold(file, header, segment)) {
+        RemoveOpenFile(file);
         return false;
     }
     return true;
 }
 
-bool AttachSegment(const char* name, apr_pool_t* pool, Segment& segment) noexcept {
-    apr_shm_t* shared = nullptr;
-    // The mapping outlives the name for as long as somebody holds it.
-    if (!IdentifyByName(name).known || apr_shm_attach(&shared, name, pool) != APR_SUCCESS) {
+bool AttachSegment(const char* name, Segment& segment) noexcept {
+    const WideName wide(name);
+    if (!wide) {
         return false;
     }
-    // The creator writes the size of the mapping last; the runtime may have read it too early.
-    const auto* const header =
-        static_cast<const volatile Header*>(apr_shm_baseaddr_get(shared)) - 1;
-    if (header->mapped == 0 || header->usable != apr_shm_size_get(shared) ||
-        !Keep(shared, false, name, pool, segment)) {
-        apr_shm_detach(shared);
+    Handle file(CreateFileW(wide.Get(), kRights, kShareAll, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    LARGE_INTEGER size{};
+    if (!file || GetFileType(file.Get()) != FILE_TYPE_DISK ||
+        !SecurityOfFile(file).IsOwnAndClosed() || GetFileSizeEx(file.Get(), &size) == 0 ||
+        size.QuadPart < static_cast<long long>(sizeof(Header))) {
         return false;
     }
-    return true;
+    Header* const header = Map(file);
+    if (header == nullptr) {
+        return false;
+    }
+    const std::uint64_t mapped = header->mapped.load(std::memory_order_acquire);
+    if (mapped != static_cast<std::uint64_t>(size.QuadPart) ||
+        header->usable != mapped - sizeof(Header)) {
+        UnmapViewOfFile(header);
+        return false;
+    }
+    return Hold(file, header, segment);
 }
 
 bool UnmapSegment(Segment& segment) noexcept {
-    const Held& held = *HeldBy(segment);
-    // The creator's end takes the file away too, which may have gone before.
-    const apr_status_t status =
-        held.owner ? apr_shm_destroy(held.shared) : apr_shm_detach(held.shared);
-    if (status != APR_SUCCESS && !(held.owner && APR_STATUS_IS_ENOENT(status))) {
+    if (UnmapViewOfFile(static_cast<Header*>(segment.address) - 1) == 0) {
         return false;
     }
     segment.address = nullptr;
     segment.size = 0;
-    const WideName removed(held.removed);
-    if (removed) {
-        DeleteFileW(removed.Get());  // which only the last who holds it can
-    }
+    RemoveIfFreed(*HeldBy(segment));
     return true;
 }
 
-bool RemoveName(const char* name, apr_pool_t* pool) noexcept {
-    const WideName present(name);
-    const WideName removed(apr_pstrcat(pool, name, kRemoved, nullptr));
-    constexpr DWORD kStays = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY;
-    if (!present || !removed || (GetFileAttributesW(present.Get()) & kStays) != 0 ||
-        MoveFileExW(present.Get(), removed.Get(), MOVEFILE_REPLACE_EXISTING) == 0) {
+void ReleaseSegment(Segment& segment) noexcept {
+    delete HeldBy(segment);
+    segment.identity[0] = 0;
+}
+
+bool RemoveName(const char* name) noexcept {
+    const WideName wide(name);
+    if (!wide) {
         return false;
     }
-    DeleteFileW(removed.Get());
-    return true;
+    const Handle file(CreateFileW(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    return file && (Identify(file).attributes & FILE_ATTRIBUTE_READONLY) == 0 && FreeName(file);
 }
 
-bool RemoveSegmentName(const char* name, const Segment& segment, apr_pool_t* pool) noexcept {
-    const FileId now = IdentifyByName(name);
-    return !(now == HeldBy(segment)->file) || RemoveName(name, pool);
+bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
+    const WideName wide(name);
+    const Held& held = *HeldBy(segment);
+    // By the handle: whatever takes the name in the meantime is not touched.
+    return !wide || !(Identify(wide.Get(), Links::Themselves) == held.id) || FreeName(held.file);
 }
 
 }  // namespace zukel::platform

@@ -1,23 +1,81 @@
 #pragma once
 
-#include <apr.h>  // before the system's own: it takes a part of that, with the sockets
-
 #include <memory>
+#include <string>
+
+#include "platform/windows/System.h"
+
+#include <apr_errno.h>
 
 namespace zukel::platform {
 
-/// The wide form of a name in UTF-8, made without throwing. What is no UTF-8 becomes U+FFFD, which
-/// names nothing. An absolute name that is too long for the system's plain form gets its long one.
+/// Whether a name may stand for a device of the system, such as NUL.
+enum class Devices { Refused, Taken };
+
+/// The name of a file in the form that the system's wide calls take, made without throwing. Every
+/// call goes through it.
+///
+/// A name of up to 247 units stays as it is. A longer one is made absolute, `.`, `..` and doubled
+/// separators are worked out, and it gets the extended form, `\\?\C:\...` or `\\?\UNC\server\...`.
+/// A name that starts with `\\?\` or `\\.\` stays as it is whatever its length.
+///
+/// These are refused, with a reason: invalid UTF-8 as a file that does not exist; a component of
+/// more than 255 units; a component that the system reads as a device, such as `nul.txt` or
+/// `C:\con`. With `Devices::Taken` a name that is the device's alone, such as `NUL`, is taken.
 class WideName {
 public:
-    explicit WideName(const char* name) noexcept;
+    explicit WideName(const char* name, Devices devices = Devices::Refused) noexcept;
+    explicit WideName(const wchar_t* name, Devices devices = Devices::Refused) noexcept;
+    WideName(const WideName&) = delete;
+    WideName& operator=(const WideName&) = delete;
 
-    /// False when there was no memory for it.
-    explicit operator bool() const noexcept { return text_ != nullptr; }
-    const wchar_t* Get() const noexcept { return text_.get(); }
+    /// False when the name was refused, or there was no memory for it.
+    explicit operator bool() const noexcept { return status_ == APR_SUCCESS; }
+    /// 0 or why it was refused.
+    apr_status_t Status() const noexcept { return status_; }
+    const wchar_t* Get() const noexcept { return text_; }
+
+    /// Makes the name absolute, or gives it the extended form, whatever its length. Requires: it
+    /// was not refused.
+    ///
+    /// @returns false when it is refused now.
+    bool MakeAbsolute() noexcept { return Extend(Form::Absolute); }
+    bool MakeExtended() noexcept { return Extend(Form::Extended); }
 
 private:
-    std::unique_ptr<wchar_t[]> text_;
+    static constexpr int kInline = 264;
+
+    bool Convert(const char* name) noexcept;
+    /// Makes room for `size` units that replace the text once they are written.
+    bool Reserve(std::size_t size, std::unique_ptr<wchar_t[]>& room) noexcept;
+    bool Settle(Devices devices) noexcept;
+    enum class Form { Absolute, Extended };  ///< Of a name that is short enough without.
+    bool Extend(Form form) noexcept;
+    bool Refuse(DWORD reason) noexcept {
+        status_ = APR_FROM_OS_ERROR(reason);
+        return false;
+    }
+
+    wchar_t inline_[kInline];
+    std::unique_ptr<wchar_t[]> longer_;
+    const wchar_t* text_ = inline_;
+    apr_status_t status_ = APR_SUCCESS;
 };
+
+/// The reason of the call that has just failed.
+inline apr_status_t LastStatus() noexcept {
+    return apr_get_os_error();
+}
+
+/// Converts UTF-8 strictly.
+///
+/// @returns false, with `wide` unchanged, for invalid UTF-8. Throws `std::bad_alloc`.
+bool ToWide(const char* text, std::wstring& wide);
+
+/// Converts to UTF-8; half a surrogate pair becomes U+FFFD. Throws `std::bad_alloc`.
+std::string ToUtf8(const std::wstring& text);
+
+/// Whether the system reads a component of a name, such as `nul.txt`, as a device.
+bool IsReservedName(const wchar_t* component, std::size_t length) noexcept;
 
 }  // namespace zukel::platform

@@ -1,0 +1,220 @@
+// The jobs by the bare runtime, with a pool for each operation, as the library needs one.
+
+#include <apr_atomic.h>
+#include <apr_dso.h>
+#include <apr_env.h>
+#include <apr_file_info.h>
+#include <apr_file_io.h>
+#include <apr_general.h>
+#include <apr_pools.h>
+#include <apr_shm.h>
+#include <apr_thread_proc.h>
+#include <apr_time.h>
+
+#include <cstring>
+
+#include "Jobs.h"
+
+namespace {
+
+/// A pool, and the runtime started.
+class Pool {
+public:
+    Pool() {
+        apr_initialize();
+        apr_pool_create(&pool_, nullptr);
+    }
+    ~Pool() {
+        apr_pool_destroy(pool_);
+        apr_terminate();
+    }
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+    operator apr_pool_t*() const { return pool_; }
+
+private:
+    apr_pool_t* pool_ = nullptr;
+};
+
+constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
+
+template <apr_int32_t kMode>
+struct File {
+    explicit File(const std::string& name) {
+        MUST(apr_file_open(&file, name.c_str(), kMode, APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
+    }
+    ~File() { apr_file_close(file); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    std::size_t Read(char* to, apr_size_t size) {
+        return apr_file_read(file, to, &size) == APR_SUCCESS ? size : 0;
+    }
+    void Write(const char* from, apr_size_t size) { apr_file_write(file, from, &size); }
+    bool Line(char* to, std::size_t size) {
+        return apr_file_gets(to, static_cast<int>(size), file) == APR_SUCCESS;
+    }
+    Pool pool;
+    apr_file_t* file = nullptr;
+};
+using Reader = File<APR_FOPEN_READ>;
+using BufferedReader = File<APR_FOPEN_READ | APR_FOPEN_BUFFERED>;
+
+bool Copy(const std::string& from, const std::string& to) {
+    return apr_file_copy(from.c_str(), to.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
+}
+bool Rename(const std::string& from, const std::string& to) {
+    return apr_file_rename(from.c_str(), to.c_str(), Pool()) == APR_SUCCESS;
+}
+bool Exists(const std::string& name) {
+    apr_finfo_t info;
+    return apr_stat(&info, name.c_str(), APR_FINFO_SIZE, Pool()) == APR_SUCCESS;
+}
+bool Facts() {
+    apr_finfo_t info;
+    return apr_stat(&info, kKnownFile, APR_FINFO_MIN | APR_FINFO_LINK, Pool()) == APR_SUCCESS;
+}
+bool Make(const std::string& path) {
+    return apr_dir_make(path.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
+}
+bool MakeAll(const std::string& path) {
+    return apr_dir_make_recursive(path.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
+}
+bool Remove(const std::string& path) {
+    return apr_dir_remove(path.c_str(), Pool()) == APR_SUCCESS;
+}
+
+auto ReadNames(apr_dir_t* directory) {
+    std::vector<std::string> names;
+    apr_finfo_t info;
+    while (apr_dir_read(&info, APR_FINFO_NAME, directory) == APR_SUCCESS) {
+        if (std::strcmp(info.name, ".") != 0 && std::strcmp(info.name, "..") != 0) {
+            names.emplace_back(info.name);
+        }
+    }
+    return names;
+}
+auto List(const std::string& name) {
+    const Pool pool;
+    apr_dir_t* directory = nullptr;
+    MUST(apr_dir_open(&directory, name.c_str(), pool) == APR_SUCCESS);
+    auto names = ReadNames(directory);
+    apr_dir_close(directory);
+    return names;
+}
+
+void Start() {
+    const Pool pool;
+    apr_procattr_t* attributes = nullptr;
+    apr_procattr_create(&attributes, pool);
+    apr_procattr_cmdtype_set(attributes, APR_PROGRAM_PATH);
+    apr_procattr_io_set(attributes, APR_NO_PIPE, APR_FULL_BLOCK, APR_FULL_BLOCK);
+    const char* const arguments[] = {"/bin/true", nullptr};
+    apr_proc_t process{};
+    MUST(apr_proc_create(&process, arguments[0], arguments, nullptr, attributes, pool) ==
+         APR_SUCCESS);
+    MUST(apr_proc_wait(&process, nullptr, nullptr, APR_WAIT) == APR_CHILD_DONE);
+}
+
+void Load() {
+    const Pool pool;
+    apr_dso_handle_t* module = nullptr;
+    apr_dso_handle_sym_t answer = nullptr;
+    MUST(apr_dso_load(&module, ZUKEL_BENCHMARK_MODULE, pool) == APR_SUCCESS);
+    MUST(apr_dso_sym(&answer, module, "Answer") == APR_SUCCESS);
+    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
+    MUST(apr_dso_unload(module) == APR_SUCCESS);
+}
+
+void Share(const std::string& name, std::size_t size, bool attach) {
+    const Pool pool;
+    const Pool otherPool;
+    apr_shm_t* owner = nullptr;
+    apr_shm_t* other = nullptr;
+    MUST(apr_shm_create(&owner, size, name.c_str(), pool) == APR_SUCCESS);
+    Touch(apr_shm_baseaddr_get(owner), size);
+    if (attach) {
+        MUST(apr_shm_attach(&other, name.c_str(), otherPool) == APR_SUCCESS);
+        benchmark::DoNotOptimize(*static_cast<char*>(apr_shm_baseaddr_get(other)));
+    }
+    MUST(apr_shm_destroy(owner) == APR_SUCCESS);
+}
+
+auto Format(const apr_time_exp_t& time) {
+    char buffer[256];
+    apr_size_t length = 0;
+    apr_strftime(buffer, &length, sizeof buffer, kPattern, const_cast<apr_time_exp_t*>(&time));
+    return std::string(buffer, length);
+}
+
+struct Directory {
+    explicit Directory(const std::string& name) {
+        MUST(apr_dir_open(&directory, name.c_str(), pool) == APR_SUCCESS);
+    }
+    Pool pool;
+    apr_dir_t* directory = nullptr;
+};
+
+const Jobs kJobs =
+    Jobs("runtime", Keep<Pool>)
+        .OpenClose<Reader>()
+        .CreateWriteClose<File<kCreate>>()
+        .ReadUnbuffered<Reader>()
+        .ReadUnbufferedLines<Reader>()
+        .ReadBuffered<BufferedReader>()
+        .ReadLines<BufferedReader>()
+        .WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>()
+        .Copy(Copy)
+        .Rename(Rename)
+        .Exists(Exists)
+        .List(List)
+        .MakeAndRemove(Make, Remove)
+        .MakeFiveLevels(MakeAll, Remove)
+        .Repeat("FileFacts", Facts)
+        .With(
+            "ReadVariable", [] { return Pool(); },
+            [](const Pool& pool) {
+                char* value = nullptr;
+                apr_env_get(&value, "PATH", pool);
+                return value;
+            })
+        .With(
+            "SetVariable", [] { return Pool(); },
+            [](const Pool& pool) {
+                MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
+            })
+        .Start(Start)
+        .Repeat("LoadFindUnload", Load)
+        .Segment(Share)
+        .With(
+            "Format",
+            [] {
+                apr_time_exp_t time{};
+                apr_time_exp_gmt(&time, apr_time_now());
+                return time;
+            },
+            Format)
+        .Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); })
+        .Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); })
+        .Idle<Pool>("kelFile")
+        .Idle<Pool>("kelLibrary")
+        .Growth(
+            "openings", [] { return Pool(); },
+            [](const Pool& pool) {
+                apr_file_t* file = nullptr;
+                char byte = 0;
+                MUST(apr_file_open(&file, kKnownFile, APR_FOPEN_READ | APR_FOPEN_BUFFERED,
+                                   APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
+                MUST(apr_file_getc(&byte, file) == APR_SUCCESS);
+                apr_file_close(file);
+            })
+        .Growth(
+            "listings", [] { return Directory(Work::Get().Directory(100)); },
+            [](Directory& open) {
+                apr_dir_rewind(open.directory);
+                MUST(ReadNames(open.directory).size() == 100);
+            });
+
+const Jobs kCold =
+    Jobs("runtimeCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
+
+}  // namespace

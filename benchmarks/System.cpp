@@ -1,0 +1,174 @@
+// The jobs by the least that the system offers.
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "Jobs.h"
+
+namespace {
+
+template <int kMode>
+struct File {
+    explicit File(const std::string& name) : file(open(name.c_str(), kMode | O_CLOEXEC, 0666)) {
+        MUST(file >= 0);
+    }
+    ~File() { close(file); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    std::size_t Read(char* to, std::size_t size) {
+        return static_cast<std::size_t>(read(file, to, size));
+    }
+    void Write(const char* from, std::size_t size) { MUST(write(file, from, size) > 0); }
+    bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
+    int file;
+};
+using Reader = File<O_RDONLY>;
+using Writer = File<O_WRONLY | O_CREAT | O_TRUNC>;
+
+bool Copy(const std::string& from, const std::string& to) {
+    const Reader in(from);
+    const Writer out(to);
+    ssize_t moved = 0;
+    while ((moved = copy_file_range(in.file, nullptr, out.file, nullptr, 1U << 30U, 0)) > 0) {
+    }
+    return moved == 0;
+}
+bool Exists(const std::string& name) {
+    struct stat status {};
+    return stat(name.c_str(), &status) == 0;
+}
+
+auto ReadNames(DIR* directory) {
+    std::vector<std::string> names;
+    while (const dirent* const entry = readdir(directory)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+            names.emplace_back(entry->d_name);
+        }
+    }
+    return names;
+}
+auto List(const std::string& name) {
+    DIR* const directory = opendir(name.c_str());
+    auto names = ReadNames(directory);
+    closedir(directory);
+    return names;
+}
+
+void Start() {
+    char program[] = "/bin/true";
+    char* const arguments[] = {program, nullptr};
+    pid_t pid = -1;
+    MUST(posix_spawnp(&pid, program, nullptr, nullptr, arguments, environ) == 0);
+    MUST(waitpid(pid, nullptr, 0) == pid);
+}
+
+void Load() {
+    void* const module = dlopen(ZUKEL_BENCHMARK_MODULE, RTLD_NOW | RTLD_GLOBAL);
+    MUST(module != nullptr);
+    void* const answer = dlsym(module, "Answer");
+    MUST(answer != nullptr);
+    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
+    MUST(dlclose(module) == 0);
+}
+
+void Share(const std::string& shortName, std::size_t size, bool attach) {
+    const std::string name = "/" + shortName;
+    const auto map = [&](int flags) {
+        const int file = shm_open(name.c_str(), flags | O_RDWR, 0600);
+        MUST(file >= 0);
+        struct stat facts {};
+        MUST(flags == 0 ? fstat(file, &facts) == 0
+                        : ftruncate(file, static_cast<off_t>(size)) == 0);
+        void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        close(file);
+        MUST(memory != MAP_FAILED);
+        return memory;
+    };
+    void* const owner = map(O_CREAT | O_EXCL);
+    Touch(owner, size);
+    if (attach) {
+        void* const other = map(0);
+        benchmark::DoNotOptimize(*static_cast<char*>(other));
+        munmap(other, size);
+    }
+    shm_unlink(name.c_str());
+    munmap(owner, size);
+}
+
+/// The files that tell all of the memory: the machine, the process, and its control groups' limits.
+std::vector<std::string> MemoryFiles() {
+    std::vector<std::string> files = {"/proc/meminfo", "/proc/self/cgroup", "/proc/self/statm"};
+    std::string line;
+    for (std::ifstream groups("/proc/self/cgroup"); std::getline(groups, line);) {
+        const bool first = line.find(":memory:") != std::string::npos;
+        if (first || line.find("0::") == 0) {
+            std::string group = line.substr(line.rfind(':') + 1);
+            for (; !group.empty(); group.resize(group.rfind('/'))) {
+                files.push_back(first ? "/sys/fs/cgroup/memory" + group + "/memory.limit_in_bytes"
+                                      : "/sys/fs/cgroup" + group + "/memory.max");
+            }
+        }
+    }
+    return files;
+}
+/// Opens, reads and closes them, without looking at what they say.
+void ReadFiles(const std::vector<std::string>& files) {
+    for (const std::string& name : files) {
+        char text[8192];
+        const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+        while (read(file, text, sizeof text) > 0) {
+        }
+        close(file);
+        benchmark::DoNotOptimize(text);
+    }
+}
+
+const Jobs kJobs =
+    Jobs("system")
+        .OpenClose<Reader>()
+        .CreateWriteClose<Writer>()
+        .ReadUnbuffered<Reader>()
+        .ReadUnbufferedLines<Reader>()
+        .Copy(Copy)
+        .Rename([](const auto& from, const auto& to) {
+            return std::rename(from.c_str(), to.c_str()) == 0;
+        })
+        .Exists(Exists)
+        .List(List)
+        .MakeAndRemove([](const auto& path) { return mkdir(path.c_str(), 0777) == 0; },
+                       [](const auto& path) { return rmdir(path.c_str()) == 0; })
+        .Repeat("FileFacts",
+                [] {
+                    struct stat info {};
+                    return lstat(kKnownFile, &info) == 0;
+                })
+        .Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; })
+        .Start(Start)
+        .Repeat("LoadFindUnload", Load)
+        .Segment(Share)
+        .With("Memory", MemoryFiles, ReadFiles)
+        .Repeat("Disk",
+                [] {
+                    struct statvfs facts {};
+                    MUST(statvfs("/tmp", &facts) == 0);
+                    return facts.f_bavail * facts.f_frsize;
+                })
+        .Growth(
+            "listings", [] { return opendir(Work::Get().Directory(100).c_str()); },
+            [](DIR* directory) {
+                rewinddir(directory);
+                MUST(ReadNames(directory).size() == 100);
+            });
+
+}  // namespace

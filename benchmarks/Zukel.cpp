@@ -1,0 +1,186 @@
+// The jobs by this library.
+
+#include <sys/wait.h>
+#include <zukel.h>
+
+#include "Jobs.h"
+
+namespace {
+
+constexpr int kCreate = kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeTruncate;
+
+template <int kMode>
+struct File {
+    explicit File(const std::string& name) : file(name, kMode) { MUST(file.IsOpen()); }
+    std::size_t Read(char* to, unsigned long long size) {
+        file.Read(to, size);
+        return size;
+    }
+    void Write(const char* from, unsigned long long size) { file.Write(from, size); }
+    bool Line(char* to, std::size_t size) { return file.ReadLine(to, size) == kelStatusOk; }
+    void ReadValue(int& value) { file.Read(value); }
+    void WriteValue(int value) { file.Write(value); }
+    kelFile file;
+};
+using Reader = File<kelFile::ModeRead>;
+using BufferedReader = File<kelFile::ModeRead | kelFile::ModeBuffered>;
+using Writer = File<kCreate>;
+using BufferedWriter = File<kCreate | kelFile::ModeBuffered>;
+
+bool Copy(const std::string& from, const std::string& to) {
+    return kelFile::Copy(from, to, kelFileInfo::PermissionDefault) == kelStatusOk;
+}
+bool NativeCopy(const std::string& from, const std::string& to) {
+    return kelFile::NativeCopy(from, to, 0) == kelStatusOk;
+}
+bool Rename(const std::string& from, const std::string& to) {
+    return kelFile::Rename(from, to) == kelStatusOk;
+}
+bool NativeRename(const std::string& from, const std::string& to) {
+    return kelFile::NativeRename(from, to) == kelStatusOk;
+}
+bool Remove(const std::string& path) {
+    return kelDirectory::Delete(path) == kelStatusOk;
+}
+template <bool kAll>
+bool Make(const std::string& path) {
+    return kelDirectory::Create(path, kelFileInfo::PermissionDefault, kAll) == kelStatusOk;
+}
+
+void Facts() {
+    const kelFileInfo info(kKnownFile);
+    benchmark::DoNotOptimize(info.GetSize());
+    benchmark::DoNotOptimize(info.GetType());
+    benchmark::DoNotOptimize(info.GetLastModifiedTime());
+}
+
+void ThreeParts(const kelFileInfo& info) {
+    benchmark::DoNotOptimize(info.GetPath());
+    benchmark::DoNotOptimize(info.GetFileName());
+    benchmark::DoNotOptimize(info.GetBaseName());
+}
+/// All of a file that exists: the extension asks the system, once.
+void FourParts(const kelFileInfo& info) {
+    ThreeParts(info);
+    benchmark::DoNotOptimize(info.GetFileExtension());
+}
+
+void Start() {
+    kelProcess process;
+    MUST(process.Start("/bin/true", false) == kelStatusOk);
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(process.GetPid()), &info, WEXITED | WNOWAIT);
+    MUST(!process.IsRunning());
+}
+
+void Load() {
+    kelDynamicObject module;
+    long long (*answer)() = nullptr;
+    MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
+    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
+    benchmark::DoNotOptimize(answer());
+    MUST(module.UnloadLibrary() == kelStatusOk);
+}
+
+void Share(const std::string& name, std::size_t size, bool attach) {
+    kelSharedMemory owner;
+    kelSharedMemory other;
+    MUST(owner.Create(size, name) == kelStatusOk);
+    Touch(owner.GetBaseAddress(), size);
+    if (attach) {
+        MUST(other.Attach(name) == kelStatusOk);
+        benchmark::DoNotOptimize(*static_cast<char*>(other.GetBaseAddress()));
+    }
+    MUST(owner.Destroy() == kelStatusOk);
+}
+
+auto Memory() {
+    kelMemoryInfo info;
+    kelSystem::GetMemoryDetails(info);
+    return info;
+}
+auto Disk() {
+    zuDiskInfo info;
+    MUST(kelSystem::GetFreeDiskSpace("/tmp", info));
+    return info;
+}
+
+bool Exists(const std::string& name) {
+    return kelFile::Exists(name);
+}
+
+const Jobs kJobs =
+    Jobs("zukel", Keep<kelLibrary>)
+        .OpenClose<Reader>()
+        .CreateWriteClose<Writer>()
+        .ReadUnbuffered<Reader>()
+        .ReadUnbufferedLines<Reader>()
+        .ReadBuffered<BufferedReader>()
+        .ReadLines<BufferedReader>()
+        .WriteBuffered<BufferedWriter>()
+        .Copy(Copy)
+        .Rename(Rename)
+        .Exists(Exists)
+        .List([](const auto& directory) { return kelDirectory::GetFileNames(directory); })
+        .MakeAndRemove(Make<false>, Remove)
+        .MakeFiveLevels(Make<true>, Remove)
+        .Repeat("FileFacts", Facts)
+        .With(
+            "NormalizePath", [] { return zuString(kLongPath); }, kelDirectory::GetAbsolutePath)
+        .Repeat("RelativePath", [] { return kelDirectory::GetRelativePath(kFrom, kTo); })
+        .With(
+            "ThreeNameParts", [] { return kelFileInfo(kLongPath); }, ThreeParts)
+        .With(
+            "FourNameParts", [] { return kelFileInfo(kKnownFile); }, FourParts)
+        .With(
+            "ReadVariable", [] { return kelLibrary(); },
+            [](kelLibrary& library) {
+                zuString value;
+                library.GetEnvironmentVariable(value, "PATH");
+                return value;
+            })
+        .With(
+            "SetVariable", [] { return kelLibrary(); },
+            [](kelLibrary& library) {
+                MUST(library.SetEnvironmentVariable("ZUKEL_BENCHMARK", "value") == kelStatusOk);
+            })
+        .Start(Start)
+        .Repeat("LoadFindUnload", Load)
+        .Segment(Share)
+        .With(
+            "Format", [] { return kelTime::GetNow(); },
+            [](const kelTime& time) {
+                zuString text;
+                MUST(time.GetFormatTime(text, kPattern) == kelStatusOk);
+                return text;
+            })
+        .Counter<kelAtomic>([](auto& counter) { return counter.Increment(); })
+        .Repeat("Memory", Memory)
+        .Repeat("Disk", Disk)
+        .Repeat("IdleObject", [] { return kelFile().IsOpen() ? 1 : 0; })
+        .Idle<kelAtomic>("kelAtomic")
+        .Idle<kelDirectory>("kelDirectory")
+        .Idle<kelDynamicObject>("kelDynamicObject")
+        .Idle<kelFile>("kelFile")
+        .Idle<kelFileInfo>("kelFileInfo", kKnownFile)
+        .Idle<kelLibrary>("kelLibrary")
+        .Idle<kelProcess>("kelProcess")
+        .Idle<kelSharedMemory>("kelSharedMemory")
+        .Idle<kelTime>("kelTime", 0LL)
+        .Growth(
+            "openings", [] { return kelFile(); },
+            [](kelFile& file) {
+                char byte = 0;
+                file.Open(kKnownFile, kelFile::ModeRead | kelFile::ModeBuffered);
+                MUST(file.Read(byte) == kelStatusOk);
+                file.Close();
+            })
+        .Growth(
+            "listings", [] { return kelDirectory(Work::Get().Directory(100)); },
+            [](kelDirectory& directory) { MUST(directory.GetFileNames().size() == 100); });
+
+// The same calls with nothing alive between them, and those by the platform's own means.
+const Jobs kCold = Jobs("zukelCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
+const Jobs kNative = Jobs("zukelNative", Keep<kelLibrary>).Copy(NativeCopy).Rename(NativeRename);
+
+}  // namespace

@@ -1,0 +1,111 @@
+// The jobs by libuv, as calls that return when they are done; a program runs on the default loop.
+
+#include <fcntl.h>
+#include <uv.h>
+
+#include "Jobs.h"
+
+namespace {
+
+/// Does a call on files by its name less `uv_fs_`, and gives its result.
+template <typename Call, typename... Arguments>
+ssize_t Do(Call call, Arguments... arguments) {
+    uv_fs_t request;
+    call(nullptr, &request, arguments..., nullptr);
+    const ssize_t result = request.result;
+    uv_fs_req_cleanup(&request);
+    return result;
+}
+
+template <int kMode>
+struct File {
+    explicit File(const std::string& name)
+        : file(static_cast<uv_file>(Do(uv_fs_open, name.c_str(), kMode, 0666))) {
+        MUST(file >= 0);
+    }
+    ~File() { MUST(Do(uv_fs_close, file) == 0); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    std::size_t Read(char* to, std::size_t size) {
+        const uv_buf_t room = uv_buf_init(to, static_cast<unsigned>(size));
+        return static_cast<std::size_t>(Do(uv_fs_read, file, &room, 1U, -1));
+    }
+    void Write(const char* from, std::size_t size) {
+        const uv_buf_t text = uv_buf_init(const_cast<char*>(from), static_cast<unsigned>(size));
+        MUST(Do(uv_fs_write, file, &text, 1U, -1) > 0);
+    }
+    bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
+    uv_file file;
+};
+using Reader = File<UV_FS_O_RDONLY>;
+
+auto List(const std::string& directory) {
+    std::vector<std::string> names;
+    uv_fs_t request;
+    MUST(uv_fs_scandir(nullptr, &request, directory.c_str(), 0, nullptr) >= 0);
+    for (uv_dirent_t entry; uv_fs_scandir_next(&request, &entry) != UV_EOF;) {
+        names.emplace_back(entry.name);
+    }
+    uv_fs_req_cleanup(&request);
+    return names;
+}
+bool Make(const std::string& path) {
+    return Do(uv_fs_mkdir, path.c_str(), 0777) == 0;
+}
+bool Remove(const std::string& path) {
+    return Do(uv_fs_rmdir, path.c_str()) == 0;
+}
+void Start() {
+    char program[] = "/bin/true";
+    char* arguments[] = {program, nullptr};
+    uv_process_t process;
+    uv_process_options_t options{};
+    options.file = program;
+    options.args = arguments;
+    options.exit_cb = [](uv_process_t* ended, std::int64_t status, int) {
+        MUST(status == 0);
+        uv_close(reinterpret_cast<uv_handle_t*>(ended), nullptr);
+    };
+    MUST(uv_spawn(uv_default_loop(), &process, &options) == 0);
+    MUST(uv_run(uv_default_loop(), UV_RUN_DEFAULT) == 0);
+}
+void Load() {
+    uv_lib_t module;
+    void* answer = nullptr;
+    MUST(uv_dlopen(ZUKEL_BENCHMARK_MODULE, &module) == 0);
+    MUST(uv_dlsym(&module, "Answer", &answer) == 0);
+    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
+    uv_dlclose(&module);
+}
+auto ReadVariable() {
+    char value[4096];
+    std::size_t size = sizeof value;
+    MUST(uv_os_getenv("PATH", value, &size) == 0);
+    return std::string(value, size);
+}
+
+const Jobs kJobs =
+    Jobs("libuv")
+        .OpenClose<Reader>()
+        .CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>()
+        .ReadUnbuffered<Reader>()
+        .ReadUnbufferedLines<Reader>()
+        .Copy([](const auto& from, const auto& to) {
+            return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0) == 0;
+        })
+        .Rename([](const auto& from, const auto& to) {
+            return Do(uv_fs_rename, from.c_str(), to.c_str()) == 0;
+        })
+        .Exists([](const auto& name) { return Do(uv_fs_access, name.c_str(), F_OK) == 0; })
+        .List(List)
+        .MakeAndRemove(Make, Remove)
+        .Repeat("FileFacts", [] { return Do(uv_fs_lstat, kKnownFile) == 0; })
+        .Repeat("ReadVariable", ReadVariable)
+        .Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; })
+        .Start(Start)
+        .Repeat("LoadFindUnload", Load)
+        .Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; })
+        .Idle<uv_lib_t>("kelDynamicObject")
+        .Idle<uv_process_t>("kelProcess");
+
+}  // namespace

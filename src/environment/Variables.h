@@ -1,0 +1,17 @@
+#pragma once
+
+#include "frame/Names.h"
+#include "platform/Environment.h"
+
+namespace zukel {
+
+/// Reads a variable of the environment. No variable has a `=` in its name: looked up, such a name
+/// would find a part of another one's value.
+///
+/// @param value unchanged when there is none.
+inline bool FindVariable(const zuString& name, zuString& value) {
+    return IsWhole(name) && name.find('=') == zuString::npos &&
+           platform::ReadEnvironmentVariable(name.c_str(), value);
+}
+
+}  // namespace zukel

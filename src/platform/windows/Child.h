@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/Processes.h"
+#include "platform/windows/Handle.h"
+
+namespace zukel::platform {
+
+/// A child keeps its identifier from being used again for as long as its handle is open.
+struct Child {
+    Handle process;
+    DWORD identifier = 0;
+};
+
+}  // namespace zukel::platform

@@ -1,0 +1,201 @@
+#include <cwchar>
+#include <iterator>
+#include <vector>
+
+#include "platform/Processes.h"
+#include "platform/windows/Child.h"
+#include "platform/windows/CommandLine.h"
+#include "platform/windows/OpenFile.h"
+#include "platform/windows/ProgramSearch.h"
+
+namespace zukel::platform {
+
+namespace {
+
+/// A handle that a child may take over; none for none.
+Handle Inheritable(HANDLE handle) noexcept {
+    const HANDLE self = GetCurrentProcess();
+    HANDLE copy = nullptr;
+    if (handle == nullptr || handle == INVALID_HANDLE_VALUE ||
+        DuplicateHandle(self, handle, self, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS) == 0) {
+        return Handle();
+    }
+    return Handle(copy);
+}
+
+/// The device that takes everything.
+Handle Nowhere() noexcept {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    return Handle(CreateFileW(L"NUL", GENERIC_WRITE, kShareAll, &inherited, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+/// The three streams of a child. They can be inherited for as long as this lives.
+class Streams {
+public:
+    explicit Streams(const Program& program) noexcept
+        : input_(Inheritable(GetStdHandle(STD_INPUT_HANDLE))),
+          output_(Open(program.output)),
+          error_(program.error == program.output ? Handle() : Open(program.error)),
+          shared_(program.error == program.output) {}
+
+    explicit operator bool() const noexcept { return output_ && (shared_ || error_); }
+
+    void PutInto(STARTUPINFOW& start) const noexcept {
+        start.dwFlags |= STARTF_USESTDHANDLES;
+        start.hStdInput = input_.Get();
+        start.hStdOutput = output_.Get();
+        start.hStdError = shared_ ? output_.Get() : error_.Get();
+    }
+
+    /// Each of them once.
+    std::vector<HANDLE> List() const {
+        std::vector<HANDLE> list = {output_.Get()};
+        for (const Handle* const each : {&input_, &error_}) {
+            if (*each) {
+                list.push_back(each->Get());
+            }
+        }
+        return list;
+    }
+
+private:
+    static Handle Open(const FileHandle* file) noexcept {
+        return file == nullptr ? Nowhere() : Inheritable(reinterpret_cast<HANDLE>(file->Get()));
+    }
+
+    Handle input_;
+    Handle output_;
+    Handle error_;
+    bool shared_;
+};
+
+/// What a child inherits: the handles of this list, and no other of the process.
+class InheritedHandles {
+public:
+    explicit InheritedHandles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        room_.resize(size);
+        made_ = InitializeProcThreadAttributeList(Get(), 1, 0, &size) != 0;
+        filled_ = made_ && UpdateProcThreadAttribute(
+                               Get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles_.data(),
+                               handles_.size() * sizeof(HANDLE), nullptr, nullptr) != 0;
+    }
+    ~InheritedHandles() {
+        if (made_) {
+            DeleteProcThreadAttributeList(Get());
+        }
+    }
+    InheritedHandles(const InheritedHandles&) = delete;
+    InheritedHandles& operator=(const InheritedHandles&) = delete;
+
+    explicit operator bool() const noexcept { return filled_; }
+    LPPROC_THREAD_ATTRIBUTE_LIST Get() noexcept {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(room_.data());
+    }
+
+private:
+    std::vector<HANDLE> handles_;
+    std::vector<char> room_;
+    bool made_ = false;
+    bool filled_ = false;
+};
+
+/// The system would run a program in the caller's directory, or in none, for some that do not
+/// exist.
+apr_status_t CheckDirectory(const char* name, std::wstring& directory) {
+    const WideName wide(name);
+    if (!wide) {
+        return wide.Status();
+    }
+    const FileId found = Identify(wide.Get(), Links::Followed);
+    if (!found.known) {
+        return LastStatus();
+    }
+    directory = AbsoluteName(wide.Get());
+    return (found.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? APR_SUCCESS : APR_ENOTDIR;
+}
+
+bool ReadArguments(const char* const* arguments, std::vector<std::wstring>& wide) {
+    for (; *arguments != nullptr; ++arguments) {
+        if (!ToWide(*arguments, wide.emplace_back())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Starts what `path` names, with the command line.
+apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wstring& directory,
+                    const Program& program, Child& child) {
+    const WideName image(path.c_str());
+    const Streams streams(program);
+    if (!image || !streams) {
+        return image ? LastStatus() : image.Status();
+    }
+    InheritedHandles inherited(streams.List());
+    if (!inherited) {
+        return LastStatus();
+    }
+    STARTUPINFOEXW start{};
+    start.StartupInfo.cb = sizeof start;
+    start.lpAttributeList = inherited.Get();
+    streams.PutInto(start.StartupInfo);
+    DWORD flags = EXTENDED_STARTUPINFO_PRESENT | CREATE_UNICODE_ENVIRONMENT;
+    if (program.detach) {
+        flags |= DETACHED_PROCESS;
+        start.StartupInfo.dwFlags |= STARTF_USESHOWWINDOW;
+        start.StartupInfo.wShowWindow = SW_HIDE;
+    }
+    PROCESS_INFORMATION made{};
+    if (CreateProcessW(image.Get(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                       directory.empty() ? nullptr : directory.c_str(), &start.StartupInfo,
+                       &made) == 0) {
+        return LastStatus();
+    }
+    const Handle thread(made.hThread);
+    child.process = Handle(made.hProcess);
+    child.identifier = made.dwProcessId;
+    return APR_SUCCESS;
+}
+
+}  // namespace
+
+apr_status_t Launch(const Program& program, ChildHandle& child) {
+    std::vector<std::wstring> arguments;
+    std::wstring directory;
+    FoundProgram found;
+    ChildHandle made(new Child);
+    if (!ReadArguments(program.arguments, arguments)) {
+        return APR_FROM_OS_ERROR(arguments.size() == 1 ? ERROR_FILE_NOT_FOUND
+                                                       : ERROR_NO_UNICODE_TRANSLATION);
+    }
+    apr_status_t status = APR_SUCCESS;
+    if (program.directory != nullptr) {
+        status = CheckDirectory(program.directory, directory);
+    }
+    if (status == APR_SUCCESS) {
+        status = FindProgram(arguments.front(), directory, found);
+    }
+    if (status != APR_SUCCESS) {
+        return status;
+    }
+    std::wstring line;
+    std::wstring image = found.path;
+    if (!found.batch) {
+        line = CommandLine(arguments);
+    } else {
+        image = CommandInterpreter();
+        if (!BatchCommandLine(image, found.path, arguments, line)) {
+            return APR_FROM_OS_ERROR(ERROR_BAD_ARGUMENTS);
+        }
+    }
+    status = Create(image, line, directory, program, *made);
+    if (status == APR_SUCCESS) {
+        child = std::move(made);
+    }
+    return status;
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,202 @@
+// Names, open files and segments as only Windows has them.
+
+#include <windows.h>
+
+#include "support/Testing.h"
+
+using namespace zukel::test;
+
+namespace {
+
+struct Call {
+    const char* what;
+    std::function<int()> run;
+};
+
+TEST(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
+    const TemporaryDirectory directory;
+    const std::string a(150, 'a'), b(150, 'b'), deep = directory / a + "/" + b;
+    ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
+    std::string backslashes = deep;
+    std::replace(backslashes.begin(), backslashes.end(), '/', '\\');
+    int round = 0;
+    for (const std::string& way :
+         {deep, deep + "/.", deep + "//", deep + "/../" + b, directory / "/./" + a + "//x/../" + b,
+          backslashes, backslashes + "\\..\\" + b, "\\\\?\\" + backslashes}) {
+        SCOPED_TRACE(way);
+        const std::string end = way[0] == '\\' ? "\\" : "/", mark = std::to_string(++round);
+        const std::string from = way + end + "from" + mark, to = way + end + "to" + mark;
+        const Call calls[] = {
+            {"open", [&] { return kelFile().Open(from, kWrite); }},
+            {"write", [&] { return kelFile(from, kWrite).WriteLine("x"); }},
+            {"exists", [&] { return kelFile::Exists(nullptr, from); }},
+            {"facts", [&] { return kelFileInfo(from).GetSize() == 1 ? kOk : kFailed; }},
+            {"copy", [&] { return kelFile::Copy(from, to, 0xFFF); }},
+            {"native copy", [&] { return kelFile::NativeCopy(from, to, 0); }},
+            {"permissions", [&] { return kelFile::SetPermissions(to, 0x600); }},
+            {"rename", [&] { return kelFile::Rename(to, from); }},
+            {"native rename", [&] { return kelFile::NativeRename(from, to); }},
+            {"listing", [&] { return kelDirectory(way).GetNumberOfFiles() == 1 ? kOk : kFailed; }},
+            {"delete", [&] { return kelFile::Delete(to); }},
+            {"make", [&] { return kelDirectory::Create(to, 0x755, false); }},
+            {"remove", [&] { return kelDirectory::Delete(to); }},
+        };
+        for (const Call& call : calls) {
+            EXPECT_EQ(call.run(), kOk) << call.what;
+        }
+        EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
+    }
+    kelDirectory::Delete(deep);
+    kelDirectory::Delete(directory / a);
+}
+
+TEST(WindowsNames, OfDevicesAndTooLongOnes_NameNoFile) {
+    const TemporaryDirectory directory;
+    const std::string from = directory.Write("from", "content"), bad(300, 'x');
+    for (const std::string name :
+         {"nul.txt", "con", "CON.log", "aux ", "com1", "LPT9.x", "NUL .tar.gz", "nul:", "conin$"}) {
+        for (const std::string& to : {directory / name, name}) {
+            SCOPED_TRACE(to);
+            if (to != "con" && to != "com1" && to != "conin$") {  // which are the devices
+                EXPECT_EQ(kelFile().Open(to, kWrite), kFailed);
+            }
+            EXPECT_EQ(kelFile::Copy(from, to, 0x600), kFailed);
+            EXPECT_EQ(kelFile::NativeCopy(from, to, 0xFFF), kFailed);
+            EXPECT_EQ(kelFile::Rename(from, to), kFailed);
+            EXPECT_EQ(kelFile::NativeRename(from, to), kFailed);
+            EXPECT_EQ(kelDirectory::Create(to, 0x755, false), kFailed);
+            EXPECT_FALSE(kelFile::Exists(directory / name));
+        }
+    }
+    EXPECT_EQ(kelFile::Copy(from, "NUL", 0x600), kFailed) << "the contents would be gone";
+    EXPECT_EQ(kelFile().Open("NUL", kelFile::ModeWrite), kOk) << "the device itself";
+    EXPECT_EQ(kelFile().Open(directory / "console.txt", kWrite), kOk);
+    EXPECT_EQ(directory.Count(), 2);
+    for (const std::string& name : {bad, directory / bad, directory / bad + "/below",
+                                    "C:/" + std::string(70000, 'x'), std::string(70000, '/')}) {
+        EXPECT_EQ(kelFile().Open(name, kRead), kFailed) << name.size();
+    }
+}
+
+TEST(WindowsFiles, Appending_StartsReadingAtTheStartAndTruncatesFirst) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("log", "old");
+    constexpr int kAppend = kelFile::ModeAppend;
+    char line[8]{};
+    kelFile file(name, kReadWrite | kAppend);
+    EXPECT_EQ(file.ReadLine(line, sizeof line), kOk);
+    EXPECT_STREQ(line, "old");
+    kelFile other(name, kWrite | kAppend);
+    EXPECT_EQ(file.SeekToBegin(), kOk);
+    EXPECT_EQ(file.WriteLine("1"), kOk);
+    EXPECT_EQ(other.WriteLine("2"), kOk);
+    EXPECT_EQ(file.WriteLine("3"), kOk);
+    EXPECT_EQ(ReadWhole(name), "old123");
+    kelFile again(name, kReadWrite | kAppend | kelFile::ModeTruncate);
+    EXPECT_EQ(ReadWhole(name), "");
+    EXPECT_EQ(other.WriteLine("4"), kOk);
+    EXPECT_EQ(again.WriteLine("5"), kOk);
+    EXPECT_EQ(ReadWhole(name), "45");
+}
+
+TEST(WindowsFiles, ADirectoryDoesNotTakeThePlaceOfAFile) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.Write("file", "content"), made = directory / "made";
+    ASSERT_EQ(kelDirectory::Create(made, 0x755, false), kOk);
+    EXPECT_EQ(kelFile::Rename(made, file), kFailed);
+    EXPECT_EQ(ReadWhole(file), "content");
+    EXPECT_EQ(kelFile::Rename(file, made), kFailed);
+    EXPECT_EQ(kelFile::Rename(made, directory / "moved"), kOk);
+}
+
+TEST(WindowsFiles, PermissionsAreThoseOfTheAccessList) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file", "x");
+    const int open = kelFileInfo(name).GetPermissions();
+    EXPECT_EQ(open & 0x600, 0x600) << std::hex << open;
+    EXPECT_EQ(kelFile::SetPermissions(name, 0x400), kOk);
+    EXPECT_EQ(kelFileInfo(name).GetPermissions() & 0x222, 0) << "read-only";
+    EXPECT_EQ(kelFile::SetPermissions(name, 0x600), kOk);
+    kelSharedMemory memory;
+    ASSERT_EQ(memory.Create(8, directory / "segment"), kOk);
+    EXPECT_EQ(kelFileInfo(directory / "segment").GetPermissions() & 0x677, 0x600);
+}
+
+char* Text(kelSharedMemory& memory) {
+    return static_cast<char*>(memory.GetBaseAddress());
+}
+
+TEST(WindowsSegments, AreToldApartByTheirFiles) {
+    const TemporaryDirectory directory;
+    fs::create_directory(directory / "d");
+    kelSharedMemory first, second, third, same;
+    ASSERT_EQ(first.Create(8, directory / "d/seg"), kOk);
+    ASSERT_EQ(second.Create(8, directory / "d_seg"), kOk);
+    ASSERT_EQ(third.Create(8, directory / "seg"), kOk);
+    *Text(first) = '1';
+    *Text(second) = '2';
+    *Text(third) = '3';
+    for (const std::string name : {"d/seg", "./d//seg", "d\\seg", "D/../d/SEG"}) {
+        SCOPED_TRACE(name);
+        same = kelSharedMemory();
+        ASSERT_EQ(same.Attach(directory / name), kOk);
+        EXPECT_EQ(*Text(same), '1');
+    }
+}
+
+TEST(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
+    const TemporaryDirectory directory;
+    constexpr std::uint64_t kSize = 4096, kMuch = std::uint64_t{1} << 40U;
+    const struct {
+        const char* why;
+        std::uint64_t mapped, usable;
+    } rows[] = {{"a tebibyte", kMuch, kMuch - 16},
+                {"a tebibyte to use", kSize, kMuch},
+                {"a byte more", kSize, kSize - 15},
+                {"less than the file", kSize - 8, kSize - 24},
+                {"not written yet", 0, kSize - 16}};
+    for (const auto& row : rows) {
+        const std::uint64_t header[] = {row.mapped, row.usable};
+        std::string content(kSize, '\0');
+        std::memcpy(content.data(), header, sizeof header);
+        EXPECT_EQ(kelSharedMemory().Attach(directory.Write("forged", content)), kFailed) << row.why;
+    }
+    EXPECT_EQ(kelSharedMemory().Attach(directory.Write("short", "x")), kFailed);
+    EXPECT_EQ(kelSharedMemory().Attach(directory.Path()), kFailed);
+}
+
+TEST(WindowsSegments, LeaveNoHandleBehind) {
+    const TemporaryDirectory directory;
+    DWORD before = 0, after = 0;
+    for (int round = 0; round < 120; ++round) {
+        if (round == 20) {
+            GetProcessHandleCount(GetCurrentProcess(), &before);
+        }
+        kelSharedMemory owner, attached;
+        ASSERT_EQ(owner.Create(64, directory / "segment"), kOk);
+        ASSERT_EQ(attached.Attach(directory / "segment"), kOk);
+        EXPECT_EQ(kelSharedMemory().Create(64, directory / "segment"), kFailed);
+    }
+    GetProcessHandleCount(GetCurrentProcess(), &after);
+    EXPECT_LT(after, before + 20);
+    EXPECT_EQ(directory.Count(), 0);
+}
+
+TEST(WindowsSegments, OutliveACreatorThatWasKilled) {
+    const TemporaryDirectory directory;
+    const std::string name = directory / "segment";
+    kelProcess creator;
+    ASSERT_EQ(creator.Start(ZUKEL_TEST_CHILD, {"hold", name}, false), kOk);
+    kelSharedMemory attached;
+    EXPECT_TRUE(Eventually([&] { return attached.Attach(name) == kOk; }));
+    attached = kelSharedMemory();
+    EXPECT_EQ(creator.Kill(), kOk);
+    EXPECT_TRUE(Eventually([&] { return attached.Attach(name) == kOk; }));
+    EXPECT_EQ(attached.GetSize(), 8U);
+    EXPECT_EQ(kelSharedMemory().Remove(name), kOk);
+    EXPECT_FALSE(kelFile::Exists(name));
+    attached = kelSharedMemory();
+    EXPECT_EQ(directory.Count(), 0);
+}
+
+}  // namespace

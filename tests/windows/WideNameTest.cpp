@@ -1,0 +1,67 @@
+// The form in which names go to the system.
+
+#include "platform/windows/WideName.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using zukel::platform::Devices;
+using zukel::platform::WideName;
+
+TEST(WideName, LongNamesGetTheExtendedFormAndShortOnesStay) {
+    const std::string a(120, 'a'), b(130, 'b'), part = a + "\\" + b;
+    const std::wstring wide(part.begin(), part.end());
+    const struct {
+        std::string name;
+        std::wstring form;
+    } rows[] = {
+        {"C:\\short/./x", L"C:\\short/./x"},
+        {"relative/../x", L"relative/../x"},
+        {"", L""},
+        {"C:/" + a + "//./x/../" + b, L"\\\\?\\C:\\" + wide},
+        {"C:\\" + part, L"\\\\?\\C:\\" + wide},
+        {"//server/share/" + part, L"\\\\?\\UNC\\server\\share\\" + wide},
+        {"\\\\server\\share\\x\\..\\" + part + "\\.", L"\\\\?\\UNC\\server\\share\\" + wide},
+        {"\\\\?\\C:\\x\\..\\" + part, L"\\\\?\\C:\\x\\..\\" + wide},
+        {"\\\\.\\NUL", L"\\\\.\\NUL"},
+        {"\\\\?\\C:\\nul.txt", L"\\\\?\\C:\\nul.txt"},
+    };
+    for (const auto& row : rows) {
+        const WideName name(row.name.c_str());
+        EXPECT_EQ(name.Status(), 0) << row.name;
+        EXPECT_EQ(name.Get(), row.form) << row.name;
+    }
+}
+
+TEST(WideName, WhatNamesNoFileIsRefused) {
+    const std::string longest(255, 'x');
+    const struct {
+        std::string name;
+        DWORD plain, taken;  ///< The reasons without and with leave for devices.
+    } rows[] = {
+        {"NUL", ERROR_INVALID_NAME, 0},
+        {"Con", ERROR_INVALID_NAME, 0},
+        {"lpt1", ERROR_INVALID_NAME, 0},
+        {"COM\xC2\xB2", ERROR_INVALID_NAME, 0},
+        {"nul.txt", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
+        {"C:nul", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
+        {"x/aux/y", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
+        {"nulx", 0, 0},
+        {"com0", 0, 0},
+        {"com12", 0, 0},
+        {longest, 0, 0},
+        {longest + "x", ERROR_FILENAME_EXCED_RANGE, ERROR_FILENAME_EXCED_RANGE},
+        {"\xFF", ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND},
+        {"\xED\xA0\x80", ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(WideName(row.name.c_str()).Status(), APR_FROM_OS_ERROR(row.plain)) << row.name;
+        EXPECT_EQ(WideName(row.name.c_str(), Devices::Taken).Status(), APR_FROM_OS_ERROR(row.taken))
+            << row.name;
+    }
+}
+
+}  // namespace
