@@ -43,9 +43,13 @@ struct kelLibraryRecord;
 /// must not run while another thread reads or sets a variable in any way, `getenv` and the
 /// operations that expand names included.
 ///
-/// Several copies of the library in one process start and stop APR under one lock. A program that
-/// calls `apr_initialize` and `apr_terminate` itself does not take it: it holds a use of APR from
+/// Several copies of the library in one process (plug-ins that each contain the static library) may
+/// start and stop APR at the same time: they do it under one lock. A program that calls
+/// `apr_initialize` and `apr_terminate` itself does not take that lock: it holds a use of APR from
 /// before its threads begin until they have ended.
+///
+/// Stack: every operation works on a thread with a stack of 16 KiB, except that a loaded module,
+/// and the system's name services behind the user's name and directory, may need more.
 ///
 /// Memory: each text of `GetLocale`, some 30 bytes, stays with the object until it is destroyed.
 /// Nothing else does.
