@@ -64,10 +64,17 @@ endif()
 if(WIN32)
   string(APPEND zukel_pc_runtime " -luserenv")
 endif()
-configure_file(cmake/zukel.pc.in zukel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zukel.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-        COMPONENT zukel_development)
+set(zukel_pc_archive ${CMAKE_STATIC_LIBRARY_PREFIX}zukel${CMAKE_STATIC_LIBRARY_SUFFIX})
+set(zukel_pc_modules zukel.pc)
+if(TARGET zukel_static)
+  list(APPEND zukel_pc_modules zukel-static.pc)
+endif()
+foreach(module IN LISTS zukel_pc_modules)
+  configure_file(cmake/${module}.in ${module} @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${module}
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT zukel_development)
+endforeach()
 
 # The documents lie to each other as they do in the sources, so that their links hold.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGES.md

@@ -4,7 +4,7 @@
 //
 // Names may be written with ~, $NAME and $PLATFORM. A link is described itself. Sizes are told up
 // to 4 GiB; a larger file shows the rest beyond the last full 4 GiB. Exit code: 0 when there is a
-// file under each name, 1 when not, 2 for a wrong call.
+// file under each name and the table was written, 1 when not, 2 for a wrong call.
 
 #include <kelFileInfo.h>
 #include <kelLibrary.h>
@@ -207,5 +207,9 @@ int main(int count, char** arguments) {
         allExist = allExist && info.GetType() != kelFileInfo::NoFile;
     }
     Print(rows);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "fileinfo: the table cannot be written\n");
+        return 1;
+    }
     return allExist ? 0 : 1;
 }

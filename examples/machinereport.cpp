@@ -5,8 +5,8 @@
 // The disks are those of the directories, or those of the root, the home directory and the
 // directory for temporary files.
 //
-// Exit code: 0; 1 when the disk of a directory that was asked for cannot be told; 2 for a wrong
-// call.
+// Exit code: 0; 1 when the disk of a directory that was asked for cannot be told or the report not
+// be written; 2 for a wrong call.
 
 #include <kelCPUInfo.h>
 #include <kelFile.h>
@@ -173,5 +173,10 @@ int main(int count, char** arguments) {
                           directories.end());
     }
     std::fflush(stdout);  // before what may go to the error output
-    return ReportDisks(directories) ? 0 : 1;
+    const bool all = ReportDisks(directories);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "machinereport: the report cannot be written\n");
+        return 1;
+    }
+    return all ? 0 : 1;
 }

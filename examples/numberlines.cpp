@@ -7,6 +7,7 @@
 #include <kelFile.h>
 #include <kelStatus.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -18,29 +19,35 @@ struct Moved {
     unsigned long long bytes = 0;  // of the source
 };
 
-// A line longer than the buffer comes in pieces; only its first piece gets a number.
+bool Write(kelFile& target, const char* bytes, unsigned long long size) {
+    const unsigned long long wanted = size;
+    return target.Write(bytes, size) == kelStatusOk && size == wanted;
+}
+
+// By blocks, for a text may have lines of any length, and NULs in them.
 bool CopyNumbered(kelFile& source, kelFile& target, Moved& moved) {
-    char line[4096];
+    char block[4096];
     bool atLineStart = true;
-    while (source.ReadLine(line, sizeof line) == kelStatusOk) {
-        const std::size_t length = std::strlen(line);
-        if (length == 0) {
-            std::fprintf(stderr, "numberlines: a NUL at line %llu: not a text file\n",
-                         moved.lines + 1);
-            return false;
-        }
-        if (atLineStart) {
-            char number[32];
-            std::snprintf(number, sizeof number, "%6llu  ", ++moved.lines);
-            if (target.WriteLine(number) != kelStatusOk) {
+    unsigned long long size = sizeof block;
+    for (; source.Read(block, size) == kelStatusOk; size = sizeof block) {
+        const char* const end = block + size;
+        for (const char* at = block; at != end;) {
+            if (atLineStart) {
+                char number[32];
+                std::snprintf(number, sizeof number, "%6llu  ", ++moved.lines);
+                if (!Write(target, number, std::strlen(number))) {
+                    return false;
+                }
+            }
+            const char* const feed = std::find(at, end, '\n');
+            atLineStart = feed != end;
+            const char* const next = atLineStart ? feed + 1 : end;
+            if (!Write(target, at, static_cast<unsigned long long>(next - at))) {
                 return false;
             }
+            at = next;
         }
-        if (target.WriteLine(line) != kelStatusOk) {
-            return false;
-        }
-        moved.bytes += length;
-        atLineStart = line[length - 1] == '\n';
+        moved.bytes += size;
     }
     return source.EndOfFile();
 }
@@ -70,7 +77,9 @@ int main(int count, char** arguments) {
     const bool copied = CopyNumbered(source, target, moved);
     // The last of the buffer is written by the close, so its status matters.
     if (target.Close() != kelStatusOk || !copied) {
-        std::fprintf(stderr, "numberlines: the copy is not complete\n");
+        kelFile::Delete(arguments[2]);  // which was made above
+        std::fprintf(stderr, "numberlines: %s cannot be copied whole; nothing is left of it\n",
+                     arguments[1]);
         return 1;
     }
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;

@@ -61,5 +61,9 @@ int main(int count, char** arguments) {
         }
         std::printf("%s\n", buffer.data());
     }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::fprintf(stderr, "pluginhost: the output cannot be written\n");
+        return 1;
+    }
     return 0;
 }

@@ -7,6 +7,7 @@
 // 0 when all commands have ended by themselves, 1 when one could not be started, 2 for a wrong
 // call, 130 after Ctrl-C.
 
+#include <kelFile.h>
 #include <kelProcess.h>
 #include <kelStatus.h>
 
@@ -59,6 +60,12 @@ std::vector<Job> Jobs(char** words, char** end) {
 
 bool Start(Job& job, const zuString& directory) {
     const zuString file = directory + "/" + job.label + ".txt";
+    // A start does not fail for an output that cannot be opened: it would go nowhere.
+    if (!kelFile(file, kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeAppend).IsOpen()) {
+        std::fprintf(stderr, "runall: %s is not started: %s cannot be written\n", job.label.c_str(),
+                     file.c_str());
+        return false;
+    }
     const zuStlVector<zuString> arguments(job.arguments.begin() + 1, job.arguments.end());
     if (job.process.Start(job.arguments.front(), arguments, "", {file}, false) != kelStatusOk) {
         std::fprintf(stderr, "runall: %s cannot be started: %s\n", job.label.c_str(),

@@ -4,21 +4,37 @@
 //
 // Both may be written with ~, $NAME and $PLATFORM. They are compared in lower case, which is how
 // the way is printed; on a file system that tells case apart, a directory with capitals in its path
-// is therefore not found. Exit code: 0 when there is a way, 1 when there is none, 2 for a wrong
-// call.
+// is therefore not found. Exit code: 0 when there is a way and it could be printed, 1 when not, 2
+// for a wrong call.
 
 #include <kelDirectory.h>
 #include <kelFileInfo.h>
 #include <kelLibrary.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
-// Says what is wrong with a name, if it is not that of a directory.
+// ASCII letters alone, as kelDirectory::GetRelativePath does it.
+zuString InLowerCase(zuString text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    });
+    return text;
+}
+
+// Says what is wrong with a name: that it is none of a directory, or not in lower case.
 void TellWhyNot(const zuString& name) {
+    const zuString lower = InLowerCase(name);
     switch (kelFileInfo(name).GetType()) {
         case kelFileInfo::Directory:
+            if (kelFileInfo(lower).GetType() != kelFileInfo::Directory) {
+                std::fprintf(stderr,
+                             "wayto: %s: has capitals; paths are compared in lower case, and there "
+                             "is no directory %s\n",
+                             name.c_str(), lower.c_str());
+            }
             break;
         case kelFileInfo::NoFile:
             std::fprintf(stderr, "wayto: %s: no such directory\n", name.c_str());
@@ -45,12 +61,13 @@ int main(int count, char** arguments) {
         const zuString to = kelLibrary::GetAbsoluteFileName(arguments[2]);
         TellWhyNot(from);
         TellWhyNot(to);
-        std::fprintf(stderr,
-                     "wayto: no way from %s to %s: both must be directories without capitals in "
-                     "their paths, and more than dots\n",
-                     from.c_str(), to.c_str());
+        std::fprintf(stderr, "wayto: no way from %s to %s\n", from.c_str(), to.c_str());
         return 1;
     }
     std::printf("%s\n", way.c_str());
+    if (std::fflush(stdout) != 0) {
+        std::perror("wayto: the output");
+        return 1;
+    }
     return 0;
 }

@@ -265,16 +265,23 @@ public:
     /// links, and a symbolic link as target is followed. Nothing is touched when the source is a
     /// directory or cannot be read, when the target may not be written, and when both names lead to
     /// the same file: all of that is `kelStatusFailed`. When reading fails later or the writing
-    /// itself fails, as on a full volume, the target is cut to nothing and removed; a device or a
-    /// pipe never is. A program that is killed in the middle leaves a part of the target: copy to
+    /// itself fails, as on a full volume, the target is truncated and removed; a device or a pipe
+    /// never is. A program that is killed in the middle leaves a part of the target: copy to
     /// another name and `Rename` where that matters.
     ///
-    /// Linux: with `PermissionOfSource` a target of the caller's own that may not be written is
-    /// given the source's permissions first. Holes of a sparse file stay holes.
-    /// `PermissionOfSource` has no effect on devices and pipes, carries set-user-ID (set-group-ID)
-    /// over only when both files have the same owner (group), and is not insisted on where the
-    /// target belongs to somebody else or its volume keeps no permissions. A pipe as source is read
-    /// until its writers have closed it.
+    /// Linux: holes of a sparse file stay holes, and on a volume whose files can share blocks
+    /// (Btrfs, XFS) a large copy shares those of the source until one of the two is written. A pipe
+    /// as source is read until its writers have closed it. A target beyond the process's limit on
+    /// the size of files, and a pipe whose reader has left, are failures; they raise no SIGXFSZ and
+    /// no SIGPIPE.
+    ///
+    /// Linux: `PermissionOfSource` carries the POSIX access list over. Where the target's volume
+    /// has none, the permissions leave out what the list alone allowed, so nobody is given more
+    /// than the source grants. Set-user-ID (set-group-ID) goes along only when both files have the
+    /// same owner (group). A target of the caller's own that may not be written is first given the
+    /// source's permissions for its owner. `PermissionOfSource` has no effect on devices and pipes,
+    /// and is not insisted on where the target belongs to somebody else or its volume keeps no
+    /// permissions.
     static int Copy(const zuString& from, const zuString& to, int perms);
     /// The same. The pointer is not read and may be null.
     static int Copy(const kelLibrary* library, const zuString& from, const zuString& to, int perms);
@@ -293,12 +300,25 @@ public:
     ///
     /// A file or symbolic link also moves to another volume, whole or not at all: the contents go
     /// to a new file beside the target, which gets the source's permissions and times, and its
-    /// owner and extended attributes where the system allows it, and is on the disk before it takes
-    /// the target's name and the source is removed. After a failure the source is untouched, and so
-    /// is a file that had the target's name; a source that changes while it is copied is such a
-    /// failure. A program that is killed in the middle, or a volume that refuses to remove it, may
-    /// leave a file beside the target whose name begins with `.zukel-`. Directories, pipes and
-    /// devices do not move to another volume.
+    /// owner, access list and extended attributes where the system and the volume allow it (without
+    /// its list the permissions are those of `Copy`), and is on the disk before it takes the
+    /// target's name and the source is removed. After a failure the source is untouched, and so is
+    /// a file that had the target's name. Directories, pipes and devices do not move to another
+    /// volume.
+    ///
+    /// A source that is changed, or replaced by another file, before it is removed is such a
+    /// failure: nothing that was written to it is lost. Linux: a program that opens the source for
+    /// writing meanwhile waits for the end of the move, for 45 seconds at most (with O_NONBLOCK the
+    /// opening fails), and the move fails. Where the system does not allow that (a source of
+    /// somebody else's, some network file systems, a program that keeps the source open for
+    /// writing), the change is seen by size and modification time: a write that changes neither,
+    /// within one tick of the volume's clock, goes unnoticed, and so does one through a descriptor
+    /// that is still open while the source is removed.
+    ///
+    /// A program that is killed in the middle, or a volume that refuses to remove or rename a file,
+    /// may leave one whose name begins with `.zukel-`: beside the target a part of the copy or the
+    /// former target, beside the source the source. So may a program that makes a new file under
+    /// the source's name just as the move gives up.
     ///
     /// Two names of one and the same file: nothing happens, and the result is `kelStatusOk`.
     ///

@@ -43,6 +43,10 @@ struct kelLibraryRecord;
 /// must not run while another thread reads or sets a variable in any way, `getenv` and the
 /// operations that expand names included.
 ///
+/// Several copies of the library in one process start and stop APR under one lock. A program that
+/// calls `apr_initialize` and `apr_terminate` itself does not take it: it holds a use of APR from
+/// before its threads begin until they have ended.
+///
 /// Memory: each text of `GetLocale`, some 30 bytes, stays with the object until it is destroyed.
 /// Nothing else does.
 class KEL_API kelLibrary {

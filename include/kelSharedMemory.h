@@ -27,10 +27,10 @@ struct kelSharedMemoryRecord;
 /// A segment that is destroyed has no name any more, and no process can attach to it; those that
 /// are attached keep its memory until they let go. The library puts no layout and no lock into it.
 ///
-/// No operation but `Remove` removes the name of another segment, also when a new one was created
-/// under the name, or is created at that moment. Linux: if a process was stopped while it removed
-/// the name, another one that removes it gives up after a second: the operation fails, and the name
-/// stays.
+/// No operation but `Remove` removes a name under which somebody else has created a new segment.
+/// Linux: that holds also when the new segment is created at the same moment. If a process was
+/// stopped while it removed the name, another process that removes it gives up after a second: its
+/// operation fails, and the name stays.
 ///
 /// Linux: in a copy of the process that `fork` makes, the end of an object, or an assignment to it,
 /// leaves the name of a segment that the parent has created. `Detach`, `Destroy` and `Remove` do as

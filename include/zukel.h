@@ -8,7 +8,7 @@
 /// | reading and writing files; files by name      | kelFile.h                              |
 /// | the parts of a file's name, and its facts     | kelFileInfo.h                          |
 /// | directories, and the text of paths            | kelDirectory.h                         |
-/// | the runtime; environment, user, host, names   | kelLibrary.h                           |
+/// | environment, user, host, names; APR           | kelLibrary.h                           |
 /// | starting, watching and ending programs        | kelProcess.h                           |
 /// | plug-ins                                      | kelDynamicObject.h                     |
 /// | memory that processes share                   | kelSharedMemory.h                      |
@@ -25,9 +25,10 @@
 /// success; nothing throws but `std::bad_alloc`; what comes back by value belongs to the caller; a
 /// destructor closes what its object holds and drops the status; one object is used by one thread
 /// at a time, different objects and static operations by any number; after `fork` in a program with
-/// other threads nothing is called before `exec`; memory that the runtime itself lacks ends the
-/// process. A program that keeps one
-/// `kelLibrary` alive spares each static call the start of the runtime.
+/// other threads nothing is called before `exec`.
+///
+/// APR is the Apache Portable Runtime, on which the library is built. The operations that need it,
+/// which kelLibrary.h names, start it themselves; memory that it lacks then ends the process.
 
 #include "kelAtomic.h"
 #include "kelBarrier.h"

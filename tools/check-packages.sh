@@ -137,7 +137,7 @@ step_package() {
     [[ -f $place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1 ]] || die "the library is not in the multiarch folder"
     compgen -G "$place/var/lib/dpkg/info/libzukel1:*.shlibs" >/dev/null || die "the library has no shlibs file"
     local way
-    for way in package package-static module module-static; do
+    for way in package package-static module module-archive module-static; do
         use_installed "$place/usr" "$way" -D PKG_CONFIG_OPTIONS="--define-variable=prefix=$place/usr"
     done
     ! "${dpkg[@]}" --purge libzukel1 || die "the development files can be without the library"

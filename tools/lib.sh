@@ -12,7 +12,7 @@ export builds
 
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 test_packages=(libgtest-dev libgmock-dev locales strace)
-check_packages=(clang libclang-rt-14-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
+check_packages=(clang libclang-rt-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
 document_packages=(doxygen)
 package_packages=(dpkg-dev file "${document_packages[@]}")
@@ -50,7 +50,7 @@ may_become_root() {
 # How long another apt is waited for, in seconds.
 apt_patience=900
 
-# apt ARGUMENT...: apt-get as root, which shows nothing but what failed. It waits while another one holds a
+# apt ARGUMENT...: apt-get as root, without all but its warnings and errors. It waits while another one holds a
 # lock: for the locks of dpkg by its own option, which passes over those of the package lists and of the
 # archives (apt 2.6: both fail at once).
 apt() {
@@ -65,13 +65,14 @@ apt() {
         waiting=yes
         sleep 1
     done
+    printf '%s\n' "$output"
 }
 
 # Installs those of the named Debian packages that are missing. Touches nothing when none is.
 need_packages() {
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
         die "this is not a Debian system. Install what README.md names, then build by hand."
-    local package state missing=() output
+    local package state missing=() output reason
     for package in "$@"; do
         state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=none
         [[ $state == installed ]] || missing+=("$package")
@@ -82,8 +83,11 @@ need_packages() {
     say "Installing missing packages: ${missing[*]}"
     # Stale or absent package lists are the common reason for a failed installation. When they
     # cannot be refreshed, the installation itself says whether that matters.
-    apt update >/dev/null || true
-    output=$(apt -y --no-install-recommends install "${missing[@]}") || {
+    output=$(apt update) || true
+    output+=$'\n'$(apt -y --no-install-recommends install "${missing[@]}") || {
+        reason=$(grep -m 1 -oE "(Temporary failure resolving|Could not resolve|Could not connect to|Unable to connect to) '?[^' ]+'?" \
+            <<<"$output") &&
+            die "there is no network to fetch packages from ($reason). With one: apt-get install ${missing[*]}"
         printf '%s\n' "$output" >&2
         die "the installation failed. By hand: apt-get install ${missing[*]}"
     }

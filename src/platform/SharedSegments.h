@@ -29,7 +29,8 @@ bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexc
 ///
 /// @param name not empty.
 /// @returns false, with `segment` unchanged and nothing left open, when there is none or it is not
-/// wholly made.
+/// wholly made. Linux: also when it belongs neither to the effective user nor to root, or when its
+/// group or others may write it.
 bool AttachSegment(const char* name, Segment& segment) noexcept;
 
 /// Unmaps the segment and clears its address and size.
@@ -41,15 +42,19 @@ bool UnmapSegment(Segment& segment) noexcept;
 /// nothing.
 void ReleaseSegment(Segment& segment) noexcept;
 
-/// Removes whatever segment has this name. Linux: `unlink`. Windows: the system removes no file
-/// that is mapped; such a one is given another name, `NAME.NUMBER.zukel-removed`, and removed under
-/// that by the last who lets go of the segment.
+/// Removes whatever segment has this name. Linux: nobody else is removing it at the time, see
+/// `RemoveSegmentName`. Windows: the system removes no file that is mapped; such a one is given
+/// another name, `NAME.NUMBER.zukel-removed`, and removed under that by the last who lets go of the
+/// segment.
 ///
 /// @param name not empty.
 bool RemoveName(const char* name) noexcept;
 
 /// Removes the name of a segment that this process has or had mapped. A name that stands for
-/// another segment by now, or for none, is left as it is and counts as removed.
+/// another segment by now, or for none, is left as it is and counts as removed. Linux: also when
+/// the other segment is made at the same moment.
+///
+/// @returns false when the system refuses.
 bool RemoveSegmentName(const char* name, const Segment& segment) noexcept;
 
 }  // namespace zukel::platform

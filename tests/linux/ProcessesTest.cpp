@@ -1,13 +1,9 @@
-// Processes on Linux: the caller's own with its threads, and children.
+// Processes on Linux: where calls are refused, signals ignored and programs busy.
 
-#include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
-#include <cstdio>
 
 #include "linux/Users.h"
 #include "support/Faults.h"
@@ -15,46 +11,6 @@
 using namespace zukel::test;
 
 namespace {
-
-TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItInThreads) {
-    constexpr int kTimes = 20000;
-    const auto run = [] {
-        std::vector<std::thread> threads;
-        std::atomic<int> failed{0};
-        for (const std::string copy : {"/copy1.dll", "/copy2.dll"}) {
-            void* const module = dlopen((ZUKEL_TEST_MODULES + copy).c_str(), RTLD_NOW | RTLD_LOCAL);
-            const auto use = module == nullptr ? nullptr : dlsym(module, "StartAndStop");
-            if (use == nullptr) {
-                std::fprintf(stderr, "%s\n", dlerror());
-                _exit(2);
-            }
-            for (int thread = 0; thread < 2; ++thread) {
-                threads.emplace_back(
-                    [&failed, use] { failed += reinterpret_cast<int (*)(int)>(use)(kTimes); });
-            }
-        }
-        std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
-        _exit(failed == 0 ? 0 : 1);
-    };
-    for (int trial = 0; trial < 3; ++trial) {
-        EXPECT_EXIT(run(), testing::ExitedWithCode(0), "") << "trial " << trial;
-    }
-}
-
-TEST(Runtime, AFailedStart_LeavesNoUserAndTheNextOneSucceeds) {
-    zuString name;
-    for (const bool fails : {true, false, true, false}) {
-        const auto before = WhatIsHeld();
-        const Guard armed = Arm({fails ? FaultSource::Runtime : FaultSource::None});
-        const int status = UnderFaults([&] { return kelLibrary().GetHostName(name); });
-        EXPECT_EQ(status, fails ? kFailed : kOk);
-        EXPECT_EQ(fault.struck, fails ? "apr_initialize" : "");
-        EXPECT_EQ(WhatIsHeld(), before) << "users of APR, its pools, blocks, descriptors";
-    }
-    char expected[256] = "";
-    EXPECT_EQ(gethostname(expected, sizeof expected), 0);
-    EXPECT_EQ(name, expected);
-}
 
 /// A system call that fails, as older systems and sandboxes make it.
 struct Refusal {
@@ -106,8 +62,32 @@ TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
         EXPECT_TRUE(kelProcess::IsRunning(getpid())) << error;
         EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF)) << error;
         EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed) << error;
-        const Guard user = Unprivileged();
-        EXPECT_TRUE(kelProcess::IsRunning(1)) << "of another user, " << error;
+        EXPECT_EXIT(_exit(setresuid(kNobody, kNobody, kNobody) == 0 && kelProcess::IsRunning(1)),
+                    testing::ExitedWithCode(geteuid() == 0 ? 1 : 0), "")
+            << "of another user, " << error;
+    }
+}
+
+TEST(Processes, AreNotStartedWithoutADescriptorForThem) {
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        const Guard refused = AtCall("syscall", [error] { return error; });
+        kelProcess process;
+        EXPECT_EQ(UnderFaults([&] { return process.Start("true", false); }), kFailed);
+        EXPECT_EQ(process.GetLastError(), std::strerror(error));
+        EXPECT_EQ(process.GetPid(), -1);
+    }
+}
+
+TEST(Processes, ThatHaveEnded_AreSentNothing) {
+    for (const char* call : {"kill", "syscall"}) {
+        kelProcess process;
+        ASSERT_EQ(process.Start("true", false), kOk);
+        ASSERT_TRUE(Ends(process));
+        int calls = 0;
+        const Guard counted = AtCall(call, [&] { return ++calls, EPERM; });
+        EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);
+        EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
+        EXPECT_EQ(calls, 0) << call << " was made";
     }
 }
 

@@ -64,6 +64,7 @@ TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
         if (status == kOk) {
             EXPECT_EQ(ModeOf(PathOf(other)), 0600U);
         }
+        EXPECT_EQ(Memory().Remove(name), status) << "a failure leaves no name";
     }
 }
 
@@ -132,6 +133,13 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
         EXPECT_EQ(Memory().Remove(name), kFailed) << "there is none";
     }
     EXPECT_TRUE(fs::exists(whole));
+    {
+        Memory owner;
+        const Guard missing = AtCall("open", [] { return ENOENT; });
+        EXPECT_EQ(owner.Create(100, name), kOk);
+        EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+        EXPECT_EQ(Attach(), kOk) << "made when there was none to be removed";
+    }
     for (const uid_t owner : {geteuid(), kNobody}) {
         SCOPED_TRACE(owner);
         fs::copy(whole, path);
@@ -139,11 +147,20 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
             continue;
         }
         const int locked = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        EXPECT_EQ(flock(locked, LOCK_EX), 0) << "as one does that removes the name, and stops";
+        EXPECT_EQ(flock(locked, LOCK_EX), 0) << "as one does that stops in a removal";
         EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kOk : kFailed);
         EXPECT_EQ(fs::exists(path), owner != kNobody);
         close(locked);
+        int copy = -1;  // of the descriptor, as a fork makes it
+        {
+            const Guard copied = AtCall("unlink", [&] {
+                copy = dup(0);
+                return dup2(copy - 1, copy), EPERM;
+            });
+            EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+        }
         EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kFailed : kOk);
+        close(copy);
     }
 }
 
@@ -161,55 +178,53 @@ const End kEnds[] = {
     {"an attached one's Destroy", false, [](Memory& it, auto&) { return it.Destroy(); }},
 };
 
-TEST_F(Segments, WhoseNameIsAnothersByNow_LeaveItAlone) {
-    for (const End& end : kEnds) {
-        SCOPED_TRACE(end.what);
-        Memory owner, attached, next;
-        ASSERT_EQ(owner.Create(100, name), kOk);
-        ASSERT_EQ(attached.Attach(name), kOk);
-        ASSERT_EQ(Memory().Remove(name), kOk);
-        ASSERT_EQ(next.Create(50, name), kOk);
-        end.call(end.owner ? owner : attached, name);
-        EXPECT_EQ(Attach(), kOk) << "the new segment has lost its name";
-    }
-}
-
-TEST_F(Segments, WhoseNameAnotherRemovesAtTheSameTime_LeaveANewOneAlone) {
+TEST_F(Segments, WhoseNameAnotherRemoves_LeaveANewOneUnderItAlone) {
     std::vector<End> ends(std::begin(kEnds), std::end(kEnds));
     ends.push_back({"Remove", false, [](Memory& it, auto& its) { return it.Remove(its); }});
-    ends.push_back({"a Create without room", false, [](Memory&, auto& its) {
-                        Memory().Remove(its);
+    ends.push_back({"a Create without room", true, [](Memory& it, auto& its) {
+                        it.Destroy();
                         return Memory().Create(100, its);
                     }});
     for (const End& end : ends) {
-        SCOPED_TRACE(end.what);
-        Memory owner, attached, next;
-        ASSERT_EQ(owner.Create(100, name), kOk);
-        ASSERT_EQ(attached.Attach(name), kOk);
-        const bool creates = end.what == ends.back().what;
-        std::thread rival;
-        std::atomic<bool> ready{false};
-        int unlinks = creates ? -1 : 0;
-        {
-            const Guard removed = AtCall(creates ? "posix_fallocate" : "unlink", [&] {
-                if (++unlinks <= 1 && !rival.joinable()) {
-                    rival = std::thread([&] {
-                        Memory().Remove(name);
-                        ready = next.Create(50, name) == kOk;
-                    });
-                    // Without a lock it is done by then.
-                    for (int wait = 0; wait < 50 && !ready; ++wait) {
-                        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        for (const std::string before : {"open", "unlink", "posix_fallocate"}) {
+            SCOPED_TRACE(end.what + (", before " + before));
+            Memory owner, attached, next;
+            ASSERT_EQ(owner.Create(100, name), kOk);
+            ASSERT_EQ(attached.Attach(name), kOk);
+            std::thread rival;
+            std::atomic<bool> created{false};
+            {
+                const Guard during = AtCall(before.c_str(), [&] {
+                    if (!rival.joinable()) {
+                        rival = std::thread([&] {
+                            Memory().Remove(name);
+                            created = next.Create(50, name) == kOk;
+                        });
+                        for (int wait = 0; wait < 50 && !created; ++wait) {  // for a lock, in vain
+                            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                        }
                     }
-                }
-                return creates ? ENOSPC : 0;
-            });
-            UnderFaults([&] { return end.call(end.owner ? owner : attached, name); });
+                    return before == "posix_fallocate" ? ENOSPC : 0;
+                });
+                UnderFaults([&] { return end.call(end.owner ? owner : attached, name); });
+            }
+            if (rival.joinable()) {
+                rival.join();
+                const bool takesAny = end.what == std::string("Remove") && before == "open";
+                EXPECT_EQ(Attach(), takesAny ? kFailed : kOk);
+            }
         }
-        ASSERT_TRUE(rival.joinable());
-        rival.join();
-        EXPECT_TRUE(ready);
-        EXPECT_EQ(Attach(), kOk) << "the new segment has lost its name";
+    }
+}
+
+TEST_F(Segments, LargerThanTheMemory_AreNotEvenTried) {
+    for (const char* call : {"mmap", "posix_fallocate"}) {
+        int calls = 0;
+        const Guard counted = AtCall(call, [&] { return ++calls, 0; });
+        for (const unsigned long long size : {1ULL << 41U, ~0ULL >> 1U, ~0ULL - 8, ~0ULL}) {
+            EXPECT_EQ(UnderFaults([&] { return Memory().Create(size, name); }), kFailed) << size;
+        }
+        EXPECT_EQ(calls, 0) << call << " was made";
     }
 }
 
@@ -238,14 +253,15 @@ TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     EXPECT_EQ(Attach(), kFailed) << "made by the copy itself";
 }
 
-TEST_F(Segments, WithANulInTheirNames_AreNone) {
-    const std::string odd(name + '\0' + "b");
+TEST_F(Segments, WithoutAName_AreNone) {
     Memory owner;
     ASSERT_EQ(owner.Create(100, name), kOk);
-    EXPECT_EQ(Memory().Attach(odd), kFailed);
-    EXPECT_EQ(Memory().Remove(odd), kFailed);
+    for (const std::string& none : {std::string(), std::string(1, '\0'), name + '\0' + "b"}) {
+        EXPECT_EQ(Memory().Create(100, none), kFailed) << none.size();
+        EXPECT_EQ(Memory().Attach(none), kFailed) << none.size();
+        EXPECT_EQ(Memory().Remove(none), kFailed) << none.size();
+    }
     EXPECT_EQ(owner.Destroy(), kOk);
-    EXPECT_EQ(Memory().Create(100, odd), kFailed);
 }
 
 }  // namespace

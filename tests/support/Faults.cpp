@@ -162,6 +162,13 @@ void* operator new(std::size_t size) {
     ++zukel::test::blocks;
     return block;
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* block) noexcept {
     zukel::test::blocks -= block != nullptr ? 1 : 0;
     std::free(block);

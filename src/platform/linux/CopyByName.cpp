@@ -115,7 +115,8 @@ private:
             touched_ = true;
         }
         // Before writing: the new contents may be more private than the old.
-        if (takesMode && !permissions_.GiveTo(out_.Get())) {
+        const mode_t present = created_ ? SourcePermissions::kUnknown : target_.st_mode;
+        if (takesMode && !permissions_.GiveTo(out_.Get(), present)) {
             return false;
         }
         const bool hasSetId =
@@ -158,16 +159,14 @@ private:
         }
         const std::unique_ptr<char, decltype(&free)> path(realpath(to_, nullptr), &free);
         struct stat now {};
-        if (path && lstat(path.get(), &now) == 0 &&
-            (known ? IsSameFile(now, target_) : MayBeOurs(now))) {
+        if (!path || lstat(path.get(), &now) != 0) {
+            return;
+        }
+        // Of a new target that could not be closed only the name is known.
+        const bool ours = S_ISREG(now.st_mode) && now.st_uid == geteuid() && now.st_nlink == 1;
+        if (known ? IsSameFile(now, target_) : ours) {
             unlink(path.get());
         }
-    }
-
-    /// Whether this is the new target, of which only the name is known: closing it has failed.
-    bool MayBeOurs(const struct stat& file) const noexcept {
-        return S_ISREG(file.st_mode) && file.st_uid == geteuid() && file.st_nlink == 1 &&
-               file.st_size <= source_.st_size;
     }
 
     const char* from_;

@@ -111,21 +111,20 @@ bool HasHoles(int from, const struct stat& source) noexcept {
 
 /// Reserves room for a large file before it is written. Ext4 then places it at once instead of
 /// when the file is closed, which takes two thirds of the time; other file systems gain nothing.
-/// The size of the file stays: a source that shrinks meanwhile leaves no zeros at the end.
-///
-/// @returns false with ENOSPC when there is no room. Reserving is not insisted on otherwise.
-bool Reserve(int to, off_t size) noexcept {
+/// The size of the file stays: a source that shrinks meanwhile leaves no zeros at the end. Where
+/// there is no room the writing tells.
+void Reserve(int to, off_t size) noexcept {
     struct statfs volume {};
-    return size < kLarge || fstatfs(to, &volume) != 0 || volume.f_type != EXT4_SUPER_MAGIC ||
-           Uninterrupted([&] { return fallocate(to, FALLOC_FL_KEEP_SIZE, 0, size); }) == 0 ||
-           errno != ENOSPC;
+    if (size >= kLarge && fstatfs(to, &volume) == 0 && volume.f_type == EXT4_SUPER_MAGIC) {
+        Uninterrupted([&] { return fallocate(to, FALLOC_FL_KEEP_SIZE, 0, size); });
+    }
 }
 
 }  // namespace
 
 bool Contents::ReadFirst() noexcept {
     const off_t size = source_.st_size;
-    const bool small = size > 0 && size <= kSmall && !MayBeSparse(source_);
+    const bool small = size > 0 && size <= kSmall && (size < off_t{kPage} || !MayBeSparse(source_));
     // One byte more than there are, so that a read which falls short has met the end.
     const std::size_t room = small ? static_cast<std::size_t>(size) + 1 : kPage;
     first_.reset(new (std::nothrow) char[room]);
@@ -164,8 +163,8 @@ bool Contents::WriteRegular(int to) noexcept {
     }
     const off_t size = source_.st_size;
     const auto first = static_cast<off_t>(firstSize_);
-    if (lseek(from_.Get(), first, SEEK_SET) < 0 || !Reserve(to, size) ||
-        !WriteAll(to, first_.get(), firstSize_)) {
+    Reserve(to, size);
+    if (lseek(from_.Get(), first, SEEK_SET) < 0 || !WriteAll(to, first_.get(), firstSize_)) {
         return false;
     }
     off_t copied = 0;

@@ -27,9 +27,6 @@ bool CopyExtendedAttributes(int from, int to) noexcept {
         return IsRefusal(errno);
     }
     for (const char* name = names.get(); name < names.get() + size; name += std::strlen(name) + 1) {
-        if (std::strcmp(name, kAccessList) == 0) {
-            continue;
-        }
         const ssize_t length = fgetxattr(from, name, value.get(), XATTR_SIZE_MAX);
         const bool copied = length >= 0 && fsetxattr(to, name, value.get(),
                                                      static_cast<std::size_t>(length), 0) == 0;

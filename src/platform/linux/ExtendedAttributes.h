@@ -2,8 +2,9 @@
 
 namespace zukel::platform {
 
-/// Gives the open file `to` the extended attributes of the open file `from`, except the access
-/// list, which goes with the permissions, and those that the system or the volume of `to` refuses.
+/// Gives the open file `to` the extended attributes of the open file `from`, except those that the
+/// system or the volume of `to` refuses. What follows from a refused access list is the business of
+/// `SourcePermissions`.
 ///
 /// @returns false with `errno` when reading one or storing one failed for another reason, such as a
 /// full volume.

@@ -9,7 +9,7 @@ namespace zukel::platform {
 /// object lives. All of them are sent to that thread alone, so no other one gets them meanwhile.
 class HeldSignals {
 public:
-    explicit HeldSignals(std::initializer_list<int> signals) noexcept;
+    HeldSignals(std::initializer_list<int> signals) noexcept;
     ~HeldSignals();
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;

@@ -7,15 +7,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/MemoryFigures.h"
+#include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -26,22 +28,31 @@ namespace zukel::platform {
 
 namespace {
 
-/// Room for any of the texts below; what is beyond is not read, and needed of none.
-using TextBuffer = char[8192];
+/// Large enough for the fields that are read from each text and for the path of a control group;
+/// the rest is ignored. It is on the heap: the stack of a thread may have 16 KiB.
+struct Room {
+    char text[8192];
+    char path[4096];
+};
+using RoomHandle = std::unique_ptr<Room>;
+
+RoomHandle MakeRoom() noexcept {
+    return RoomHandle(new (std::nothrow) Room);
+}
 
 /// The start of a file of the system, or the empty text.
-std::string_view ReadText(const char* path, TextBuffer& buffer) noexcept {
-    const Descriptor file(open(path, O_RDONLY | O_CLOEXEC));
+std::string_view ReadText(const char* path, Room& room) noexcept {
+    const Descriptor file(Uninterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC); }));
     std::size_t length = 0;
-    while (file && length < sizeof buffer) {
-        const ssize_t got = read(file.Get(), buffer + length, sizeof buffer - length);
-        if (got > 0) {
-            length += static_cast<std::size_t>(got);
-        } else if (got == 0 || errno != EINTR) {
+    while (file && length < sizeof room.text) {
+        const ssize_t got = Uninterrupted(
+            [&] { return read(file.Get(), room.text + length, sizeof room.text - length); });
+        if (got <= 0) {
             break;
         }
+        length += static_cast<std::size_t>(got);
     }
-    return {buffer, length};
+    return {room.text, length};
 }
 
 /// The files of one kind of control group.
@@ -63,14 +74,15 @@ constexpr GroupFiles kGroupFiles[] = {
 /// The folder of a group, and its files.
 class GroupFolder {
 public:
-    GroupFolder(const char* root, std::string_view group) noexcept
-        : rootSize_(std::strlen(root)), size_(rootSize_) {
+    /// A group whose path has no room is taken for the nearest one above it that has.
+    GroupFolder(const char* root, std::string_view group, Room& room) noexcept
+        : room_(room), rootSize_(std::strlen(root)), size_(rootSize_) {
         constexpr std::size_t kRoomForName = 64;
-        while (rootSize_ + group.size() > sizeof text_ - kRoomForName) {
+        while (rootSize_ + group.size() > sizeof room_.path - kRoomForName) {
             group = group.substr(0, group.rfind('/'));
         }
-        std::memcpy(text_, root, rootSize_);
-        std::memcpy(text_ + rootSize_, group.data(), group.size());
+        std::memcpy(room_.path, root, rootSize_);
+        std::memcpy(room_.path + rootSize_, group.data(), group.size());
         size_ += group.size();
     }
 
@@ -79,41 +91,41 @@ public:
         if (size_ == rootSize_) {
             return false;
         }
-        size_ = std::string_view(text_, size_).rfind('/');
+        size_ = std::string_view(room_.path, size_).rfind('/');
         return true;
     }
 
-    std::string_view Read(const char* name, TextBuffer& buffer) noexcept {
-        std::snprintf(text_ + size_, sizeof text_ - size_, "/%s", name);
-        return ReadText(text_, buffer);
+    std::string_view Read(const char* name) noexcept {
+        std::snprintf(room_.path + size_, sizeof room_.path - size_, "/%s", name);
+        return ReadText(room_.path, room_);
     }
 
 private:
+    Room& room_;
     std::size_t rootSize_, size_;
-    char text_[4096];
 };
 
 void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t machineTotal,
-                TextBuffer& buffer, PhysicalMemory& memory) noexcept {
-    const std::uint64_t limit = NumberAt(folder.Read(files.limit, buffer));
+                PhysicalMemory& memory) noexcept {
+    const std::uint64_t limit = NumberAt(folder.Read(files.limit));
     if (limit >= machineTotal) {
         return;  // none, or none that matters; an unknown one is all ones
     }
-    const std::uint64_t used = NumberAt(folder.Read(files.used, buffer));
-    const std::string_view details = folder.Read("memory.stat", buffer);
+    const std::uint64_t used = NumberAt(folder.Read(files.used));
+    const std::string_view details = folder.Read("memory.stat");
     ApplyLimit(memory, limit, used, FieldOf(details, files.reclaimable, 1));
 }
 
 /// Walks from the process's own group up. In a container whose group is mounted as the root, the
 /// path may name nothing below it; the walk then finds the root itself.
-void ApplyGroups(PhysicalMemory& memory, TextBuffer& buffer) noexcept {
-    const std::string_view own = ReadText("/proc/self/cgroup", buffer);
+void ApplyGroups(PhysicalMemory& memory, Room& room) noexcept {
+    const std::string_view own = ReadText("/proc/self/cgroup", room);
     const std::uint64_t machineTotal = memory.total;
     for (const GroupFiles& files : kGroupFiles) {
         if (const std::optional<std::string_view> group = GroupPathOf(own, files.kind)) {
-            GroupFolder folder(files.root, *group);
+            GroupFolder folder(files.root, *group, room);
             do {
-                ApplyGroup(files, folder, machineTotal, buffer, memory);
+                ApplyGroup(files, folder, machineTotal, memory);
             } while (folder.Up());
             return;
         }
@@ -126,15 +138,15 @@ struct Figures {
     std::uint64_t commitLimit, committed, freeSwap;
 };
 
-/// The buffer serves one text after the other: the stack of a thread may be small.
-Figures ReadFigures(TextBuffer& buffer) noexcept {
-    const std::string_view text = ReadText("/proc/meminfo", buffer);
+/// The room serves one text after the other.
+Figures ReadFigures(Room& room) noexcept {
+    const std::string_view text = ReadText("/proc/meminfo", room);
     const auto field = [&](const char* name) { return FieldOf(text, name, 1024); };
     Figures figures{{field("MemTotal"), field("MemAvailable"), false},
                     field("CommitLimit"),
                     field("Committed_AS"),
                     field("SwapFree")};
-    ApplyGroups(figures.physical, buffer);
+    ApplyGroups(figures.physical, room);
     return figures;
 }
 
@@ -153,13 +165,13 @@ std::uint64_t Product(std::uint64_t count, std::uint64_t size) noexcept {
     return __builtin_mul_overflow(count, size, &bytes) ? kUnknown : bytes;
 }
 
-void QueryAddressSpace(MemoryBytes& bytes, TextBuffer& buffer) noexcept {
+void QueryAddressSpace(MemoryBytes& bytes, Room& room) noexcept {
     rlimit limit{};
     bytes.totalVirtual = AddressSpace();
     if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
         bytes.totalVirtual = std::min<std::uint64_t>(bytes.totalVirtual, limit.rlim_cur);
     }
-    const std::uint64_t pages = NumberAt(ReadText("/proc/self/statm", buffer));
+    const std::uint64_t pages = NumberAt(ReadText("/proc/self/statm", room));
     const auto pageSize = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     bytes.availableVirtual = Remaining(bytes.totalVirtual, Product(pages, pageSize));
 }
@@ -193,21 +205,27 @@ apr_status_t Split(apr_time_exp_t& date, apr_time_t moment,
 
 MemoryBytes QueryMemory() noexcept {
     const Uncancelled uncancelled;
-    TextBuffer buffer;
-    const Figures figures = ReadFigures(buffer);
     MemoryBytes bytes;
+    const RoomHandle room = MakeRoom();
+    if (room == nullptr) {
+        return bytes;
+    }
+    const Figures figures = ReadFigures(*room);
     bytes.totalPhysical = figures.physical.total;
     bytes.availablePhysical = figures.physical.available;
     bytes.totalPaging = figures.commitLimit;
     bytes.availablePaging = Remaining(figures.commitLimit, figures.committed);
-    QueryAddressSpace(bytes, buffer);
+    QueryAddressSpace(bytes, *room);
     return bytes;
 }
 
 std::uint64_t AvailableForSegments() noexcept {
     const Uncancelled uncancelled;
-    TextBuffer buffer;
-    const Figures figures = ReadFigures(buffer);
+    const RoomHandle room = MakeRoom();
+    if (room == nullptr) {
+        return 0;
+    }
+    const Figures figures = ReadFigures(*room);
     const std::uint64_t available = figures.physical.available;
     if (figures.physical.limited || figures.freeSwap > kUnknown - available) {
         return available;
@@ -218,11 +236,7 @@ std::uint64_t AvailableForSegments() noexcept {
 bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const Uncancelled uncancelled;
     struct statvfs facts {};
-    int result = 0;
-    do {
-        result = statvfs(path, &facts);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0) {
+    if (Uninterrupted([&] { return statvfs(path, &facts); }) != 0) {
         return false;
     }
     disk.available = Product(facts.f_bavail, facts.f_frsize);

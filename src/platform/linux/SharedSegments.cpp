@@ -107,11 +107,11 @@ bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segm
 }  // namespace
 
 bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept {
+    const Uncancelled uncancelled;
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
     if (size > kMost - sizeof(Word) || !MayHave(size + sizeof(Word))) {
         return false;
     }
-    const Uncancelled uncancelled;
     const SegmentPath path(name);
     constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW;
     const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags, kOwnerAlone); }));

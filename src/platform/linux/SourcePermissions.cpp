@@ -33,7 +33,7 @@ bool SourcePermissions::Read(int source) noexcept {
     return fgetxattr(source, kAccessList, list_.get(), size_) == size;
 }
 
-bool SourcePermissions::GiveTo(int copy) noexcept {
+bool SourcePermissions::GiveTo(int copy, mode_t present) noexcept {
     given_ = source_.st_mode & kReadWriteExecute;
     if (size_ > 0) {
         if (fsetxattr(copy, kAccessList, list_.get(), size_, 0) == 0) {
@@ -45,7 +45,8 @@ bool SourcePermissions::GiveTo(int copy) noexcept {
         given_ = ModeWithoutList();
     }
     // The mode first: it limits what a list of the copy's own grants.
-    return SucceededOrRefused(fchmod(copy, given_)) &&
+    const bool hasMode = present != kUnknown && (present & kModeBits) == given_;
+    return (hasMode || SucceededOrRefused(fchmod(copy, given_))) &&
            (SucceededOrRefused(fremovexattr(copy, kAccessList)) || errno == ENODATA);
 }
 

@@ -11,6 +11,8 @@ namespace zukel::platform {
 /// the group.
 class SourcePermissions {
 public:
+    static constexpr mode_t kUnknown = ~mode_t{0};
+
     /// @param source what `fstat` reports of the source, when there is something to do.
     explicit SourcePermissions(const struct stat& source) noexcept : source_(source) {}
 
@@ -22,8 +24,9 @@ public:
     /// the list alone allowed. A file of somebody else's, and a volume that keeps no permissions,
     /// stay as they are.
     ///
+    /// @param present the mode that `copy` has, if it is known.
     /// @returns false with `errno` when that failed for another reason, such as a full volume.
-    bool GiveTo(int copy) noexcept;
+    bool GiveTo(int copy, mode_t present = kUnknown) noexcept;
 
     /// Gives `copy` the set-ID and sticky bits as well, after `GiveTo` and the last write, which
     /// takes them away. A program that runs as its owner (group) does so as a copy only when the
