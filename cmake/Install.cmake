@@ -23,6 +23,19 @@ endfunction()
 zukel_install_library(zukel zukelSharedTargets.cmake)
 zukel_install_library(zukel_static zukelStaticTargets.cmake)
 
+if(ZUKEL_BUNDLE_RUNTIME AND TARGET zukel_static)
+  find_library(ZUKEL_RUNTIME_ARCHIVE NAMES libapr-1.a apr-1 PATHS ${APR_LIBRARY_DIRS} NO_DEFAULT_PATH
+               NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  set(zukel_bundle "create libbundle.a\naddlib $<TARGET_FILE:zukel_static>\naddlib ${ZUKEL_RUNTIME_ARCHIVE}\nsave\nend\n")
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/bundle.mri CONTENT "${zukel_bundle}")
+  install(CODE "execute_process(COMMAND ${CMAKE_AR} -M INPUT_FILE ${PROJECT_BINARY_DIR}/bundle.mri
+                                WORKING_DIRECTORY ${PROJECT_BINARY_DIR} COMMAND_ERROR_IS_FATAL ANY)
+                file(INSTALL ${PROJECT_BINARY_DIR}/libbundle.a RENAME libzukel.a
+                     DESTINATION \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR})"
+          COMPONENT zukel_development)
+endif()
+
+set(zukel_mingw_alone ${MINGW})
 configure_package_config_file(cmake/zukelConfig.cmake.in zukelConfig.cmake
                               INSTALL_DESTINATION ${zukel_config_folder}
                               NO_SET_AND_CHECK_MACRO)
@@ -44,6 +57,13 @@ endif()
 set(zukel_pc_includedir \${prefix})
 cmake_path(APPEND zukel_pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
 list(JOIN APR_STATIC_LDFLAGS " " zukel_pc_runtime)
+if(ZUKEL_BUNDLE_RUNTIME)
+  list(TRANSFORM ZUKEL_RUNTIME_NEEDS PREPEND -l OUTPUT_VARIABLE zukel_pc_runtime)
+  list(JOIN zukel_pc_runtime " " zukel_pc_runtime)
+endif()
+if(WIN32)
+  string(APPEND zukel_pc_runtime " -luserenv")
+endif()
 set(zukel_pc_archive ${CMAKE_STATIC_LIBRARY_PREFIX}zukel${CMAKE_STATIC_LIBRARY_SUFFIX})
 set(zukel_pc_modules zukel.pc)
 if(TARGET zukel_static)

@@ -1,6 +1,23 @@
 # The runtime, found where the system keeps it. Its headers count as system headers: their warnings
 # are not ours.
-find_package(PkgConfig REQUIRED)
 set(ZUKEL_RUNTIME apr-1>=1.7)
-pkg_check_modules(APR REQUIRED IMPORTED_TARGET ${ZUKEL_RUNTIME})
+if(MSVC)  # without pkg-config; ZUKEL_APR_FOLDER is where the runtime is installed
+  find_path(APR_INCLUDE_DIRS apr.h HINTS ${ZUKEL_APR_FOLDER} PATH_SUFFIXES include/apr-1 include REQUIRED)
+  find_library(APR_LIBRARY NAMES apr-1 HINTS ${ZUKEL_APR_FOLDER} PATH_SUFFIXES lib REQUIRED)
+  set(APR_STATIC_LIBRARIES apr-1 ws2_32 mswsock rpcrt4 advapi32 shell32 iphlpapi)
+  add_library(zukel_apr INTERFACE IMPORTED)
+  add_library(PkgConfig::APR ALIAS zukel_apr)
+  target_include_directories(zukel_apr SYSTEM INTERFACE ${APR_INCLUDE_DIRS})
+  target_compile_definitions(zukel_apr INTERFACE APR_DECLARE_STATIC _WIN32_WINNT=0x0601)
+  target_link_libraries(zukel_apr INTERFACE ${APR_LIBRARY} ws2_32 mswsock rpcrt4 advapi32 shell32 iphlpapi)
+else()
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(APR REQUIRED IMPORTED_TARGET ${ZUKEL_RUNTIME})
+endif()
 find_package(Threads REQUIRED)
+
+# For packages that somebody without the runtime takes: the static library has it in itself, and what it
+# needs of the system is named.
+option(ZUKEL_BUNDLE_RUNTIME "Install the runtime within the static library" OFF)
+set(ZUKEL_RUNTIME_NEEDS ${APR_STATIC_LIBRARIES})
+list(REMOVE_ITEM ZUKEL_RUNTIME_NEEDS apr-1)

@@ -165,20 +165,26 @@ TEST(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
     EXPECT_EQ(kelSharedMemory().Attach(directory.Path()), kFailed);
 }
 
+/// Grows by four with each handle that is never closed. (Wine 8 does not count handles.)
+std::uintptr_t NextHandle() {
+    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    CloseHandle(event);
+    return reinterpret_cast<std::uintptr_t>(event);
+}
+
 TEST(WindowsSegments, LeaveNoHandleBehind) {
     const TemporaryDirectory directory;
-    DWORD before = 0, after = 0;
+    std::uintptr_t before = 0;
     for (int round = 0; round < 120; ++round) {
         if (round == 20) {
-            GetProcessHandleCount(GetCurrentProcess(), &before);
+            before = NextHandle();
         }
         kelSharedMemory owner, attached;
         ASSERT_EQ(owner.Create(64, directory / "segment"), kOk);
         ASSERT_EQ(attached.Attach(directory / "segment"), kOk);
         EXPECT_EQ(kelSharedMemory().Create(64, directory / "segment"), kFailed);
     }
-    GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_LT(after, before + 20);
+    EXPECT_LT(NextHandle(), before + 80);
     EXPECT_EQ(directory.Count(), 0);
 }
 

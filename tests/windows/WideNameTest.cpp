@@ -9,6 +9,7 @@
 namespace {
 
 using zukel::platform::Devices;
+using zukel::platform::SystemStatus;
 using zukel::platform::WideName;
 
 TEST(WideName, LongNamesGetTheExtendedFormAndShortOnesStay) {
@@ -58,8 +59,8 @@ TEST(WideName, WhatNamesNoFileIsRefused) {
         {"\xED\xA0\x80", ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(WideName(row.name.c_str()).Status(), APR_FROM_OS_ERROR(row.plain)) << row.name;
-        EXPECT_EQ(WideName(row.name.c_str(), Devices::Taken).Status(), APR_FROM_OS_ERROR(row.taken))
+        EXPECT_EQ(WideName(row.name.c_str()).Status(), SystemStatus(row.plain)) << row.name;
+        EXPECT_EQ(WideName(row.name.c_str(), Devices::Taken).Status(), SystemStatus(row.taken))
             << row.name;
     }
 }

@@ -81,7 +81,7 @@ apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
     if (FileTimeToSystemTime(&time, &universal) == 0 || !ZoneAt(universal, zone, local) ||
         SystemTimeToFileTime(&universal, &whole) == 0 ||
         SystemTimeToFileTime(&local, &localTime) == 0) {
-        return apr_get_os_error();
+        return LastStatus();
     }
     const apr_time_t offset = Moment(localTime) - Moment(whole);
     const apr_status_t status = UniversalDate(date, moment + offset);

@@ -35,7 +35,7 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (!file) {
-        return APR_FROM_OS_ERROR(opened);
+        return SystemStatus(opened);
     }
     const FileId moved = Identify(file);
     // Two names of one file stay both. Of a single name the system makes the other, in other case.
@@ -46,7 +46,7 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
         return APR_ENOTDIR;
     }
     const DWORD error = RepeatWhileShared([&] { return RenameOpenFile(file, target.Get()); });
-    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
 void SetNormalAttributes(const char* name) noexcept {
@@ -78,7 +78,7 @@ apr_status_t RemoveFile(const char* name) noexcept {
         const DWORD kind = Identify(file).attributes & (FILE_ATTRIBUTE_DIRECTORY | kLink);
         error = kind == FILE_ATTRIBUTE_DIRECTORY ? ERROR_ACCESS_DENIED : RemoveOpenFile(file);
     }
-    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
 bool ChangeAccess(const char* name, int mode) noexcept {

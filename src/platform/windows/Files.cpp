@@ -70,11 +70,11 @@ apr_status_t OpenStatus(const wchar_t* name) noexcept {
             const DWORD attributes = GetFileAttributesW(parent.get());
             if (attributes != INVALID_FILE_ATTRIBUTES) {
                 return (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? APR_ENOTDIR
-                                                                    : APR_FROM_OS_ERROR(error);
+                                                                    : SystemStatus(error);
             }
         }
     }
-    return APR_FROM_OS_ERROR(error);
+    return SystemStatus(error);
 }
 
 /// Small letters and digits: the system does not tell case apart.
@@ -173,7 +173,7 @@ apr_status_t ReadBytes(const FileHandle& file, void* target, std::size_t& size) 
     size = read != 0 ? got : 0;
     // A pipe whose writers are gone.
     const bool ended = error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
-    return read != 0 || ended ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    return read != 0 || ended ? APR_SUCCESS : SystemStatus(error);
 }
 
 apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t& size) noexcept {
@@ -182,13 +182,13 @@ apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t&
     const BOOL written = WriteFile(HandleOf(file), source, wanted, &put, nullptr);
     const apr_status_t status = written != 0 ? APR_SUCCESS : LastStatus();
     size = written != 0 ? put : 0;
-    return written != 0 && put == 0 && wanted != 0 ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : status;
+    return written != 0 && put == 0 && wanted != 0 ? SystemStatus(ERROR_DISK_FULL) : status;
 }
 
 apr_status_t MovePosition(const FileHandle& file, Origin from, long long offset,
                           long long& position) noexcept {
     if (GetFileType(HandleOf(file)) != FILE_TYPE_DISK) {
-        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+        return SystemStatus(ERROR_SEEK_ON_DEVICE);
     }
     const DWORD method = from == Origin::Start  ? FILE_BEGIN
                          : from == Origin::Here ? FILE_CURRENT

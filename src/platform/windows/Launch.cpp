@@ -168,8 +168,8 @@ apr_status_t Launch(const Program& program, ChildHandle& child) {
     FoundProgram found;
     ChildHandle made(new Child);
     if (!ReadArguments(program.arguments, arguments)) {
-        return APR_FROM_OS_ERROR(arguments.size() == 1 ? ERROR_FILE_NOT_FOUND
-                                                       : ERROR_NO_UNICODE_TRANSLATION);
+        return SystemStatus(arguments.size() == 1 ? ERROR_FILE_NOT_FOUND
+                                                  : ERROR_NO_UNICODE_TRANSLATION);
     }
     apr_status_t status = APR_SUCCESS;
     if (program.directory != nullptr) {
@@ -188,7 +188,7 @@ apr_status_t Launch(const Program& program, ChildHandle& child) {
     } else {
         image = CommandInterpreter();
         if (!BatchCommandLine(image, found.path, arguments, line)) {
-            return APR_FROM_OS_ERROR(ERROR_BAD_ARGUMENTS);
+            return SystemStatus(ERROR_BAD_ARGUMENTS);
         }
     }
     status = Create(image, line, directory, program, *made);

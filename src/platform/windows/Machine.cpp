@@ -1,11 +1,10 @@
 #include "platform/Machine.h"
 
-#include <cpuid.h>
-
 #include <cstring>
 #include <memory>
 #include <new>
 
+#include "platform/windows/Compiler.h"
 #include "platform/windows/WideName.h"
 
 namespace zukel::platform {
@@ -50,7 +49,7 @@ int NumberOfProcessors() noexcept {
 
 CpuRegisters Cpuid(std::uint32_t leaf) noexcept {
     CpuRegisters registers;
-    __cpuid_count(leaf, 0, registers.eax, registers.ebx, registers.ecx, registers.edx);
+    CpuidInto(leaf, registers.eax, registers.ebx, registers.ecx, registers.edx);
     return registers;
 }
 

@@ -48,7 +48,7 @@ apr_status_t End(Child& child) noexcept {
     if (!IsRunning(child)) {
         return APR_EPROC_UNKNOWN;
     }
-    return TerminateProcess(child.process.Get(), kExitCode) != 0 ? APR_SUCCESS : apr_get_os_error();
+    return TerminateProcess(child.process.Get(), kExitCode) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 bool IsProcessRunning(int pid) noexcept {

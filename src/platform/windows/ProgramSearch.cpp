@@ -101,7 +101,7 @@ std::wstring CommandInterpreter() {
 
 apr_status_t FindProgram(const std::wstring& name, const std::wstring& directory,
                          FoundProgram& program) {
-    const apr_status_t missing = APR_FROM_OS_ERROR(ERROR_FILE_NOT_FOUND);
+    const apr_status_t missing = SystemStatus(ERROR_FILE_NOT_FOUND);
     // The system has no such names, and a colon behind the drive's means a stream of a file.
     if (name.empty() || name.find_first_of(L"\"<>|*") != std::wstring::npos ||
         (name.find(L':', 2) != std::wstring::npos && !IsAbsolute(name.substr(4)))) {

@@ -7,4 +7,19 @@
 #include <winsock2.h>
 #include <windows.h>
 #include <apr.h>
+#include <apr_errno.h>
 // clang-format on
+
+namespace zukel::platform {
+
+/// An error of the system in the runtime's numbering.
+inline apr_status_t SystemStatus(DWORD error) noexcept {
+    return APR_FROM_OS_ERROR(static_cast<apr_status_t>(error));
+}
+
+/// The reason of the call that has just failed.
+inline apr_status_t LastStatus() noexcept {
+    return SystemStatus(GetLastError());
+}
+
+}  // namespace zukel::platform

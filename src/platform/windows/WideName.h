@@ -5,8 +5,6 @@
 
 #include "platform/windows/System.h"
 
-#include <apr_errno.h>
-
 namespace zukel::platform {
 
 /// Whether a name may stand for a device of the system, such as NUL.
@@ -52,7 +50,7 @@ private:
     enum class Form { Absolute, Extended };  ///< Of a name that is short enough without.
     bool Extend(Form form) noexcept;
     bool Refuse(DWORD reason) noexcept {
-        status_ = APR_FROM_OS_ERROR(reason);
+        status_ = SystemStatus(reason);
         return false;
     }
 
@@ -61,11 +59,6 @@ private:
     const wchar_t* text_ = inline_;
     apr_status_t status_ = APR_SUCCESS;
 };
-
-/// The reason of the call that has just failed.
-inline apr_status_t LastStatus() noexcept {
-    return apr_get_os_error();
-}
 
 /// Converts UTF-8 strictly.
 ///
