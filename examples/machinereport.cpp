@@ -5,8 +5,8 @@
 // The disks are those of the directories, or those of the root, the home directory and the
 // directory for temporary files.
 //
-// Exit code: 0; 1 when the disk of a directory that was asked for cannot be told or the report not be
-// written; 2 for a wrong call.
+// Exit code: 0; 1 when the disk of a directory that was asked for cannot be told or the report not
+// be written; 2 for a wrong call.
 
 #include <kelCPUInfo.h>
 #include <kelFile.h>

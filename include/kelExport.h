@@ -1,8 +1,9 @@
 #pragma once
 
 /// @file
-/// Visibility of the exported classes, and the standard that all headers need. An application needs nothing from this file; one that links
-/// the static library on Windows defines `ZUKEL_STATIC` before it includes any header.
+/// Visibility of the exported classes, and the standard that all headers need. An application needs
+/// nothing from this file; one that links the static library on Windows defines `ZUKEL_STATIC`
+/// before it includes any header.
 
 #if __cplusplus < 201703L && (!defined(_MSVC_LANG) || _MSVC_LANG < 201703L)
 #error "zukel needs C++17: compile with -std=c++17 or later"
