@@ -76,6 +76,20 @@ foreach(module IN LISTS zukel_pc_modules)
           COMPONENT zukel_development)
 endforeach()
 
+# What the library is made of, as SPDX tells it. The sources stand for the namespace, which is to be unique.
+file(GLOB_RECURSE zukel_sbom_files ${PROJECT_SOURCE_DIR}/include/* ${PROJECT_SOURCE_DIR}/src/*)
+set(zukel_sbom_sources "")
+foreach(source IN LISTS zukel_sbom_files)
+  file(SHA256 ${source} digest)
+  string(APPEND zukel_sbom_sources ${digest})
+endforeach()
+string(SHA256 zukel_sbom_sources "${zukel_sbom_sources}")
+string(TIMESTAMP zukel_sbom_time "%Y-%m-%dT%H:%M:%SZ" UTC)  # SOURCE_DATE_EPOCH decides of it
+configure_file(packaging/zukel.spdx.json.in zukel.spdx.json @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zukel.spdx.json
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zukel
+        COMPONENT zukel_development)
+
 # The documents lie to each other as they do in the sources, so that their links hold.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGES.md
               ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/SECURITY.md

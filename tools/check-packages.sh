@@ -126,7 +126,10 @@ step_package() {
     # The tag asks for a report that closes with the first upload to Debian.
     lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error,warning "${packages[@]}"
 
-    local place=$builds/check-package
+    local place=$builds/check-package wanted
+    wanted=$(sed -n 's/^set(ZUKEL_RUNTIME_VERSION \(.*\))/\1/p' "$root/cmake/Runtime.cmake")
+    dpkg-deb --field "$builds"/packages/libzukel1_*.deb Depends | grep -E "libapr1[a-z0-9]* \(>= $wanted\)" ||
+        die "libzukel1 does not depend on version $wanted of the runtime, which the build asks for"
     rm -rf "$place"
     mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
     cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"
@@ -135,7 +138,16 @@ step_package() {
         --log="$place/var/log/dpkg.log")
     "${dpkg[@]}" --install "${packages[@]}"
     [[ -f $place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1 ]] || die "the library is not in the multiarch folder"
-    compgen -G "$place/var/lib/dpkg/info/libzukel1:*.shlibs" >/dev/null || die "the library has no shlibs file"
+    local file
+    for file in shlibs symbols; do
+        compgen -G "$place/var/lib/dpkg/info/libzukel1:*.$file" >/dev/null || die "the library has no $file file"
+    done
+    [[ -f $place/usr/share/doc-base/libzukel-doc.zukel ]] || die "the reference is not registered"
+    if [[ $(uname -m) == x86_64 ]]; then
+        # Not the note of it: the C library of Debian 12 has none, and the linker drops it.
+        [[ $(objdump -d "$place/usr/lib/$(g++ -print-multiarch)/libzukel.so.1" | grep -c endbr64) -gt 100 ]] ||
+            die "the library is built without -fcf-protection"
+    fi
     local way
     for way in package package-static module module-archive module-static; do
         use_installed "$place/usr" "$way" -D PKG_CONFIG_OPTIONS="--define-variable=prefix=$place/usr"

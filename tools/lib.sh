@@ -141,7 +141,7 @@ skipped_tests() {
             reason = skipped = reading = ""
         }
         /<skipped/ { skipped = 1 }
-        /^\[  SKIPPED \]/ { reading = "" }
+        /^\[  SKIPPED \]|^Google Test trace:/ { reading = "" }
         reading { reason = reason (reason == "" ? "" : " ") $0 }
         /: Skipped$/ { reading = 1 }
         /SKIPPED: / { sub(/.*SKIPPED: /, ""); reason = reason (reason == "" ? "" : "; ") $0 }

@@ -6,8 +6,9 @@
 
 namespace zukel::test {
 
-/// A user who is not root. Files of root's are a stranger's to it.
-constexpr uid_t kNobody = 65534;
+/// A user who is neither root nor the one who runs the tests. Files of root's are a stranger's to
+/// it.
+inline const uid_t kNobody = geteuid() == 65534 ? 65533 : 65534;
 
 /// Takes root's power over permissions away.
 inline Guard Unprivileged() {
