@@ -107,8 +107,9 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
-    /// The number of entries but "." and ".."; 0 on a closed object. Leaves the directory open at
-    /// its end.
+    /// The number of entries less two, for "." and "..", which are assumed to be there and are not
+    /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
+    /// open at its end. Windows: the root of a drive has neither, and its number is two too low.
     int GetNumberOfFiles();
 
     /// The names of all entries of the directory `name` but "." and "..". A directory that cannot

@@ -117,11 +117,11 @@ int kelDirectory::GetNumberOfFiles() {
         return 0;
     }
     long long entries = 0;
-    while (const char* const entry = Next(*record_)) {
-        entries += IsOwnOrParent(entry) ? 0 : 1;
+    while (Next(*record_) != nullptr) {
+        ++entries;
     }
     constexpr long long kMost = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(entries, kMost));
+    return static_cast<int>(std::clamp(entries - 2, 0LL, kMost));
 }
 
 zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
