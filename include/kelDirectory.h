@@ -140,6 +140,18 @@ public:
     /// The same. The pointer is not read and may be null.
     static int Delete(const kelLibrary* library, const zuString& path);
 
+    /// Waits until the names in the directory are on the disk: what was made, renamed or removed
+    /// there before `kelStatusOk` is so after a power cut too. The contents of files are not
+    /// waited for; see `kelFile::Sync`.
+    ///
+    /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when there is no such
+    /// directory, it may not be read, or its file system cannot promise that.
+    ///
+    /// Windows: a success without effect for every directory. The system has no such call for who
+    /// may only use the directory; NTFS keeps names in a journal, so they are old or new as a
+    /// whole, but the last ones may be lost.
+    static int Sync(const zuString& path);
+
     /// The current directory of the process, absolute, with the platform's own separators; empty
     /// when the system cannot tell, as when it has been removed. Linux: at most 4095 bytes.
     static zuString GetCurrentDirectory();

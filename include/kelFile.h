@@ -237,6 +237,89 @@ public:
     /// the system has not taken, and nothing is written twice.
     int Flush();
 
+    /// Writes out a buffer and waits until everything that was written to the file is on the disk:
+    /// a power cut after `kelStatusOk` loses nothing of it. The name of a new file is on the disk
+    /// only after `kelDirectory::Sync` of its directory. After a failure it is not known what has
+    /// arrived, and a second `Sync` does not tell: write again, to another file. A pipe or a
+    /// terminal fails. Windows: a file opened without `ModeWrite` fails.
+    int Sync();
+
+    /// @name Places and lengths
+    /// Offsets and lengths count bytes. None of these changes what `EndOfFile` reports.
+    /// @{
+
+    /// Reports where the next read or write takes place, counted from the start of the file;
+    /// nothing is written out. With `ModeAppend`, that is the end of the file while the buffer
+    /// holds bytes to be written. `kelStatusFailed` for a pipe or a terminal.
+    int GetPosition(long long& position);
+
+    /// Reports how long the file is, including what the buffer holds beyond its end; nothing is
+    /// written out. `kelStatusFailed` for anything but a regular file.
+    int GetLength(long long& length);
+
+    /// Writes out a buffer, and then truncates the file or extends it by zeros. The position stays
+    /// where it is, beyond the end too. `kelStatusFailed` when `length` is negative, the file is
+    /// not open for writing, or the system refuses (Linux: a length beyond the process's limit
+    /// too, which raises no SIGXFSZ): the length is then as before.
+    int SetLength(long long length);
+
+    /// Reads `size` bytes at `offset` into `buffer`, or as many as there are before the end of the
+    /// file; the position stays. Fewer bytes with `kelStatusOk` mean the end of the file, 0 at and
+    /// beyond it, so that threads need no `EndOfFile` to share.
+    ///
+    /// Threads: without `ModeBuffered`, any number of threads may use `ReadAt` and `WriteAt` on one
+    /// object at once, as long as no other operation runs on it; what one writes while another
+    /// reads the same bytes is seen in part or in whole. With `ModeBuffered`, one thread at a time:
+    /// a buffer is written out first, so that everything that was written is read.
+    ///
+    /// @param size receives the bytes that were read, after a failure too.
+    /// @returns `kelStatusFailed` when `offset` is negative, reading fails, or the file has no
+    /// places to read at, as a pipe.
+    int ReadAt(long long offset, void* buffer, unsigned long long& size);
+
+    /// Writes `size` bytes from `buffer` at `offset`, straight to the system; the position stays. A
+    /// gap beyond the former end is filled with zeros. For threads see `ReadAt`. With
+    /// `ModeBuffered` a buffer is written out first, and what was read ahead is read again.
+    ///
+    /// @param size receives the bytes that were written, after a failure too.
+    /// @returns `kelStatusOk` when all of it was written; `kelStatusFailed` otherwise, and with
+    /// `ModeAppend`, with which every write goes to the end.
+    int WriteAt(long long offset, const void* buffer, unsigned long long& size);
+    /// @}
+
+    /// The kinds of lock.
+    enum LockKind : int {
+        LockShared = 0,    ///< Others may share it.
+        LockExclusive = 1  ///< Nobody else has a lock.
+    };
+
+    /// Locks the whole file against other processes, and against other openings of the file in this
+    /// one. It is a lock among those who ask for one: it hinders nobody from reading, writing,
+    /// renaming or removing the file. It ends with `Unlock`, with the close of the file, and with
+    /// the process however that ends; closing another object on the same file does not end it. A
+    /// program started by the process does not hold it.
+    ///
+    /// An object has one lock at most: to change its kind, `Unlock` first. Two programs that wait
+    /// for each other's locks for ever do so; nothing detects that.
+    ///
+    /// @param kind `LockShared` needs `ModeRead`, `LockExclusive` needs `ModeWrite`.
+    /// @param microseconds how long to wait for others: 0 asks once, negative waits for ever. A
+    /// limited time is spent asking again, up to 16 ms apart, so a waiter for ever may be served
+    /// before it.
+    /// @returns `kelStatusOk`; `kelStatusBusy` when somebody else still holds the file at the end
+    /// of that time; `kelStatusFailed` otherwise, also for a file system without locks and an
+    /// object that has a lock.
+    ///
+    /// Linux: an open-file-description lock (`F_OFD_SETLK`), which meets those of `fcntl`, not of
+    /// `flock`. A forked copy of the process shares it; it ends when the process that took it
+    /// closes the file, or when the last copy of a process that ended has. Windows: a lock of one
+    /// byte beyond all contents; `ModeAppend` needs `ModeRead` with it.
+    int Lock(LockKind kind, long long microseconds);
+
+    /// Ends the lock of this object. `kelStatusFailed` when it has none. A buffer is written out
+    /// first, so that the next one who locks the file sees it; when that fails the lock stays.
+    int Unlock();
+
     /// Whether the file of this object's name may be read: not by its mode bits alone, but by
     /// whether the system would grant it to this process now. The file need not be open; after a
     /// `Close` the name is tested, and an empty name is false. Linux: with the effective user, so

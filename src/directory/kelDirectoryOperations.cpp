@@ -81,6 +81,10 @@ int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
     return Delete(path);
 }
 
+int kelDirectory::Sync(const zuString& path) {
+    return OnPath(path, platform::SyncNames);
+}
+
 zuString kelDirectory::GetCurrentDirectory() {
     zuString path;
     platform::QueryCurrentDirectory(path);

@@ -57,6 +57,12 @@ bool IsDirectory(const char* path) noexcept;
 /// @returns 0 or the reason.
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept;
 
+/// Waits until the names in a directory are on the disk. Linux: `fsync`, which needs the right to
+/// read it. Windows: a success without effect for every directory; see `kelDirectory::Sync`.
+///
+/// @returns 0 or the reason.
+apr_status_t SyncNames(const char* path) noexcept;
+
 /// Tells the current directory of the process, with the system's own separators.
 ///
 /// @returns 0, or the reason with `path` unchanged. Throws `std::bad_alloc`.

@@ -68,6 +68,7 @@ struct World {
     zuString text = "untouched";
     char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     unsigned long long size = 4;
+    long long offset = -1;
     zuDiskInfo disk;
     long long (*answer)() = nullptr;
     const Guard back = WorkingDirectory(".");
@@ -283,6 +284,16 @@ TEST(FaultWalk, Files) {
               {CALL((it.*each).SeekTo(2))},
               {CALL((it.*each).SeekToBegin())},
               {CALL((it.*each).SeekToEnd())},
+              {CALL((it.*each).Sync())},
+              {CALL(Status((it.*each).GetPosition(it.offset) == kOk && it.offset >= 0))},
+              {CALL((it.*each).GetLength(it.offset))},
+              {CALL((it.*each).SetLength(20))},
+              {CALL((it.*each).ReadAt(2, it.line, it.size))},
+              {CALL((it.*each).WriteAt(2, it.line, it.size))},
+              {CALL((it.*each).Lock(kelFile::LockShared, -1))},
+              {CALL((it.*each).Lock(kelFile::LockExclusive, 1))},
+              {CALL((it.*each).Unlock()), kSame, kFailed,
+               [each](World& it) { EXPECT_EQ((it.*each).Lock(kelFile::LockShared, 0), kOk); }},
               {CALL((it.*each).Close()), After::Ended}});
     }
     WalkValues(&World::values);
@@ -302,6 +313,7 @@ TEST(FaultWalk, Directories) {
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
         {CALL(Directory::Delete(&it.library, it.folder))},
+        {CALL(Directory::Sync(it.folder))},
         {CALL(Directory::SetCurrentDirectory(&it.library, it.place.Path()))},
         {CALL(Status(Directory::GetCurrentDirectory(&it.library) == here))},
         {CALL(Status(Directory::GetAbsolutePath(it.file) == it.file))},

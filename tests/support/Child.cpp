@@ -18,6 +18,10 @@ int main(int count, char** words) {
         kelSharedMemory memory;
         memory.Create(8, argument);
         std::this_thread::sleep_for(std::chrono::seconds(30));
+    } else if (verb == "lock") {
+        kelFile file(argument, kelFile::ModeRead | kelFile::ModeWrite);
+        file.Lock(kelFile::LockExclusive, 0);
+        std::this_thread::sleep_for(std::chrono::seconds(30));
     } else if (verb == "say") {
         std::cout << "1" << std::flush;
         std::cerr << "2";

@@ -1,12 +1,14 @@
 #include "platform/Directories.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 
+#include "platform/linux/Descriptor.h"
 #include "platform/linux/Permissions.h"
 #include "platform/linux/SystemCall.h"
 
@@ -62,6 +64,13 @@ bool IsDirectory(const char* path) noexcept {
 
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept {
     return StatusOf(rmdir(path));
+}
+
+apr_status_t SyncNames(const char* path) noexcept {
+    const Descriptor directory(
+        Uninterrupted([&] { return OpenDescriptor(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0); }));
+    const auto sync = [&] { return syscall(SYS_fsync, directory.Get()); };
+    return directory && Uninterrupted(sync) == 0 ? APR_SUCCESS : errno;
 }
 
 apr_status_t QueryCurrentDirectory(zuString& path) {

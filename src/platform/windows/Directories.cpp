@@ -117,6 +117,11 @@ apr_status_t RemoveEmptyDirectory(const char* path) noexcept {
     return RemoveDirectoryW(wide.Get()) != 0 ? APR_SUCCESS : LastStatus();
 }
 
+apr_status_t SyncNames(const char* path) noexcept {
+    DirectoryHandle directory;
+    return OpenDirectory(path, directory);  // for its reason when there is none
+}
+
 apr_status_t QueryCurrentDirectory(zuString& path) {
     std::wstring text;
     for (;;) {
