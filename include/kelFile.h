@@ -333,8 +333,9 @@ public:
     /// Names are relative to the current directory and taken as they are: `~` and `$NAME` mean
     /// nothing here. An empty source name gives `kelStatusEmptySource`, an empty target name
     /// `kelStatusEmptyTarget`, the only name empty `kelStatusEmptyPath`, before anything is done.
-    /// Every other failure is `kelStatusFailed`. The forms with a `kelLibrary` pointer do the same:
-    /// the pointer is not read and may be null. All may run in any number of threads at once.
+    /// Every other failure is `kelStatusFailed`, unless an operation says otherwise. The forms with
+    /// a `kelLibrary` pointer do the same: the pointer is not read and may be null. All may run in
+    /// any number of threads at once.
     /// @{
 
     /// Copies the contents of the file `from` to the file `to`, which is made or overwritten.
@@ -412,6 +413,50 @@ public:
     /// to another volume. Windows: fails when the target exists, and may move a file to another
     /// volume without the care of `Rename`.
     static int NativeRename(const zuString& from, const zuString& to);
+
+    /// Gives the file or directory `from` the name `to` as `NativeRename` does, but only when
+    /// nothing has that name, with no gap between the look and the deed.
+    ///
+    /// @returns `kelStatusExists`, with nothing done, when something has the name `to`, also when
+    /// that is `from` itself or a symbolic link that leads nowhere. `kelStatusFailed` otherwise,
+    /// also for names on two volumes. Windows: names that differ in case alone are one name, which
+    /// gets the case of `to`.
+    ///
+    /// Linux: `renameat2`. Where the system or the file system lacks that, a file gets its second
+    /// name before it loses the first, so that both may be seen for a moment and stay when the
+    /// program is killed just then; a directory is refused there.
+    static int RenameNew(const zuString& from, const zuString& to);
+
+    /// Reads a file as a whole, to wherever its end is when that is reached.
+    ///
+    /// @param contents receives the bytes.
+    /// @returns `kelStatusNotFound`, `kelStatusAccessDenied` and `kelStatusFailed` as `Open` does;
+    /// `kelStatusFailed` also for a directory, and when reading fails.
+    static int ReadWhole(const zuString& name, zuString& contents);
+
+    /// Puts new contents under the name, or makes the file. Whatever fails, and whenever the
+    /// process is killed or the machine loses power, the name has either the old contents or the
+    /// new ones. With `kelStatusOk` the new ones are on the disk.
+    ///
+    /// They go to a new file beside the old one, and then the new file takes the name. It gets the
+    /// old one's permissions, except for set-ID bits, which any write takes away; and its access
+    /// list, owner, group and extended attributes where the system and the volume allow it, without
+    /// giving anybody more than the old file grants. Other hard links of the old file keep the old
+    /// contents, and so do programs that have it open. A symbolic link stays, and its target is
+    /// replaced. A file that does not exist gets the system's default permissions.
+    ///
+    /// A program that is killed in the middle may leave a file whose name begins with `.zukel-` in
+    /// the directory. Of several programs that replace one file at once the last one wins.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusNotFound` when a directory on the way is missing;
+    /// `kelStatusAccessDenied` when the file may not be written, or its directory not be written or
+    /// read; `kelStatusFailed` otherwise, also for anything but a regular file. The old contents
+    /// are there after a failure, unless only the last wait for the disk has failed.
+    ///
+    /// Windows: the access list and the attributes are carried over, the owner is the caller. A
+    /// file that somebody holds open without sharing its removal is not replaced, and a symbolic
+    /// link that leads nowhere is a failure.
+    static int ReplaceWhole(const zuString& name, const zuString& contents);
 
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
     /// not removed. Linux: a file that is open somewhere lives on without the name.

@@ -26,6 +26,8 @@ const std::string kModule = ZUKEL_TEST_MODULES "/first.dll";
 const std::string kUnset = "$ZUKEL_NAME_OF_A_VARIABLE_THAT_IS_NOT_SET/" + std::string(20, 'x');
 const std::string kFrom = "the source of a transfer", kTo = "the target of a transfer";
 
+const std::string kNew = "the contents that a file gets, longer than a string holds in itself";
+
 int Status(bool succeeded) {
     return succeeded ? kOk : kFailed;
 }
@@ -116,6 +118,7 @@ enum class After {
     Ended,              ///< Every name; the object is ended, and the same call fails.
     NoPartOfIt,         ///< As before, or no target.
     Made,               ///< As before, or what was to be made: only the last look at it failed.
+    Replaced,           ///< As before, or the new contents: only the last wait failed.
     AsBeforeOrRenamed,  ///< As before; if clearing up fails too, under some name of the directory.
 };
 
@@ -164,6 +167,14 @@ bool Step(const Row& row, Entries& after) {
             EXPECT_TRUE(std::any_of(now.begin(), now.end(), same));
         }
         now = before;
+    } else if (row.after == After::Replaced) {
+        for (auto entry = now.begin(); entry != now.end();) {
+            const auto former = before.find(entry->first);
+            const bool replaced = entry->second == kNew && former != before.end();
+            entry->second = replaced ? former->second : entry->second;
+            const bool stays = !fault.once && entry->first.rfind(".zukel-", 0) == 0;
+            entry = stays || entry->second == kNew ? now.erase(entry) : std::next(entry);
+        }
     } else if (row.after == After::Made) {
         now.erase(fs::path(it.missing).filename());
     }
@@ -275,7 +286,19 @@ TEST(FaultWalk, Files) {
         {CALL(kelFile::Exists(&it.library, it.file)), kSame, kelStatusNotFound},
         {CALL(kelFile::Delete(&it.library, it.program))},
         {CALL(kelFile::SetPermissions(&it.library, it.file, 0x600))},
+        {CALL(kelFile::ReadWhole(it.file, it.text) == kOk ? (it.text = "untouched", kOk)
+                                                          : kFailed)},
+        {CALL(kelFile::ReplaceWhole(it.missing, kNew)), After::Replaced},
+        {CALL(kelFile::ReplaceWhole(it.file, kNew)), After::Replaced},
+        {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
+         [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
     });
+    const Row rename = {CALL(kelFile::RenameNew(it.file, it.missing)), After::AsBeforeOrRenamed};
+    Walk({rename});
+    {
+        const Guard lacking = AtCall("renameat2", [] { return EINVAL; });
+        Walk({rename});
+    }
     for (kelFile World::*each : {&World::open, &World::buffered}) {
         Walk({{CALL((it.*each).Read(it.line, it.size))},
               {CALL(Line(it, it.*each))},

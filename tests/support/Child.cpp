@@ -1,5 +1,6 @@
 // The program that the tests start: child [VERB [ARGUMENT...]]. Without a verb it ends at once.
-// Copy, NativeCopy and Rename, with two names, are operations of kelFile for the walk that kills.
+// Copy, NativeCopy, Rename and Replace, with two names, are operations of kelFile for the walk that
+// kills.
 
 #include <chrono>
 #include <fstream>
@@ -8,6 +9,13 @@
 #include <thread>
 
 #include "zukel.h"
+
+/// Puts the contents of one file into another.
+static int Replace(const std::string& from, const std::string& to) {
+    std::string contents;
+    const int status = kelFile::ReadWhole(from, contents);
+    return status == kelStatusOk ? kelFile::ReplaceWhole(to, contents) : status;
+}
 
 int main(int count, char** words) {
     const std::string verb = count > 1 ? words[1] : "";
@@ -34,5 +42,6 @@ int main(int count, char** words) {
     return verb == "Copy"         ? kelFile::Copy(argument, to, kelFileInfo::PermissionDefault)
            : verb == "NativeCopy" ? kelFile::NativeCopy(argument, to, 0)
            : verb == "Rename"     ? kelFile::Rename(argument, to)
+           : verb == "Replace"    ? Replace(argument, to)
                                   : kelStatusOk;
 }
