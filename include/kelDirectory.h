@@ -108,6 +108,14 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
+    /// Reads the names of all entries of the directory `name` but "." and ".." into `names`.
+    ///
+    /// @returns `kelStatusOk`, with an empty list for an empty directory; `kelStatusEmptyPath` for
+    /// an empty name; `kelStatusNotFound` when there is no such directory; `kelStatusAccessDenied`
+    /// when it may not be read; `kelStatusReadFailed` when reading ended before the last entry;
+    /// `kelStatusFailed` otherwise, as for a file. `names` changes only with `kelStatusOk`.
+    static int GetFileNames(const zuString& name, zuStlVector<zuString>& names);
+
     /// The number of entries less two, for "." and "..", which are assumed to be there and are not
     /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
     /// open at its end. Windows: the root of a drive has neither, and its number is two too low.

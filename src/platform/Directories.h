@@ -42,6 +42,12 @@ apr_status_t RewindDirectory(DirectoryStream& directory) noexcept;
 /// directory. Windows: UTF-8.
 const char* NextEntry(DirectoryStream& directory) noexcept;
 
+/// The same, with the reason when there is no name.
+///
+/// @param entry receives the name, or null at the end and after an error.
+/// @returns 0, also at the end, or the reason.
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept;
+
 /// Makes one directory.
 ///
 /// @param perms permission bits. Linux: less the umask. Windows: without effect.

@@ -322,6 +322,14 @@ TEST(FaultWalk, Files) {
     WalkValues(&World::values);
 }
 
+/// Lists a directory. What fails before the first entry has another status.
+int Names(World& it) {
+    zuStlVector<zuString> names = {"untouched"};
+    const int status = Directory::GetFileNames(it.place.Path(), names);
+    EXPECT_EQ(names.size(), status == kOk ? 3U : 1U);
+    return status == kFailed ? kelStatusReadFailed : status;
+}
+
 TEST(FaultWalk, Directories) {
     const std::string here = fs::current_path();
     Walk({
@@ -333,6 +341,7 @@ TEST(FaultWalk, Directories) {
         {CALL(Status(it.listing.GetNumberOfFiles() == 3))},
         {CALL(Status(it.listing.GetFileNames().size() == 3))},
         {CALL(Status(Directory::GetFileNames(it.place.Path()).size() == 3))},
+        {CALL(Names(it)), kSame, kelStatusReadFailed},
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
         {CALL(Directory::Delete(&it.library, it.folder))},

@@ -53,6 +53,12 @@ const char* NextEntry(DirectoryStream& directory) noexcept {
     return entry != nullptr ? entry->d_name : nullptr;
 }
 
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept {
+    errno = 0;
+    entry = NextEntry(directory);
+    return entry != nullptr ? APR_SUCCESS : errno;
+}
+
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept {
     return StatusOf(mkdir(path, ModeOf(perms)));
 }

@@ -88,6 +88,14 @@ const char* NextEntry(DirectoryStream& directory) noexcept {
     return directory.name;
 }
 
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept {
+    SetLastError(ERROR_SUCCESS);
+    entry = NextEntry(directory);
+    const DWORD error = entry != nullptr ? ERROR_SUCCESS : GetLastError();
+    return error == ERROR_SUCCESS || error == ERROR_NO_MORE_FILES ? APR_SUCCESS
+                                                                  : APR_FROM_OS_ERROR(error);
+}
+
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t) noexcept {
     const WideName wide(path);
     if (!wide) {
