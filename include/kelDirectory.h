@@ -148,6 +148,23 @@ public:
     /// The same. The pointer is not read and may be null.
     static int Delete(const kelLibrary* library, const zuString& path);
 
+    /// Removes a directory with everything that is in it. Symbolic links are removed themselves,
+    /// and nothing outside the tree is touched, not even when somebody puts a link in the place of
+    /// a directory meanwhile. Directories of another volume, mounted in the tree, stay. What cannot
+    /// be removed stays, and everything else goes.
+    ///
+    /// Depth is not limited by the stack or by the length of a path. Programs that make files in
+    /// the tree meanwhile may keep parts of it from going; the status tells.
+    ///
+    /// @returns `kelStatusOk` when nothing is left; `kelStatusEmptyPath` for an empty path;
+    /// `kelStatusNotFound` when there is no such directory; `kelStatusFailed` when anything stayed.
+    /// So do, with nothing removed, a file, a symbolic link to a directory, a root, and a path that
+    /// ends in `.` or `..`.
+    ///
+    /// Windows: a file that somebody holds open without sharing its removal stays; read-only files
+    /// go; a path in the tree may have 32766 units.
+    static int DeleteTree(const zuString& path);
+
     /// Waits until the names in the directory are on the disk: what was made, renamed or removed
     /// there before `kelStatusOk` is so after a power cut too. The contents of files are not
     /// waited for; see `kelFile::Sync`.

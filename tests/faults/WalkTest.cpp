@@ -345,6 +345,7 @@ TEST(FaultWalk, Directories) {
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
         {CALL(Directory::Delete(&it.library, it.folder))},
+        {CALL(Directory::DeleteTree(it.folder))},
         {CALL(Directory::Sync(it.folder))},
         {CALL(Directory::SetCurrentDirectory(&it.library, it.place.Path()))},
         {CALL(Status(Directory::GetCurrentDirectory(&it.library) == here))},
