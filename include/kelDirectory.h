@@ -107,6 +107,14 @@ public:
     /// Empty on a closed object.
     zuStlVector<zuString> GetFileNames();
 
+    /// Reads the names of all entries of the directory `name` but "." and ".." into `names`.
+    ///
+    /// @returns `kelStatusOk`, with an empty list for an empty directory; `kelStatusEmptyPath` for
+    /// an empty name; `kelStatusNotFound` when there is no such directory; `kelStatusAccessDenied`
+    /// when it may not be read; `kelStatusReadFailed` when reading ended before the last entry;
+    /// `kelStatusFailed` otherwise, as for a file. `names` changes only with `kelStatusOk`.
+    static int GetFileNames(const zuString& name, zuStlVector<zuString>& names);
+
     /// The number of entries less two, for "." and "..", which are assumed to be there and are not
     /// looked for; 0 when there are fewer than two, and on a closed object. Leaves the directory
     /// open at its end. Windows: the root of a drive has neither, and its number is two too low.
@@ -138,6 +146,35 @@ public:
     static int Delete(const zuString& path);
     /// The same. The pointer is not read and may be null.
     static int Delete(const kelLibrary* library, const zuString& path);
+
+    /// Removes a directory with everything that is in it. Symbolic links are removed themselves,
+    /// and nothing outside the tree is touched, not even when somebody puts a link in the place of
+    /// a directory meanwhile. Directories of another volume, mounted in the tree, stay. What cannot
+    /// be removed stays, and everything else goes.
+    ///
+    /// Depth is not limited by the stack or by the length of a path. Programs that make files in
+    /// the tree meanwhile may keep parts of it from going; the status tells.
+    ///
+    /// @returns `kelStatusOk` when nothing is left; `kelStatusEmptyPath` for an empty path;
+    /// `kelStatusNotFound` when there is no such directory; `kelStatusFailed` when anything stayed.
+    /// So do, with nothing removed, a file, a symbolic link to a directory, a root, and a path that
+    /// ends in `.` or `..`.
+    ///
+    /// Windows: a file that somebody holds open without sharing its removal stays; read-only files
+    /// go; a path in the tree may have 32766 units.
+    static int DeleteTree(const zuString& path);
+
+    /// Waits until the names in the directory are on the disk: what was made, renamed or removed
+    /// there before `kelStatusOk` is so after a power cut too. The contents of files are not
+    /// waited for; see `kelFile::Sync`.
+    ///
+    /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` when there is no such
+    /// directory, it may not be read, or its file system cannot promise that.
+    ///
+    /// Windows: a success without effect for every directory. The system has no such call for who
+    /// may only use the directory; NTFS keeps names in a journal, so they are old or new as a
+    /// whole, but the last ones may be lost.
+    static int Sync(const zuString& path);
 
     /// The current directory of the process, absolute, with the platform's own separators; empty
     /// when the system cannot tell, as when it has been removed. Linux: at most 4095 bytes.

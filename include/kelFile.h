@@ -237,6 +237,89 @@ public:
     /// the system has not taken, and nothing is written twice.
     int Flush();
 
+    /// Writes out a buffer and waits until everything that was written to the file is on the disk:
+    /// a power cut after `kelStatusOk` loses nothing of it. The name of a new file is on the disk
+    /// only after `kelDirectory::Sync` of its directory. After a failure it is not known what has
+    /// arrived, and a second `Sync` does not tell: write again, to another file. A pipe or a
+    /// terminal fails. Windows: a file opened without `ModeWrite` fails.
+    int Sync();
+
+    /// @name Places and lengths
+    /// Offsets and lengths count bytes. None of these changes what `EndOfFile` reports.
+    /// @{
+
+    /// Reports where the next read or write takes place, counted from the start of the file;
+    /// nothing is written out. With `ModeAppend`, that is the end of the file while the buffer
+    /// holds bytes to be written. `kelStatusFailed` for a pipe or a terminal.
+    int GetPosition(long long& position);
+
+    /// Reports how long the file is, including what the buffer holds beyond its end; nothing is
+    /// written out. `kelStatusFailed` for anything but a regular file.
+    int GetLength(long long& length);
+
+    /// Writes out a buffer, and then truncates the file or extends it by zeros. The position stays
+    /// where it is, beyond the end too. `kelStatusFailed` when `length` is negative, the file is
+    /// not open for writing, or the system refuses (Linux: a length beyond the process's limit
+    /// too, which raises no SIGXFSZ): the length is then as before.
+    int SetLength(long long length);
+
+    /// Reads `size` bytes at `offset` into `buffer`, or as many as there are before the end of the
+    /// file; the position stays. Fewer bytes with `kelStatusOk` mean the end of the file, 0 at and
+    /// beyond it, so that threads need no `EndOfFile` to share.
+    ///
+    /// Threads: without `ModeBuffered`, any number of threads may use `ReadAt` and `WriteAt` on one
+    /// object at once, as long as no other operation runs on it; what one writes while another
+    /// reads the same bytes is seen in part or in whole. With `ModeBuffered`, one thread at a time:
+    /// a buffer is written out first, so that everything that was written is read.
+    ///
+    /// @param size receives the bytes that were read, after a failure too.
+    /// @returns `kelStatusFailed` when `offset` is negative, reading fails, or the file has no
+    /// places to read at, as a pipe.
+    int ReadAt(long long offset, void* buffer, unsigned long long& size);
+
+    /// Writes `size` bytes from `buffer` at `offset`, straight to the system; the position stays. A
+    /// gap beyond the former end is filled with zeros. For threads see `ReadAt`. With
+    /// `ModeBuffered` a buffer is written out first, and what was read ahead is read again.
+    ///
+    /// @param size receives the bytes that were written, after a failure too.
+    /// @returns `kelStatusOk` when all of it was written; `kelStatusFailed` otherwise, and with
+    /// `ModeAppend`, with which every write goes to the end.
+    int WriteAt(long long offset, const void* buffer, unsigned long long& size);
+    /// @}
+
+    /// The kinds of lock.
+    enum LockKind : int {
+        LockShared = 0,    ///< Others may share it.
+        LockExclusive = 1  ///< Nobody else has a lock.
+    };
+
+    /// Locks the whole file against other processes, and against other openings of the file in this
+    /// one. It is a lock among those who ask for one: it hinders nobody from reading, writing,
+    /// renaming or removing the file. It ends with `Unlock`, with the close of the file, and with
+    /// the process however that ends; closing another object on the same file does not end it. A
+    /// program started by the process does not hold it.
+    ///
+    /// An object has one lock at most: to change its kind, `Unlock` first. Two programs that wait
+    /// for each other's locks for ever do so; nothing detects that.
+    ///
+    /// @param kind `LockShared` needs `ModeRead`, `LockExclusive` needs `ModeWrite`.
+    /// @param microseconds how long to wait for others: 0 asks once, negative waits for ever. A
+    /// limited time is spent asking again, up to 16 ms apart, so a waiter for ever may be served
+    /// before it.
+    /// @returns `kelStatusOk`; `kelStatusBusy` when somebody else still holds the file at the end
+    /// of that time; `kelStatusFailed` otherwise, also for a file system without locks and an
+    /// object that has a lock.
+    ///
+    /// Linux: an open-file-description lock (`F_OFD_SETLK`), which meets those of `fcntl`, not of
+    /// `flock`. A forked copy of the process shares it; it ends when the process that took it
+    /// closes the file, or when the last copy of a process that ended has. Windows: a lock of one
+    /// byte beyond all contents; `ModeAppend` needs `ModeRead` with it.
+    int Lock(LockKind kind, long long microseconds);
+
+    /// Ends the lock of this object. `kelStatusFailed` when it has none. A buffer is written out
+    /// first, so that the next one who locks the file sees it; when that fails the lock stays.
+    int Unlock();
+
     /// Whether the file of this object's name may be read: not by its mode bits alone, but by
     /// whether the system would grant it to this process now. The file need not be open; after a
     /// `Close` the name is tested, and an empty name is false. Linux: with the effective user, so
@@ -250,8 +333,9 @@ public:
     /// Names are relative to the current directory and taken as they are: `~` and `$NAME` mean
     /// nothing here. An empty source name gives `kelStatusEmptySource`, an empty target name
     /// `kelStatusEmptyTarget`, the only name empty `kelStatusEmptyPath`, before anything is done.
-    /// Every other failure is `kelStatusFailed`. The forms with a `kelLibrary` pointer do the same:
-    /// the pointer is not read and may be null. All may run in any number of threads at once.
+    /// Every other failure is `kelStatusFailed`, unless an operation says otherwise. The forms with
+    /// a `kelLibrary` pointer do the same: the pointer is not read and may be null. All may run in
+    /// any number of threads at once.
     /// @{
 
     /// Copies the contents of the file `from` to the file `to`, which is made or overwritten.
@@ -333,6 +417,50 @@ public:
     /// The platform's own rename. Linux: replaces a file of that name in one step, and never moves
     /// to another volume. Windows: the same, but fails when the target exists.
     static int NativeRename(const zuString& from, const zuString& to);
+
+    /// Gives the file or directory `from` the name `to` as `NativeRename` does, but only when
+    /// nothing has that name, with no gap between the look and the deed.
+    ///
+    /// @returns `kelStatusExists`, with nothing done, when something has the name `to`, also when
+    /// that is `from` itself or a symbolic link that leads nowhere. `kelStatusFailed` otherwise,
+    /// also for names on two volumes. Windows: names that differ in case alone are one name, which
+    /// gets the case of `to`.
+    ///
+    /// Linux: `renameat2`. Where the system or the file system lacks that, a file gets its second
+    /// name before it loses the first, so that both may be seen for a moment and stay when the
+    /// program is killed just then; a directory is refused there.
+    static int RenameNew(const zuString& from, const zuString& to);
+
+    /// Reads a file as a whole, to wherever its end is when that is reached.
+    ///
+    /// @param contents receives the bytes.
+    /// @returns `kelStatusNotFound`, `kelStatusAccessDenied` and `kelStatusFailed` as `Open` does;
+    /// `kelStatusFailed` also for a directory, and when reading fails.
+    static int ReadWhole(const zuString& name, zuString& contents);
+
+    /// Puts new contents under the name, or makes the file. Whatever fails, and whenever the
+    /// process is killed or the machine loses power, the name has either the old contents or the
+    /// new ones. With `kelStatusOk` the new ones are on the disk.
+    ///
+    /// They go to a new file beside the old one, and then the new file takes the name. It gets the
+    /// old one's permissions, except for set-ID bits, which any write takes away; and its access
+    /// list, owner, group and extended attributes where the system and the volume allow it, without
+    /// giving anybody more than the old file grants. Other hard links of the old file keep the old
+    /// contents, and so do programs that have it open. A symbolic link stays, and its target is
+    /// replaced. A file that does not exist gets the system's default permissions.
+    ///
+    /// A program that is killed in the middle may leave a file whose name begins with `.zukel-` in
+    /// the directory. Of several programs that replace one file at once the last one wins.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusNotFound` when a directory on the way is missing;
+    /// `kelStatusAccessDenied` when the file may not be written, or its directory not be written or
+    /// read; `kelStatusFailed` otherwise, also for anything but a regular file. The old contents
+    /// are there after a failure, unless only the last wait for the disk has failed.
+    ///
+    /// Windows: the access list and the attributes are carried over, the owner is the caller. A
+    /// file that somebody holds open without sharing its removal is not replaced, and a symbolic
+    /// link that leads nowhere is a failure.
+    static int ReplaceWhole(const zuString& name, const zuString& contents);
 
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
     /// not removed. Linux: a file that is open somewhere lives on without the name.

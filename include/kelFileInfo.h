@@ -25,8 +25,8 @@ struct kelFileInfoRecord;
 /// searched look alike.
 ///
 /// Linux: a symbolic link is described itself, not what it points to, unless a `/` stands behind
-/// its name. The file is not opened, and no right to read it is needed. Windows: the file is opened
-/// without access to its contents.
+/// its name or the object was made with `LinksFollowed`. The file is not opened, and no right to
+/// read it is needed. Windows: the file is opened without access to its contents.
 ///
 /// Threads: one object is used by one thread at a time, also for mere questions, because they fill
 /// the object in; different objects are independent.
@@ -82,7 +82,12 @@ public:
     explicit kelFileInfo(const zuString& name);
     /// The same. The pointer is not read and may be null.
     kelFileInfo(kelLibrary* library, const zuString& name);
-    /// Makes an object on the same name that has asked nothing yet.
+    /// Whether a symbolic link is described itself, or what it leads to.
+    enum LinkMode : int { LinksThemselves = 0, LinksFollowed = 1 };
+    /// The same as with the name alone; with `LinksFollowed` the facts are those of the file that
+    /// the name leads to through symbolic links, and of no file when it leads nowhere.
+    kelFileInfo(const zuString& name, LinkMode mode);
+    /// Makes an object on the same name, with the same mode, that has asked nothing yet.
     kelFileInfo(const kelFileInfo& other);
     ~kelFileInfo();
     /// Shares the name and the facts of `other`: a query through one object answers for both.
@@ -143,6 +148,15 @@ public:
     int GetUserId() const;
     /// 0 when the file's group is known, -1 when not. The identifier itself is not told.
     int GetGroupId() const;
+    /// The size in bytes, whole, where `GetSize` reports its low 32 bits. -1 on failure.
+    long long GetLength() const;
+    /// How many names (hard links) the file has; -1 on failure. Linux: of a directory, what its
+    /// file system counts.
+    long long GetLinkCount() const;
+    /// The identifier of the file's owner; -1 on failure. Windows: -1, an owner has no number.
+    long long GetOwnerNumber() const;
+    /// The identifier of the file's group; otherwise as `GetOwnerNumber`.
+    long long GetGroupNumber() const;
     /// @}
 
 private:

@@ -30,3 +30,9 @@ inline constexpr int kelStatusEmptySource = 20008;
 inline constexpr int kelStatusEmptyTarget = 20009;
 /// The current user or the user's home directory could not be found.
 inline constexpr int kelStatusNoUser = 20012;
+/// What was to be made exists already. Since version 1.1.
+inline constexpr int kelStatusExists = 20020;
+/// Somebody else holds what was asked for. Since version 1.1.
+inline constexpr int kelStatusBusy = 20021;
+/// The time given for it has passed. Since version 1.1.
+inline constexpr int kelStatusTimedOut = 20022;

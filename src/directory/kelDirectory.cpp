@@ -7,6 +7,7 @@
 
 #include "directory/kelDirectoryRecord.h"
 #include "frame/Names.h"
+#include "frame/OpenStatus.h"
 #include "frame/StatusMapping.h"
 
 namespace platform = zukel::platform;
@@ -128,4 +129,28 @@ zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
     platform::DirectoryHandle stream;
     return OpenByName(name, stream) == APR_SUCCESS ? NamesFromHere(*stream)
                                                    : zuStlVector<zuString>();
+}
+
+int kelDirectory::GetFileNames(const zuString& name, zuStlVector<zuString>& names) {
+    if (name.empty()) {
+        return kelStatusEmptyPath;
+    }
+    platform::DirectoryHandle stream;
+    const apr_status_t opened = OpenByName(name, stream);
+    if (opened != APR_SUCCESS) {
+        return zukel::MapOpenStatus(opened);
+    }
+    zuStlVector<zuString> found;
+    const char* entry = nullptr;
+    apr_status_t status = platform::ReadEntry(*stream, entry);
+    for (; entry != nullptr; status = platform::ReadEntry(*stream, entry)) {
+        if (!IsOwnOrParent(entry)) {
+            found.emplace_back(entry);
+        }
+    }
+    if (zukel::MapStatus(status) != kelStatusOk) {
+        return kelStatusReadFailed;
+    }
+    names.swap(found);
+    return kelStatusOk;
 }

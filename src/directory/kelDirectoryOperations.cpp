@@ -2,6 +2,7 @@
 #include "frame/StatusMapping.h"
 #include "kelDirectory.h"
 #include "platform/Directories.h"
+#include "platform/Trees.h"
 
 namespace platform = zukel::platform;
 
@@ -79,6 +80,21 @@ int kelDirectory::Delete(const zuString& path) {
 
 int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
     return Delete(path);
+}
+
+int kelDirectory::DeleteTree(const zuString& path) {
+    bool missing = false;
+    const int status = OnPath(path, [&](const char* name) {
+        bool entered = false;
+        const apr_status_t reason = platform::RemoveTree(name, entered);
+        missing = !entered && APR_STATUS_IS_ENOENT(reason);
+        return reason;
+    });
+    return missing ? kelStatusNotFound : status;
+}
+
+int kelDirectory::Sync(const zuString& path) {
+    return OnPath(path, platform::SyncNames);
 }
 
 zuString kelDirectory::GetCurrentDirectory() {

@@ -24,6 +24,7 @@ void FileStream::Swap(FileStream& other) noexcept {
     std::swap(position_, other.position_);
     std::swap(removed_, other.removed_);
     std::swap(owner_, other.owner_);
+    std::swap(locker_, other.locker_);
 }
 
 FileStream::~FileStream() {
@@ -283,6 +284,9 @@ apr_status_t FileStream::Close() noexcept {
         return APR_SUCCESS;
     }
     const apr_status_t flushed = Flush();
+    if (locker_ != kNobody && locker_ == platform::CurrentProcess()) {
+        platform::UnlockWholeFile(file_);  // a forked copy of the process has the file open still
+    }
     const apr_status_t closed = platform::CloseFile(file_);
     if (removed_) {
         platform::RemoveClosed(removed_->c_str());
@@ -297,7 +301,7 @@ void FileStream::Abandon() noexcept {
     buffer_.reset();
     EmptyBuffer();
     mode_ = 0;
-    owner_ = kNobody;
+    owner_ = locker_ = kNobody;
     metEnd_ = readsAhead_ = false;
     position_ = 0;
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/FileLocks.h"
 #include "platform/Files.h"
 #include "platform/Processes.h"
 #include "zuString.h"
@@ -106,6 +107,38 @@ public:
     /// Writes out the buffer. After a failure it holds what the system has not taken.
     apr_status_t Flush() noexcept;
 
+    /// Writes out the buffer and waits until what was written is on the disk.
+    apr_status_t Sync() noexcept;
+
+    /// Tells where the next byte is read or written. The buffer stays.
+    ///
+    /// @param position unchanged on failure.
+    apr_status_t Position(long long& position) noexcept;
+
+    /// Tells how long the file is, or will be when the buffer has been written out.
+    ///
+    /// @param length unchanged on failure.
+    apr_status_t Length(long long& length) noexcept;
+
+    /// Truncates the file or extends it by zeros, after writing out the buffer. The position stays.
+    apr_status_t SetLength(long long length) noexcept;
+
+    /// Reads `size` bytes at `offset` unless the file ends before. The position stays. Unbuffered,
+    /// any number of threads may do so at once, with `WriteAt` too.
+    ///
+    /// @param size receives how many have come, after a failure too.
+    apr_status_t ReadAt(long long offset, char* target, std::size_t& size) noexcept;
+
+    /// Writes bytes at `offset`, all of them. Otherwise as `ReadAt`.
+    apr_status_t WriteAt(long long offset, const char* source, std::size_t& size) noexcept;
+
+    /// Locks the file against everybody else who asks; see `platform::LockWholeFile`. A stream that
+    /// has a lock gets no other one.
+    apr_status_t Lock(platform::LockKind kind, long long microseconds) noexcept;
+
+    /// Gives the lock back; fails without one.
+    apr_status_t Unlock() noexcept;
+
     /// Writes out the buffer and closes the file, which is gone also when one of the two fails.
     apr_status_t Close() noexcept;
 
@@ -116,6 +149,7 @@ private:
     void Swap(FileStream& other) noexcept;
     bool Has(int flag) const noexcept { return (mode_ & flag) != 0; }
     void EmptyBuffer() noexcept;
+    apr_status_t LeaveBuffer() noexcept;
     apr_status_t NeedBuffer() noexcept;
     apr_status_t BeginWriting() noexcept;
     apr_status_t ReadPast(void* target, std::size_t& size) noexcept;
@@ -142,7 +176,8 @@ private:
     /// yet to be written goes. Unknown after bytes were appended.
     long long position_ = 0;
     std::unique_ptr<zuString> removed_;
-    int owner_ = kNobody;  ///< The process that has something to do at the end, once it has.
+    int owner_ = kNobody;   ///< The process that has something to do at the end, once it has.
+    int locker_ = kNobody;  ///< The process that holds a lock on the file.
 };
 
 }  // namespace zukel

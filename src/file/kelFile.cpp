@@ -9,6 +9,7 @@
 #include "file/ShortName.h"
 #include "file/kelFileRecord.h"
 #include "frame/Names.h"
+#include "frame/OpenStatus.h"
 #include "frame/StatusMapping.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
@@ -31,16 +32,6 @@ namespace {
 
 constexpr int kTemporaryMode =
     APR_FOPEN_READ | APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_EXCL | APR_FOPEN_DELONCLOSE;
-
-int MapOpenStatus(apr_status_t status) noexcept {
-    if (APR_STATUS_IS_ENOENT(status)) {
-        return kelStatusNotFound;
-    }
-    if (APR_STATUS_IS_EACCES(status)) {
-        return kelStatusAccessDenied;
-    }
-    return zukel::MapStatus(status);
-}
 
 /// Without six of them Windows would try the few names of a shorter template over and over.
 bool EndsInSixX(const char* name, std::size_t length) noexcept {
@@ -104,7 +95,7 @@ int kelFile::Open(const zuString& name, int mode) {
         record_->stream.Begin(std::move(file), mode, std::move(removed));
         record_->name = std::move(kept);
     }
-    return MapOpenStatus(record_->status);
+    return zukel::MapOpenStatus(record_->status);
 }
 
 int kelFile::Close() {

@@ -27,9 +27,9 @@ namespace {
 
 /// What is known of the file: asks the system unless an earlier query has been answered.
 const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
-    record.answered = record.answered ||
-                      (zukel::IsWhole(record.filePath) &&
-                       platform::QueryFile(record.filePath.c_str(), record.facts) == APR_SUCCESS);
+    record.answered = record.answered || (zukel::IsWhole(record.filePath) &&
+                                          platform::QueryFile(record.filePath.c_str(), record.mode,
+                                                              record.facts) == APR_SUCCESS);
     return record.facts;
 }
 
@@ -61,11 +61,16 @@ zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {
 
 }  // namespace
 
-kelFileInfo::kelFileInfo(const zuString& name) : record_(new kelFileInfoRecord(name)) {}
+kelFileInfo::kelFileInfo(const zuString& name) : kelFileInfo(name, LinksThemselves) {}
+
+kelFileInfo::kelFileInfo(const zuString& name, LinkMode mode)
+    : record_(new kelFileInfoRecord(name, mode == LinksFollowed ? platform::LinkMode::Followed
+                                                                : platform::LinkMode::Itself)) {}
 
 kelFileInfo::kelFileInfo(kelLibrary*, const zuString& name) : kelFileInfo(name) {}
 
-kelFileInfo::kelFileInfo(const kelFileInfo& other) : kelFileInfo(other.record_->filePath) {}
+kelFileInfo::kelFileInfo(const kelFileInfo& other)
+    : record_(new kelFileInfoRecord(other.record_->filePath, other.record_->mode)) {}
 
 kelFileInfo::~kelFileInfo() {
     zukel::Release(record_);
@@ -138,4 +143,20 @@ int kelFileInfo::GetUserId() const {
 
 int kelFileInfo::GetGroupId() const {
     return Facts(*record_).hasGroup ? 0 : -1;
+}
+
+long long kelFileInfo::GetLength() const {
+    return Facts(*record_).size;
+}
+
+long long kelFileInfo::GetLinkCount() const {
+    return Facts(*record_).links;
+}
+
+long long kelFileInfo::GetOwnerNumber() const {
+    return Facts(*record_).user;
+}
+
+long long kelFileInfo::GetGroupNumber() const {
+    return Facts(*record_).group;
 }

@@ -88,6 +88,14 @@ int kelFile::NativeRename(const zuString& from, const zuString& to) {
     });
 }
 
+int kelFile::RenameNew(const zuString& from, const zuString& to) {
+    return OnNames(from, to, [](const char* source, const char* target) {
+        const apr_status_t status = platform::RenameToNew(source, target);
+        const int mapped = zukel::MapStatus(status);
+        return APR_STATUS_IS_EEXIST(status) ? kelStatusExists : mapped;
+    });
+}
+
 int kelFile::Delete(const zuString& name) {
     return OnName(name,
                   [](const char* file) { return zukel::MapStatus(platform::RemoveFile(file)); });

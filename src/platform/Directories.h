@@ -42,6 +42,12 @@ apr_status_t RewindDirectory(DirectoryStream& directory) noexcept;
 /// directory. Windows: UTF-8.
 const char* NextEntry(DirectoryStream& directory) noexcept;
 
+/// The same, with the reason when there is no name.
+///
+/// @param entry receives the name, or null at the end and after an error.
+/// @returns 0, also at the end, or the reason.
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept;
+
 /// Makes one directory.
 ///
 /// @param perms permission bits. Linux: less the umask. Windows: without effect.
@@ -56,6 +62,12 @@ bool IsDirectory(const char* path) noexcept;
 ///
 /// @returns 0 or the reason.
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept;
+
+/// Waits until the names in a directory are on the disk. Linux: `fsync`, which needs the right to
+/// read it. Windows: a success without effect for every directory; see `kelDirectory::Sync`.
+///
+/// @returns 0 or the reason.
+apr_status_t SyncNames(const char* path) noexcept;
 
 /// Tells the current directory of the process, with the system's own separators.
 ///

@@ -14,17 +14,22 @@ struct FileFacts {
     bool hasGroup = false;  ///< The group is known.
     int permissions = -1;   ///< `APR_FPROT_` bits.
     long long size = -1;    ///< In bytes.
+    long long links = -1;   ///< How many names the file has.
+    /// Linux: the numbers of owner and group. Windows has none.
+    long long user = -1, group = -1;
     /// In microseconds since 1970-01-01 00:00:00 universal time.
     long long created = -1, accessed = -1, modified = -1;
 };
 
-/// Describes the file, a link itself and not its target. Nothing is created, and no right to read
-/// the contents is needed.
+/// Whether a symbolic link is described itself, or what it leads to.
+enum class LinkMode { Itself, Followed };
+
+/// Describes the file. Nothing is created, and no right to read the contents is needed.
 ///
 /// @param facts unchanged on failure.
-/// @returns 0 or the reason. Linux: `lstat`. Windows: from a handle without access to the contents;
-/// leaves the permissions to `QueryPermissions`.
-apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept;
+/// @returns 0 or the reason. Linux: `lstat` or `stat`. Windows: from a handle without access to the
+/// contents; leaves the permissions to `QueryPermissions`.
+apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexcept;
 
 /// The permissions of the same file, where `QueryFile` has not brought them.
 ///

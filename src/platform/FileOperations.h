@@ -42,6 +42,13 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept;
 /// which fails when the target exists.
 bool RenameInPlace(const char* from, const char* to) noexcept;
 
+/// Renames within a volume when nothing has the new name, in one step of the system. Linux:
+/// `renameat2`, or a second link and the removal of the first. Windows: `MoveFileExW` without
+/// flags.
+///
+/// @returns 0 or the reason, one of `APR_STATUS_IS_EEXIST` when something has the name.
+apr_status_t RenameToNew(const char* from, const char* to) noexcept;
+
 /// Moves a file to another volume after `RenameFile` has refused to, whole or not at all, by the
 /// rules that `kelFile::Rename` promises.
 bool MoveAcrossVolumes(const char* from, const char* to);

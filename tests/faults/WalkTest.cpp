@@ -26,6 +26,8 @@ const std::string kModule = ZUKEL_TEST_MODULES "/first.dll";
 const std::string kUnset = "$ZUKEL_NAME_OF_A_VARIABLE_THAT_IS_NOT_SET/" + std::string(20, 'x');
 const std::string kFrom = "the source of a transfer", kTo = "the target of a transfer";
 
+const std::string kNew = "the contents that a file gets, longer than a string holds in itself";
+
 int Status(bool succeeded) {
     return succeeded ? kOk : kFailed;
 }
@@ -68,6 +70,7 @@ struct World {
     zuString text = "untouched";
     char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     unsigned long long size = 4;
+    long long offset = -1;
     zuDiskInfo disk;
     long long (*answer)() = nullptr;
     const Guard back = WorkingDirectory(".");
@@ -115,6 +118,7 @@ enum class After {
     Ended,              ///< Every name; the object is ended, and the same call fails.
     NoPartOfIt,         ///< As before, or no target.
     Made,               ///< As before, or what was to be made: only the last look at it failed.
+    Replaced,           ///< As before, or the new contents: only the last wait failed.
     AsBeforeOrRenamed,  ///< As before; if clearing up fails too, under some name of the directory.
 };
 
@@ -163,6 +167,14 @@ bool Step(const Row& row, Entries& after) {
             EXPECT_TRUE(std::any_of(now.begin(), now.end(), same));
         }
         now = before;
+    } else if (row.after == After::Replaced) {
+        for (auto entry = now.begin(); entry != now.end();) {
+            const auto former = before.find(entry->first);
+            const bool replaced = entry->second == kNew && former != before.end();
+            entry->second = replaced ? former->second : entry->second;
+            const bool stays = !fault.once && entry->first.rfind(".zukel-", 0) == 0;
+            entry = stays || entry->second == kNew ? now.erase(entry) : std::next(entry);
+        }
     } else if (row.after == After::Made) {
         now.erase(fs::path(it.missing).filename());
     }
@@ -274,7 +286,19 @@ TEST(FaultWalk, Files) {
         {CALL(kelFile::Exists(&it.library, it.file)), kSame, kelStatusNotFound},
         {CALL(kelFile::Delete(&it.library, it.program))},
         {CALL(kelFile::SetPermissions(&it.library, it.file, 0x600))},
+        {CALL(kelFile::ReadWhole(it.file, it.text) == kOk ? (it.text = "untouched", kOk)
+                                                          : kFailed)},
+        {CALL(kelFile::ReplaceWhole(it.missing, kNew)), After::Replaced},
+        {CALL(kelFile::ReplaceWhole(it.file, kNew)), After::Replaced},
+        {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
+         [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
     });
+    const Row rename = {CALL(kelFile::RenameNew(it.file, it.missing)), After::AsBeforeOrRenamed};
+    Walk({rename});
+    {
+        const Guard lacking = AtCall("renameat2", [] { return EINVAL; });
+        Walk({rename});
+    }
     for (kelFile World::*each : {&World::open, &World::buffered}) {
         Walk({{CALL((it.*each).Read(it.line, it.size))},
               {CALL(Line(it, it.*each))},
@@ -283,9 +307,27 @@ TEST(FaultWalk, Files) {
               {CALL((it.*each).SeekTo(2))},
               {CALL((it.*each).SeekToBegin())},
               {CALL((it.*each).SeekToEnd())},
+              {CALL((it.*each).Sync())},
+              {CALL(Status((it.*each).GetPosition(it.offset) == kOk && it.offset >= 0))},
+              {CALL((it.*each).GetLength(it.offset))},
+              {CALL((it.*each).SetLength(20))},
+              {CALL((it.*each).ReadAt(2, it.line, it.size))},
+              {CALL((it.*each).WriteAt(2, it.line, it.size))},
+              {CALL((it.*each).Lock(kelFile::LockShared, -1))},
+              {CALL((it.*each).Lock(kelFile::LockExclusive, 1))},
+              {CALL((it.*each).Unlock()), kSame, kFailed,
+               [each](World& it) { EXPECT_EQ((it.*each).Lock(kelFile::LockShared, 0), kOk); }},
               {CALL((it.*each).Close()), After::Ended}});
     }
     WalkValues(&World::values);
+}
+
+/// Lists a directory. What fails before the first entry has another status.
+int Names(World& it) {
+    zuStlVector<zuString> names = {"untouched"};
+    const int status = Directory::GetFileNames(it.place.Path(), names);
+    EXPECT_EQ(names.size(), status == kOk ? 3U : 1U);
+    return status == kFailed ? kelStatusReadFailed : status;
 }
 
 TEST(FaultWalk, Directories) {
@@ -299,9 +341,12 @@ TEST(FaultWalk, Directories) {
         {CALL(Status(it.listing.GetNumberOfFiles() == 3))},
         {CALL(Status(it.listing.GetFileNames().size() == 3))},
         {CALL(Status(Directory::GetFileNames(it.place.Path()).size() == 3))},
+        {CALL(Names(it)), kSame, kelStatusReadFailed},
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
         {CALL(Directory::Delete(&it.library, it.folder))},
+        {CALL(Directory::DeleteTree(it.folder))},
+        {CALL(Directory::Sync(it.folder))},
         {CALL(Directory::SetCurrentDirectory(&it.library, it.place.Path()))},
         {CALL(Status(Directory::GetCurrentDirectory(&it.library) == here))},
         {CALL(Status(Directory::GetAbsolutePath(it.file) == it.file))},

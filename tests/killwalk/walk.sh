@@ -4,7 +4,7 @@
 # no file changes by them, and how many there are is not the same each time (a temporary name takes a
 # second random number one time in twenty).
 #
-#   walk.sh OPERATION PROGRAM        Copy, NativeCopy and Rename by the program that runs one of them,
+#   walk.sh OPERATION PROGRAM        Copy, NativeCopy, Rename and Replace by the program that runs one of them,
 #                                    mirror by the example of that name
 #
 # What holds after a kill at any call:
@@ -17,6 +17,9 @@
 #                      source is gone and the target is whole. No other name has come up.
 #                      Across two: the same, or both are whole. The target never has a part of anything,
 #                      and is missing only if it was before. What is new beside either is called .zukel-*.
+#   Replace            The contents of the source are put into the target, which has its former contents or
+#                      all of the new ones, and its former permissions with either; it is missing only if it
+#                      was before. What is new beside it is called .zukel-*.
 #   mirror             The source is whole. Each file of the target is as it was or whole, and is missing
 #                      only if it was before; what is new beside them is called .mirror-*. The next run
 #                      makes the two equal.
@@ -170,6 +173,22 @@ check_rename() {
     fi
 }
 
+check_replace() {
+    whole "$from/file" "$work/new" || fail "the source is not whole"
+    only "$from"
+    if [[ $1 == done ]]; then
+        only "$to"
+    else
+        only "$to" '.zukel-*'
+    fi
+    if [[ $1 == killed ]] && as_it_was; then
+        return
+    fi
+    cmp -s "$to/file" "$work/new" || fail "the target is neither old nor new"
+    [[ $situation != *existing* || $(stat -c %a "$to/file") == "$(stat -c %a "$work/old")" ]] ||
+        fail "the permissions are others"
+}
+
 prepare_mirror() {
     rm -rf "$from" "$to"
     cp -a "$work/trees/from" "$from"
@@ -197,6 +216,7 @@ to=$work/to
 case $operation in
     Copy | NativeCopy) check=check_copy ;;
     Rename) check=check_rename ;;
+    Replace) check=check_replace ;;
     mirror)
         mkdir -p "$work"/trees/{from/more,to}
         cp -p "$work/new" "$work/trees/from/changed"
@@ -217,6 +237,7 @@ fi
 for target in new existing; do
     walk "$target target" "prepare_$target" "$check" "$program" "$operation" "$from/file" "$to/file"
 done
+[[ $operation != Replace ]] || exit 0
 if [[ -z $other || $(stat -c %d "$other") == "$(stat -c %d "$work")" ]]; then
     echo "Across volumes: nothing tried, /dev/shm is no other one"
     exit

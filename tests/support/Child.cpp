@@ -1,5 +1,6 @@
 // The program that the tests start: child [VERB [ARGUMENT...]]. Without a verb it ends at once.
-// Copy, NativeCopy and Rename, with two names, are operations of kelFile for the walk that kills.
+// Copy, NativeCopy, Rename and Replace, with two names, are operations of kelFile for the walk that
+// kills.
 
 #include <chrono>
 #include <fstream>
@@ -9,6 +10,13 @@
 
 #include "zukel.h"
 
+/// Puts the contents of one file into another.
+static int Replace(const std::string& from, const std::string& to) {
+    std::string contents;
+    const int status = kelFile::ReadWhole(from, contents);
+    return status == kelStatusOk ? kelFile::ReplaceWhole(to, contents) : status;
+}
+
 int main(int count, char** words) {
     const std::string verb = count > 1 ? words[1] : "";
     const std::string argument = count > 2 ? words[2] : "", to = count > 3 ? words[3] : "";
@@ -17,6 +25,10 @@ int main(int count, char** words) {
     } else if (verb == "hold") {
         kelSharedMemory memory;
         memory.Create(8, argument);
+        std::this_thread::sleep_for(std::chrono::seconds(30));
+    } else if (verb == "lock") {
+        kelFile file(argument, kelFile::ModeRead | kelFile::ModeWrite);
+        file.Lock(kelFile::LockExclusive, 0);
         std::this_thread::sleep_for(std::chrono::seconds(30));
     } else if (verb == "say") {
         std::cout << "1" << std::flush;
@@ -30,5 +42,6 @@ int main(int count, char** words) {
     return verb == "Copy"         ? kelFile::Copy(argument, to, kelFileInfo::PermissionDefault)
            : verb == "NativeCopy" ? kelFile::NativeCopy(argument, to, 0)
            : verb == "Rename"     ? kelFile::Rename(argument, to)
+           : verb == "Replace"    ? Replace(argument, to)
                                   : kelStatusOk;
 }

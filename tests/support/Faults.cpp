@@ -116,7 +116,7 @@ WRAPPED(syscall) {
                              : a == SYS_read  ? "read"
                              : a == SYS_write ? "write"
                                               : "syscall";
-    const bool transfers = a == SYS_read || a == SYS_write;
+    const bool transfers = a == SYS_read || a == SYS_write || a == SYS_pread64 || a == SYS_pwrite64;
     const int error = ErrorOf(FaultSource::System, call);
     const auto size = transfers ? static_cast<Word>(PartOf(static_cast<std::size_t>(d))) : d;
     const bool interrupted = transfers && size == 0 && d != 0;

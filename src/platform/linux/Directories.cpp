@@ -1,12 +1,14 @@
 #include "platform/Directories.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 
+#include "platform/linux/Descriptor.h"
 #include "platform/linux/Permissions.h"
 #include "platform/linux/SystemCall.h"
 
@@ -51,6 +53,12 @@ const char* NextEntry(DirectoryStream& directory) noexcept {
     return entry != nullptr ? entry->d_name : nullptr;
 }
 
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept {
+    errno = 0;
+    entry = NextEntry(directory);
+    return entry != nullptr ? APR_SUCCESS : errno;
+}
+
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept {
     return StatusOf(mkdir(path, ModeOf(perms)));
 }
@@ -62,6 +70,13 @@ bool IsDirectory(const char* path) noexcept {
 
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept {
     return StatusOf(rmdir(path));
+}
+
+apr_status_t SyncNames(const char* path) noexcept {
+    const Descriptor directory(
+        Uninterrupted([&] { return OpenDescriptor(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0); }));
+    const auto sync = [&] { return syscall(SYS_fsync, directory.Get()); };
+    return directory && Uninterrupted(sync) == 0 ? APR_SUCCESS : errno;
 }
 
 apr_status_t QueryCurrentDirectory(zuString& path) {

@@ -35,15 +35,18 @@ long long Microseconds(const timespec& time) noexcept {
 
 }  // namespace
 
-apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept {
+apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexcept {
     struct stat found {};
-    if (lstat(name, &found) != 0) {
+    if ((mode == LinkMode::Itself ? lstat(name, &found) : stat(name, &found)) != 0) {
         return errno;
     }
     facts.type = TypeOf(found.st_mode);
     facts.hasUser = facts.hasGroup = true;
     facts.permissions = PermissionsOf(found.st_mode);
     facts.size = found.st_size;
+    facts.links = static_cast<long long>(found.st_nlink);
+    facts.user = found.st_uid;
+    facts.group = found.st_gid;
     facts.created = Microseconds(found.st_ctim);
     facts.accessed = Microseconds(found.st_atim);
     facts.modified = Microseconds(found.st_mtim);

@@ -7,13 +7,12 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/linux/CopyRules.h"
 #include "zubase/zuWString.h"
 
 namespace zukel::platform {
 
 namespace {
-
-constexpr mode_t kModeBits = 07777;
 
 /// Whether the mode of the file grants the access to the effective user.
 bool IsGrantedByMode(const char* name, int access) noexcept {
@@ -60,6 +59,26 @@ apr_status_t RemoveFile(const char* name) noexcept {
 
 bool RenameInPlace(const char* from, const char* to) noexcept {
     return std::rename(from, to) == 0;
+}
+
+apr_status_t RenameToNew(const char* from, const char* to) noexcept {
+    if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) {
+        return APR_SUCCESS;
+    }
+    const int refusal = errno;
+    if (!IsRefusal(refusal)) {
+        return refusal;
+    }
+    // As the system did before it had that call.
+    if (linkat(AT_FDCWD, from, AT_FDCWD, to, 0) != 0) {
+        return errno == EEXIST ? EEXIST : refusal;
+    }
+    if (unlink(from) == 0) {
+        return APR_SUCCESS;
+    }
+    const int error = errno;
+    unlink(to);
+    return error;
 }
 
 bool ChangeAccess(const char* name, int mode) noexcept {

@@ -8,16 +8,13 @@
 
 #include <cerrno>
 
+#include "platform/linux/DescriptorOf.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
 namespace {
-
-int DescriptorOf(const FileHandle& file) noexcept {
-    return static_cast<int>(file.Get());
-}
 
 int OpenFlags(int mode) noexcept {
     constexpr int kReadWrite = APR_FOPEN_READ | APR_FOPEN_WRITE;

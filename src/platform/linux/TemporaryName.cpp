@@ -68,11 +68,10 @@ int TemporaryName::Find(Make make) noexcept {
     return result;
 }
 
-Descriptor TemporaryName::MakeFile() noexcept {
-    return Descriptor(Find([this](const char* name) {
+Descriptor TemporaryName::MakeFile(mode_t mode) noexcept {
+    return Descriptor(Find([this, mode](const char* name) {
         return Uninterrupted([&] {
-            return openat(directory_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                          S_IRUSR | S_IWUSR);
+            return openat(directory_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         });
     }));
 }

@@ -15,8 +15,10 @@ public:
     TemporaryName(const TemporaryName&) = delete;
     TemporaryName& operator=(const TemporaryName&) = delete;
 
-    /// Makes an empty file that its owner alone may read and write, and opens it for writing.
-    Descriptor MakeFile() noexcept;
+    /// Makes an empty file and opens it for writing.
+    ///
+    /// @param mode less the umask; without it the owner alone may read and write the file.
+    Descriptor MakeFile(mode_t mode = kOwnerAlone) noexcept;
     /// Makes a symbolic link.
     bool MakeLink(const char* text) noexcept;
     /// Gives the entry `name` of the directory this name: as a second name where the file system
@@ -35,6 +37,8 @@ public:
     bool IsUsed() const noexcept { return used_; }
 
 private:
+    static constexpr mode_t kOwnerAlone = 0600;
+
     /// Finds a name that is free, as `make` tells: it gives -1 with EEXIST for one that is not.
     template <typename Make>
     int Find(Make make) noexcept;

@@ -88,6 +88,14 @@ const char* NextEntry(DirectoryStream& directory) noexcept {
     return directory.name;
 }
 
+apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept {
+    SetLastError(ERROR_SUCCESS);
+    entry = NextEntry(directory);
+    const DWORD error = entry != nullptr ? ERROR_SUCCESS : GetLastError();
+    return error == ERROR_SUCCESS || error == ERROR_NO_MORE_FILES ? APR_SUCCESS
+                                                                  : APR_FROM_OS_ERROR(error);
+}
+
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t) noexcept {
     const WideName wide(path);
     if (!wide) {
@@ -115,6 +123,11 @@ apr_status_t RemoveEmptyDirectory(const char* path) noexcept {
         return wide.Status();
     }
     return RemoveDirectoryW(wide.Get()) != 0 ? APR_SUCCESS : LastStatus();
+}
+
+apr_status_t SyncNames(const char* path) noexcept {
+    DirectoryHandle directory;
+    return OpenDirectory(path, directory);  // for its reason when there is none
 }
 
 apr_status_t QueryCurrentDirectory(zuString& path) {

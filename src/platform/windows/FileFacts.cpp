@@ -43,14 +43,15 @@ apr_filetype_e TypeOf(const Handle& file, DWORD attributes) noexcept {
 
 }  // namespace
 
-apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept {
+apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexcept {
+    const Links links = mode == LinkMode::Itself ? Links::Themselves : Links::Followed;
     const WideName wide(name, Devices::Taken);
     if (!wide) {
         return wide.Status();
     }
-    Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, Links::Themselves);
+    Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, links);
     if (!file && GetLastError() == ERROR_ACCESS_DENIED) {  // without its owner, then
-        file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Themselves);
+        file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, links);
     }
     if (!file) {
         return LastStatus();
@@ -61,6 +62,7 @@ apr_status_t QueryFile(const char* name, FileFacts& facts) noexcept {
         found.type = TypeOf(file, info.dwFileAttributes);
         found.size = static_cast<long long>(static_cast<std::uint64_t>(info.nFileSizeHigh) << 32U |
                                             info.nFileSizeLow);
+        found.links = info.nNumberOfLinks;
         found.created = MicroSeconds(info.ftCreationTime);
         found.accessed = MicroSeconds(info.ftLastAccessTime);
         found.modified = MicroSeconds(info.ftLastWriteTime);

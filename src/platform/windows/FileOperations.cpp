@@ -3,6 +3,8 @@
 #include <apr_errno.h>
 #include <io.h>
 
+#include <cwchar>
+
 #include "platform/windows/OpenFile.h"
 
 namespace zukel::platform {
@@ -60,6 +62,20 @@ bool RenameInPlace(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
     return source && target && MoveFileExW(source.Get(), target.Get(), 0) != 0;
+}
+
+apr_status_t RenameToNew(const char* from, const char* to) noexcept {
+    const WideName source(from);
+    const WideName target(to);
+    if (!source || !target) {
+        return StatusOf(source, target);
+    }
+    const FileId present = Identify(target.Get(), Links::Themselves);
+    if (present.known && Identify(source.Get(), Links::Themselves) == present &&
+        std::wcscmp(source.Get(), target.Get()) == 0) {
+        return APR_FROM_OS_ERROR(ERROR_ALREADY_EXISTS);  // the system calls that done
+    }
+    return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 apr_status_t RemoveFile(const char* name) noexcept {

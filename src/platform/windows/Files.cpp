@@ -6,13 +6,13 @@
 #include <mbctype.h>
 #include <winioctl.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <memory>
 #include <new>
 
+#include "platform/windows/HandleOf.h"
 #include "platform/windows/OpenFile.h"
 #include "platform/windows/Security.h"
 
@@ -21,11 +21,6 @@ namespace zukel::platform {
 namespace {
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
-
-/// The file's handle stays the caller's.
-HANDLE HandleOf(const FileHandle& file) noexcept {
-    return reinterpret_cast<HANDLE>(file.Get());
-}
 
 FileHandle Own(HANDLE file) noexcept {
     return FileHandle(reinterpret_cast<FileHandle::Native>(file));
@@ -88,12 +83,6 @@ bool FillIn(char* text, std::size_t length) noexcept {
         text[at] = kSigns[number % (sizeof kSigns - 1)];
     }
     return true;
-}
-
-/// One call moves no more: a server need not take more, and the caller asks again.
-DWORD AtOnce(std::size_t size) noexcept {
-    constexpr std::size_t kMost = std::size_t{32} << 20U;
-    return static_cast<DWORD>(std::min(size, kMost));
 }
 
 }  // namespace

@@ -1,13 +1,12 @@
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
-#include <cwchar>
 #include <string>
 #include <vector>
 
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
+#include "platform/windows/TemporaryFile.h"
 
 namespace zukel::platform {
 
@@ -75,54 +74,6 @@ private:
     bool unprotected_ = false;
 };
 
-/// A new file beside the target, removed again unless it is given the target's name.
-class Copy {
-public:
-    explicit Copy(const wchar_t* target) : target_(target) {
-        const std::wstring place(target);
-        const std::size_t stop = place.find_last_of(L"/\\:");
-        const std::wstring folder = place.substr(0, stop == std::wstring::npos ? 0 : stop + 1);
-        constexpr unsigned kTries = 1000;
-        for (unsigned number = 0; number < kTries && !file_; ++number) {
-            std::array<wchar_t, 40> name{};
-            std::swprintf(name.data(), name.size(), L".zukel-%lx-%x",
-                          static_cast<unsigned long>(GetCurrentProcessId()), number);
-            name_ = folder + name.data();
-            file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
-                                       CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-            if (!file_ && GetLastError() != ERROR_FILE_EXISTS) {
-                break;
-            }
-        }
-        made_ = static_cast<bool>(file_);
-    }
-    ~Copy() {
-        file_.Close();
-        if (made_) {
-            SetFileAttributesW(name_.c_str(), FILE_ATTRIBUTE_NORMAL);  // it may be read-only by now
-            DeleteFileW(name_.c_str());
-        }
-    }
-    Copy(const Copy&) = delete;
-    Copy& operator=(const Copy&) = delete;
-
-    explicit operator bool() const noexcept { return made_; }
-    const Handle& File() const noexcept { return file_; }
-    const wchar_t* Name() const noexcept { return name_.c_str(); }
-
-    bool TakeTargetsName() noexcept {
-        constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-        made_ = !file_.Close() || MoveFileExW(name_.c_str(), target_, kHow) == 0;
-        return !made_;
-    }
-
-private:
-    const wchar_t* target_;
-    std::wstring name_;
-    Handle file_;
-    bool made_ = false;  ///< And stands under its own name.
-};
-
 /// The names of a file's other streams than its contents, as `:name:$DATA`. None where the file
 /// system has no streams, or does not tell them.
 std::vector<std::wstring> OtherStreams(const Handle& file) {
@@ -172,7 +123,7 @@ bool MoveAcrossVolumes(const char* from, const char* to) {
     if (!source) {
         return false;
     }
-    Copy copy(targetName.Get());
+    TemporaryFile copy(targetName.Get());
     return copy && CopyContents(source.File(), copy.File()) &&
            CopyStreams(source, sourceName.Get(), copy.Name()) && source.GiveFacts(copy.File()) &&
            FlushFileBuffers(copy.File().Get()) != 0 && source.MayGo() && copy.TakeTargetsName() &&

@@ -1,0 +1,66 @@
+#include <apr_file_io.h>
+
+#include <algorithm>
+
+#include "frame/Names.h"
+#include "frame/OpenStatus.h"
+#include "kelFile.h"
+#include "platform/FileExtents.h"
+#include "platform/Files.h"
+#include "platform/WholeFiles.h"
+
+namespace platform = zukel::platform;
+
+namespace {
+
+/// Reads to the end, wherever that is when it is reached.
+apr_status_t ReadToEnd(const platform::FileHandle& file, zuString& contents) {
+    constexpr long long kLeast = 4096;
+    constexpr long long kMost = 1LL << 30;  // a length may be told that is not there
+    long long expected = 0;
+    platform::QueryLength(file, expected);
+    contents.resize(static_cast<std::size_t>(std::clamp(expected + 1, kLeast, kMost)));
+    std::size_t done = 0;
+    apr_status_t status = APR_SUCCESS;
+    std::size_t piece = 1;
+    while (status == APR_SUCCESS && piece > 0) {
+        if (done == contents.size()) {
+            contents.resize(done * 2);
+        }
+        piece = std::min(contents.size() - done, platform::kMostAtOnce);
+        status = platform::ReadBytes(file, contents.data() + done, piece);
+        done += piece;
+    }
+    contents.resize(done);
+    return status;
+}
+
+}  // namespace
+
+int kelFile::ReadWhole(const zuString& name, zuString& contents) {
+    if (name.empty()) {
+        return kelStatusEmptyPath;
+    }
+    platform::FileHandle file;
+    zuString all;
+    apr_status_t status = zukel::IsWhole(name)
+                              ? platform::OpenFileByName(name.c_str(), APR_FOPEN_READ, file)
+                              : APR_ENOENT;
+    if (status == APR_SUCCESS) {
+        status = ReadToEnd(file, all);
+    }
+    if (status == APR_SUCCESS) {
+        contents.swap(all);
+    }
+    return zukel::MapOpenStatus(status);
+}
+
+int kelFile::ReplaceWhole(const zuString& name, const zuString& contents) {
+    if (name.empty()) {
+        return kelStatusEmptyPath;
+    }
+    return zukel::MapOpenStatus(
+        zukel::IsWhole(name)
+            ? platform::ReplaceContents(name.c_str(), contents.data(), contents.size())
+            : APR_ENOENT);
+}

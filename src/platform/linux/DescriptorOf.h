@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/Files.h"
+
+namespace zukel::platform {
+
+/// The descriptor stays the file's.
+inline int DescriptorOf(const FileHandle& file) noexcept {
+    return static_cast<int>(file.Get());
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,174 @@
+#include "platform/WholeFiles.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "platform/linux/CopyRules.h"
+#include "platform/linux/Descriptor.h"
+#include "platform/linux/ExtendedAttributes.h"
+#include "platform/linux/HeldSignals.h"
+#include "platform/linux/SourcePermissions.h"
+#include "platform/linux/SystemCall.h"
+#include "platform/linux/TemporaryName.h"
+#include "platform/linux/Uncancelled.h"
+
+namespace zukel::platform {
+
+namespace {
+
+apr_status_t StatusOf(int result) noexcept {
+    return result == 0 ? APR_SUCCESS : errno;
+}
+
+/// The last component of a name, and the directory that it is read in.
+struct Entry {
+    Descriptor directory;  ///< Open for reading: it is synced through this descriptor.
+    std::string name;
+};
+
+/// Opens the directory of `path`, which is read from the directory `from`.
+apr_status_t Open(int from, const std::string& path, Entry& entry) {
+    const std::size_t slash = path.rfind('/');
+    const std::size_t begin = slash == std::string::npos ? 0 : slash + 1;
+    std::string name = path.substr(begin);
+    const std::string folder = begin == 0 ? "." : path.substr(0, begin);
+    if (name.empty() || name == "." || name == "..") {
+        return EISDIR;
+    }
+    Descriptor directory(Uninterrupted(
+        [&] { return openat(from, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!directory) {
+        return errno;
+    }
+    entry.directory = std::move(directory);
+    entry.name = std::move(name);
+    return APR_SUCCESS;
+}
+
+/// Finds the entry that the name leads to through symbolic links.
+///
+/// @param facts of the file there; of no type when there is none.
+apr_status_t Find(const char* name, Entry& entry, struct stat& facts) {
+    constexpr int kMostLinks = 40;  // as the system
+    apr_status_t status = Open(AT_FDCWD, name, entry);
+    for (int links = 0; status == APR_SUCCESS; ++links) {
+        facts = {};
+        const int directory = entry.directory.Get();
+        if (fstatat(directory, entry.name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
+            return errno == ENOENT ? APR_SUCCESS : errno;
+        }
+        if (!S_ISLNK(facts.st_mode)) {
+            return S_ISREG(facts.st_mode) ? APR_SUCCESS : EINVAL;
+        }
+        std::string text(PATH_MAX, '\0');
+        const ssize_t length = readlinkat(directory, entry.name.c_str(), text.data(), text.size());
+        if (length < 0 || links == kMostLinks) {
+            return length < 0 ? errno : ELOOP;
+        }
+        text.resize(static_cast<std::size_t>(length));
+        status = Open(directory, text, entry);
+    }
+    return status;
+}
+
+/// Gives the new file what the former one has beside its contents. The owner comes first: a change
+/// of the owner takes permissions away. Set-ID bits and capabilities do not survive a write either.
+apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) noexcept {
+    const int directory = entry.directory.Get();
+    const char* const name = entry.name.c_str();
+    // Whoever may not write to the file does not get around that by its directory.
+    if (faccessat(directory, name, W_OK, AT_EACCESS) != 0) {
+        return errno;
+    }
+    const auto open = [&](int how) {
+        constexpr int kPlain = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+        return Descriptor(Uninterrupted([&] { return openat(directory, name, how | kPlain); }));
+    };
+    Descriptor from = open(O_RDONLY);
+    if (!from && errno == EACCES) {
+        from = open(O_WRONLY);
+    }
+    struct stat opened {};
+    if (!from || fstat(from.Get(), &opened) != 0) {
+        return errno;
+    }
+    if (!IsSameFile(opened, former)) {
+        return EBUSY;  // somebody is replacing it too
+    }
+    SourcePermissions permissions(opened);
+    const bool carried =
+        (fchown(made, opened.st_uid, opened.st_gid) == 0 ||
+         SucceededOrRefused(fchown(made, static_cast<uid_t>(-1), opened.st_gid))) &&
+        CopyExtendedAttributes(from.Get(), made) && permissions.Read(from.Get()) &&
+        permissions.GiveTo(made);
+    if (!carried) {
+        return errno;
+    }
+    fremovexattr(made, "security.capability");
+    return APR_SUCCESS;
+}
+
+/// A limit on the size of files is a failure and not the end of the process.
+apr_status_t WriteAll(const Descriptor& to, const char* contents, std::size_t size) noexcept {
+    const HeldSignals held{SIGXFSZ};
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t put =
+            Uninterrupted([&] { return WriteDescriptor(to.Get(), contents + done, size - done); });
+        if (put <= 0) {
+            const int error = put < 0 ? errno : EIO;
+            held.Discard();
+            return error;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return APR_SUCCESS;
+}
+
+apr_status_t Sync(const Descriptor& file) noexcept {
+    return StatusOf(Uninterrupted([&] { return fsync(file.Get()); }));
+}
+
+}  // namespace
+
+apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t size) {
+    constexpr mode_t kNewFile = 0666;
+    const Uncancelled uncancelled;
+    Entry entry;
+    struct stat former {};
+    apr_status_t status = Find(name, entry, former);
+    if (status != APR_SUCCESS) {
+        return status;
+    }
+    const bool exists = former.st_mode != 0;
+    const int directory = entry.directory.Get();
+    TemporaryName temporary(directory);
+    Descriptor made = exists ? temporary.MakeFile() : temporary.MakeFile(kNewFile);
+    if (!made) {
+        return errno;
+    }
+    status = WriteAll(made, contents, size);
+    if (status == APR_SUCCESS && exists) {
+        status = CarryOver(entry, former, made.Get());
+    }
+    if (status == APR_SUCCESS) {
+        status = Sync(made);
+    }
+    if (status != APR_SUCCESS) {
+        return status;
+    }
+    if (!made.Close() || renameat(directory, temporary.Get(), directory, entry.name.c_str()) != 0) {
+        return errno;
+    }
+    temporary.Release();
+    return Sync(entry.directory);
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,125 @@
+#include "platform/FileExtents.h"
+
+#include <cstdint>
+
+#include "platform/windows/Handle.h"
+#include "platform/windows/HandleOf.h"
+#include "platform/windows/OpenFile.h"
+
+namespace zukel::platform {
+
+namespace {
+
+/// Keeps the place where a file stands while it is read or written elsewhere: the system moves it
+/// with every transfer. The system serialises those of one handle anyway, and a lock of ours, one
+/// of a few for all files, makes the three steps one.
+class KeptPlace {
+public:
+    explicit KeptPlace(HANDLE file) noexcept : file_(file), lock_(LockFor(file)) {
+        AcquireSRWLockExclusive(&lock_);
+        known_ = SetFilePointerEx(file_, {}, &place_, FILE_CURRENT) != 0;
+    }
+    ~KeptPlace() {
+        SetFilePointerEx(file_, place_, nullptr, FILE_BEGIN);
+        ReleaseSRWLockExclusive(&lock_);
+    }
+    KeptPlace(const KeptPlace&) = delete;
+    KeptPlace& operator=(const KeptPlace&) = delete;
+
+    bool IsKnown() const noexcept { return known_; }
+
+private:
+    static SRWLOCK& LockFor(HANDLE file) noexcept {
+        constexpr std::size_t kLocks = 16;
+        static SRWLOCK locks[kLocks];  // all zeros is unlocked
+        return locks[reinterpret_cast<std::uintptr_t>(file) / 4 % kLocks];
+    }
+
+    HANDLE file_;
+    SRWLOCK& lock_;
+    LARGE_INTEGER place_{};
+    bool known_ = false;
+};
+
+OVERLAPPED At(long long offset) noexcept {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(static_cast<std::uint64_t>(offset) >> 32U);
+    return place;
+}
+
+bool HasPlaces(const FileHandle& file) noexcept {
+    return GetFileType(HandleOf(file)) == FILE_TYPE_DISK;
+}
+
+DWORD SetEnd(HANDLE file, long long length) noexcept {
+    FILE_END_OF_FILE_INFO end{};
+    end.EndOfFile.QuadPart = length;
+    return SetFileInformationByHandle(file, FileEndOfFileInfo, &end, sizeof end) != 0
+               ? ERROR_SUCCESS
+               : GetLastError();
+}
+
+}  // namespace
+
+apr_status_t SyncFile(const FileHandle& file) noexcept {
+    return FlushFileBuffers(HandleOf(file)) != 0 ? APR_SUCCESS : LastStatus();
+}
+
+apr_status_t QueryLength(const FileHandle& file, long long& length) noexcept {
+    LARGE_INTEGER size{};
+    if (!HasPlaces(file)) {
+        return APR_EINVAL;
+    }
+    if (GetFileSizeEx(HandleOf(file), &size) == 0) {
+        return LastStatus();
+    }
+    length = size.QuadPart;
+    return APR_SUCCESS;
+}
+
+apr_status_t ChangeLength(const FileHandle& file, long long length) noexcept {
+    DWORD error = SetEnd(HandleOf(file), length);
+    if (error == ERROR_ACCESS_DENIED) {
+        // A handle that only appends has not the right to that.
+        const Handle writing(ReOpenFile(HandleOf(file), GENERIC_WRITE, kShareAll, 0));
+        error = writing ? SetEnd(writing.Get(), length) : GetLastError();
+    }
+    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+}
+
+apr_status_t ReadBytesAt(const FileHandle& file, long long offset, void* target,
+                         std::size_t& size) noexcept {
+    const DWORD wanted = AtOnce(size);
+    size = 0;
+    if (!HasPlaces(file)) {
+        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+    }
+    const KeptPlace kept(HandleOf(file));
+    OVERLAPPED place = At(offset);
+    DWORD got = 0;
+    if (!kept.IsKnown() || ReadFile(HandleOf(file), target, wanted, &got, &place) == 0) {
+        return GetLastError() == ERROR_HANDLE_EOF ? APR_SUCCESS : LastStatus();
+    }
+    size = got;
+    return APR_SUCCESS;
+}
+
+apr_status_t WriteBytesAt(const FileHandle& file, long long offset, const void* source,
+                          std::size_t& size) noexcept {
+    const DWORD wanted = AtOnce(size);
+    size = 0;
+    if (!HasPlaces(file)) {
+        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+    }
+    const KeptPlace kept(HandleOf(file));
+    OVERLAPPED place = At(offset);
+    DWORD put = 0;
+    if (!kept.IsKnown() || WriteFile(HandleOf(file), source, wanted, &put, &place) == 0) {
+        return LastStatus();
+    }
+    size = put;
+    return put == 0 && wanted != 0 ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : APR_SUCCESS;
+}
+
+}  // namespace zukel::platform

@@ -1,0 +1,200 @@
+#include "support/Testing.h"
+
+using namespace zukel::test;
+
+namespace {
+
+/// Bytes of a file through `ReadAt`; "failed" when it fails.
+std::string At(kelFile& file, long long offset, unsigned long long size) {
+    std::string bytes(size, '?');
+    const int status = file.ReadAt(offset, bytes.data(), size);
+    return status == kOk ? bytes.substr(0, size) : "failed";
+}
+
+int Put(kelFile& file, long long offset, const std::string& bytes) {
+    unsigned long long size = bytes.size();
+    const int status = file.WriteAt(offset, bytes.data(), size);
+    EXPECT_EQ(size, status == kOk ? bytes.size() : 0);
+    return status;
+}
+
+/// Position and length, as text.
+std::string Place(kelFile& file) {
+    long long position = -1, length = -1;
+    const int status[] = {file.GetPosition(position), file.GetLength(length)};
+    EXPECT_EQ(status[0], kOk);
+    EXPECT_EQ(status[1], kOk);
+    return std::to_string(position) + " of " + std::to_string(length);
+}
+
+class kelFilePlaces : public testing::TestWithParam<int> {
+protected:
+    kelFile Make(const std::string& content, int mode = 0) const {
+        return {directory.Write("file", content), kReadWrite | GetParam() | mode};
+    }
+    std::string Content() const { return ReadWhole(directory / "file"); }
+
+    const TemporaryDirectory directory;
+};
+INSTANTIATE_TEST_SUITE_P(Modes, kelFilePlaces, testing::Values(0, kBuffered));
+
+TEST_P(kelFilePlaces, PositionAndLength_CountWhatStandsInTheBuffer) {
+    kelFile file = Make("0123456789");
+    char byte = 0;
+    EXPECT_EQ(Place(file), "0 of 10");
+    EXPECT_EQ(file.Read(byte), kOk);
+    EXPECT_EQ(Place(file), "1 of 10") << "whatever was read ahead";
+    EXPECT_EQ(file.WriteLine("ab"), kOk);
+    EXPECT_EQ(Place(file), "3 of 10");
+    EXPECT_EQ(file.SeekTo(9), kOk);
+    EXPECT_EQ(file.WriteLine("cde"), kOk);
+    EXPECT_EQ(Place(file), "12 of 12");
+    EXPECT_EQ(file.SetLength(5'000'000'000LL), kOk);
+    EXPECT_EQ(Place(file), "12 of 5000000000");
+    EXPECT_EQ(file.SetLength(4), kOk);
+    EXPECT_EQ(Place(file), "12 of 4") << "the position stays";
+    EXPECT_EQ(file.Write('z'), kOk);
+    EXPECT_EQ(file.SetLength(-1), kFailed);
+    EXPECT_EQ(file.Close(), kOk);
+    EXPECT_EQ(Content(), std::string("0ab3\0\0\0\0\0\0\0\0z", 13));
+
+    kelFile appending = Make("0123", kelFile::ModeAppend);
+    EXPECT_EQ(appending.WriteLine("45"), kOk);
+    EXPECT_EQ(Place(appending), "6 of 6");
+    EXPECT_EQ(appending.SetLength(1), kOk);
+    EXPECT_EQ(appending.WriteLine("x"), kOk);
+    EXPECT_EQ(appending.Close(), kOk);
+    EXPECT_EQ(Content(), "0x");
+}
+
+TEST_P(kelFilePlaces, ReadAtAndWriteAt_MoveNothingAndSeeWhatWasWritten) {
+    kelFile file = Make("0123456789");
+    char byte = 0;
+    EXPECT_EQ(file.Read(byte), kOk);
+    EXPECT_EQ(At(file, 8, 5), "89") << "fewer at the end";
+    EXPECT_EQ(At(file, 20, 5), "") << "none beyond it, and no failure";
+    EXPECT_EQ(At(file, -1, 5), "failed");
+    EXPECT_FALSE(file.EndOfFile());
+    EXPECT_EQ(Put(file, 1, "ab"), kOk);
+    EXPECT_EQ(file.Read(byte), kOk);
+    EXPECT_EQ(byte, 'a') << "what was read ahead is read again, from the same place";
+    EXPECT_EQ(file.WriteLine("cd"), kOk);
+    EXPECT_EQ(At(file, 0, 6), "0acd45") << "what stood in the buffer";
+    EXPECT_EQ(Put(file, 12, "x"), kOk);
+    EXPECT_EQ(file.Write('e'), kOk);
+    EXPECT_EQ(Put(file, -1, "y"), kFailed);
+    EXPECT_EQ(file.Sync(), kOk);
+    EXPECT_EQ(Content(), std::string("0acde56789\0\0x", 13));
+    kelFile appending = Make("0123", kelFile::ModeAppend);
+    EXPECT_EQ(Put(appending, 0, "y"), kFailed);
+    EXPECT_EQ(At(appending, 1, 2), "12");
+}
+
+TEST(kelFile, Places_ClosedAndUnfitFilesAreRefused) {
+    const TemporaryDirectory directory;
+    kelFile closed, reading(directory.Write("file", "abc"), kRead);
+    kelFile device(kNullDevice, kReadWrite);
+    long long place = -7;
+    const struct {
+        const char* name;
+        int status;
+    } rows[] = {
+        {"closed Sync", closed.Sync()},
+        {"closed GetPosition", closed.GetPosition(place)},
+        {"closed GetLength", closed.GetLength(place)},
+        {"closed SetLength", closed.SetLength(0)},
+        {"closed Lock", closed.Lock(kelFile::LockShared, 0)},
+        {"closed Unlock", closed.Unlock()},
+        {"length of a device", device.GetLength(place)},
+        {"SetLength for reading", reading.SetLength(0)},
+        {"WriteAt for reading", Put(reading, 0, "x")},
+        {"an exclusive lock for reading", reading.Lock(kelFile::LockExclusive, 0)},
+        {"Unlock without a lock", reading.Unlock()},
+        {"names of no directory", kelDirectory::Sync(directory / "file")},
+        {"names of a missing one", kelDirectory::Sync(directory / "no")},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.status, kFailed) << row.name;
+    }
+    EXPECT_EQ(place, -7);
+    EXPECT_EQ(At(closed, 0, 1), "failed");
+    EXPECT_EQ(ReadWhole(directory / "file"), "abc");
+    EXPECT_EQ(kelDirectory::Sync(directory.Path()), kOk);
+    EXPECT_EQ(kelDirectory::Sync(""), kelStatusEmptyPath);
+}
+
+TEST(kelFile, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
+    constexpr auto kShared = kelFile::LockShared, kExclusive = kelFile::LockExclusive;
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file", "abc");
+    kelFile one(name, kReadWrite), two(name, kReadWrite), three(name, kReadWrite);
+    EXPECT_EQ(one.Lock(kShared, 0), kOk);
+    EXPECT_EQ(two.Lock(kShared, 0), kOk) << "it is shared";
+    EXPECT_EQ(one.Lock(kShared, 0), kFailed) << "one for each object";
+    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy);
+    EXPECT_EQ(two.Unlock(), kOk);
+    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy);
+    EXPECT_EQ(two.Close(), kOk);
+    { kelFile passing(name, kReadWrite); }
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(three.Lock(kExclusive, 60'000), kelStatusBusy) << "a close of others ends nothing";
+    EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(45));
+    EXPECT_EQ(At(three, 0, 3), "abc") << "who does not ask is not hindered";
+    EXPECT_EQ(one.Close(), kOk);
+    EXPECT_EQ(three.Lock(kExclusive, 0), kOk);
+    EXPECT_EQ(three.Unlock(), kOk);
+    EXPECT_EQ(three.Lock(kExclusive, 0), kOk) << "and again";
+}
+
+TEST(kelFile, Lock_IsHeldByProcessesAndEndsWithThem) {
+    const TemporaryDirectory directory;
+    for (const long long patience : {-1LL, 20'000'000LL}) {
+        SCOPED_TRACE(patience);
+        const std::string name = directory.Write("file");
+        kelFile file(name, kReadWrite);
+        kelProcess holder;
+        ASSERT_EQ(holder.Start(ZUKEL_TEST_CHILD, {"lock", name}, false), kOk);
+        EXPECT_TRUE(Eventually([&] {
+            const bool busy = file.Lock(kelFile::LockExclusive, 0) == kelStatusBusy;
+            file.Unlock();
+            return busy;
+        }));
+        std::thread killer([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            EXPECT_EQ(kelProcess::NativeKill(holder.GetPid()), kOk);
+        });
+        EXPECT_EQ(file.Lock(kelFile::LockExclusive, patience), kOk);
+        killer.join();
+        EXPECT_TRUE(Ends(holder));
+    }
+}
+
+TEST(kelFilePlacesThreads, OneObject_ReadsAndWritesOfManyMeetTheirOwnPlaces) {
+    constexpr int kThreads = 4, kRounds = 500, kBlock = 512;
+    const TemporaryDirectory directory;
+    kelFile file(directory.Write("file", "0123456789"), kReadWrite);
+    EXPECT_EQ(file.SeekTo(3), kOk);
+    std::string wrong[kThreads];
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kThreads; ++number) {
+        threads.emplace_back([&, number] {
+            for (int round = 0; round < kRounds && wrong[number].empty(); ++round) {
+                const long long place = 10 + kBlock * (round % 7 * kThreads + number);
+                const std::string bytes(kBlock, static_cast<char>('a' + (round + number) % 26));
+                unsigned long long size = kBlock;
+                const int status = file.WriteAt(place, bytes.data(), size);
+                const std::string back = At(file, place, kBlock);
+                wrong[number] = status == kOk && back == bytes ? "" : back;
+            }
+        });
+    }
+    std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
+    for (const std::string& each : wrong) {
+        EXPECT_EQ(each, "");
+    }
+    char byte = 0;
+    EXPECT_EQ(file.Read(byte), kOk);
+    EXPECT_EQ(byte, '3') << "no position was moved";
+}
+
+}  // namespace
