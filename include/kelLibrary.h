@@ -126,6 +126,21 @@ public:
     static const char* GetSharedLibSuffix();
     /// @}
 
+    /// The system's number for the reason of the last failure in the calling thread: `errno`
+    /// (Linux) or the error code of the system (Windows), of the last operation of any class of
+    /// this library that failed there, by its status or by an empty or false answer that its header
+    /// calls a failure; 0 if none has failed. A success leaves it as it is. What fails before the
+    /// system is asked has the number that the system gives to such a mistake (a closed file:
+    /// `EBADF`, `ERROR_INVALID_HANDLE`), and the end of a file has one too (`ENODATA`,
+    /// `ERROR_HANDLE_EOF`). An operation that throws `std::bad_alloc` leaves none.
+    static int GetErrorNumber();
+    /// The system's words for that number; empty if it is 0. Linux: in English. Windows: in the
+    /// user's language, as UTF-8.
+    static zuString GetErrorText();
+    /// A status code in English words, such as "not found": a static text, the same for ever, and
+    /// "unknown status" for any other number.
+    static const char* GetStatusText(int status);
+
     /// The name with its shorthands expanded and every backslash outside of them turned into `/`:
     ///
     /// | component           | becomes                                                       |

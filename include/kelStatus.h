@@ -30,3 +30,5 @@ inline constexpr int kelStatusEmptySource = 20008;
 inline constexpr int kelStatusEmptyTarget = 20009;
 /// The current user or the user's home directory could not be found.
 inline constexpr int kelStatusNoUser = 20012;
+/// The time given for waiting is over.
+inline constexpr int kelStatusTimedOut = 20022;

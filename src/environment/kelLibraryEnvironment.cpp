@@ -7,8 +7,8 @@
 #include "environment/Variables.h"
 #include "environment/kelLibraryRecord.h"
 #include "frame/Pool.h"
+#include "frame/StatusMapping.h"
 #include "kelLibrary.h"
-#include "kelStatus.h"
 #include "platform/Environment.h"
 #include "zubase/AsciiCase.h"
 
@@ -34,30 +34,36 @@ struct Fact {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return zukel::FindVariable(name, value) ? kelStatusOk : kelStatusNoVariable;
+    return zukel::FindVariable(name, value) ? kelStatusOk
+                                            : zukel::Fail(APR_ENOENT, kelStatusNoVariable);
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    const bool isWhole = zukel::IsWhole(name) && zukel::IsWhole(value);
-    return isWhole && platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
+    if (!zukel::IsWhole(name) || !zukel::IsWhole(value)) {
+        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
+    }
+    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
                ? kelStatusOk
-               : kelStatusNoVariable;
+               : zukel::FailAsToldBySystem(kelStatusNoVariable);
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
-    return platform::QueryUserName(name) ? kelStatusOk : kelStatusNoUser;
+    return platform::QueryUserName(name) ? kelStatusOk : zukel::FailAsToldBySystem(kelStatusNoUser);
 }
 
 int kelLibrary::GetUserDirectory(zuString& directory) {
-    return platform::QueryUserDirectory(directory) ? kelStatusOk : kelStatusNoUser;
+    return platform::QueryUserDirectory(directory) ? kelStatusOk
+                                                   : zukel::FailAsToldBySystem(kelStatusNoUser);
 }
 
 int kelLibrary::GetHostName(zuString& name) {
     const zukel::Pool scratch;
     std::array<char, 257> text{};
-    if (!scratch ||
-        apr_gethostname(text.data(), static_cast<int>(text.size()), scratch.Get()) != APR_SUCCESS) {
-        return kelStatusFailed;
+    const apr_status_t status =
+        scratch ? apr_gethostname(text.data(), static_cast<int>(text.size()), scratch.Get())
+                : APR_ENOPOOL;
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     text.back() = '\0';  // a name that fills the buffer is not told to end in it
     name.assign(text.data());
@@ -72,6 +78,7 @@ const char* kelLibrary::GetLocale() const {
     Fact codePage;
     if (!language.Ask(locale, LocaleFact::Language) || !country.Ask(locale, LocaleFact::Country) ||
         !codePage.Ask(locale, LocaleFact::CodePage)) {
+        zukel::Fail(APR_ENOTIMPL);
         return nullptr;
     }
     auto& text = record_->locales.emplace_front();
@@ -92,7 +99,8 @@ zuString kelLibrary::GetTempDir() const {
     // this call alone takes it away at once.
     const zukel::Pool scratch;
     const char* directory = nullptr;
-    if (!scratch || apr_temp_dir_get(&directory, scratch.Get()) != APR_SUCCESS) {
+    const apr_status_t status = scratch ? apr_temp_dir_get(&directory, scratch.Get()) : APR_ENOPOOL;
+    if (zukel::MapStatus(status) != kelStatusOk) {
         return {};
     }
     return directory;

@@ -34,10 +34,10 @@ constexpr int kTemporaryMode =
 
 int MapOpenStatus(apr_status_t status) noexcept {
     if (APR_STATUS_IS_ENOENT(status)) {
-        return kelStatusNotFound;
+        return zukel::Fail(status, kelStatusNotFound);
     }
     if (APR_STATUS_IS_EACCES(status)) {
-        return kelStatusAccessDenied;
+        return zukel::Fail(status, kelStatusAccessDenied);
     }
     return zukel::MapStatus(status);
 }
@@ -92,7 +92,7 @@ int kelFile::Open(const zuString& name, int mode) {
     record_->Reset();
     if (!zukel::IsWhole(name)) {
         record_->status = APR_ENOENT;
-        return kelStatusNotFound;
+        return MapOpenStatus(record_->status);
     }
     zuString shortName;
     const bool shortened =
@@ -109,7 +109,7 @@ int kelFile::Open(const zuString& name, int mode) {
 
 int kelFile::Close() {
     if (!record_->stream.IsOpen()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     record_->status = record_->stream.Close();
     return zukel::MapStatus(record_->status);
@@ -135,7 +135,7 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     record_->Reset();
     if (!zukel::IsWhole(nameTemplate) || !EndsInSixX(buffer.data(), length)) {
         record_->status = APR_EINVAL;
-        return kelStatusFailed;
+        return zukel::Fail(APR_EINVAL);
     }
     platform::FileHandle file;
     record_->status = MakeAbsolute(buffer.data(), *absolute);
@@ -143,7 +143,8 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
         record_->status = platform::MakeTemporaryFile(absolute->data(), file);
     }
     if (record_->status != APR_SUCCESS) {
-        return APR_STATUS_IS_EACCES(record_->status) ? kelStatusAccessDenied : kelStatusFailed;
+        const bool denied = APR_STATUS_IS_EACCES(record_->status);
+        return zukel::Fail(record_->status, denied ? kelStatusAccessDenied : kelStatusFailed);
     }
     name.assign(*absolute, absolute->size() - length, length);
     record_->name = std::move(name);

@@ -5,7 +5,8 @@
 #include "zuString.h"
 
 /// What the portable code asks of the platform about the process's surroundings. Plain functions,
-/// chosen at link time: one folder below this one implements each of them.
+/// chosen at link time: one folder below this one implements each of them. After a failure the
+/// reason is where the system puts its own.
 namespace zukel::platform {
 
 /// Reads a variable of the process's environment. Linux: `getenv`. Windows:

@@ -152,7 +152,7 @@ int kelProcess::GetCurrentProcessPid() {
 int kelProcess::Kill() {
     lastError_.clear();
     if (record_->child == nullptr) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EPROC_UNKNOWN);
     }
     const apr_status_t status = platform::End(*record_->child);
     record_->child.reset();
@@ -164,7 +164,10 @@ int kelProcess::Kill() {
 
 int kelProcess::NativeKill(int pid) {
     // 0 and below are groups of processes, the caller's own or all there are.
-    return pid > 0 && platform::EndProcess(pid) ? kelStatusOk : kelStatusFailed;
+    if (pid <= 0) {
+        return zukel::Fail(APR_EINVAL);
+    }
+    return platform::EndProcess(pid) ? kelStatusOk : zukel::FailAsToldBySystem();
 }
 
 zuString kelProcess::GetLastError() {

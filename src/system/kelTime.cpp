@@ -1,9 +1,10 @@
 #include "kelTime.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 
-#include "kelStatus.h"
+#include "frame/StatusMapping.h"
 #include "platform/Machine.h"
 #include "system/kelTimeRecord.h"
 
@@ -73,12 +74,12 @@ kelTime kelTime::GetCurrentTime() {
 
 int kelTime::GetFormatTime(zuString& out, const zuString& format) const {
     if (record_->epoch == kNoTime) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EINVAL);
     }
     char buffer[256];
     std::size_t length = 0;
     if (!zukel::platform::FormatDate(record_->exp, format.c_str(), buffer, sizeof buffer, length)) {
-        return kelStatusFailed;
+        return zukel::Fail(ERANGE);
     }
     out.assign(buffer, length);
     return kelStatusOk;

@@ -41,6 +41,7 @@ bool QueryUser(zuString& text, char* passwd::*field) {
         room.resize(error == ERANGE ? room.size() * 2 : room.size());
     }
     if (error != 0 || found == nullptr || user.*field == nullptr) {
+        errno = error != 0 ? error : ENOENT;
         return false;
     }
     text.assign(user.*field);
