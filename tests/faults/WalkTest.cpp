@@ -336,6 +336,38 @@ int StartOnFreeStreams(World& it) {
     return StartProgram(it);
 }
 
+/// Runs a program that gives back what it is given.
+int RunCat(World& it) {
+    kelProcessOptions options;
+    options.command = "cat";
+    zuString errors = "untouched";
+    int code = -1;
+    const int status = kelProcess::Run(options, it.file, it.text, errors, code, -1);
+    const Guard own = Counting(false);
+    EXPECT_EQ(it.text + errors, status == kOk ? it.file : "untoucheduntouched");
+    EXPECT_EQ(code, status == kOk ? 0 : -1);
+    return status;
+}
+
+/// The same in steps, with a changed environment.
+int FeedCat(World& it) {
+    using Options = kelProcessOptions;
+    Options options;
+    options.command = "cat";
+    options.setVariables = {{"ZUKEL_CAT", it.file}};
+    options.input.kind = options.output.kind = Options::StreamPipe;
+    options.errors.kind = Options::StreamNothing;
+    int code = -1;
+    const int status = it.process.Start(options);
+    unsigned long long size = sizeof it.line - 1;
+    char room[sizeof it.line];
+    return status == kOk && it.process.WriteInput("1234", 4) == kOk &&
+                   it.process.CloseInput() == kOk && it.process.ReadOutput(room, size) == kOk &&
+                   it.process.Wait(-1) == kOk && it.process.GetExitCode(code) == kOk
+               ? kOk
+               : kFailed;
+}
+
 TEST(FaultWalk, SegmentsModulesAndProcesses) {
     const auto load = [](World& it) { EXPECT_EQ(it.module.LoadLibrary(kModule), kOk); };
     const auto files = [](World& it) { it.beyond.Write("out"), it.beyond.Write("err"); };
@@ -356,6 +388,8 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         {CALL(it.module.UnloadLibrary()), kSame, kFailed, load},
         {CALL(StartProgram(it)), kSame, kFailed, files},
         {CALL(StartOnFreeStreams(it)), kSame, kFailed, files},
+        {CALL(RunCat(it))},
+        {CALL(FeedCat(it))},
         {CALL(it.process.Kill()), After::Ended, kFailed, child},
         {CALL(kelProcess::NativeKill(it.process.GetPid())), kSame, kFailed, child},
         {CALL(Status(kelProcess(it.process).IsRunning())), kSame, kFailed, child},

@@ -63,6 +63,23 @@ bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
     return setenv(name, value, 1) == 0;
 }
 
+bool RemoveEnvironmentVariable(const char* name) noexcept {
+    return unsetenv(name) == 0;
+}
+
+bool ReadEnvironment(zuStlVector<zuString>& variables) {
+    zuStlVector<zuString> found;
+    for (char** each = environ; each != nullptr && *each != nullptr; ++each) {
+        found.emplace_back(*each);
+    }
+    variables = std::move(found);
+    return true;
+}
+
+bool IsSameVariable(const zuString& one, const zuString& other) {
+    return one == other;
+}
+
 bool QueryUserName(zuString& name) {
     return QueryUser(name, &passwd::pw_name);
 }

@@ -29,6 +29,7 @@ bool IsNumberRunning(pid_t pid) noexcept {
 apr_status_t Launch(const Program& program, ChildHandle& child) {
     const Uncancelled uncancelled;
     auto made = std::make_unique<Child>();
+    made->kept = program.group;
     CollectChildren();
     // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
     // has been started yet.

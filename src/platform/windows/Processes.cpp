@@ -51,6 +51,42 @@ apr_status_t End(Child& child) noexcept {
     return TerminateProcess(child.process.Get(), kExitCode) != 0 ? APR_SUCCESS : apr_get_os_error();
 }
 
+apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
+    for (;;) {
+        const int left = MilliSecondsTo(deadline);
+        switch (WaitForSingleObject(child.process.Get(), static_cast<DWORD>(left))) {
+            case WAIT_OBJECT_0:
+                return APR_SUCCESS;
+            case WAIT_TIMEOUT:
+                if (left == 0) {
+                    return APR_TIMEUP;
+                }
+                break;
+            default:
+                return apr_get_os_error();
+        }
+    }
+}
+
+apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
+    DWORD code = 0;
+    if (HandleRuns(child.process)) {
+        return APR_FROM_OS_ERROR(ERROR_BUSY);
+    }
+    if (GetExitCodeProcess(child.process.Get(), &code) == 0) {
+        return apr_get_os_error();
+    }
+    end = {true, static_cast<int>(code), 0};
+    return APR_SUCCESS;
+}
+
+void EndGroup(Child& child) noexcept {
+    constexpr UINT kExitCode = 9;  // the number of SIGKILL
+    if (child.job) {
+        TerminateJobObject(child.job.Get(), kExitCode);
+    }
+}
+
 bool IsProcessRunning(int pid) noexcept {
     const Handle process = OpenByIdentifier(pid);
     return process ? HandleRuns(process) : GetLastError() == ERROR_ACCESS_DENIED;
