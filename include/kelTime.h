@@ -73,6 +73,10 @@ public:
     /// The same.
     static kelTime GetCurrentTime();
 
+    /// Microseconds since some moment before the process, by a clock that nobody sets: it never
+    /// goes back. For lengths of time; on Linux it stands still while the machine sleeps.
+    static long long GetMonotonicTime();
+
     /// Writes the date into `out` by a pattern of the C library's `strftime`, names of days and
     /// months in the language that the program has set with `setlocale`.
     ///
@@ -83,8 +87,8 @@ public:
     /// is behind: -1500000 is shown as 23:59:59. `%Z` and `%s` read every date as one of the
     /// process's own zone, and `TZ` as it stands: they are right after `MakeLocalTime` only, until
     /// that of any object or a change of `TZ`; `%z` always is. Fields that were given out of their
-    /// range come out as odd text, never as a fault. Windows: `%z` and `%Z` are the date's own, `%Z`
-    /// as UTC or by its hours; names and forms are those of C11.
+    /// range come out as odd text, never as a fault. Windows: `%z` and `%Z` are the date's own,
+    /// `%Z` as UTC or by its hours; names and forms are those of C11.
     int GetFormatTime(zuString& out, const zuString& format) const;
 
     /// The value, or -1 when it is 0 or less.

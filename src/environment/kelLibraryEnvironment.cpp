@@ -1,8 +1,10 @@
 #include <apr_file_io.h>
 #include <apr_network_io.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "environment/Variables.h"
 #include "environment/kelLibraryRecord.h"
@@ -10,6 +12,7 @@
 #include "frame/StatusMapping.h"
 #include "kelLibrary.h"
 #include "platform/Environment.h"
+#include "platform/Processes.h"
 #include "zubase/AsciiCase.h"
 
 namespace platform = zukel::platform;
@@ -45,6 +48,41 @@ int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& val
     return platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
                ? kelStatusOk
                : zukel::FailAsToldBySystem(kelStatusNoVariable);
+}
+
+int kelLibrary::UnsetEnvironmentVariable(const zuString& name) {
+    if (name.empty() || !zukel::IsWhole(name) || name.find('=') != zuString::npos) {
+        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
+    }
+    return platform::RemoveEnvironmentVariable(name.c_str())
+               ? kelStatusOk
+               : zukel::FailAsToldBySystem(kelStatusNoVariable);
+}
+
+int kelLibrary::GetEnvironmentNames(zuStlVector<zuString>& names) {
+    zuStlVector<zuString> found;
+    if (!platform::ReadEnvironment(found)) {
+        return zukel::FailAsToldBySystem();
+    }
+    // Windows keeps directories of drives under names that begin with it.
+    const auto isHidden = [](const zuString& variable) { return variable[0] == '='; };
+    found.erase(std::remove_if(found.begin(), found.end(), isHidden), found.end());
+    for (zuString& variable : found) {
+        variable.resize(std::min(variable.find('='), variable.size()));
+    }
+    names = std::move(found);
+    return kelStatusOk;
+}
+
+int kelLibrary::GetProgramPath(zuString& path) {
+    return zukel::MapStatus(platform::QueryProgramPath(path));
+}
+
+int kelLibrary::FindProgram(const zuString& name, zuString& path) {
+    const apr_status_t status = !name.empty() && zukel::IsWhole(name)
+                                    ? platform::FindProgramFile(name.c_str(), path)
+                                    : APR_ENOENT;
+    return status == APR_SUCCESS ? kelStatusOk : zukel::Fail(status, kelStatusNotFound);
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {

@@ -173,6 +173,20 @@ bool IsProcessRunning(int pid) noexcept;
 /// @returns whether there was such a process and the system agreed.
 bool EndProcess(int pid) noexcept;
 
+/// The path of the running program. Linux: `/proc/self/exe`. Windows: `GetModuleFileNameW`. Throws
+/// `std::bad_alloc`.
+///
+/// @param path unchanged on failure.
+/// @returns 0 or the reason.
+apr_status_t QueryProgramPath(zuString& path);
+
+/// Looks for a program as `Launch` does, from the caller's directory. Throws `std::bad_alloc`.
+///
+/// @param name not empty.
+/// @param path unchanged on failure.
+/// @returns 0 or the reason.
+apr_status_t FindProgramFile(const char* name, zuString& path);
+
 /// The identifier of the calling process. Windows: `_getpid`.
 int CurrentProcess() noexcept;
 

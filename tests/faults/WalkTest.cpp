@@ -66,6 +66,7 @@ struct World {
                double>
         values;
     zuString text = "untouched";
+    zuStlVector<zuString> names;
     char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     unsigned long long size = 4;
     zuDiskInfo disk;
@@ -219,6 +220,9 @@ TEST(FaultWalk, Surroundings) {
         {CALL(Library().GetCurrentUserName(it.text)), kSame, kNoUser},
         {CALL(it.library.GetUserDirectory(it.text)), kSame, kNoUser},
         {CALL(Library().GetLocale(), Library().GetHostName(it.text))},
+        {CALL(Library::GetProgramPath(it.text))},
+        {CALL(Library::FindProgram("sh", it.text)), kSame, kelStatusNotFound},
+        {CALL(Library().GetEnvironmentNames(it.names))},
         {CALL(Status(!Library().GetTempDir().empty()))},
         {CALL(Status(Library::GetAbsoluteFileName("~/x")[0] != '~'))},
         {CALL(Status(Library::GetAbsoluteFileName("$PATH/x")[0] != '$'))},
@@ -346,6 +350,7 @@ int RunCat(World& it) {
     const Guard own = Counting(false);
     EXPECT_EQ(it.text + errors, status == kOk ? it.file : "untoucheduntouched");
     EXPECT_EQ(code, status == kOk ? 0 : -1);
+    EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
     return status;
 }
 
@@ -358,14 +363,18 @@ int FeedCat(World& it) {
     options.input.kind = options.output.kind = Options::StreamPipe;
     options.errors.kind = Options::StreamNothing;
     int code = -1;
+    const Guard ended([&it] {
+        const Guard own = Counting(false);
+        it.process = kelProcess();
+        EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
+    });
     const int status = it.process.Start(options);
     unsigned long long size = sizeof it.line - 1;
     char room[sizeof it.line];
-    return status == kOk && it.process.WriteInput("1234", 4) == kOk &&
-                   it.process.CloseInput() == kOk && it.process.ReadOutput(room, size) == kOk &&
-                   it.process.Wait(-1) == kOk && it.process.GetExitCode(code) == kOk
-               ? kOk
-               : kFailed;
+    const bool done = status == kOk && it.process.WriteInput("1234", 4) == kOk &&
+                      it.process.CloseInput() == kOk && it.process.ReadOutput(room, size) == kOk &&
+                      it.process.Wait(-1) == kOk && it.process.GetExitCode(code) == kOk;
+    return done ? kOk : kFailed;
 }
 
 TEST(FaultWalk, SegmentsModulesAndProcesses) {

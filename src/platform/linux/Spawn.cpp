@@ -124,23 +124,6 @@ char* const* ForSystem(Arguments arguments) noexcept {
     return const_cast<char* const*>(arguments);  // the C interface's type; it writes nothing
 }
 
-/// The names that a search for `command` along the path tries, in order.
-std::vector<std::string> Candidates(const char* command) {
-    if (std::strchr(command, '/') != nullptr) {
-        return {command};
-    }
-    const char* const variable = std::getenv("PATH");
-    const std::string_view path = variable != nullptr ? variable : "/bin:/usr/bin";
-    std::vector<std::string> candidates;
-    for (std::size_t start = 0; start <= path.size();) {
-        const std::size_t end = std::min(path.find(':', start), path.size());
-        const std::string_view directory = path.substr(start, end - start);
-        candidates.emplace_back(directory.empty() ? "." : directory).append("/").append(command);
-        start = end + 1;
-    }
-    return candidates;
-}
-
 /// Whether the file can be a script: a program for another machine has a NUL in its first line.
 bool CanBeScript(const char* directory, const std::string& name) {
     const bool below = name[0] != '/' && directory != nullptr;
@@ -188,6 +171,22 @@ int SpawnByShell(Arguments arguments, const char* directory, char* const* enviro
 }
 
 }  // namespace
+
+std::vector<std::string> Candidates(const char* command) {
+    if (std::strchr(command, '/') != nullptr) {
+        return {command};
+    }
+    const char* const variable = std::getenv("PATH");
+    const std::string_view path = variable != nullptr ? variable : "/bin:/usr/bin";
+    std::vector<std::string> candidates;
+    for (std::size_t start = 0; start <= path.size();) {
+        const std::size_t end = std::min(path.find(':', start), path.size());
+        const std::string_view directory = path.substr(start, end - start);
+        candidates.emplace_back(directory.empty() ? "." : directory).append("/").append(command);
+        start = end + 1;
+    }
+    return candidates;
+}
 
 int Spawn(const Program& program, pid_t& pid) {
     Preparation preparation;

@@ -2,7 +2,12 @@
 
 #include <process.h>
 
+#include <algorithm>
+#include <string>
+
 #include "platform/windows/Child.h"
+#include "platform/windows/ProgramSearch.h"
+#include "platform/windows/WideName.h"
 
 namespace zukel::platform {
 
@@ -15,6 +20,12 @@ bool HandleRuns(const Handle& process) noexcept {
     // A program may end with the very code that stands for running.
     return GetExitCodeProcess(process.Get(), &code) != 0 && code == STILL_ACTIVE &&
            WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+zuString WithSlashes(const std::wstring& path) {
+    zuString text = ToUtf8(path);
+    std::replace(text.begin(), text.end(), '\\', '/');
+    return text;
 }
 
 /// Opens the process with exactly this identifier: the system takes three numbers behind one for it
@@ -99,6 +110,34 @@ bool EndProcess(int pid) noexcept {
     }
     const Handle ended(OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(pid)));
     return ended && TerminateProcess(ended.Get(), 0) != 0;
+}
+
+apr_status_t QueryProgramPath(zuString& path) {
+    std::wstring room(MAX_PATH, L'\0');
+    for (;;) {
+        const auto size = static_cast<DWORD>(room.size());
+        const DWORD length = GetModuleFileNameW(nullptr, room.data(), size);
+        if (length == 0) {
+            return apr_get_os_error();
+        }
+        if (length < size) {
+            room.resize(length);
+            path = WithSlashes(room);
+            return APR_SUCCESS;
+        }
+        room.resize(2 * room.size());
+    }
+}
+
+apr_status_t FindProgramFile(const char* name, zuString& path) {
+    std::wstring wide;
+    FoundProgram found;
+    const apr_status_t status = ToWide(name, wide) ? FindProgram(wide, std::wstring(), found)
+                                                   : APR_FROM_OS_ERROR(ERROR_FILE_NOT_FOUND);
+    if (status == APR_SUCCESS) {
+        path = WithSlashes(found.path);
+    }
+    return status;
 }
 
 int CurrentProcess() noexcept {
