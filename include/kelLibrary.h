@@ -87,6 +87,36 @@ public:
     /// removed.
     int SetEnvironmentVariable(const zuString& name, const zuString& value);
 
+    /// Takes an environment variable out of this process and of the programs that it starts, for
+    /// the system and for the C library alike. The rule for threads is that of
+    /// `SetEnvironmentVariable`.
+    ///
+    /// @returns `kelStatusOk` also when it was not set; `kelStatusNoVariable`, and nothing is
+    /// changed, when the name is empty or has a `=` or a NUL in it. Windows: also when it is too
+    /// long or no UTF-8.
+    int UnsetEnvironmentVariable(const zuString& name);
+
+    /// The names of all environment variables, in the system's order.
+    ///
+    /// @returns `kelStatusFailed`, with `names` unchanged, when the system does not tell them.
+    int GetEnvironmentNames(zuStlVector<zuString>& names);
+
+    /// The absolute path of the running program's file. Linux: where the file is now, and with
+    /// " (deleted)" behind it when it has been removed.
+    ///
+    /// @returns `kelStatusFailed`, with `path` unchanged, when the system does not tell it.
+    static int GetProgramPath(zuString& path);
+
+    /// Looks for a program as `kelProcess` does, in the caller's working directory and along the
+    /// search path as it stands.
+    ///
+    /// @param name with a `/` (Windows: or another part of a path) it is a path already. Windows:
+    /// `.com`, `.exe`, `.bat` or `.cmd` may be missing.
+    /// @param path receives a path of a file that the caller may run; relative if what it was found
+    /// by is (Windows: always absolute).
+    /// @returns `kelStatusNotFound`, with `path` unchanged, when there is none.
+    static int FindProgram(const zuString& name, zuString& path);
+
     /// The account name of the user that the process belongs to (Linux: by its real user
     /// identifier). @returns `kelStatusNoUser` when the system knows none.
     int GetCurrentUserName(zuString& name);
@@ -133,6 +163,21 @@ public:
     /// How it ends: `.dll` or `.so`.
     static const char* GetSharedLibSuffix();
     /// @}
+
+    /// The system's number for the reason of the last failure in the calling thread: `errno`
+    /// (Linux) or the error code of the system (Windows), of the last operation of any class of
+    /// this library that failed there, by its status or by an empty or false answer that its header
+    /// calls a failure; 0 if none has failed. A success leaves it as it is. What fails before the
+    /// system is asked has the number that the system gives to such a mistake (a closed file:
+    /// `EBADF`, `ERROR_INVALID_HANDLE`), and the end of a file has one too (`ENODATA`,
+    /// `ERROR_HANDLE_EOF`). An operation that throws `std::bad_alloc` leaves none.
+    static int GetErrorNumber();
+    /// The system's words for that number; empty if it is 0. Linux: in English. Windows: in the
+    /// user's language, as UTF-8.
+    static zuString GetErrorText();
+    /// A status code in English words, such as "not found": a static text, the same for ever, and
+    /// "unknown status" for any other number.
+    static const char* GetStatusText(int status);
 
     /// The name with its shorthands expanded and every backslash outside of them turned into `/`:
     ///

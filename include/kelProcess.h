@@ -1,13 +1,14 @@
 #pragma once
 
 #include "kelExport.h"
+#include "kelProcessOptions.h"
 #include "kelStatus.h"
 #include "zuString.h"
 
 struct kelProcessRecord;
 
-/// A child process: started, watched and ended. There is no operation that waits for it, reads its
-/// output or tells its exit status.
+/// A child process: started, fed, read, waited for and ended. To start a program, collect its
+/// output and learn its exit code in one call, there is `Run`.
 ///
 /// | State   | `GetPid`   | `IsRunning`   | `Kill`            | entered by                        |
 /// |---------|------------|---------------|-------------------|-----------------------------------|
@@ -23,9 +24,11 @@ struct kelProcessRecord;
 /// 6.9 a forgotten child keeps it until it ends.
 ///
 /// Linux: children that have ended are collected by later starts, kills and ends of objects of this
-/// class, whichever those are, up to 32 at each; until then they wait as zombies. No other child of
-/// the program is ever collected, so it can wait for its own. It may even collect all of them
-/// (`waitpid(-1)`, SIGCHLD ignored): a child of this class then counts as ended. Before Linux 5.4,
+/// class, whichever those are, up to 32 at each, and by `Wait`; until then they are zombies. No
+/// other child of the program is ever collected, so it can wait for its own. It may even collect
+/// all of them
+/// (`waitpid(-1)`, SIGCHLD ignored): a child of this class then counts as ended, and how it has
+/// ended cannot be told. Before Linux 5.4,
 /// and where a sandbox refuses process descriptors or signals by them, a child is known by its
 /// number alone, and the program should leave the collecting of these children to this class.
 ///
@@ -111,6 +114,10 @@ public:
               const zuString& directory, bool detach);
     int Start(const zuString& command, const zuStlVector<zuString>& arguments, bool detach);
     int Start(const zuString& command, bool detach);
+    /// Starts a program as the record tells. Unlike the forms above: a stream whose file cannot be
+    /// opened fails the start, and so does a name of a variable that is empty or has a `=` in it,
+    /// and a NUL in any text.
+    int Start(const kelProcessOptions& options);
     template <typename T>
     int Start(const zuString&, const zuStlVector<zuString>&, const zuString&, T*) = delete;
     template <typename T>
@@ -144,6 +151,84 @@ public:
     /// @returns `kelStatusOk`; `kelStatusFailed` when there is no such process or it may not be
     /// ended. For 0 and below nothing is signalled.
     static int NativeKill(int pid);
+
+    /// @name The end of the process
+    /// They answer for the process that this object or a copy has started last, also after `Kill`.
+    /// Any number of threads may wait, each with an object of its own (copies of one another too).
+    /// @{
+
+    /// Waits until the process has ended. It does not read the process's pipes: a process that
+    /// waits for its output to be read does not end.
+    ///
+    /// Linux: without polling and signal handlers, in a descriptor of the process; where the system
+    /// has none (before Linux 5.3, in some sandboxes), the process is looked at after 1 ms, 2 ms,
+    /// and so on up to every 16 ms.
+    ///
+    /// @param microSeconds for how long at most; 0 looks once, a negative number waits for ever.
+    /// @returns `kelStatusOk` when it has ended; `kelStatusTimedOut` when it runs on;
+    /// `kelStatusFailed` when no process was started.
+    int Wait(long long microSeconds);
+
+    /// The exit code of a process that has ended by itself.
+    ///
+    /// @returns `kelStatusFailed`, with `code` unchanged, while it runs, when a signal has ended
+    /// it, when no process was started, and, on Linux, when somebody else has collected it (as the
+    /// system does while the program ignores SIGCHLD).
+    int GetExitCode(int& code) const;
+
+    /// The number of the signal that has ended the process.
+    ///
+    /// @returns `kelStatusFailed`, with `number` unchanged, where `GetExitCode` succeeds and in
+    /// the other cases named there. Windows: always; `Kill` gives the exit code 15 there, and
+    /// `NativeKill` 0.
+    int GetSignal(int& number) const;
+    /// @}
+
+    /// @name The pipes of the process
+    /// For streams that were started as `StreamPipe`; without one these operations fail. While one
+    /// of them waits, it takes whatever the process writes to the others and keeps it in memory for
+    /// `ReadOutput` and `ReadErrors`: the process never hangs on a full pipe that nobody reads. No
+    /// SIGPIPE reaches the program. The pipes go with the last object that shares the process and
+    /// with its next `Start`; what was not read is lost then. One thread at a time uses the pipes
+    /// of one process.
+    /// @{
+
+    /// Writes to the process's standard input, and returns when all of it is in the pipe.
+    ///
+    /// @returns `kelStatusFailed` when the process has closed its input or ended: some of the bytes
+    /// may have been taken.
+    int WriteInput(const void* buffer, unsigned long long size);
+
+    /// Closes the process's standard input: it finds the end there once it has read the rest.
+    int CloseInput();
+
+    /// Reads what the process has written to its standard output, as soon as there is anything.
+    ///
+    /// @param size the room in `buffer`, not 0; receives the number of bytes, which is 0 at the end
+    /// alone: when the process, and whoever has inherited its stream, has closed it.
+    int ReadOutput(void* buffer, unsigned long long& size);
+
+    /// The same for its standard error.
+    int ReadErrors(void* buffer, unsigned long long& size);
+    /// @}
+
+    /// Runs a program to its end: starts it, writes `input` to its standard input and closes that,
+    /// and collects all of both outputs, at the same time and of any size. The streams of the
+    /// options are not looked at.
+    ///
+    /// It is over when the program has ended and nobody has its outputs open any more; a program
+    /// that it has left running with them counts. Input that the program does not read is dropped.
+    ///
+    /// @param exitCode receives the exit code; Linux: 128 and the signal's number, as shells have
+    /// it, when a signal has ended the program.
+    /// @param microSeconds for how long at most; a negative number: for ever. When the time is over
+    /// the program and what it has started are ended (Linux: by SIGKILL, all that is in the
+    /// program's process group, which is its own; Windows: all that is in its job).
+    /// @returns `kelStatusTimedOut` then; `kelStatusFailed` when the program was not started, and
+    /// when it cannot be told how it has ended. `output`, `errors` and `exitCode` change on success
+    /// alone.
+    static int Run(const kelProcessOptions& options, const zuString& input, zuString& output,
+                   zuString& errors, int& exitCode, long long microSeconds);
 
     /// Why the last `Start` or `Kill` of this object failed, in the system's words; empty when it
     /// did not.

@@ -36,14 +36,19 @@ public:
     /// x X c s f e E g G n %` and `pp` for a pointer, with the lengths `h`, `l` and `q` (64 bits).
     /// Mind that
     /// - the letter behind `%p` is a part of it, and all but `%pp` read what is pointed to;
-    /// - `%lld` gives the text `%ld` and `%hhd` gives `%hd`, while `%zu` and `%a` stay as they are;
-    ///   none of them takes an argument from the list;
+    /// - the lengths `ll`, `z` and `j` of the C library are taken before `d i u o x X`, on every
+    ///   platform;
+    /// - `%hhd` gives the text `%hd`, while `%a` stays as it is; neither takes an argument from the
+    ///   list;
     /// - `f`, `e` and `g` serve magnitudes below 1e73.
     ///
     /// Windows: `I64` is a length as well.
     ///
     /// @param size not negative. With 0 nothing is written and `buffer` may be null.
     /// @param format is not changed.
+    /// Throws `std::bad_alloc`, for want of memory, only when such a length stands in a format of
+    /// more than 255 bytes.
+    ///
     /// @returns the length of the text, without the NUL. A text that does not fit is cut and gives
     /// `size` - 1, just as one that fits to the last character. With `size` 0 the length of the
     /// whole text.

@@ -73,6 +73,10 @@ public:
     /// The same.
     static kelTime GetCurrentTime();
 
+    /// Microseconds since some moment before the process, by a clock that nobody sets: it never
+    /// goes back. For lengths of time; on Linux it stands still while the machine sleeps.
+    static long long GetMonotonicTime();
+
     /// Writes the date into `out` by a pattern of the C library's `strftime`, names of days and
     /// months in the language that the program has set with `setlocale`.
     ///

@@ -9,7 +9,7 @@
 /// | the parts of a file's name, and its facts     | kelFileInfo.h                          |
 /// | directories, and the text of paths            | kelDirectory.h                         |
 /// | environment, user, host, names; APR           | kelLibrary.h                           |
-/// | starting, watching and ending programs        | kelProcess.h                           |
+/// | starting, feeding, watching, ending programs  | kelProcess.h, kelProcessOptions.h      |
 /// | plug-ins                                      | kelDynamicObject.h                     |
 /// | memory that processes share                   | kelSharedMemory.h                      |
 /// | moments, dates as text, sleeping              | kelTime.h                              |
@@ -42,6 +42,7 @@
 #include "kelMemoryInfo.h"
 #include "kelMutex.h"
 #include "kelProcess.h"
+#include "kelProcessOptions.h"
 #include "kelSharedMemory.h"
 #include "kelStatus.h"
 #include "kelString.h"

@@ -19,7 +19,9 @@ apr_status_t OpenByName(const zuString& name, platform::DirectoryHandle& stream)
 }
 
 bool Rewind(kelDirectoryRecord& record) noexcept {
-    return record.stream != nullptr && platform::RewindDirectory(*record.stream) == APR_SUCCESS;
+    const apr_status_t status =
+        record.stream != nullptr ? platform::RewindDirectory(*record.stream) : APR_EBADF;
+    return zukel::MapStatus(status) == kelStatusOk;
 }
 
 const char* Next(kelDirectoryRecord& record) noexcept {
@@ -29,7 +31,7 @@ const char* Next(kelDirectoryRecord& record) noexcept {
 int ReadEntry(kelDirectoryRecord& record, zuString& name) {
     const char* const entry = Next(record);
     if (entry == nullptr) {
-        return kelStatusReadFailed;
+        return zukel::Fail(APR_EOF, kelStatusReadFailed);
     }
     name.assign(entry);
     return kelStatusOk;
@@ -86,12 +88,13 @@ int kelDirectory::Open(const zuString& name) {
 
 int kelDirectory::Close() {
     if (!record_->open) {
-        return kelStatusNotOpen;
+        return zukel::Fail(APR_EBADF, kelStatusNotOpen);
     }
     // The system gives the directory up even when the close fails: it must not be touched again.
     platform::DirectoryStream* const stream = record_->stream.release();
-    if (stream == nullptr || platform::CloseDirectory(stream) != APR_SUCCESS) {
-        return kelStatusFailed;
+    const apr_status_t status = stream != nullptr ? platform::CloseDirectory(stream) : APR_EBADF;
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     record_->open = false;
     return kelStatusOk;
@@ -102,7 +105,7 @@ int kelDirectory::ReadFirst(zuString& name) {
 }
 
 int kelDirectory::ReadNext(zuString& name) {
-    return record_->open ? ReadEntry(*record_, name) : kelStatusNotOpen;
+    return record_->open ? ReadEntry(*record_, name) : zukel::Fail(APR_EBADF, kelStatusNotOpen);
 }
 
 zuString kelDirectory::GetName() const {
@@ -127,8 +130,8 @@ int kelDirectory::GetNumberOfFiles() {
 
 zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
     platform::DirectoryHandle stream;
-    return OpenByName(name, stream) == APR_SUCCESS ? NamesFromHere(*stream)
-                                                   : zuStlVector<zuString>();
+    return zukel::MapStatus(OpenByName(name, stream)) == kelStatusOk ? NamesFromHere(*stream)
+                                                                     : zuStlVector<zuString>();
 }
 
 int kelDirectory::GetFileNames(const zuString& name, zuStlVector<zuString>& names) {

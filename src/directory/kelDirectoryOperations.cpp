@@ -17,9 +17,9 @@ namespace {
 template <typename Call>
 int OnPath(const zuString& path, Call call) {
     if (path.empty()) {
-        return kelStatusEmptyPath;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
     }
-    return zukel::IsWhole(path) ? zukel::MapStatus(call(path.c_str())) : kelStatusFailed;
+    return zukel::MapStatus(zukel::IsWhole(path) ? call(path.c_str()) : APR_ENOENT);
 }
 
 /// Makes one level of a path; one that is there already will do, as long as it is a directory.
@@ -99,7 +99,7 @@ int kelDirectory::Sync(const zuString& path) {
 
 zuString kelDirectory::GetCurrentDirectory() {
     zuString path;
-    platform::QueryCurrentDirectory(path);
+    zukel::MapStatus(platform::QueryCurrentDirectory(path));  // for its reason alone
     return path;
 }
 

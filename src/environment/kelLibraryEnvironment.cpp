@@ -1,15 +1,18 @@
 #include <apr_file_io.h>
 #include <apr_network_io.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "environment/Variables.h"
 #include "environment/kelLibraryRecord.h"
 #include "frame/Pool.h"
+#include "frame/StatusMapping.h"
 #include "kelLibrary.h"
-#include "kelStatus.h"
 #include "platform/Environment.h"
+#include "platform/Processes.h"
 #include "zubase/AsciiCase.h"
 
 namespace platform = zukel::platform;
@@ -34,30 +37,71 @@ struct Fact {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return zukel::FindVariable(name, value) ? kelStatusOk : kelStatusNoVariable;
+    return zukel::FindVariable(name, value) ? kelStatusOk
+                                            : zukel::Fail(APR_ENOENT, kelStatusNoVariable);
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    const bool isWhole = zukel::IsWhole(name) && zukel::IsWhole(value);
-    return isWhole && platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
+    if (!zukel::IsWhole(name) || !zukel::IsWhole(value)) {
+        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
+    }
+    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
                ? kelStatusOk
-               : kelStatusNoVariable;
+               : zukel::FailAsToldBySystem(kelStatusNoVariable);
+}
+
+int kelLibrary::UnsetEnvironmentVariable(const zuString& name) {
+    if (name.empty() || !zukel::IsWhole(name) || name.find('=') != zuString::npos) {
+        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
+    }
+    return platform::RemoveEnvironmentVariable(name.c_str())
+               ? kelStatusOk
+               : zukel::FailAsToldBySystem(kelStatusNoVariable);
+}
+
+int kelLibrary::GetEnvironmentNames(zuStlVector<zuString>& names) {
+    zuStlVector<zuString> found;
+    if (!platform::ReadEnvironment(found)) {
+        return zukel::FailAsToldBySystem();
+    }
+    // Windows keeps directories of drives under names that begin with it.
+    const auto isHidden = [](const zuString& variable) { return variable[0] == '='; };
+    found.erase(std::remove_if(found.begin(), found.end(), isHidden), found.end());
+    for (zuString& variable : found) {
+        variable.resize(std::min(variable.find('='), variable.size()));
+    }
+    names = std::move(found);
+    return kelStatusOk;
+}
+
+int kelLibrary::GetProgramPath(zuString& path) {
+    return zukel::MapStatus(platform::QueryProgramPath(path));
+}
+
+int kelLibrary::FindProgram(const zuString& name, zuString& path) {
+    const apr_status_t status = !name.empty() && zukel::IsWhole(name)
+                                    ? platform::FindProgramFile(name.c_str(), path)
+                                    : APR_ENOENT;
+    return status == APR_SUCCESS ? kelStatusOk : zukel::Fail(status, kelStatusNotFound);
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
-    return platform::QueryUserName(name) ? kelStatusOk : kelStatusNoUser;
+    return platform::QueryUserName(name) ? kelStatusOk : zukel::FailAsToldBySystem(kelStatusNoUser);
 }
 
 int kelLibrary::GetUserDirectory(zuString& directory) {
-    return platform::QueryUserDirectory(directory) ? kelStatusOk : kelStatusNoUser;
+    return platform::QueryUserDirectory(directory) ? kelStatusOk
+                                                   : zukel::FailAsToldBySystem(kelStatusNoUser);
 }
 
 int kelLibrary::GetHostName(zuString& name) {
     const zukel::Pool scratch;
     std::array<char, 257> text{};
-    if (!scratch ||
-        apr_gethostname(text.data(), static_cast<int>(text.size()), scratch.Get()) != APR_SUCCESS) {
-        return kelStatusFailed;
+    const apr_status_t status =
+        scratch ? apr_gethostname(text.data(), static_cast<int>(text.size()), scratch.Get())
+                : APR_ENOPOOL;
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     text.back() = '\0';  // a name that fills the buffer is not told to end in it
     name.assign(text.data());
@@ -72,6 +116,7 @@ const char* kelLibrary::GetLocale() const {
     Fact codePage;
     if (!language.Ask(locale, LocaleFact::Language) || !country.Ask(locale, LocaleFact::Country) ||
         !codePage.Ask(locale, LocaleFact::CodePage)) {
+        zukel::Fail(APR_ENOTIMPL);
         return nullptr;
     }
     auto& text = record_->locales.emplace_front();
@@ -92,7 +137,8 @@ zuString kelLibrary::GetTempDir() const {
     // this call alone takes it away at once.
     const zukel::Pool scratch;
     const char* directory = nullptr;
-    if (!scratch || apr_temp_dir_get(&directory, scratch.Get()) != APR_SUCCESS) {
+    const apr_status_t status = scratch ? apr_temp_dir_get(&directory, scratch.Get()) : APR_ENOPOOL;
+    if (zukel::MapStatus(status) != kelStatusOk) {
         return {};
     }
     return directory;

@@ -83,7 +83,7 @@ int kelFile::Open(const zuString& name, int mode) {
     record_->Reset();
     if (!zukel::IsWhole(name)) {
         record_->status = APR_ENOENT;
-        return kelStatusNotFound;
+        return zukel::MapOpenStatus(record_->status);
     }
     zuString shortName;
     const bool shortened =
@@ -100,7 +100,7 @@ int kelFile::Open(const zuString& name, int mode) {
 
 int kelFile::Close() {
     if (!record_->stream.IsOpen()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     record_->status = record_->stream.Close();
     return zukel::MapStatus(record_->status);
@@ -126,7 +126,7 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     record_->Reset();
     if (!zukel::IsWhole(nameTemplate) || !EndsInSixX(buffer.data(), length)) {
         record_->status = APR_EINVAL;
-        return kelStatusFailed;
+        return zukel::Fail(APR_EINVAL);
     }
     platform::FileHandle file;
     record_->status = MakeAbsolute(buffer.data(), *absolute);
@@ -134,7 +134,8 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
         record_->status = platform::MakeTemporaryFile(absolute->data(), file);
     }
     if (record_->status != APR_SUCCESS) {
-        return APR_STATUS_IS_EACCES(record_->status) ? kelStatusAccessDenied : kelStatusFailed;
+        const bool denied = APR_STATUS_IS_EACCES(record_->status);
+        return zukel::Fail(record_->status, denied ? kelStatusAccessDenied : kelStatusFailed);
     }
     name.assign(*absolute, absolute->size() - length, length);
     record_->name = std::move(name);

@@ -22,7 +22,7 @@ int Keep(kelFileRecord& record, apr_status_t status) noexcept {
 [[gnu::noinline]] int ReadSlowly(kelFileRecord& record, void* target, std::size_t& size) noexcept {
     if (!record.stream.IsOpen()) {
         size = 0;
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     return Keep(record, record.stream.Read(target, size));
 }
@@ -30,7 +30,7 @@ int Keep(kelFileRecord& record, apr_status_t status) noexcept {
 [[gnu::noinline]] int WriteSlowly(kelFileRecord& record, const void* source,
                                   std::size_t size) noexcept {
     return record.stream.IsOpen() ? Keep(record, record.stream.Write(source, size, Unit::Whole))
-                                  : kelStatusFailed;
+                                  : zukel::Fail(APR_EBADF);
 }
 
 /// `size` comes back as the bytes that were read.
@@ -79,7 +79,7 @@ int WriteNarrow(kelFileRecord& record, T value) noexcept {
 
 int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noexcept {
     if (!record.stream.IsOpen()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     std::size_t bytes = size;
     if (bytes > 0 && record.stream.Take(buffer, bytes)) {
@@ -92,7 +92,7 @@ int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noe
 
 int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& size) noexcept {
     if (!record.stream.IsOpen()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     std::size_t bytes = size;
     if (bytes > 0 && record.stream.Put(buffer, bytes)) {
@@ -105,7 +105,7 @@ int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& si
 
 int Seek(kelFileRecord& record, platform::Origin from, long long offset) noexcept {
     return record.stream.IsOpen() ? Keep(record, record.stream.Seek(from, offset))
-                                  : kelStatusFailed;
+                                  : zukel::Fail(APR_EBADF);
 }
 
 }  // namespace
@@ -194,7 +194,7 @@ ZUKEL_BLOCK_OVERLOADS(double)
 
 int kelFile::ReadLine(char* buffer, unsigned long long size) {
     if (!record_->stream.IsOpen()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     const auto room = static_cast<std::int32_t>(static_cast<std::uint32_t>(size));
     std::size_t length = room > 1 ? static_cast<std::size_t>(room) - 1 : 0;
@@ -209,7 +209,7 @@ int kelFile::ReadLine(char* buffer, unsigned long long size) {
 int kelFile::WriteLine(const char* text) {
     return record_->stream.IsOpen()
                ? Keep(*record_, record_->stream.WriteWhole(text, std::strlen(text)))
-               : kelStatusFailed;
+               : zukel::Fail(APR_EBADF);
 }
 
 int kelFile::SeekTo(long long offset) {
@@ -233,5 +233,6 @@ bool kelFile::EndOfFile() {
 }
 
 int kelFile::Flush() {
-    return record_->stream.IsOpen() ? Keep(*record_, record_->stream.Flush()) : kelStatusFailed;
+    return record_->stream.IsOpen() ? Keep(*record_, record_->stream.Flush())
+                                    : zukel::Fail(APR_EBADF);
 }

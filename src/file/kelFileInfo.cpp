@@ -4,6 +4,7 @@
 
 #include "file/kelFileInfoRecord.h"
 #include "frame/Names.h"
+#include "frame/StatusMapping.h"
 
 namespace platform = zukel::platform;
 using platform::FileFacts;
@@ -27,9 +28,13 @@ namespace {
 
 /// What is known of the file: asks the system unless an earlier query has been answered.
 const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
-    record.answered = record.answered || (zukel::IsWhole(record.filePath) &&
-                                          platform::QueryFile(record.filePath.c_str(), record.mode,
-                                                              record.facts) == APR_SUCCESS);
+    if (!record.answered) {
+        const apr_status_t status =
+            zukel::IsWhole(record.filePath)
+                ? platform::QueryFile(record.filePath.c_str(), record.mode, record.facts)
+                : APR_ENOENT;
+        record.answered = zukel::MapStatus(status) == kelStatusOk;
+    }
     return record.facts;
 }
 
@@ -131,10 +136,9 @@ int kelFileInfo::GetPermissions() const {
     if (permissions != -1 || !record_->answered) {
         return permissions;
     }
-    return platform::QueryPermissions(record_->filePath.c_str(), record_->facts.permissions) ==
-                   APR_SUCCESS
-               ? record_->facts.permissions
-               : 0;
+    const apr_status_t status =
+        platform::QueryPermissions(record_->filePath.c_str(), record_->facts.permissions);
+    return zukel::MapStatus(status) == kelStatusOk ? record_->facts.permissions : 0;
 }
 
 int kelFileInfo::GetUserId() const {

@@ -13,7 +13,7 @@ namespace platform = zukel::platform;
 namespace {
 
 int StatusOf(bool done) noexcept {
-    return done ? kelStatusOk : kelStatusFailed;
+    return done ? kelStatusOk : zukel::FailAsToldBySystem();
 }
 
 /// The frame of the operations on one name: the tests of the name, and the call with its bytes.
@@ -22,27 +22,28 @@ int StatusOf(bool done) noexcept {
 template <typename Call>
 int OnName(const zuString& name, Call call, int missing = kelStatusFailed) {
     if (name.empty()) {
-        return kelStatusEmptyPath;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
     }
-    return zukel::IsWhole(name) ? call(name.c_str()) : missing;
+    return zukel::IsWhole(name) ? call(name.c_str()) : zukel::Fail(APR_ENOENT, missing);
 }
 
 /// The frame of the operations on two names.
 template <typename Call>
 int OnNames(const zuString& from, const zuString& to, Call call) {
     if (from.empty()) {
-        return kelStatusEmptySource;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptySource);
     }
     if (to.empty()) {
-        return kelStatusEmptyTarget;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyTarget);
     }
     return zukel::IsWhole(from) && zukel::IsWhole(to) ? call(from.c_str(), to.c_str())
-                                                      : kelStatusFailed;
+                                                      : zukel::Fail(APR_ENOENT);
 }
 
 int ExistsByName(const zuString& name) noexcept {
     const auto look = [](const char* file) {
-        return platform::FileExists(file) ? kelStatusOk : kelStatusNotFound;
+        return platform::FileExists(file) ? kelStatusOk
+                                          : zukel::FailAsToldBySystem(kelStatusNotFound);
     };
     return OnName(name, look, kelStatusNotFound);
 }
@@ -63,10 +64,11 @@ int kelFile::Copy(const kelLibrary*, const zuString& from, const zuString& to, i
 int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
     return OnNames(from, to, [perms](const char* source, const char* target) {
         const platform::CopyEnd end = platform::CopyWithAttributes(source, target);
+        const int status = StatusOf(end == platform::CopyEnd::Done);
         if (perms == APR_FPROT_OS_DEFAULT && end != platform::CopyEnd::SameFile) {
             platform::SetNormalAttributes(target);
         }
-        return StatusOf(end == platform::CopyEnd::Done);
+        return status;
     });
 }
 

@@ -4,12 +4,15 @@
 
 namespace zukel {
 
-/// The status of what opens a file by its name.
+/// The finer rule for an opening by name.
 inline int MapOpenStatus(apr_status_t status) noexcept {
-    const int mapped = MapStatus(status);
-    return APR_STATUS_IS_ENOENT(status)   ? kelStatusNotFound
-           : APR_STATUS_IS_EACCES(status) ? kelStatusAccessDenied
-                                          : mapped;
+    if (APR_STATUS_IS_ENOENT(status)) {
+        return Fail(status, kelStatusNotFound);
+    }
+    if (APR_STATUS_IS_EACCES(status)) {
+        return Fail(status, kelStatusAccessDenied);
+    }
+    return MapStatus(status);
 }
 
 }  // namespace zukel

@@ -6,9 +6,22 @@
 
 namespace zukel {
 
+/// Keeps the reason of a failure for the calling thread, until the next one.
+///
+/// @param reason a status of the runtime or of the platform; not `APR_SUCCESS`.
+/// @returns `status`.
+[[gnu::cold]] int Fail(apr_status_t reason, int status = kelStatusFailed) noexcept;
+
+/// The same, with what the system has just told the calling thread: for functions of the platform
+/// that return no status. To be called before anything else asks the system.
+[[gnu::cold]] int FailAsToldBySystem(int status = kelStatusFailed) noexcept;
+
+/// The reason that was kept last in the calling thread, or `APR_SUCCESS`.
+apr_status_t LastReason() noexcept;
+
 /// The general rule: zero is success, every other status of the runtime is a plain failure.
 inline int MapStatus(apr_status_t status) noexcept {
-    return status == APR_SUCCESS ? kelStatusOk : kelStatusFailed;
+    return status == APR_SUCCESS ? kelStatusOk : Fail(status);
 }
 
 }  // namespace zukel

@@ -5,7 +5,8 @@
 #include "zuString.h"
 
 /// What the portable code asks of the platform about the process's surroundings. Plain functions,
-/// chosen at link time: one folder below this one implements each of them.
+/// chosen at link time: one folder below this one implements each of them. After a failure the
+/// reason is where the system puts its own.
 namespace zukel::platform {
 
 /// Reads a variable of the process's environment. Linux: `getenv`. Windows:
@@ -21,6 +22,20 @@ bool ReadEnvironmentVariable(const char* name, zuString& value);
 ///
 /// @returns false, with nothing changed, when the system cannot keep it.
 bool WriteEnvironmentVariable(const char* name, const char* value) noexcept;
+
+/// Takes a variable out of the process's environment, for the system and for the C library alike.
+///
+/// @returns whether there is none now.
+bool RemoveEnvironmentVariable(const char* name) noexcept;
+
+/// All variables, "NAME=VALUE" each, in the system's order. Windows: some names begin with a `=`.
+/// Throws `std::bad_alloc`.
+///
+/// @param variables unchanged on failure.
+bool ReadEnvironment(zuStlVector<zuString>& variables);
+
+/// Whether two names are of one variable. Windows: in upper or lower case.
+bool IsSameVariable(const zuString& one, const zuString& other);
 
 /// Tells the account name of the user that the process belongs to. Linux: by its real user
 /// identifier.

@@ -2,21 +2,36 @@
 
 #include <apr_errno.h>
 
+#include <algorithm>
+#include <chrono>
+#include <limits>
 #include <memory>
 
 #include "platform/Files.h"
+#include "zuString.h"
 
 /// What the portable code asks of the platform about processes. Plain functions, chosen at link
 /// time: one folder below this one implements each of them.
 namespace zukel::platform {
 
+/// Where a stream of a child leads: to where the caller's leads, to nothing, or to an open file.
+struct Stream {
+    enum class Kind { Inherited, Nothing, File };
+    Kind kind = Kind::Inherited;
+    const FileHandle* file = nullptr;  ///< For `File` alone. The two outputs may have the same one.
+};
+
 /// A program to be started. The caller owns all of it.
 struct Program {
     const char* const* arguments;  ///< Ends with null; the first is the program's name.
     const char* directory;         ///< The child's working directory, or null for the caller's.
-    const FileHandle* output;      ///< Takes standard output; null: it goes nowhere.
-    const FileHandle* error;  ///< Takes standard error; null: it goes nowhere. May be `output`.
-    bool detach;              ///< In a session of its own (Linux).
+    /// The child's environment, "NAME=VALUE" each and null at the end, or null for the caller's.
+    const char* const* environment;
+    Stream input;
+    Stream output;
+    Stream error;
+    bool detach;  ///< In a session of its own (Linux).
+    bool group;   ///< `EndGroup` will be called for it.
 };
 
 /// A process that `Launch` has started, in the platform's own form.
@@ -48,6 +63,92 @@ using ChildHandle = std::unique_ptr<Child, ForgetChild>;
 /// and a program that cannot be found or run included. No child is left then.
 apr_status_t Launch(const Program& program, ChildHandle& child);
 
+/// A moment up to which something is waited for.
+using Deadline = std::chrono::steady_clock::time_point;
+inline constexpr Deadline kNoDeadline = Deadline::max();
+
+/// The time up to a deadline as `poll` and the waiting calls of Windows take it: rounded up, so
+/// that nothing is asked too early and then again and again; 0 when it is over, -1 when there is
+/// none. It may be less than is left.
+inline int MilliSecondsTo(Deadline deadline) noexcept {
+    using std::chrono::milliseconds;
+    if (deadline == kNoDeadline) {
+        return -1;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (deadline <= now) {
+        return 0;
+    }
+    constexpr milliseconds kMost(std::numeric_limits<int>::max());
+    return static_cast<int>(
+        std::min(std::chrono::ceil<milliseconds>(deadline - now), kMost).count());
+}
+
+/// Waits until a child has ended. Any number of threads may wait for one. Linux: `poll` on its
+/// descriptor, and on a copy of that, as another thread may collect the child; without a descriptor
+/// it is looked at again and again. Windows: `WaitForSingleObject`.
+///
+/// @returns 0, or one of `APR_STATUS_IS_TIMEUP`.
+apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept;
+
+/// How a child has ended.
+struct ChildEnd {
+    bool known = false;
+    int code = 0;    ///< Its exit code, unless a signal has ended it.
+    int signal = 0;  ///< That signal, or 0. Windows: 0.
+};
+
+/// Tells how a child has ended, however long ago.
+///
+/// @param end unchanged on failure.
+/// @returns the reason when it runs (`EBUSY`), or nobody knows any more (Linux: `ECHILD`).
+apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept;
+
+/// Ends a child that was started with `group`, and what it has started and has not taken out of
+/// that group. Nothing else is ever ended: where the group's number may be another's by now nothing
+/// is done. Linux: SIGKILL to the process group; the child is not collected before `Forget`, which
+/// keeps its number from being used again. Windows: `TerminateJobObject`.
+void EndGroup(Child& child) noexcept;
+
+/// The program's ends of the pipes of a child. Linux: they do not block. Windows: they are
+/// overlapped.
+struct Pipes {
+    FileHandle input;   ///< Written.
+    FileHandle output;  ///< Read, and so is the next.
+    FileHandle errors;
+};
+
+/// Makes a pipe between the program and a child. Neither end reaches a child by itself.
+///
+/// @param own the program's end; unchanged on failure, as is `child`.
+/// @param write whether the program writes to it.
+/// @returns 0 or the reason.
+apr_status_t MakePipe(bool write, FileHandle& own, FileHandle& child) noexcept;
+
+/// What an `Exchange` waits for.
+enum class Until {
+    Written,     ///< All of `source` is in the pipe.
+    OutputRead,  ///< `output` is not empty, or its pipe is at its end.
+    ErrorsRead,  ///< The same for `errors`.
+    AllEnded     ///< The input is written and closed, and both outputs are at their end.
+};
+
+/// What an `Exchange` moves.
+struct Transfer {
+    const char* source;  ///< What is to be written.
+    std::size_t size;    ///< How much of it is left.
+    zuString& output;    ///< What was read is appended.
+    zuString& errors;
+};
+
+/// Writes and reads the pipes at the same time, until what is waited for has come about or cannot
+/// any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
+/// `std::bad_alloc`; what was moved until then has been.
+///
+/// @returns 0; one of `APR_STATUS_IS_TIMEUP`; for `Written` the reason when the input is closed;
+/// or why the system could not wait.
+apr_status_t Exchange(Pipes& pipes, Transfer& transfer, Until until, Deadline deadline);
+
 /// The identifier of a child, also after it has ended.
 int Identifier(const Child& child) noexcept;
 
@@ -71,6 +172,20 @@ bool IsProcessRunning(int pid) noexcept;
 /// @param pid above 0: other numbers mean groups of processes to some systems.
 /// @returns whether there was such a process and the system agreed.
 bool EndProcess(int pid) noexcept;
+
+/// The path of the running program. Linux: `/proc/self/exe`. Windows: `GetModuleFileNameW`. Throws
+/// `std::bad_alloc`.
+///
+/// @param path unchanged on failure.
+/// @returns 0 or the reason.
+apr_status_t QueryProgramPath(zuString& path);
+
+/// Looks for a program as `Launch` does, from the caller's directory. Throws `std::bad_alloc`.
+///
+/// @param name not empty.
+/// @param path unchanged on failure.
+/// @returns 0 or the reason.
+apr_status_t FindProgramFile(const char* name, zuString& path);
 
 /// The identifier of the calling process. Windows: `_getpid`.
 int CurrentProcess() noexcept;

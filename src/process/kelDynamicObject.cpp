@@ -80,7 +80,7 @@ int kelDynamicObject::LoadLibrary(const zuString& name) {
 
 int kelDynamicObject::kelLoadLibraryEx(const std::string& directory, const std::string& name) {
     if (directory.empty() || name.empty()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EINVAL);
     }
     const zuString suffix = zuString(kelLibrary::GetSharedLibSuffix()).substr(0, 32);
     zuString plain = directory + "/" + name + suffix;
@@ -91,7 +91,7 @@ int kelDynamicObject::kelLoadLibraryEx(const std::string& directory, const std::
 
 int kelDynamicObject::FindSymbol(long long (**symbol)(), const zuString& name) {
     if (record_->module == nullptr || !zukel::IsWhole(name)) {
-        return kelStatusFailed;
+        return zukel::Fail(record_->module == nullptr ? APR_EBADF : APR_ESYMNOTFOUND);
     }
     apr_dso_handle_sym_t address = nullptr;
     const apr_status_t status = apr_dso_sym(&address, record_->module->Handle(), name.c_str());

@@ -1,14 +1,14 @@
 #include "kelProcess.h"
 
 #include <apr_errno.h>
-#include <apr_file_io.h>
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <utility>
 
 #include "frame/StatusMapping.h"
 #include "platform/Processes.h"
+#include "process/ProgramStart.h"
 #include "process/kelProcessRecord.h"
 
 namespace platform = zukel::platform;
@@ -20,67 +20,27 @@ zuString Text(apr_status_t status) {
     return apr_strerror(status, buffer.data(), buffer.size());
 }
 
-bool HasNul(const zuString& text) noexcept {
-    return text.find('\0') != zuString::npos;
+/// The stream of the older forms for a file: without a name it goes nowhere.
+kelProcessOptions::Stream ToFile(const zuStlVector<zuString>& names, std::size_t index) {
+    if (names.empty()) {
+        return {kelProcessOptions::StreamNothing, {}};
+    }
+    return {kelProcessOptions::StreamFile, names[std::min(index, names.size() - 1)]};
 }
 
-/// The system would take each text up to its first NUL.
-apr_status_t Check(const zuString& command, const zuStlVector<zuString>& arguments,
-                   const zuString& directory) noexcept {
-    if (HasNul(command) || HasNul(directory)) {
-        return APR_ENOENT;
+int Start(kelProcessRecord& record, zuString& lastError, const kelProcessOptions& options,
+          zukel::WithoutFile without) {
+    lastError.clear();
+    record.Reset();
+    const apr_status_t status =
+        zukel::StartProgram(options, without, false, record.child, record.pipes);
+    record.hasOutput = static_cast<bool>(record.pipes.output);
+    record.hasErrors = static_cast<bool>(record.pipes.errors);
+    if (status != APR_SUCCESS) {
+        lastError = Text(status);
     }
-    return std::any_of(arguments.begin(), arguments.end(), HasNul) ? APR_EINVAL : APR_SUCCESS;
+    return zukel::MapStatus(status);
 }
-
-/// The name of the program and its arguments, as the system takes them: the strings' own text.
-std::vector<const char*> Vector(const zuString& command, const zuStlVector<zuString>& arguments) {
-    std::vector<const char*> vector;
-    vector.reserve(arguments.size() + 2);
-    vector.push_back(command.c_str());
-    for (const zuString& argument : arguments) {
-        vector.push_back(argument.c_str());
-    }
-    vector.push_back(nullptr);
-    return vector;
-}
-
-/// The files that take a child's output, open for the length of one start. One that cannot be
-/// opened is done without.
-class OutputFiles {
-public:
-    explicit OutputFiles(const zuStlVector<zuString>& names) noexcept {
-        if (names.empty()) {
-            return;
-        }
-        Open(names[0], first_);
-        if (names.size() > 1 && names[1] != names[0]) {
-            Open(names[1], second_);
-            error_ = &second_;
-        }
-    }
-    OutputFiles(const OutputFiles&) = delete;
-    OutputFiles& operator=(const OutputFiles&) = delete;
-
-    const platform::FileHandle* Output() const noexcept { return OrNone(first_); }
-    /// Under one name both streams share one file, and so keep their order.
-    const platform::FileHandle* Error() const noexcept { return OrNone(*error_); }
-
-private:
-    static void Open(const zuString& name, platform::FileHandle& file) noexcept {
-        constexpr int kAppend = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_APPEND;
-        if (!HasNul(name)) {
-            platform::OpenFileByName(name.c_str(), kAppend, file);
-        }
-    }
-    static const platform::FileHandle* OrNone(const platform::FileHandle& file) noexcept {
-        return file ? &file : nullptr;
-    }
-
-    platform::FileHandle first_;
-    platform::FileHandle second_;
-    const platform::FileHandle* error_ = &first_;
-};
 
 }  // namespace
 
@@ -103,20 +63,18 @@ kelProcess& kelProcess::operator=(const kelProcess& other) {
 int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& arguments,
                       const zuString& directory, const zuStlVector<zuString>& outputFiles,
                       bool detach) {
-    const std::vector<const char*> vector = Vector(command, arguments);
-    lastError_.clear();
-    record_->child.reset();
-    apr_status_t status = Check(command, arguments, directory);
-    if (status == APR_SUCCESS) {
-        const OutputFiles files(outputFiles);
-        status = platform::Launch({vector.data(), directory.empty() ? nullptr : directory.c_str(),
-                                   files.Output(), files.Error(), detach},
-                                  record_->child);
-    }
-    if (status != APR_SUCCESS) {
-        lastError_ = Text(status);
-    }
-    return zukel::MapStatus(status);
+    kelProcessOptions options;
+    options.command = command;
+    options.arguments = arguments;
+    options.directory = directory;
+    options.output = ToFile(outputFiles, 0);
+    options.errors = ToFile(outputFiles, 1);
+    options.detach = detach;
+    return ::Start(*record_, lastError_, options, zukel::WithoutFile::GoesNowhere);
+}
+
+int kelProcess::Start(const kelProcessOptions& options) {
+    return ::Start(*record_, lastError_, options, zukel::WithoutFile::Fails);
 }
 
 int kelProcess::Start(const zuString& command, const zuStlVector<zuString>& arguments,
@@ -152,10 +110,10 @@ int kelProcess::GetCurrentProcessPid() {
 int kelProcess::Kill() {
     lastError_.clear();
     if (record_->child == nullptr) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EPROC_UNKNOWN);
     }
     const apr_status_t status = platform::End(*record_->child);
-    record_->child.reset();
+    record_->killed = std::move(record_->child);
     if (status != APR_SUCCESS) {
         lastError_ = Text(status);
     }
@@ -164,7 +122,10 @@ int kelProcess::Kill() {
 
 int kelProcess::NativeKill(int pid) {
     // 0 and below are groups of processes, the caller's own or all there are.
-    return pid > 0 && platform::EndProcess(pid) ? kelStatusOk : kelStatusFailed;
+    if (pid <= 0) {
+        return zukel::Fail(APR_EINVAL);
+    }
+    return platform::EndProcess(pid) ? kelStatusOk : zukel::FailAsToldBySystem();
 }
 
 zuString kelProcess::GetLastError() {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "kelStatus.h"
+#include "frame/StatusMapping.h"
 #include "system/kelSharedMemoryRecord.h"
 
 namespace {
@@ -13,11 +13,12 @@ bool IsName(const zuString& name) noexcept {
 }
 
 int StatusOf(bool succeeded) noexcept {
-    return succeeded ? kelStatusOk : kelStatusFailed;
+    return succeeded ? kelStatusOk : zukel::FailAsToldBySystem();
 }
 
-bool RemoveByName(const zuString& name) noexcept {
-    return IsName(name) && zukel::platform::RemoveName(name.c_str());
+int RemoveByName(const zuString& name) noexcept {
+    return IsName(name) ? StatusOf(zukel::platform::RemoveName(name.c_str()))
+                        : zukel::Fail(APR_ENOENT);
 }
 
 }  // namespace
@@ -40,14 +41,17 @@ kelSharedMemory& kelSharedMemory::operator=(const kelSharedMemory& other) {
 
 int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
     if (!IsValid()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     if (record_->Holds()) {
         return kelStatusOk;
     }
     zuString kept(name);  // before anything is made: memory may run out here
-    if (!IsName(name) || !zukel::platform::CreateSegment(size, kept.c_str(), record_->segment)) {
-        return kelStatusFailed;
+    if (!IsName(name)) {
+        return zukel::Fail(APR_EINVAL);
+    }
+    if (!zukel::platform::CreateSegment(size, kept.c_str(), record_->segment)) {
+        return zukel::FailAsToldBySystem();
     }
     record_->name = std::move(kept);
     record_->creator = zukel::platform::CurrentProcess();
@@ -56,14 +60,17 @@ int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
 
 int kelSharedMemory::Attach(const zuString& name) {
     if (!IsValid()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     if (record_->Holds()) {
-        return StatusOf(record_->attached);
+        return record_->attached ? kelStatusOk : zukel::Fail(APR_EINVAL);
     }
     zuString kept(name);
-    if (!IsName(name) || !zukel::platform::AttachSegment(kept.c_str(), record_->segment)) {
-        return kelStatusFailed;
+    if (!IsName(name)) {
+        return zukel::Fail(APR_ENOENT);
+    }
+    if (!zukel::platform::AttachSegment(kept.c_str(), record_->segment)) {
+        return zukel::FailAsToldBySystem();
     }
     record_->name = std::move(kept);
     record_->attached = true;
@@ -72,33 +79,34 @@ int kelSharedMemory::Attach(const zuString& name) {
 
 int kelSharedMemory::Detach() {
     if (!IsValid()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
-    const bool detached = record_->attached && record_->Unmap();
+    const int status = record_->attached ? StatusOf(record_->Unmap()) : zukel::Fail(APR_EINVAL);
     record_->End();
-    return StatusOf(detached);
+    return status;
 }
 
 int kelSharedMemory::Destroy() {
     if (!IsValid()) {
-        return kelStatusFailed;
+        return zukel::Fail(APR_EBADF);
     }
     record_->RemoveName();
-    const bool destroyed = record_->Owns() && record_->Unmap() && record_->RemoveName();
+    const int status = record_->Owns() ? StatusOf(record_->Unmap() && record_->RemoveName())
+                                       : zukel::Fail(APR_EINVAL);
     record_->End();
-    return StatusOf(destroyed);
+    return status;
 }
 
 int kelSharedMemory::Remove(const zuString& name) {
+    const int status = RemoveByName(name);
     if (!IsValid()) {
-        return StatusOf(RemoveByName(name));
+        return status;
     }
-    const bool removed = RemoveByName(name);
-    if (removed && name == record_->name) {
+    if (status == kelStatusOk && name == record_->name) {
         record_->name.clear();
     }
     record_->End();
-    return StatusOf(removed);
+    return status;
 }
 
 void* kelSharedMemory::GetBaseAddress() const {

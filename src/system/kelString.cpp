@@ -2,6 +2,66 @@
 
 #include <apr_strings.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+static_assert(sizeof(std::size_t) == sizeof(apr_int64_t) &&
+              sizeof(std::intmax_t) == sizeof(apr_int64_t));
+
+namespace {
+
+bool IsOneOf(char letter, const char* letters) noexcept {
+    return letter != '\0' && std::strchr(letters, letter) != nullptr;
+}
+
+/// How many bytes at `at` are a length of the C library that the runtime does not know, before a
+/// directive for an integer.
+int ForeignLength(const char* at) noexcept {
+    const int length = at[0] == 'l' && at[1] == 'l' ? 2 : IsOneOf(at[0], "zj") ? 1 : 0;
+    return length > 0 && IsOneOf(at[length], "diouxX") ? length : 0;
+}
+
+/// Behind the flags, the width and the precision of a directive.
+const char* BehindWidth(const char* at) noexcept {
+    return at + std::strspn(at, "-+ #0123456789.*");
+}
+
+bool HasForeignLength(const char* format) noexcept {
+    for (const char* at = std::strchr(format, '%'); at != nullptr; at = std::strchr(at, '%')) {
+        at = BehindWidth(at + 1);
+        if (ForeignLength(at) > 0) {
+            return true;
+        }
+        at += *at != '\0' ? 1 : 0;
+    }
+    return false;
+}
+
+/// Writes the format with the runtime's own length, `q`, in the place of those. It gets no longer.
+void Translate(const char* format, char* to) noexcept {
+    while (*format != '\0') {
+        if (*format != '%') {
+            *to++ = *format++;
+            continue;
+        }
+        const char* const end = BehindWidth(format + 1);
+        to = std::copy(format, end, to);
+        format = end;
+        if (const int length = ForeignLength(format)) {
+            *to++ = 'q';
+            format += length;
+        }
+        if (*format != '\0') {
+            *to++ = *format++;
+        }
+    }
+    *to = '\0';
+}
+
+}  // namespace
+
 kelString& kelString::operator=(const kelString&) {
     return *this;
 }
@@ -11,5 +71,14 @@ kelString& kelString::operator=(kelString&&) noexcept {
 }
 
 int kelString::vsnprintf(char* buffer, int size, char* format, va_list arguments) {
+    char room[256];
+    std::unique_ptr<char[]> longer;
+    if (HasForeignLength(format)) {
+        const std::size_t length = std::strlen(format) + 1;
+        longer.reset(length > sizeof room ? new char[length] : nullptr);
+        char* const translated = longer != nullptr ? longer.get() : room;
+        Translate(format, translated);
+        format = translated;
+    }
     return apr_vsnprintf(buffer, static_cast<apr_size_t>(size), format, arguments);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/StatusMapping.h"
 #include "platform/Machine.h"
 
 namespace {
@@ -103,6 +104,7 @@ unsigned long long kelSystem::AvailablePagingMemory() {
 bool kelSystem::GetFreeDiskSpace(const char* path, zuDiskInfo& info) {
     zukel::platform::DiskBytes disk;
     if (!zukel::platform::QueryDisk(path, disk)) {
+        zukel::FailAsToldBySystem();
         return false;
     }
     info.freeBytes = disk.available;

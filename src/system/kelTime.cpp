@@ -1,9 +1,10 @@
 #include "kelTime.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 
-#include "kelStatus.h"
+#include "frame/StatusMapping.h"
 #include "platform/Machine.h"
 #include "system/kelTimeRecord.h"
 
@@ -15,8 +16,21 @@ constexpr apr_time_t kNoTime = -1;
 
 /// Takes a moment, with its date in universal time.
 void Set(kelTimeRecord& record, apr_time_t moment) noexcept {
+    // Up to the year 9999 every moment has a date, which is made when it is asked for.
+    constexpr apr_time_t kEnd = 253402300800 * APR_USEC_PER_SEC;
+    record.dated = moment < 0 || moment >= kEnd;
+    if (!record.dated) {
+        record.epoch = moment;
+        return;
+    }
     record.epoch =
         zukel::platform::UniversalDate(record.exp, moment) == APR_SUCCESS ? moment : kNoTime;
+}
+
+bool MakeDate(kelTimeRecord& record) noexcept {
+    record.dated =
+        record.dated || zukel::platform::UniversalDate(record.exp, record.epoch) == APR_SUCCESS;
+    return record.dated;
 }
 
 /// Whether the microseconds of a date fit into 64 bits. The runtime multiplies without looking, so
@@ -42,7 +56,8 @@ kelTime::kelTime(int microSeconds, int seconds, int minutes, int hours, int mont
                  int year, int weekDay, int yearDay, int daylightSaving, int secondsEast)
     : record_(new kelTimeRecord{{microSeconds, seconds, minutes, hours, monthDay, month, year,
                                  weekDay, yearDay, daylightSaving, secondsEast},
-                                kNoTime}) {
+                                kNoTime,
+                                true}) {
     apr_time_t moment = kNoTime;
     if (FitsMicroSeconds(record_->exp) &&
         apr_time_exp_gmt_get(&moment, &record_->exp) == APR_SUCCESS) {
@@ -71,14 +86,20 @@ kelTime kelTime::GetCurrentTime() {
     return GetNow();
 }
 
+long long kelTime::GetMonotonicTime() {
+    using std::chrono::duration_cast;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return duration_cast<std::chrono::microseconds>(now).count();
+}
+
 int kelTime::GetFormatTime(zuString& out, const zuString& format) const {
-    if (record_->epoch == kNoTime) {
-        return kelStatusFailed;
+    if (record_->epoch == kNoTime || !MakeDate(*record_)) {
+        return zukel::Fail(APR_EINVAL);
     }
     char buffer[256];
     std::size_t length = 0;
     if (!zukel::platform::FormatDate(record_->exp, format.c_str(), buffer, sizeof buffer, length)) {
-        return kelStatusFailed;
+        return zukel::Fail(ERANGE);
     }
     out.assign(buffer, length);
     return kelStatusOk;
@@ -105,6 +126,7 @@ void kelTime::MakeLocalTime() {
         record_->epoch = apr_time_now();
     }
     zukel::platform::ReadTimeZone();
+    record_->dated = true;
     if (zukel::platform::LocalDate(record_->exp, record_->epoch) != APR_SUCCESS) {
         record_->epoch = kNoTime;
     }

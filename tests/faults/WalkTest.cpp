@@ -68,6 +68,7 @@ struct World {
                double>
         values;
     zuString text = "untouched";
+    zuStlVector<zuString> names;
     char line[8] = {'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'};
     unsigned long long size = 4;
     long long offset = -1;
@@ -231,6 +232,9 @@ TEST(FaultWalk, Surroundings) {
         {CALL(Library().GetCurrentUserName(it.text)), kSame, kNoUser},
         {CALL(it.library.GetUserDirectory(it.text)), kSame, kNoUser},
         {CALL(Library().GetLocale(), Library().GetHostName(it.text))},
+        {CALL(Library::GetProgramPath(it.text))},
+        {CALL(Library::FindProgram("sh", it.text)), kSame, kelStatusNotFound},
+        {CALL(Library().GetEnvironmentNames(it.names))},
         {CALL(Status(!Library().GetTempDir().empty()))},
         {CALL(Status(Library::GetAbsoluteFileName("~/x")[0] != '~'))},
         {CALL(Status(Library::GetAbsoluteFileName("$PATH/x")[0] != '$'))},
@@ -381,6 +385,43 @@ int StartOnFreeStreams(World& it) {
     return StartProgram(it);
 }
 
+/// Runs a program that gives back what it is given.
+int RunCat(World& it) {
+    kelProcessOptions options;
+    options.command = "cat";
+    zuString errors = "untouched";
+    int code = -1;
+    const int status = kelProcess::Run(options, it.file, it.text, errors, code, -1);
+    const Guard own = Counting(false);
+    EXPECT_EQ(it.text + errors, status == kOk ? it.file : "untoucheduntouched");
+    EXPECT_EQ(code, status == kOk ? 0 : -1);
+    EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
+    return status;
+}
+
+/// The same in steps, with a changed environment.
+int FeedCat(World& it) {
+    using Options = kelProcessOptions;
+    Options options;
+    options.command = "cat";
+    options.setVariables = {{"ZUKEL_CAT", it.file}};
+    options.input.kind = options.output.kind = Options::StreamPipe;
+    options.errors.kind = Options::StreamNothing;
+    int code = -1;
+    const Guard ended([&it] {
+        const Guard own = Counting(false);
+        it.process = kelProcess();
+        EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
+    });
+    const int status = it.process.Start(options);
+    unsigned long long size = sizeof it.line - 1;
+    char room[sizeof it.line];
+    const bool done = status == kOk && it.process.WriteInput("1234", 4) == kOk &&
+                      it.process.CloseInput() == kOk && it.process.ReadOutput(room, size) == kOk &&
+                      it.process.Wait(-1) == kOk && it.process.GetExitCode(code) == kOk;
+    return done ? kOk : kFailed;
+}
+
 TEST(FaultWalk, SegmentsModulesAndProcesses) {
     const auto load = [](World& it) { EXPECT_EQ(it.module.LoadLibrary(kModule), kOk); };
     const auto files = [](World& it) { it.beyond.Write("out"), it.beyond.Write("err"); };
@@ -401,6 +442,8 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         {CALL(it.module.UnloadLibrary()), kSame, kFailed, load},
         {CALL(StartProgram(it)), kSame, kFailed, files},
         {CALL(StartOnFreeStreams(it)), kSame, kFailed, files},
+        {CALL(RunCat(it))},
+        {CALL(FeedCat(it))},
         {CALL(it.process.Kill()), After::Ended, kFailed, child},
         {CALL(kelProcess::NativeKill(it.process.GetPid())), kSame, kFailed, child},
         {CALL(Status(kelProcess(it.process).IsRunning())), kSame, kFailed, child},

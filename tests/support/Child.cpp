@@ -2,7 +2,9 @@
 // Copy, NativeCopy, Rename and Replace, with two names, are operations of kelFile for the walk that
 // kills.
 
+#include <array>
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -38,6 +40,25 @@ int main(int count, char** words) {
         }
         std::cout << "3";
         std::ofstream("ran") << "in the working directory";
+    } else if (verb == "exit") {
+        return std::stoi(argument);
+    } else if (verb == "both") {  // what it reads, to both outputs
+        std::array<char, 70000> room{};
+        while (std::cin.read(room.data(), room.size()), std::cin.gcount() > 0) {
+            std::cout.write(room.data(), std::cin.gcount());
+            std::cerr.write(room.data(), std::cin.gcount());
+        }
+    } else if (verb == "variable") {
+        const char* const value = std::getenv(argument.c_str());
+        std::cout << (value != nullptr ? value : "none");
+    } else if (verb == "leave") {  // a program of its own, with its streams
+        kelProcessOptions options;
+        options.command = words[0];
+        options.arguments = {"sleep", "30"};
+        kelProcess process;
+        process.Start(options);
+        std::ofstream(argument) << process.GetPid() << std::endl;
+        std::this_thread::sleep_for(std::chrono::seconds(to == "wait" ? 30 : 0));
     }
     return verb == "Copy"         ? kelFile::Copy(argument, to, kelFileInfo::PermissionDefault)
            : verb == "NativeCopy" ? kelFile::NativeCopy(argument, to, 0)

@@ -1,8 +1,12 @@
 #include "platform/linux/Children.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <mutex>
@@ -64,7 +68,7 @@ ino_t IdentityOf(const Descriptor& process) noexcept {
 
 /// Of a child without handle and descriptor. The number alone is only ever looked at; a process
 /// that may be another one by now is not collected.
-bool CollectByIdentity(const Child& child) noexcept {
+bool CollectByIdentity(Child& child) noexcept {
     const ChildState state = AskForChild(P_PID, child.pid, WNOWAIT);
     if (state != ChildState::Ended) {
         return state == ChildState::Lost;
@@ -75,26 +79,39 @@ bool CollectByIdentity(const Child& child) noexcept {
     }
     const ino_t identity = IdentityOf(process);
     if (identity == child.identity) {
-        return AskForChild(kByDescriptor, process.Get(), 0) != ChildState::Unknown;
+        return AskForChild(kByDescriptor, process.Get(), 0, child.end) != ChildState::Unknown;
     }
     return identity != 0;
 }
 
 /// Whether the child has ended; it is collected then, unless somebody else has done that.
-bool Collect(const Child& child) noexcept {
+bool Collect(Child& child) noexcept {
     if (child.process) {
-        const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0);
+        const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0, child.end);
         // Lost is also what the copy of this process that a fork has made finds.
         return state == ChildState::Ended || (state == ChildState::Lost && HasEnded(child.process));
     }
     if (child.identity != 0) {
         return CollectByIdentity(child);
     }
-    const ChildState state = AskForChild(P_PID, child.pid, 0);
+    const ChildState state = AskForChild(P_PID, child.pid, 0, child.end);
     return state == ChildState::Ended || state == ChildState::Lost;
 }
 
+/// By its descriptor if it has one, else by its number.
+ChildState LookOnly(Child& child) noexcept {
+    return child.process ? AskForChild(kByDescriptor, child.process.Get(), WNOWAIT, child.end)
+                         : AskForChild(P_PID, child.pid, WNOWAIT, child.end);
+}
+
 void LookAt(Child& child) noexcept {
+    if (child.kept) {
+        // Somebody else may have collected it all the same.
+        child.kept = child.collected || LookOnly(child) != ChildState::Lost;
+        if (child.kept) {
+            return;
+        }
+    }
     if (!child.collected && Collect(child)) {
         child.collected = true;
         child.process.Close();
@@ -129,9 +146,11 @@ ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
     if (child->process) {
         // Whoever collects all children of the program may have collected this one already, and
         // its number may belong to a stranger: only a child of ours is accepted.
-        const ChildState state = AskForChild(kByDescriptor, child->process.Get(), 0);
-        child->collected = state == ChildState::Ended || state == ChildState::Lost;
-        if (state != ChildState::Running) {
+        const ChildState state =
+            AskForChild(kByDescriptor, child->process.Get(), child->kept ? WNOWAIT : 0, child->end);
+        const bool left = child->kept && state == ChildState::Ended;
+        child->collected = !left && (state == ChildState::Ended || state == ChildState::Lost);
+        if (state != ChildState::Running && !left) {
             child->process.Close();
         }
     } else {
@@ -148,6 +167,7 @@ ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
 void Forget(Child* child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
+    child->kept = false;
     LookAt(*child);
     if (child->process) {
         // A child that runs on for long must not cost the program a descriptor.
@@ -181,6 +201,60 @@ apr_status_t End(Child& child) noexcept {
     const bool sent = child.process ? SendSignal(child.process, child.pid, SIGTERM)
                                     : kill(child.pid, SIGTERM) == 0;
     return sent ? APR_SUCCESS : errno;
+}
+
+void EndGroup(Child& child) noexcept {
+    const Uncancelled uncancelled;
+    const Lock lock(children.lock);
+    LookAt(child);
+    // 0 and 1 would mean the caller's own group and every process there is.
+    if (child.kept && !child.collected && child.pid > 1 && LookOnly(child) != ChildState::Lost &&
+        getpgid(child.pid) == child.pid) {
+        kill(-child.pid, SIGKILL);
+    }
+}
+
+apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
+    const Uncancelled uncancelled;
+    const Lock lock(children.lock);
+    LookAt(child);
+    if (!child.collected && !child.end.known) {
+        return EBUSY;
+    }
+    if (!child.end.known) {
+        return ECHILD;
+    }
+    end = child.end;
+    return APR_SUCCESS;
+}
+
+apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
+    const Uncancelled uncancelled;
+    bool ended = false;
+    for (int pause = 1;; pause = std::min(2 * pause, 16)) {
+        Descriptor process;
+        {
+            const Lock lock(children.lock);
+            LookAt(child);
+            if (ended || child.collected || child.end.known) {
+                return APR_SUCCESS;
+            }
+            if (child.process) {
+                // Another thread may collect the child and close its descriptor meanwhile.
+                process = Descriptor(fcntl(child.process.Get(), F_DUPFD_CLOEXEC, 0));
+            }
+        }
+        const int left = MilliSecondsTo(deadline);
+        if (left == 0) {
+            return APR_TIMEUP;
+        }
+        const int result = process ? AwaitEnd(process, left)
+                                   : poll(nullptr, 0, left < 0 ? pause : std::min(left, pause));
+        if (result < 0 && errno != EINTR) {
+            return errno;
+        }
+        ended = result > 0;
+    }
 }
 
 }  // namespace zukel::platform

@@ -20,6 +20,8 @@ struct Child {
     pid_t pid = -1;
     Descriptor process;      ///< Names the process while the handle is held and it has not ended.
     ino_t identity = 0;      ///< In the descriptor's place after that, where the system has it.
+    ChildEnd end;            ///< Known once it has been collected, or has ended while kept.
+    bool kept = false;       ///< Started for a group: not collected before it is forgotten.
     bool collected = false;  ///< It has ended, and is in the list no more.
     int holders = 1;         ///< The handle, and the list.
     Child* next = nullptr;   ///< In the list.

@@ -41,6 +41,7 @@ bool QueryUser(zuString& text, char* passwd::*field) {
         room.resize(error == ERANGE ? room.size() * 2 : room.size());
     }
     if (error != 0 || found == nullptr || user.*field == nullptr) {
+        errno = error != 0 ? error : ENOENT;
         return false;
     }
     text.assign(user.*field);
@@ -60,6 +61,23 @@ bool ReadEnvironmentVariable(const char* name, zuString& value) {
 
 bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
     return setenv(name, value, 1) == 0;
+}
+
+bool RemoveEnvironmentVariable(const char* name) noexcept {
+    return unsetenv(name) == 0;
+}
+
+bool ReadEnvironment(zuStlVector<zuString>& variables) {
+    zuStlVector<zuString> found;
+    for (char** each = environ; each != nullptr && *each != nullptr; ++each) {
+        found.emplace_back(*each);
+    }
+    variables = std::move(found);
+    return true;
+}
+
+bool IsSameVariable(const zuString& one, const zuString& other) {
+    return one == other;
 }
 
 bool QueryUserName(zuString& name) {

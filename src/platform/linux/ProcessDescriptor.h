@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "platform/Processes.h"
 #include "platform/linux/Descriptor.h"
 
 /// Process descriptors (Linux 5.4): they name a process for good, however often its number is given
@@ -54,6 +55,12 @@ inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcep
     return kill(pid, signal) == 0;
 }
 
+/// Waits until the process has ended or the time is over; gives what `poll` gives.
+inline int AwaitEnd(const Descriptor& process, int milliSeconds) noexcept {
+    pollfd entry{process.Get(), POLLIN, 0};
+    return poll(&entry, 1, milliSeconds);
+}
+
 /// What `AskForChild` finds.
 enum class ChildState {
     Running,  ///< A child of this process that runs.
@@ -66,12 +73,22 @@ enum class ChildState {
 ///
 /// @param type P_PID for a number, `kByDescriptor` for a process descriptor.
 /// @param flags WNOWAIT to leave an ended child uncollected, or 0.
-inline ChildState AskForChild(idtype_t type, int id, int flags) noexcept {
+/// @param end receives how it has ended, if it has.
+inline ChildState AskForChild(idtype_t type, int id, int flags, ChildEnd& end) noexcept {
     siginfo_t info{};
     if (waitid(type, static_cast<id_t>(id), &info, WEXITED | WNOHANG | flags) != 0) {
         return errno == ECHILD ? ChildState::Lost : ChildState::Unknown;
     }
-    return info.si_pid == 0 ? ChildState::Running : ChildState::Ended;
+    if (info.si_pid == 0) {
+        return ChildState::Running;
+    }
+    const bool exited = info.si_code == CLD_EXITED;
+    end = {true, exited ? info.si_status : 0, exited ? 0 : info.si_status};
+    return ChildState::Ended;
+}
+inline ChildState AskForChild(idtype_t type, int id, int flags) noexcept {
+    ChildEnd end;
+    return AskForChild(type, id, flags, end);
 }
 inline constexpr auto kByDescriptor = static_cast<idtype_t>(3);  // P_PIDFD
 

@@ -1,5 +1,7 @@
 #include "platform/Processes.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +31,7 @@ bool IsNumberRunning(pid_t pid) noexcept {
 apr_status_t Launch(const Program& program, ChildHandle& child) {
     const Uncancelled uncancelled;
     auto made = std::make_unique<Child>();
+    made->kept = program.group;
     CollectChildren();
     // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
     // has been started yet.
@@ -58,6 +61,39 @@ bool EndProcess(int pid) noexcept {
         return !HasEnded(process) && SendSignal(process, pid, SIGKILL);
     }
     return !IsNoSuchProcess(errno) && IsNumberRunning(pid) && kill(pid, SIGKILL) == 0;
+}
+
+apr_status_t QueryProgramPath(zuString& path) {
+    zuString room(256, '\0');
+    for (;;) {
+        const ssize_t size = readlink("/proc/self/exe", room.data(), room.size());
+        if (size < 0) {
+            return errno;
+        }
+        const auto length = static_cast<std::size_t>(size);
+        if (length < room.size()) {
+            path.assign(room, 0, length);
+            return APR_SUCCESS;
+        }
+        room.resize(2 * room.size());
+    }
+}
+
+apr_status_t FindProgramFile(const char* name, zuString& path) {
+    apr_status_t status = ENOENT;
+    for (std::string& candidate : Candidates(name)) {
+        struct stat found {};
+        if (stat(candidate.c_str(), &found) != 0) {
+            continue;
+        }
+        if (S_ISREG(found.st_mode) &&
+            faccessat(AT_FDCWD, candidate.c_str(), X_OK, AT_EACCESS) == 0) {
+            path = std::move(candidate);
+            return APR_SUCCESS;
+        }
+        status = EACCES;
+    }
+    return status;
 }
 
 int CurrentProcess() noexcept {

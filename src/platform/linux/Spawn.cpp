@@ -44,11 +44,15 @@ public:
     const posix_spawn_file_actions_t* Actions() const noexcept { return &actions_; }
     const posix_spawnattr_t* Attributes() const noexcept { return &attributes_; }
 
-    /// Gives the child its output and its errors.
-    void Redirect(const FileHandle* output, const FileHandle* error) noexcept {
-        Redirect(STDOUT_FILENO, output, movedOutput_);
-        if (error != output) {
-            Redirect(STDERR_FILENO, error, movedError_);
+    /// Gives the child its streams.
+    void Redirect(const Program& program) noexcept {
+        const Stream& output = program.output;
+        const Stream& error = program.error;
+        Redirect(STDIN_FILENO, program.input, O_RDONLY, movedInput_);
+        Redirect(STDOUT_FILENO, output, O_WRONLY, movedOutput_);
+        if (error.kind != output.kind || error.kind == Stream::Kind::Inherited ||
+            (error.kind == Stream::Kind::File && error.file != output.file)) {
+            Redirect(STDERR_FILENO, error, O_WRONLY, movedError_);
         } else if (error_ == 0) {
             Try(posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO));
         }
@@ -60,8 +64,11 @@ public:
         }
     }
 
-    void SetAttributes(bool detach) noexcept {
-        const int flags = POSIX_SPAWN_SETSIGDEF | (detach ? POSIX_SPAWN_SETSID : 0);
+    /// A session has a group of its own. The number of the group is that of the child: so it is
+    /// when nothing else is set.
+    void SetAttributes(bool detach, bool group) noexcept {
+        const int own = detach ? POSIX_SPAWN_SETSID : group ? POSIX_SPAWN_SETPGROUP : 0;
+        const int flags = POSIX_SPAWN_SETSIGDEF | own;
         sigset_t signals;
         sigemptyset(&signals);
         sigaddset(&signals, SIGCHLD);
@@ -71,18 +78,18 @@ public:
     }
 
 private:
-    /// Gives a stream its file. Without one its output goes nowhere, rather than to a pipe that
-    /// nobody reads, which blocks its writer and then kills it, or to the caller's streams, which
-    /// may be such pipes.
-    void Redirect(int stream, const FileHandle* file, Descriptor& moved) noexcept {
-        if (error_ != 0) {
+    /// Gives a stream its file. Into nothing it goes to the device for that, rather than to a pipe
+    /// that nobody reads, which blocks its writer and then kills it, or to the caller's streams,
+    /// which may be such pipes.
+    void Redirect(int stream, const Stream& to, int mode, Descriptor& moved) noexcept {
+        if (error_ != 0 || to.kind == Stream::Kind::Inherited) {
             return;
         }
-        if (file == nullptr) {
-            Try(posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_WRONLY, 0));
+        if (to.kind == Stream::Kind::Nothing) {
+            Try(posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", mode, 0));
             return;
         }
-        auto source = static_cast<int>(file->Get());
+        auto source = static_cast<int>(to.file->Get());
         if (source <= STDERR_FILENO) {
             // The caller has closed a standard stream, and the file took its number: out of the way
             // before the streams of the child are put there.
@@ -102,6 +109,7 @@ private:
     }
 
     int error_ = 0;
+    Descriptor movedInput_;
     Descriptor movedOutput_;
     Descriptor movedError_;
     posix_spawn_file_actions_t actions_;
@@ -114,23 +122,6 @@ using Arguments = const char* const*;
 
 char* const* ForSystem(Arguments arguments) noexcept {
     return const_cast<char* const*>(arguments);  // the C interface's type; it writes nothing
-}
-
-/// The names that a search for `command` along the path tries, in order.
-std::vector<std::string> Candidates(const char* command) {
-    if (std::strchr(command, '/') != nullptr) {
-        return {command};
-    }
-    const char* const variable = std::getenv("PATH");
-    const std::string_view path = variable != nullptr ? variable : "/bin:/usr/bin";
-    std::vector<std::string> candidates;
-    for (std::size_t start = 0; start <= path.size();) {
-        const std::size_t end = std::min(path.find(':', start), path.size());
-        const std::string_view directory = path.substr(start, end - start);
-        candidates.emplace_back(directory.empty() ? "." : directory).append("/").append(command);
-        start = end + 1;
-    }
-    return candidates;
 }
 
 /// Whether the file can be a script: a program for another machine has a NUL in its first line.
@@ -155,13 +146,13 @@ int WhileBusy(Start start) noexcept {
 
 /// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
 /// the search has found it, `posix_spawnp` does not tell, so it is searched for again.
-int SpawnByShell(Arguments arguments, const char* directory, const Preparation& preparation,
-                 pid_t& pid) {
+int SpawnByShell(Arguments arguments, const char* directory, char* const* environment,
+                 const Preparation& preparation, pid_t& pid) {
     constexpr const char* kShell = "/bin/sh";
     for (const std::string& candidate : Candidates(arguments[0])) {
         const int error = WhileBusy([&] {
             return posix_spawn(&pid, candidate.c_str(), preparation.Actions(),
-                               preparation.Attributes(), ForSystem(arguments), environ);
+                               preparation.Attributes(), ForSystem(arguments), environment);
         });
         if (error == ENOEXEC && CanBeScript(directory, candidate)) {
             const std::string script = candidate[0] == '-' ? "./" + candidate : candidate;
@@ -170,7 +161,7 @@ int SpawnByShell(Arguments arguments, const char* directory, const Preparation& 
                 vector.push_back(*++arguments);
             } while (*arguments != nullptr);
             return posix_spawn(&pid, kShell, preparation.Actions(), preparation.Attributes(),
-                               ForSystem(vector.data()), environ);
+                               ForSystem(vector.data()), environment);
         }
         if (error == 0 || error == ENOEXEC || error == ETXTBSY) {
             return error;
@@ -181,20 +172,39 @@ int SpawnByShell(Arguments arguments, const char* directory, const Preparation& 
 
 }  // namespace
 
+std::vector<std::string> Candidates(const char* command) {
+    if (std::strchr(command, '/') != nullptr) {
+        return {command};
+    }
+    const char* const variable = std::getenv("PATH");
+    const std::string_view path = variable != nullptr ? variable : "/bin:/usr/bin";
+    std::vector<std::string> candidates;
+    for (std::size_t start = 0; start <= path.size();) {
+        const std::size_t end = std::min(path.find(':', start), path.size());
+        const std::string_view directory = path.substr(start, end - start);
+        candidates.emplace_back(directory.empty() ? "." : directory).append("/").append(command);
+        start = end + 1;
+    }
+    return candidates;
+}
+
 int Spawn(const Program& program, pid_t& pid) {
     Preparation preparation;
-    preparation.Redirect(program.output, program.error);
+    preparation.Redirect(program);
     preparation.ChangeDirectory(program.directory);
-    preparation.SetAttributes(program.detach);
+    preparation.SetAttributes(program.detach, program.group);
+    char* const* const environment =
+        program.environment != nullptr ? ForSystem(program.environment) : environ;
     if (preparation.Error() != 0) {
         return preparation.Error();
     }
     const int error = WhileBusy([&] {
         return posix_spawnp(&pid, program.arguments[0], preparation.Actions(),
-                            preparation.Attributes(), ForSystem(program.arguments), environ);
+                            preparation.Attributes(), ForSystem(program.arguments), environment);
     });
-    return error == ENOEXEC ? SpawnByShell(program.arguments, program.directory, preparation, pid)
-                            : error;
+    return error == ENOEXEC
+               ? SpawnByShell(program.arguments, program.directory, environment, preparation, pid)
+               : error;
 }
 
 }  // namespace zukel::platform

@@ -2,9 +2,15 @@
 
 #include <sys/types.h>
 
+#include <string>
+#include <vector>
+
 #include "platform/Processes.h"
 
 namespace zukel::platform {
+
+/// The names that a search for `command` along the path tries, in order. Throws `std::bad_alloc`.
+std::vector<std::string> Candidates(const char* command);
 
 /// Starts a program as `Launch` describes it, without knowing of the children that there are.
 ///

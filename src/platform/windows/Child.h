@@ -8,6 +8,7 @@ namespace zukel::platform {
 /// A child keeps its identifier from being used again for as long as its handle is open.
 struct Child {
     Handle process;
+    Handle job;  ///< Of what was started for a group.
     DWORD identifier = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <memory>
 #include <new>
 
@@ -57,6 +58,33 @@ bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
     // the process. This tells the system what they are.
     return SetEnvironmentVariableW(wideName, *wideValue == L'\0' ? nullptr : wideValue) != 0 ||
            *wideValue == L'\0';
+}
+
+bool RemoveEnvironmentVariable(const char* name) noexcept {
+    return WriteEnvironmentVariable(name, "");
+}
+
+bool ReadEnvironment(zuStlVector<zuString>& variables) {
+    struct Free {
+        void operator()(wchar_t* block) const noexcept { FreeEnvironmentStringsW(block); }
+    };
+    const std::unique_ptr<wchar_t, Free> block(GetEnvironmentStringsW());
+    if (!block) {
+        return false;
+    }
+    zuStlVector<zuString> found;
+    for (const wchar_t* each = block.get(); *each != L'\0'; each += std::wcslen(each) + 1) {
+        found.push_back(ToUtf8(each));
+    }
+    variables = std::move(found);
+    return true;
+}
+
+bool IsSameVariable(const zuString& one, const zuString& other) {
+    std::wstring first;
+    std::wstring second;
+    return ToWide(one.c_str(), first) && ToWide(other.c_str(), second) &&
+           CompareStringOrdinal(first.c_str(), -1, second.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
 bool QueryUserName(zuString& name) {

@@ -25,6 +25,9 @@ public:
     explicit operator bool() const noexcept { return handle_ != nullptr; }
     HANDLE Get() const noexcept { return handle_; }
 
+    /// Hands the handle over: it is not closed any more.
+    HANDLE Release() noexcept { return std::exchange(handle_, nullptr); }
+
     /// False when the system reports a failure. The handle is gone either way.
     bool Close() noexcept {
         const HANDLE handle = std::exchange(handle_, nullptr);

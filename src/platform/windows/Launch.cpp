@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cwchar>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 #include "platform/Processes.h"
@@ -23,23 +25,28 @@ Handle Inheritable(HANDLE handle) noexcept {
     return Handle(copy);
 }
 
-/// The device that takes everything.
+/// The device that takes everything and gives nothing.
 Handle Nowhere() noexcept {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    return Handle(CreateFileW(L"NUL", GENERIC_WRITE, kShareAll, &inherited, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
+    return Handle(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, kShareAll, &inherited,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 /// The three streams of a child. They can be inherited for as long as this lives.
 class Streams {
 public:
     explicit Streams(const Program& program) noexcept
-        : input_(Inheritable(GetStdHandle(STD_INPUT_HANDLE))),
-          output_(Open(program.output)),
-          error_(program.error == program.output ? Handle() : Open(program.error)),
-          shared_(program.error == program.output) {}
+        : hasInput_(program.input.kind != Stream::Kind::Inherited),
+          shared_(program.error.kind == program.output.kind &&
+                  program.error.kind != Stream::Kind::Inherited &&
+                  program.error.file == program.output.file),
+          input_(Open(program.input, STD_INPUT_HANDLE)),
+          output_(Open(program.output, STD_OUTPUT_HANDLE)),
+          error_(shared_ ? Handle() : Open(program.error, STD_ERROR_HANDLE)) {}
 
-    explicit operator bool() const noexcept { return output_ && (shared_ || error_); }
+    explicit operator bool() const noexcept {
+        return output_ && (shared_ || error_) && (!hasInput_ || input_);
+    }
 
     void PutInto(STARTUPINFOW& start) const noexcept {
         start.dwFlags |= STARTF_USESTDHANDLES;
@@ -60,14 +67,25 @@ public:
     }
 
 private:
-    static Handle Open(const FileHandle* file) noexcept {
-        return file == nullptr ? Nowhere() : Inheritable(reinterpret_cast<HANDLE>(file->Get()));
+    /// Where the caller has no such stream itself, an output goes nowhere.
+    static Handle Open(const Stream& stream, DWORD own) noexcept {
+        switch (stream.kind) {
+            case Stream::Kind::Inherited: {
+                Handle inherited = Inheritable(GetStdHandle(own));
+                return inherited || own == STD_INPUT_HANDLE ? std::move(inherited) : Nowhere();
+            }
+            case Stream::Kind::File:
+                return Inheritable(reinterpret_cast<HANDLE>(stream.file->Get()));
+            default:
+                return Nowhere();
+        }
     }
 
+    bool hasInput_;
+    bool shared_;
     Handle input_;
     Handle output_;
     Handle error_;
-    bool shared_;
 };
 
 /// What a child inherits: the handles of this list, and no other of the process.
@@ -117,6 +135,38 @@ apr_status_t CheckDirectory(const char* name, std::wstring& directory) {
     return (found.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? APR_SUCCESS : APR_ENOTDIR;
 }
 
+/// The variables as the system takes them: sorted, each with a NUL behind it, and one more.
+bool MakeEnvironment(const char* const* variables, std::wstring& block) {
+    std::vector<std::wstring> wide;
+    for (; *variables != nullptr; ++variables) {
+        if (!ToWide(*variables, wide.emplace_back())) {
+            return false;
+        }
+    }
+    std::sort(wide.begin(), wide.end(), [](const std::wstring& one, const std::wstring& other) {
+        return CompareStringOrdinal(one.c_str(), -1, other.c_str(), -1, TRUE) == CSTR_LESS_THAN;
+    });
+    block.clear();
+    for (const std::wstring& each : wide) {
+        block.append(each).push_back(L'\0');
+    }
+    block.append(wide.empty() ? 2 : 1, L'\0');
+    return true;
+}
+
+/// Puts a program that has not begun to run into a job of its own, and lets it run. What cannot be
+/// put there is ended.
+apr_status_t RunInJob(Child& child, HANDLE thread) noexcept {
+    child.job = Handle(CreateJobObjectW(nullptr, nullptr));
+    if (!child.job || AssignProcessToJobObject(child.job.Get(), child.process.Get()) == 0 ||
+        ResumeThread(thread) == static_cast<DWORD>(-1)) {
+        const apr_status_t status = LastStatus();
+        TerminateProcess(child.process.Get(), 0);
+        return status;
+    }
+    return APR_SUCCESS;
+}
+
 bool ReadArguments(const char* const* arguments, std::vector<std::wstring>& wide) {
     for (; *arguments != nullptr; ++arguments) {
         if (!ToWide(*arguments, wide.emplace_back())) {
@@ -131,6 +181,10 @@ apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wst
                     const Program& program, Child& child) {
     const WideName image(path.c_str());
     const Streams streams(program);
+    std::wstring environment;
+    if (program.environment != nullptr && !MakeEnvironment(program.environment, environment)) {
+        return APR_FROM_OS_ERROR(ERROR_NO_UNICODE_TRANSLATION);
+    }
     if (!image || !streams) {
         return image ? LastStatus() : image.Status();
     }
@@ -148,8 +202,12 @@ apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wst
         start.StartupInfo.dwFlags |= STARTF_USESHOWWINDOW;
         start.StartupInfo.wShowWindow = SW_HIDE;
     }
+    if (program.group) {
+        flags |= CREATE_SUSPENDED;
+    }
     PROCESS_INFORMATION made{};
-    if (CreateProcessW(image.Get(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+    if (CreateProcessW(image.Get(), line.data(), nullptr, nullptr, TRUE, flags,
+                       program.environment != nullptr ? environment.data() : nullptr,
                        directory.empty() ? nullptr : directory.c_str(), &start.StartupInfo,
                        &made) == 0) {
         return LastStatus();
@@ -157,7 +215,7 @@ apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wst
     const Handle thread(made.hThread);
     child.process = Handle(made.hProcess);
     child.identifier = made.dwProcessId;
-    return APR_SUCCESS;
+    return program.group ? RunInJob(child, thread.Get()) : APR_SUCCESS;
 }
 
 }  // namespace

@@ -2,7 +2,12 @@
 
 #include <process.h>
 
+#include <algorithm>
+#include <string>
+
 #include "platform/windows/Child.h"
+#include "platform/windows/ProgramSearch.h"
+#include "platform/windows/WideName.h"
 
 namespace zukel::platform {
 
@@ -15,6 +20,12 @@ bool HandleRuns(const Handle& process) noexcept {
     // A program may end with the very code that stands for running.
     return GetExitCodeProcess(process.Get(), &code) != 0 && code == STILL_ACTIVE &&
            WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+zuString WithSlashes(const std::wstring& path) {
+    zuString text = ToUtf8(path);
+    std::replace(text.begin(), text.end(), '\\', '/');
+    return text;
 }
 
 /// Opens the process with exactly this identifier: the system takes three numbers behind one for it
@@ -51,6 +62,42 @@ apr_status_t End(Child& child) noexcept {
     return TerminateProcess(child.process.Get(), kExitCode) != 0 ? APR_SUCCESS : LastStatus();
 }
 
+apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
+    for (;;) {
+        const int left = MilliSecondsTo(deadline);
+        switch (WaitForSingleObject(child.process.Get(), static_cast<DWORD>(left))) {
+            case WAIT_OBJECT_0:
+                return APR_SUCCESS;
+            case WAIT_TIMEOUT:
+                if (left == 0) {
+                    return APR_TIMEUP;
+                }
+                break;
+            default:
+                return apr_get_os_error();
+        }
+    }
+}
+
+apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
+    DWORD code = 0;
+    if (HandleRuns(child.process)) {
+        return APR_FROM_OS_ERROR(ERROR_BUSY);
+    }
+    if (GetExitCodeProcess(child.process.Get(), &code) == 0) {
+        return apr_get_os_error();
+    }
+    end = {true, static_cast<int>(code), 0};
+    return APR_SUCCESS;
+}
+
+void EndGroup(Child& child) noexcept {
+    constexpr UINT kExitCode = 9;  // the number of SIGKILL
+    if (child.job) {
+        TerminateJobObject(child.job.Get(), kExitCode);
+    }
+}
+
 bool IsProcessRunning(int pid) noexcept {
     const Handle process = OpenByIdentifier(pid);
     return process ? HandleRuns(process) : GetLastError() == ERROR_ACCESS_DENIED;
@@ -63,6 +110,34 @@ bool EndProcess(int pid) noexcept {
     }
     const Handle ended(OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(pid)));
     return ended && TerminateProcess(ended.Get(), 0) != 0;
+}
+
+apr_status_t QueryProgramPath(zuString& path) {
+    std::wstring room(MAX_PATH, L'\0');
+    for (;;) {
+        const auto size = static_cast<DWORD>(room.size());
+        const DWORD length = GetModuleFileNameW(nullptr, room.data(), size);
+        if (length == 0) {
+            return apr_get_os_error();
+        }
+        if (length < size) {
+            room.resize(length);
+            path = WithSlashes(room);
+            return APR_SUCCESS;
+        }
+        room.resize(2 * room.size());
+    }
+}
+
+apr_status_t FindProgramFile(const char* name, zuString& path) {
+    std::wstring wide;
+    FoundProgram found;
+    const apr_status_t status = ToWide(name, wide) ? FindProgram(wide, std::wstring(), found)
+                                                   : APR_FROM_OS_ERROR(ERROR_FILE_NOT_FOUND);
+    if (status == APR_SUCCESS) {
+        path = WithSlashes(found.path);
+    }
+    return status;
 }
 
 int CurrentProcess() noexcept {

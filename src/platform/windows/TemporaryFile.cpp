@@ -17,8 +17,8 @@ TemporaryFile::TemporaryFile(const wchar_t* target) : target_(target) {
         std::swprintf(name.data(), name.size(), L".zukel-%lx-%x",
                       static_cast<unsigned long>(GetCurrentProcessId()), number);
         name_ = folder + name.data();
-        file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr, CREATE_NEW,
-                                   FILE_ATTRIBUTE_NORMAL, nullptr));
+        file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
+                                   CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file_ && GetLastError() != ERROR_FILE_EXISTS) {
             break;
         }

@@ -1,0 +1,27 @@
+#include "frame/StatusMapping.h"
+
+#include "platform/Reasons.h"
+
+namespace zukel {
+
+namespace {
+
+thread_local apr_status_t lastReason = APR_SUCCESS;  // a plain number: a thread runs nothing for it
+
+}  // namespace
+
+int Fail(apr_status_t reason, int status) noexcept {
+    lastReason = reason;
+    return status;
+}
+
+int FailAsToldBySystem(int status) noexcept {
+    const apr_status_t reason = platform::SystemReason();
+    return Fail(reason != APR_SUCCESS ? reason : APR_EGENERAL, status);
+}
+
+apr_status_t LastReason() noexcept {
+    return lastReason;
+}
+
+}  // namespace zukel

@@ -1,0 +1,245 @@
+#include <atomic>
+#include <cwchar>
+#include <iterator>
+#include <memory>
+
+#include "platform/Processes.h"
+#include "platform/windows/Handle.h"
+#include "platform/windows/WideName.h"
+
+namespace zukel::platform {
+
+namespace {
+
+constexpr DWORD kRoom = 65536;
+
+HANDLE HandleOf(const FileHandle& file) noexcept {
+    return reinterpret_cast<HANDLE>(file.Get());
+}
+
+bool IsClosed(DWORD error) noexcept {
+    return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA ||
+           error == ERROR_PIPE_NOT_CONNECTED || error == ERROR_HANDLE_EOF;
+}
+
+/// A transfer by one pipe that is under way. It is called off at the end of its life: the memory
+/// that it reads or writes is not touched any more then.
+class Operation {
+public:
+    explicit Operation(FileHandle& pipe) noexcept
+        : pipe_(pipe), event_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    ~Operation() { Stop(); }
+    Operation(const Operation&) = delete;
+    Operation& operator=(const Operation&) = delete;
+
+    explicit operator bool() const noexcept { return static_cast<bool>(event_); }
+    bool IsUnderWay() const noexcept { return underWay_; }
+    HANDLE Event() const noexcept { return event_.Get(); }
+
+    /// Begins one, with `call`. A pipe whose other end is closed is closed.
+    template <typename Call>
+    DWORD Begin(Call call) noexcept {
+        state_ = {};
+        state_.hEvent = event_.Get();
+        if (call(HandleOf(pipe_), &state_) != 0 || GetLastError() == ERROR_IO_PENDING) {
+            underWay_ = true;
+            return ERROR_SUCCESS;
+        }
+        return Close(GetLastError());
+    }
+
+    /// Tells how many bytes it has moved; waits for its end.
+    DWORD Finish(DWORD& size) noexcept {
+        underWay_ = false;
+        size = 0;
+        return GetOverlappedResult(HandleOf(pipe_), &state_, &size, TRUE) != 0
+                   ? ERROR_SUCCESS
+                   : Close(GetLastError());
+    }
+
+    /// Calls it off, and tells what it has moved all the same.
+    DWORD Stop() noexcept {
+        DWORD size = 0;
+        if (underWay_) {
+            CancelIoEx(HandleOf(pipe_), &state_);
+            Finish(size);
+        }
+        return size;
+    }
+
+private:
+    DWORD Close(DWORD error) noexcept {
+        if (!IsClosed(error)) {
+            return error;
+        }
+        CloseFile(pipe_);
+        return ERROR_SUCCESS;
+    }
+
+    FileHandle& pipe_;
+    Handle event_;
+    OVERLAPPED state_{};
+    bool underWay_ = false;
+};
+
+/// One of the outputs: what is read goes to the end of a text.
+class Reader {
+public:
+    Reader(FileHandle& pipe, zuString& text)
+        : pipe_(pipe), text_(text), room_(new char[kRoom]), operation_(pipe) {}
+
+    Operation& It() noexcept { return operation_; }
+    DWORD Begin() noexcept {
+        return !pipe_ || operation_.IsUnderWay()
+                   ? ERROR_SUCCESS
+                   : operation_.Begin([this](HANDLE pipe, OVERLAPPED* state) {
+                         return ReadFile(pipe, room_.get(), kRoom, nullptr, state);
+                     });
+    }
+    DWORD Finish() {
+        DWORD size = 0;
+        const DWORD error = operation_.Finish(size);
+        text_.append(room_.get(), size);
+        return error;
+    }
+    void Stop() { text_.append(room_.get(), operation_.Stop()); }
+
+private:
+    FileHandle& pipe_;
+    zuString& text_;
+    std::unique_ptr<char[]> room_;
+    Operation operation_;
+};
+
+/// The input.
+class Writer {
+public:
+    Writer(FileHandle& pipe, Transfer& transfer) noexcept
+        : pipe_(pipe), transfer_(transfer), operation_(pipe) {}
+
+    Operation& It() noexcept { return operation_; }
+    DWORD Begin() noexcept {
+        if (!pipe_ || transfer_.size == 0 || operation_.IsUnderWay()) {
+            return ERROR_SUCCESS;
+        }
+        const auto size = static_cast<DWORD>(std::min<std::size_t>(transfer_.size, kRoom));
+        return operation_.Begin([this, size](HANDLE pipe, OVERLAPPED* state) {
+            return WriteFile(pipe, transfer_.source, size, nullptr, state);
+        });
+    }
+    DWORD Finish() noexcept {
+        DWORD size = 0;
+        const DWORD error = operation_.Finish(size);
+        transfer_.source += size;
+        transfer_.size -= size;
+        return error;
+    }
+
+private:
+    FileHandle& pipe_;
+    Transfer& transfer_;
+    Operation operation_;
+};
+
+/// Whether there is nothing more to wait for; closes an input of which all is written.
+bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
+    switch (until) {
+        case Until::Written:
+            return transfer.size == 0 || !pipes.input;
+        case Until::OutputRead:
+            return !transfer.output.empty() || !pipes.output;
+        case Until::ErrorsRead:
+            return !transfer.errors.empty() || !pipes.errors;
+        default:
+            if (transfer.size == 0) {
+                CloseFile(pipes.input);
+            }
+            return !pipes.input && !pipes.output && !pipes.errors;
+    }
+}
+
+/// Waits for the first of the transfers under way, and finishes those that are through.
+DWORD Step(Writer& input, Reader& output, Reader& errors, int milliSeconds) {
+    HANDLE events[3];
+    DWORD count = 0;
+    for (const Operation* each : {&input.It(), &output.It(), &errors.It()}) {
+        if (each->IsUnderWay()) {
+            events[count++] = each->Event();
+        }
+    }
+    if (count == 0) {
+        return ERROR_SUCCESS;  // a pipe was closed just now
+    }
+    const DWORD waited =
+        WaitForMultipleObjects(count, events, FALSE, static_cast<DWORD>(milliSeconds));
+    if (waited == WAIT_FAILED) {
+        return GetLastError();
+    }
+    const auto isThrough = [](const Operation& each) {
+        return each.IsUnderWay() && WaitForSingleObject(each.Event(), 0) == WAIT_OBJECT_0;
+    };
+    DWORD error = isThrough(input.It()) ? input.Finish() : DWORD{ERROR_SUCCESS};
+    if (error == ERROR_SUCCESS && isThrough(output.It())) {
+        error = output.Finish();
+    }
+    if (error == ERROR_SUCCESS && isThrough(errors.It())) {
+        error = errors.Finish();
+    }
+    return error;
+}
+
+std::atomic<unsigned> pipesMade{0};
+
+}  // namespace
+
+apr_status_t MakePipe(bool write, FileHandle& own, FileHandle& child) noexcept {
+    // A pipe without a name cannot be overlapped. Nobody else gets between its two ends: there is
+    // one of this name, and it takes one client.
+    wchar_t name[64];
+    std::swprintf(name, std::size(name), L"\\\\.\\pipe\\zukel-%lu-%u-%lu", GetCurrentProcessId(),
+                  pipesMade.fetch_add(1), GetTickCount());
+    const DWORD direction = write ? PIPE_ACCESS_OUTBOUND : PIPE_ACCESS_INBOUND;
+    Handle server(
+        CreateNamedPipeW(name, direction | FILE_FLAG_FIRST_PIPE_INSTANCE | FILE_FLAG_OVERLAPPED,
+                         PIPE_TYPE_BYTE | PIPE_REJECT_REMOTE_CLIENTS, 1, kRoom, kRoom, 0, nullptr));
+    if (!server) {
+        return LastStatus();
+    }
+    Handle client(CreateFileW(name, write ? GENERIC_READ : GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!client) {
+        return LastStatus();
+    }
+    own = FileHandle(reinterpret_cast<FileHandle::Native>(server.Release()));
+    child = FileHandle(reinterpret_cast<FileHandle::Native>(client.Release()));
+    return APR_SUCCESS;
+}
+
+apr_status_t Exchange(Pipes& pipes, Transfer& transfer, Until until, Deadline deadline) {
+    Writer input(pipes.input, transfer);
+    Reader output(pipes.output, transfer.output);
+    Reader errors(pipes.errors, transfer.errors);
+    if (!input.It() || !output.It() || !errors.It()) {
+        return LastStatus();
+    }
+    apr_status_t status = APR_SUCCESS;
+    while (status == APR_SUCCESS && !IsDone(pipes, transfer, until)) {
+        const int left = MilliSecondsTo(deadline);
+        if (left == 0) {
+            status = APR_TIMEUP;
+            break;
+        }
+        DWORD error = input.Begin();
+        error = error == ERROR_SUCCESS ? output.Begin() : error;
+        error = error == ERROR_SUCCESS ? errors.Begin() : error;
+        error = error == ERROR_SUCCESS ? Step(input, output, errors, left) : error;
+        status = error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    }
+    output.Stop();
+    errors.Stop();
+    return status == APR_SUCCESS && until == Until::Written && transfer.size > 0
+               ? APR_FROM_OS_ERROR(ERROR_BROKEN_PIPE)
+               : status;
+}
+
+}  // namespace zukel::platform
