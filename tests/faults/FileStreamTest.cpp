@@ -213,6 +213,7 @@ TEST(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
     auto file = std::make_unique<kelFile>(name, kWrite | kBuffered);
     auto temporary = std::make_unique<kelFile>();
     EXPECT_EQ(file->WriteLine("once"), kOk);
+    EXPECT_EQ(file->Lock(kelFile::LockExclusive, 0), kOk);
     EXPECT_EQ(temporary->CreateTemporaryFile(directory / "XXXXXX"), kOk);
     const std::string temporaryName = temporary->GetFileName();
     const pid_t copy = fork();
@@ -223,6 +224,8 @@ TEST(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
     }
     EXPECT_EQ(waitpid(copy, nullptr, 0), copy);
     EXPECT_EQ(ReadWhole(name), "");
+    kelFile other(name, kWrite);
+    EXPECT_EQ(other.Lock(kelFile::LockExclusive, 0), kelStatusBusy) << "not the copy's to end";
     EXPECT_TRUE(fs::exists(temporaryName));
     file.reset();
     temporary.reset();

@@ -141,8 +141,11 @@ private:
         current_ = levels_.empty() ? Descriptor() : std::move(above_);
         above_ = Descriptor();
         const int above = levels_.empty() ? start_.Get() : current_.Get();
-        if (unlinkat(above, name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) {
+        const bool gone = unlinkat(above, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT;
+        if (!gone) {
             Note(errno);
+        } else if (levels_.empty()) {
+            reason_ = APR_SUCCESS;  // whatever failed on the way, nothing has stayed
         }
         return true;
     }

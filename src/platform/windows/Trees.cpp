@@ -64,8 +64,12 @@ public:
             Level& level = levels_.back();
             path_.resize(level.length);
             if (level.folders.empty()) {
-                Note(Remove(level.folder));
+                const DWORD error = Remove(level.folder);
                 levels_.pop_back();
+                Note(error);
+                if (error == ERROR_SUCCESS && levels_.empty()) {
+                    error_ = ERROR_SUCCESS;  // whatever failed on the way, nothing has stayed
+                }
                 continue;
             }
             path_ += L'\\' + level.folders.back();
