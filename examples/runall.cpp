@@ -1,23 +1,22 @@
-// Runs several commands side by side, each with its output in a file of its own, and shows which
-// still run. Ctrl-C ends the rest.
+// Runs several commands side by side, each with its output in a file of its own, and shows how each
+// has ended and which still run. Ctrl-C ends the rest, and -t those that take too long.
 //
-//     runall [-o DIRECTORY] COMMAND [ARGUMENT...] [-- COMMAND [ARGUMENT...]]...
+//     runall [-o DIRECTORY] [-t SECONDS] COMMAND [ARGUMENT...] [-- COMMAND [ARGUMENT...]]...
 //
 // The output of the second command, say "make", goes to the end of DIRECTORY/2-make.txt. Exit code:
-// 0 when all commands have ended by themselves, 1 when one could not be started, 2 for a wrong
+// 0 when all commands have ended by themselves, whatever their exit codes, 1 when one could not be
+// started or took too long, 2 for a wrong
 // call, 130 after Ctrl-C.
 
 #include <kelFile.h>
 #include <kelProcess.h>
 #include <kelStatus.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <iterator>
+#include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -77,12 +76,20 @@ bool Start(Job& job, const zuString& directory) {
     return true;
 }
 
-bool Runs(const Job& job) {
-    // A process that was told to end is the object's no more: only its number is left to ask by.
-    return job.process.GetPid() == -1 ? kelProcess::IsRunning(job.pid) : job.process.IsRunning();
+bool Runs(Job& job) {
+    return job.process.Wait(0) == kelStatusTimedOut;
 }
 
-zuString Labels(const std::vector<const Job*>& jobs) {
+void TellEnd(const Job& job) {
+    int number = 0;
+    if (job.process.GetExitCode(number) == kelStatusOk) {
+        std::printf("%s: exit code %d\n", job.label.c_str(), number);
+    } else if (job.process.GetSignal(number) == kelStatusOk) {
+        std::printf("%s: ended by signal %d\n", job.label.c_str(), number);
+    }
+}
+
+zuString Labels(const std::vector<Job*>& jobs) {
     zuString text;
     for (const Job* job : jobs) {
         text += " " + job->label;
@@ -91,35 +98,44 @@ zuString Labels(const std::vector<const Job*>& jobs) {
 }
 
 // Leaves those in the list that still run, and shows it when it has changed.
-void Watch(std::vector<const Job*>& running, Clock::time_point start) {
-    std::vector<const Job*> left;
-    std::copy_if(running.begin(), running.end(), std::back_inserter(left),
-                 [](const Job* job) { return Runs(*job); });
+void Watch(std::vector<Job*>& running, Clock::time_point start) {
+    std::vector<Job*> left;
+    for (Job* job : running) {
+        if (Runs(*job)) {
+            left.push_back(job);
+        } else {
+            TellEnd(*job);
+        }
+    }
     if (left.size() != running.size()) {
         const std::chrono::duration<double> passed = Clock::now() - start;
         std::printf("%7.1f s  still running:%s\n", passed.count(), Labels(left).c_str());
         running = left;
     }
     std::fflush(stdout);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    if (!running.empty()) {
+        running.front()->process.Wait(20000);
+    }
 }
 
-int RunAll(std::vector<Job>& jobs, const zuString& directory) {
+int RunAll(std::vector<Job>& jobs, const zuString& directory, double seconds) {
     const Clock::time_point start = Clock::now();
-    std::vector<const Job*> running;
+    std::vector<Job*> running;
     for (Job& job : jobs) {
         if (interrupted == 0 && Start(job, directory)) {
             running.push_back(&job);
         }
     }
     const bool allStarted = running.size() == jobs.size();
-    while (!running.empty() && interrupted == 0) {
+    const std::chrono::duration<double> most(seconds);
+    while (!running.empty() && interrupted == 0 && (seconds <= 0 || Clock::now() - start < most)) {
         Watch(running, start);
     }
-    if (interrupted == 0) {
+    if (running.empty() && interrupted == 0) {
         return allStarted ? 0 : 1;
     }
-    std::printf("interrupted: ending%s\n", Labels(running).c_str());
+    std::printf("%s: ending%s\n", interrupted != 0 ? "interrupted" : "out of time",
+                Labels(running).c_str());
     for (Job& job : jobs) {
         job.process.Kill();  // fails for those that have ended
     }
@@ -130,7 +146,7 @@ int RunAll(std::vector<Job>& jobs, const zuString& directory) {
     if (!running.empty()) {
         std::fprintf(stderr, "runall: not to be ended:%s\n", Labels(running).c_str());
     }
-    return 130;
+    return interrupted != 0 ? 130 : 1;
 }
 
 }  // namespace
@@ -138,17 +154,24 @@ int RunAll(std::vector<Job>& jobs, const zuString& directory) {
 int main(int count, char** words) {
     zuString directory = ".";
     int first = 1;
-    if (count > 2 && zuString(words[1]) == "-o") {
-        directory = words[2];
-        first = 3;
+    double seconds = 0;  // no limit
+    for (; first + 1 < count && words[first][0] == '-'; first += 2) {
+        if (zuString(words[first]) == "-o") {
+            directory = words[first + 1];
+        } else if (zuString(words[first]) == "-t") {
+            seconds = std::atof(words[first + 1]);
+        } else {
+            break;
+        }
     }
     std::vector<Job> jobs = Jobs(words + first, words + count);
     if (jobs.empty() || jobs.front().arguments.front().rfind('-', 0) == 0) {
-        std::fprintf(stderr,
-                     "usage: runall [-o DIRECTORY] COMMAND [ARGUMENT...] [-- COMMAND...]...\n");
+        std::fprintf(
+            stderr,
+            "usage: runall [-o DIRECTORY] [-t SECONDS] COMMAND [ARGUMENT...] [-- COMMAND...]...\n");
         return 2;
     }
     std::signal(SIGINT, Interrupt);
     std::signal(SIGTERM, Interrupt);
-    return RunAll(jobs, directory);
+    return RunAll(jobs, directory, seconds);
 }

@@ -10,13 +10,13 @@
 ///
 /// @code
 /// kelProcessOptions options;
-/// options.command = "sort";
-/// options.arguments = {"-r"};
+/// options.command = "tr";
+/// options.arguments = {"ab", "xy"};
 /// options.setVariables = {{"LC_ALL", "C"}};
 /// zuString output, errors;
 /// int exitCode = 0;
-/// if (kelProcess::Run(options, "a\nb\n", output, errors, exitCode, 10000000) == kelStatusOk) {
-///     std::printf("%s%d\n", output.c_str(), exitCode);  // prints: b a 0
+/// if (kelProcess::Run(options, "b a", output, errors, exitCode, 10000000) == kelStatusOk) {
+///     std::printf("%s, %d\n", output.c_str(), exitCode);  // prints: y x, 0
 /// }
 /// @endcode
 struct kelProcessOptions {
@@ -27,8 +27,9 @@ struct kelProcessOptions {
         StreamFile,       ///< To a file: read from its start, or made if need be and appended to.
         StreamPipe        ///< To the object, for `WriteInput`, `ReadOutput` and `ReadErrors`.
     };
+    /// One stream of the child.
     struct Stream {
-        StreamKind kind = StreamInherited;
+        StreamKind kind = StreamInherited;  ///< Where it leads.
         zuString file;  ///< For `StreamFile`: relative to the caller's current directory.
     };
 
@@ -49,10 +50,11 @@ struct kelProcessOptions {
     /// of earlier ones in this list. Linux: an empty value is kept.
     zuStlVector<std::pair<zuString, zuString>> setVariables;
 
-    /// Standard input, output and error. If both outputs are the same file, they share it in the
-    /// order written.
+    /// Standard input.
     Stream input;
+    /// Standard output.
     Stream output;
+    /// Standard error. If both outputs are the same file, they share it in the order written.
     Stream errors;
 
     /// As in the other forms of `kelProcess::Start`.

@@ -1,0 +1,35 @@
+// Starts a program and waits for it, but for half a second only.
+//
+//     wait PROGRAM [ARGUMENT...]
+
+#include <kelProcess.h>
+#include <kelStatus.h>
+
+#include <cstdio>
+
+int main(int count, char** arguments) {
+    if (count < 2) {
+        std::fprintf(stderr, "usage: wait PROGRAM [ARGUMENT...]\n");
+        return 2;
+    }
+    kelProcessOptions options;
+    options.command = arguments[1];
+    options.arguments.assign(arguments + 2, arguments + count);
+    kelProcess process;
+    if (process.Start(options) != kelStatusOk) {
+        std::printf("not started: %s\n", process.GetLastError().c_str());
+        return 1;
+    }
+    if (process.Wait(500000) == kelStatusTimedOut) {
+        std::printf("it takes too long\n");
+        process.Kill();
+        process.Wait(-1);  // for ever, if it does not let itself be ended
+    }
+    int number = 0;
+    if (process.GetExitCode(number) == kelStatusOk) {
+        std::printf("exit code %d\n", number);
+    } else if (process.GetSignal(number) == kelStatusOk) {
+        std::printf("ended by signal %d\n", number);
+    }
+    return 0;
+}
