@@ -13,7 +13,7 @@ required_conan_version = ">=2.0"
 
 class ZukelRecipe(ConanFile):
     name = "zukel"
-    version = "1.0.0"
+    version = "1.1.0"
     description = "Operating-system abstraction over the Apache Portable Runtime"
     package_type = "library"
     settings = "os", "arch", "compiler", "build_type"
