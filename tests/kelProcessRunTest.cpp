@@ -219,7 +219,7 @@ TEST(kelProcess, Pipes_OfAProcessThatDoesNotRead_FailAndRaiseNothing) {
 }
 
 TEST(kelProcess, Run_CollectsAllOfBothOutputs) {
-    for (const std::size_t size : {0, 1, 65536, 5000000}) {
+    for (const std::size_t size : {0U, 1U, 65536U, 5000000U}) {
         SCOPED_TRACE(size);
         const std::string sent = Bytes(size);
         zuString output = "before", errors = "before";

@@ -138,8 +138,6 @@ zuString kelLibrary::GetTempDir() const {
     const zukel::Pool scratch;
     const char* directory = nullptr;
     const apr_status_t status = scratch ? apr_temp_dir_get(&directory, scratch.Get()) : APR_ENOPOOL;
-    if (zukel::MapStatus(status) != kelStatusOk) {
-        return {};
-    }
-    return directory;
+    return zukel::MapStatus(status) == kelStatusOk && directory != nullptr ? zuString(directory)
+                                                                           : zuString();
 }

@@ -10,9 +10,9 @@ thread_local apr_status_t lastReason = APR_SUCCESS;  // a plain number: a thread
 
 }  // namespace
 
-int Fail(apr_status_t reason, int status) noexcept {
+int Fail(apr_status_t reason, int mapped) noexcept {
     lastReason = reason;
-    return status;
+    return mapped;
 }
 
 int FailAsToldBySystem(int status) noexcept {

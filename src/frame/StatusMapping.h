@@ -9,8 +9,8 @@ namespace zukel {
 /// Keeps the reason of a failure for the calling thread, until the next one.
 ///
 /// @param reason a status of the runtime or of the platform; not `APR_SUCCESS`.
-/// @returns `status`.
-[[gnu::cold]] int Fail(apr_status_t reason, int status = kelStatusFailed) noexcept;
+/// @returns `mapped`.
+[[gnu::cold]] int Fail(apr_status_t reason, int mapped = kelStatusFailed) noexcept;
 
 /// The same, with what the system has just told the calling thread: for functions of the platform
 /// that return no status. To be called before anything else asks the system.

@@ -57,7 +57,7 @@ bool MakeEnvironment(const kelProcessOptions& options, zuStlVector<zuString>& va
     std::for_each(options.removedVariables.begin(), options.removedVariables.end(), remove);
     for (const auto& [name, value] : options.setVariables) {
         remove(name);
-        variables.push_back(name + '=' + value);
+        variables.emplace_back(name).append(1, '=').append(value);
     }
     return true;
 }

@@ -86,7 +86,7 @@ private:
     }
 
     void RemoveFiles(std::vector<std::string>& folders) {
-        constexpr std::size_t kRoom = 32 * 1024;
+        constexpr std::size_t kRoom = std::size_t{32} * 1024;
         if (!room_) {
             room_.reset(new char[kRoom]);
         }
