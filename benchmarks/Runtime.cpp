@@ -193,7 +193,6 @@ const Jobs kJobs =
                 return time;
             },
             Format)
-        .Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); })
         .Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); })
         .Idle<Pool>("kelFile")
         .Idle<Pool>("kelLibrary")
@@ -213,6 +212,10 @@ const Jobs kJobs =
                 apr_dir_rewind(open.directory);
                 MUST(ReadNames(open.directory).size() == 100);
             });
+
+/// In two threads, which must not start APR at once: it counts its users without a lock.
+const Jobs kThreaded =
+    Jobs("runtime").Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
 
 const Jobs kCold =
     Jobs("runtimeCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
