@@ -205,6 +205,8 @@ public:
     /// @returns `kelStatusFailed` when nothing was left, or by an error; `buffer` then holds the
     /// empty text.
     ///
+    /// A line with a NUL in it cannot be told from a shorter one: read such a file in blocks.
+    ///
     /// An unbuffered line costs two or three system calls. Of a pipe or a terminal it costs one for
     /// each byte, so that nothing is taken from whoever reads it next.
     int ReadLine(char* buffer, unsigned long long size);
