@@ -58,7 +58,7 @@ public:
         ModeTruncate = 0x00010,   ///< Cut an existing file to nothing.
         ModeBinary = 0x00020,     ///< No text translation; neither Linux nor Windows does any.
         ModeExclusive = 0x00040,  ///< With `ModeCreate`: fail when the file exists.
-        ModeBuffered = 0x00080,   ///< Gather small reads and writes in a buffer of 4 KiB.
+        ModeBuffered = 0x00080,   ///< Gather small reads and writes in a buffer of 16 KiB.
         /// Remove the file when it is closed. Linux: by the name given, which a relative name looks
         /// for in the current directory of that time; Windows: the file itself.
         ModeDeleteOnClose = 0x00100,
@@ -215,7 +215,7 @@ public:
     ///
     /// @param text not null.
     /// @returns `kelStatusFailed` when not all of it reached the file or the buffer. Buffered, a
-    /// text of up to 4 KiB has then not been taken at all.
+    /// text of up to 16 KiB has then not been taken at all.
     int WriteLine(const char* text);
 
     /// Moves the position to `offset` bytes from the start; beyond the end is allowed, and a later

@@ -59,7 +59,7 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
 
 /// A number of the system's, or -1.
 long long Known(std::uint32_t number) noexcept {
-    return number == FileFacts::kNoNumber ? -1 : number;
+    return number == FileFacts::kNoNumber ? -1LL : number;
 }
 
 zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {

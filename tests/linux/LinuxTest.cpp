@@ -65,13 +65,14 @@ TEST(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
 }
 
 TEST(Linux, FullDevices_LoseNothingUntold) {
+    constexpr unsigned long long kBuffer = 16384;
     std::string text(400000, 'x');
-    for (unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
+    for (unsigned long long before : {0ULL, 1ULL, kBuffer - 1, kBuffer}) {
         kelFile full("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
-        unsigned long long rest = 10000, none = 1;
+        unsigned long long rest = 40000, none = 1;
         EXPECT_EQ(full.Write(text.data(), before), kOk) << before;
         EXPECT_TRUE(All(kFailed, {full.Write(text.data(), rest), direct.Write(text.data(), none)}));
-        EXPECT_EQ(rest, before == 0 ? 0 : 4096 - before) << "what an unfilled buffer still took";
+        EXPECT_EQ(rest, before == 0 ? 0 : kBuffer - before) << "what an unfilled buffer still took";
         EXPECT_EQ(full.Write(1.0), before == 0 ? kOk : kFailed);
         EXPECT_TRUE(All(kFailed, {full.SeekToBegin(), full.Close()}));
         EXPECT_TRUE(none == 0 && !direct.EndOfFile() && !full.IsOpen());
