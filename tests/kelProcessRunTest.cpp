@@ -229,7 +229,7 @@ TEST(kelProcess, Run_CollectsAllOfBothOutputs) {
         EXPECT_TRUE(errors == sent) << errors.size();
         EXPECT_EQ(code, 0);
     }
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 TEST(kelProcess, Run_ThatTakesTooLong_EndsTheProgramAndWhatItHasStarted) {
@@ -251,7 +251,7 @@ TEST(kelProcess, Run_ThatTakesTooLong_EndsTheProgramAndWhatItHasStarted) {
     zuString text;
     int code = -1;
     EXPECT_EQ(kelProcess::Run(Command({}), "", text, text, code, 0), kelStatusTimedOut);
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 }  // namespace

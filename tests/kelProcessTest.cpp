@@ -46,7 +46,7 @@ TEST(kelProcess, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
     EXPECT_EQ(process.Start(kChild, {"say"}, directory.Path(), {odd}, false), kOk);
     EXPECT_TRUE(Ends(process));
     EXPECT_FALSE(fs::exists(directory / "out")) << "the name of no file";
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 TEST(kelProcess, OutputFiles_TakeTheStreams) {

@@ -87,7 +87,7 @@ struct World {
         if (pid > 1 && waitid(P_PID, id_t(pid), &own, WEXITED | WNOHANG | WNOWAIT) == 0) {
             EXPECT_EQ(kill(pid, SIGKILL), 0) << "what was to end it has dropped it";
         }
-        EXPECT_TRUE(pid == -1 || AllCollected());
+        EXPECT_TRUE(pid == -1 || AllReaped());
         none = owner = attached = Memory();
         for (const std::string& name : {missing, taken}) {
             EXPECT_TRUE(Memory().Remove(name) != kOk || !fault.once) << "a segment is left";
@@ -395,7 +395,7 @@ int RunCat(World& it) {
     const Guard own = Counting(false);
     EXPECT_EQ(it.text + errors, status == kOk ? it.file : "untoucheduntouched");
     EXPECT_EQ(code, status == kOk ? 0 : -1);
-    EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
+    EXPECT_TRUE(AllReaped()) << "as soon as the system lets it";
     return status;
 }
 
@@ -411,7 +411,7 @@ int FeedCat(World& it) {
     const Guard ended([&it] {
         const Guard own = Counting(false);
         it.process = kelProcess();
-        EXPECT_TRUE(AllCollected()) << "as soon as the system lets it";
+        EXPECT_TRUE(AllReaped()) << "as soon as the system lets it";
     });
     const int status = it.process.Start(options);
     unsigned long long size = sizeof it.line - 1;
@@ -448,7 +448,7 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         {CALL(kelProcess::NativeKill(it.process.GetPid())), kSame, kFailed, child},
         {CALL(Status(kelProcess(it.process).IsRunning())), kSame, kFailed, child},
     });
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 TEST(Transfers, FaultWalk) {
