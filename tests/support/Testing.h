@@ -110,6 +110,7 @@ inline Guard WorkingDirectory(const std::string& path) {
 
 /// A test in an empty directory of its own, which is the current one.
 struct InDirectory : testing::Test {
+    explicit InDirectory(const fs::path& folder = fs::temp_directory_path()) : directory(folder) {}
     const TemporaryDirectory directory;
     const Guard here = WorkingDirectory(directory.Path());
 };
