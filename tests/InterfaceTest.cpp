@@ -1,53 +1,77 @@
 // The small classes at work. Which symbols are exported is in exported-symbols.txt, and the layouts
 // are in abi/.
 
+#include <cstdarg>
+#include <cstdint>
+
 #include "support/Testing.h"
 
 using namespace zukel::test;
 
 namespace {
 
-TEST(kelSystem, Figures_AreThoseOfTheMachine) {
+TEST(kelSystemTest, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
     EXPECT_EQ(unsigned(kelCPUInfo::GetNumProcessors()), std::thread::hardware_concurrency());
-    const std::string vendor = ": " + kelCPUInfo::GetCPUID() + "\n";
-    EXPECT_NE(ReadWhole("/proc/cpuinfo").find(vendor), std::string::npos);
+    EXPECT_THAT(ReadWhole("/proc/cpuinfo"),
+                testing::HasSubstr(": " + kelCPUInfo::GetCPUID() + "\n"));
     EXPECT_LE(kelCPUInfo::HasCMT(), kelCPUInfo::GetLogicalProcsPerPackage() > 1);
     for (const std::string path : {".", "/", "", "/missing", "/\xc3"}) {
+        SCOPED_TRACE(path);
         zuDiskInfo disk{};
         // The standard library of Windows takes the parent for what is missing, and throws for two.
         const bool exists = path == "." || path == "/";
-        EXPECT_EQ(kelSystem::GetFreeDiskSpace(path.c_str(), disk), exists) << path;
-        EXPECT_EQ(disk.totalBytes, exists ? fs::space(path).capacity : 0);
-        EXPECT_EQ(disk.freeBytes < disk.totalBytes, exists);
+        const auto expected = exists ? fs::space(path) : fs::space_info{};
+        EXPECT_EQ(kelSystem::GetFreeDiskSpace(path.c_str(), disk), exists);
+        EXPECT_EQ(disk.totalBytes, expected.capacity);
+        EXPECT_NEAR(double(disk.freeBytes), double(expected.available), 1e9);
     }
 }
 
-int Print(char* buffer, int size, char* format, ...) {
+/// The result and the text of a buffer of this size.
+std::string Format(int size, std::string format, ...) {
+    std::string text(static_cast<std::size_t>(size) + 1, '#');
     va_list arguments;
     va_start(arguments, format);
-    const int result = kelString::vsnprintf(buffer, size, format, arguments);
+    char* const buffer = size > 0 ? text.data() : nullptr;
+    const int result = kelString::vsnprintf(buffer, size, format.data(), arguments);
     va_end(arguments);
-    return result;
+    EXPECT_EQ(text.back(), '#') << "behind the buffer of " << format;
+    return std::to_string(result) + " " + (size > 0 ? text.c_str() : "");
 }
 
-TEST(kelString, vsnprintf_CutsAndTells) {
-    char buffer[] = "##############", format[] = "%s%d";
-    EXPECT_TRUE(Print(buffer, 4, format, "0123456", 789) == 3 && !std::memcmp(buffer, "012\0#", 5));
-    EXPECT_EQ(Print(buffer, 11, format, "0123456", 789), 10);
-    EXPECT_EQ(Print(nullptr, 0, format, "1234", 5), 5);
-    EXPECT_STREQ(buffer, "0123456789");
+TEST(kelStringTest, vsnprintf_CutsAndTakesTheLengthsOfTheCLibrary) {
+    constexpr long long kMost = INT64_MAX;
+    constexpr unsigned long long kAll = UINT64_MAX;
+    const std::size_t size = SIZE_MAX;
+    const std::intmax_t least = INTMAX_MIN + 1;
+    EXPECT_EQ(Format(4, "%s%d", "0123456", 789), "3 012");
+    EXPECT_EQ(Format(11, "%s%d", "0123456", 789), "10 0123456789");
+    EXPECT_EQ(Format(0, "%s%d", "1234", 5), "5 ");
+    EXPECT_EQ(Format(99, "%lld|%d", kMost, 5), "21 9223372036854775807|5");
+    EXPECT_EQ(Format(99, "%llu|%qd", kAll, kMost), "40 18446744073709551615|9223372036854775807");
+    EXPECT_EQ(Format(99, "%zu|%-4zd|", size, std::size_t{7}), "26 18446744073709551615|7   |");
+    EXPECT_EQ(Format(99, "%jd|%s", least, "x"), "22 -9223372036854775807|x");
+    EXPECT_EQ(Format(99, "%08llx|%*lld", kAll >> 4U, 4, 3LL), "20 fffffffffffffff|   3");
+    EXPECT_EQ(Format(99, "%%lld|%%%lld%%|%ld", 1LL, 2L), "10 %lld|%1%|2");
+    for (const std::size_t length : {252U, 253U, 300U}) {  // of the format, less four
+        const std::string longer(length, 'y');
+        EXPECT_EQ(Format(400, longer + "%zu", std::size_t{1}),
+                  std::to_string(length + 1) + " " + longer + "1");
+    }
+    EXPECT_EQ(Format(99, "%lld %", 1LL), Format(99, "%qd %", 1LL)) << "an end in the middle";
 }
 
 /// What is assigned without effect, and what does nothing until something is derived from it.
-TEST(Interface, SmallClasses_AreMadeAndAssigned) {
+TEST(InterfaceTest, SmallClasses_AreMadeAndAssigned) {
     struct Thread : kelThread {
         using kelThread::kelThread;
         void ThreadBody() override {}
     };
     kelMutex mutex(nullptr);
-    EXPECT_TRUE(All(kFailed, {mutex.Lock(), mutex.Trylock(), (mutex = kelMutex()).Unlock()}));
+    EXPECT_THAT(Statuses({mutex.Lock(), mutex.Trylock(), (mutex = kelMutex()).Unlock()}),
+                Each(kFailed));
     kelBarrier barrier(nullptr, 2);
     (barrier = kelBarrier(0)).Block(1);  // returns at once
     barrier.Reset();

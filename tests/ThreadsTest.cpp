@@ -1,4 +1,4 @@
-#include <atomic>
+// Every class in several threads. The thread sanitizer runs them too.
 
 #include "support/Testing.h"
 
@@ -8,123 +8,105 @@ namespace {
 
 constexpr int kThreads = 4;
 
-/// Runs the body in several threads, which begin as much at once as they can.
-/// @param body takes the number of its thread.
-void InThreads(const std::function<void(int)>& body) {
-    std::atomic<int> waiting{kThreads};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number) {
-        threads.emplace_back([&, number] {
-            for (--waiting; waiting > 0;) {
-            }
-            body(number);
-        });
-    }
-    std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
-}
-
-std::string Joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts) {
-        all += text + '|';
-    }
-    return all;
-}
-
-std::string Status(std::initializer_list<int> statuses) {
-    std::string all;
-    for (const int status : statuses) {
-        all += std::to_string(status) + ' ';
-    }
-    return all;
-}
-
-/// Answers of objects and static operations that each thread has for itself. No object lives
-/// between two rounds, so the runtime starts and stops with them unless a thread holds it.
-struct Threads : testing::Test {
+/// What each thread does with objects and names of its own. No object lives between two rounds, so
+/// APR starts and stops with them unless a thread holds it.
+struct Threads : InDirectory {
     std::string Own(int number) const { return directory / std::to_string(number); }
 
-    std::string StartsAndStops(int) const {
-        const kelLibrary first;
-        const kelLibrary second(first);
-        kelFile().Close();
-        return Status({kelFile::Exists(nullptr, directory.Path())});
+    void StartsAndStops(int) const {
+        const kelLibrary first, second(first);
+        EXPECT_EQ(kelFile().Close(), kFailed);
+        EXPECT_EQ(kelFile::Exists(nullptr, directory.Path()), kOk);
     }
-    std::string Files(int number) const {
-        kelFile file(Own(number), kRead | kWrite), shared;
+    void Files(int number) const {
+        const std::string name = Own(number);
+        kelFile file(name, kRead | kWrite), shared;
         shared = file;
         int value = -1;
-        return Status(
-            {shared.Write(number), shared.SeekToBegin(), file.Read(value), value - number,
-             file.Close(),
-             kelFile::Copy(Own(number), Own(number) + "c", kelFileInfo::PermissionDefault),
-             kelFile::Rename(Own(number) + "c", Own(number) + "r")});
+        EXPECT_EQ(shared.Write(number), kOk);
+        EXPECT_EQ(shared.SeekToBegin(), kOk);
+        EXPECT_EQ(file.Read(value), kOk);
+        EXPECT_EQ(value, number);
+        EXPECT_EQ(file.Close(), kOk);
+        EXPECT_EQ(kelFile::Copy(name, name + "c", kelFileInfo::PermissionDefault), kOk);
+        EXPECT_EQ(kelFile::Rename(name + "c", name + "r"), kOk);
     }
-    std::string Listings(int) const {
-        kelDirectory listed(folder.Path());
-        return Joined(kelDirectory::GetFileNames(folder.Path())) + Joined(listed.GetFileNames()) +
-               kelDirectory::GetRelativePath(folder.Path(), folder / "b") +
-               kelDirectory::GetAbsolutePath("x") + kelDirectory::GetCurrentDirectory() +
-               std::to_string(kelFileInfo(folder / "a").GetSize());
+    void Listings(int) const {
+        const testing::Matcher<zuStlVector<zuString>> names =
+            testing::UnorderedElementsAre("a", "b");
+        EXPECT_THAT(kelDirectory::GetFileNames(folder.Path()), names);
+        EXPECT_THAT(kelDirectory(folder.Path()).GetFileNames(), names);
+        EXPECT_EQ(kelDirectory::GetRelativePath(folder.Path(), folder / "b"), "./b/");
+        EXPECT_EQ(kelDirectory::GetAbsolutePath("x"), "/x");
+        EXPECT_EQ(kelDirectory::GetCurrentDirectory(), fs::canonical(".").u8string());
+        EXPECT_EQ(kelFileInfo(folder / "a").GetSize(), 4);
     }
-    std::string Times(int number) const {
+    void Times(int number) const {
         const std::string tail(static_cast<std::size_t>(number), '-');
-        std::string text, local;
+        std::string text;
         kelTime time(1'000'000'000'000'000LL + number);
-        const int utc = time.GetFormatTime(text, "%Y-%m-%d %H:%M:%S %A" + tail);
-        time.MakeLocalTime();
-        const int zoned = time.GetFormatTime(local, tail + "%c %z");
         const kelTime fields(number, 40, 46, 1, 9, 8, 101, 0, 0, 0, 0);
-        return Status({utc, zoned, text.size() > tail.size(), local.size() > tail.size()}) +
-               text.substr(0, text.size() - tail.size()) + local.substr(tail.size()) +
-               std::to_string(kelTime(time).GetMicroSeconds() - fields.GetMicroSeconds());
+        EXPECT_EQ(time.GetFormatTime(text, "%Y-%m-%d %H:%M:%S %A" + tail), kOk);
+        EXPECT_EQ(text, "2001-09-09 01:46:40 Sunday" + tail);
+        EXPECT_EQ(time.GetMicroSeconds(), fields.GetMicroSeconds());
+        time.MakeLocalTime();
+        EXPECT_EQ(time.GetFormatTime(text, tail + "%c %z"), kOk);
+        EXPECT_GT(text.size(), tail.size());
     }
-    std::string Surroundings(int) const {
+    void Surroundings(int) const {
         kelLibrary library;
-        std::string path, user, home, host;
-        const int status[] = {library.GetEnvironmentVariable(path, "PATH"),
-                              library.GetCurrentUserName(user), library.GetUserDirectory(home),
-                              library.GetHostName(host)};
-        const char* const locale = library.GetLocale();
-        return Status({status[0], status[1], status[2], status[3]}) +
-               Joined({path, user, home, host, locale == nullptr ? "" : locale,
-                       library.GetTempDir(), kelLibrary::GetAbsoluteFileName("~/$PATH")});
+        std::string text;
+        EXPECT_EQ(library.GetEnvironmentVariable(text, "PATH"), kOk);
+        EXPECT_EQ(text, std::getenv("PATH"));
+        EXPECT_EQ(library.GetCurrentUserName(text), kOk);
+        EXPECT_EQ(library.GetHostName(text), kOk);
+        EXPECT_EQ(library.GetUserDirectory(text), kOk);
+        EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), text + "/x");
+        EXPECT_STREQ(library.GetLocale(), kelLibrary().GetLocale());
+        EXPECT_NE(library.GetTempDir(), "");
     }
-    std::string Figures(int) const {
+    void Figures(int) const {
         kelMemoryInfo memory{};
-        kelSystem::GetMemoryDetails(memory);
         zuDiskInfo disk{};
-        return Status({kelSystem::GetFreeDiskSpace("/", disk), kelCPUInfo::GetNumProcessors()}) +
-               std::to_string(memory.totalPhysical) + kelCPUInfo::GetCPUID();
+        kelSystem::GetMemoryDetails(memory);
+        EXPECT_EQ(memory.totalPhysical, kelSystem::TotalPhysicalMemory());
+        EXPECT_TRUE(kelSystem::GetFreeDiskSpace("/", disk));
+        EXPECT_GT(kelCPUInfo::GetNumProcessors(), 0);
+        EXPECT_EQ(kelCPUInfo::GetCPUID(), kelCPUInfo::GetCPUID());
     }
-    std::string Segments(int number) const {
+    void Segments(int number) const {
         kelSharedMemory owner, attached, again;
-        const int status[] = {owner.Create(64, Own(number)), attached.Attach(Own(number)),
-                              again.Attach(Own(number) + "no")};
-        return Status({status[0], status[1], status[2], static_cast<int>(attached.GetSize()),
-                       attached.Detach(), owner.Destroy()});
+        EXPECT_EQ(owner.Create(64, Own(number)), kOk);
+        EXPECT_EQ(attached.Attach(Own(number)), kOk);
+        EXPECT_EQ(again.Attach(Own(number) + "no"), kFailed);
+        EXPECT_EQ(attached.GetSize(), 64U);
+        EXPECT_EQ(attached.Detach(), kOk);
+        EXPECT_EQ(owner.Destroy(), kOk);
     }
-    std::string Modules(int) const {
+    void Modules(int) const {
         kelDynamicObject module;
         long long (*answer)() = nullptr;
-        const int loaded = module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll");
-        const int found = module.FindSymbol(&answer, "Answer");
-        const int value = found == kOk ? static_cast<int>(answer()) : 0;
-        return Status({loaded, found, value, kelDynamicObject().LoadLibrary("no such"),
-                       module.UnloadLibrary()});
+        EXPECT_EQ(module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"), kOk);
+        ASSERT_EQ(module.FindSymbol(&answer, "Answer"), kOk);
+        EXPECT_EQ(answer(), 1);
+        EXPECT_EQ(kelDynamicObject().LoadLibrary("no such"), kFailed);
+        EXPECT_EQ(module.UnloadLibrary(), kOk);
     }
-    std::string Processes(int number) const {
+    void Processes(int number) const {
         kelProcess ends, runs, none, forgotten;
-        const int status[] = {ends.Start(ZUKEL_TEST_CHILD, false),
-                              runs.Start(ZUKEL_TEST_CHILD, {"sleep", "60"}, number % 2 == 0),
-                              none.Start(directory / "no", false),
-                              forgotten.Start(ZUKEL_TEST_CHILD, true)};
-        const bool ran = runs.IsRunning() && kelProcess::IsRunning(runs.GetPid());
-        return Status({status[0], status[1], status[2], status[3], ran, runs.Kill(), Ends(runs),
-                       Ends(ends), none.GetPid()});
+        EXPECT_EQ(ends.Start(ZUKEL_TEST_CHILD, false), kOk);
+        EXPECT_EQ(runs.Start(ZUKEL_TEST_CHILD, {"sleep", "60"}, number % 2 == 0), kOk);
+        EXPECT_EQ(none.Start(directory / "no", false), kFailed);
+        EXPECT_EQ(forgotten.Start(ZUKEL_TEST_CHILD, true), kOk);
+        EXPECT_TRUE(runs.IsRunning());
+        EXPECT_TRUE(kelProcess::IsRunning(runs.GetPid()));
+        EXPECT_EQ(runs.Kill(), kOk);
+        EXPECT_TRUE(Ends(runs));
+        EXPECT_TRUE(Ends(ends));
+        EXPECT_EQ(none.GetPid(), -1);
     }
 
-    TemporaryDirectory directory, folder;
+    const TemporaryDirectory folder;
 };
 
 TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
@@ -132,10 +114,10 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
     fs::create_directory(folder / "b");
     const struct {
         const char* name;
-        std::string (Threads::*work)(int) const;
+        void (Threads::*work)(int) const;
         int rounds;
     } rows[] = {
-        {"starts and stops of the runtime", &Threads::StartsAndStops, 500},
+        {"starts and stops of APR", &Threads::StartsAndStops, 500},
         {"files", &Threads::Files, 100},
         {"listings", &Threads::Listings, 100},
         {"times", &Threads::Times, 500},
@@ -146,18 +128,14 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
         {"processes", &Threads::Processes, 5},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const std::string expected = (this->*row.work)(0);
-        std::string wrong[kThreads];
-        InThreads([&](int number) {
-            for (int round = 0; round < row.rounds && wrong[number].empty(); ++round) {
-                const std::string answer = (this->*row.work)(number);
-                wrong[number] = answer == expected ? "" : answer;
+        InThreads(kThreads, [&](int number) {
+            for (int round = 0; round < row.rounds && !HasFailure(); ++round) {
+                SCOPED_TRACE(row.name + (" of thread " + std::to_string(number)));
+                (this->*row.work)(number);
             }
         });
-        EXPECT_EQ(Joined({wrong, wrong + kThreads}), "||||") << "expected: " << expected;
     }
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 /// One object of each class that shares its record by assignment.
@@ -184,11 +162,9 @@ TEST_F(Threads, ObjectsThatShareRecords_AreDestroyedAndAssignedInAllOfThem) {
             EXPECT_EQ(first.segment.Create(64, name + "s"), kOk);
             EXPECT_EQ(first.module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"), kOk);
             first.counter = counter;
-            for (Objects& objects : sharing) {
-                objects = first;
-            }
+            std::fill(sharing.begin(), sharing.end(), first);
         }
-        InThreads([&](int number) {
+        InThreads(kThreads, [&](int number) {
             sharing[static_cast<std::size_t>(number)].counter.Increment();
             sharing[static_cast<std::size_t>(number)] = Objects();
         });

@@ -1,43 +1,51 @@
+// Operations of kelFile on names.
+
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using kelFileOperationsTest = InDirectory;
 
 namespace {
 
-using Operation = std::function<int(const std::string&, const std::string&)>;
-
-const Operation kCopies[] = {
-    [](const auto& from, const auto& to) { return kelFile::Copy(from, to, 0x644); },
-    [](const auto& from, const auto& to) { return kelFile::Copy(nullptr, from, to, 0x1000); },
-    [](const auto& from, const auto& to) { return kelFile::NativeCopy(from, to, 0); },
-    [](const auto& from, const auto& to) { return kelFile::NativeCopy(from, to, 0xFFF); }};
-const Operation kRename = [](const auto& from, const auto& to) {
-    return kelFile::Rename(from, to);
+struct Operation {
+    const char* name;
+    std::function<int(const std::string&, const std::string&)> call;
 };
+const Operation kCopies[] = {
+    {"Copy", [](auto& from, auto& to) { return kelFile::Copy(from, to, 0x644); }},
+    {"Copy, as source", [](auto& it, auto& to) { return kelFile::Copy(nullptr, it, to, 0x1000); }},
+    {"NativeCopy", [](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0); }},
+    {"NativeCopy, usual", [](auto& it, auto& to) { return kelFile::NativeCopy(it, to, 0xFFF); }}};
+const Operation kRenames[] = {
+    {"Rename", [](auto& from, auto& to) { return kelFile::Rename(from, to); }},
+    {"NativeRename", [](auto& from, auto& to) { return kelFile::NativeRename(from, to); }}};
+const Operation kRenameNew = {"RenameNew",
+                              [](auto& from, auto& to) { return kelFile::RenameNew(from, to); }};
 
-TEST(kelFileOperations, Copy_WritesEveryByteIntoTheTargetItself) {
-    const TemporaryDirectory directory;
-    const Guard here = WorkingDirectory(directory.Path());
+TEST_F(kelFileOperationsTest, Copies_WriteEveryByteIntoTheTargetItself) {
     const std::string to = MakeLink("to", "soft") ? "soft" : "to";
     for (const std::size_t size : {0U, 1U, 262145U, 3000000U}) {
-        std::string content(size, '\0');
-        std::generate(content.begin(), content.end(), std::minstd_rand());
+        const std::string content = Noise(size);
         directory.Write("from", content);
-        for (const auto& copy : kCopies) {
+        for (const auto& [name, copy] : kCopies) {
+            SCOPED_TRACE(name + (" of " + std::to_string(size)));
             EXPECT_EQ(copy("from", to), kOk) << "leads to nothing yet";
             EXPECT_TRUE(ReadWhole("to") == content);
             fs::create_hard_link(directory.Write("to", content + "longer"), "hard");
-            EXPECT_EQ(copy("from", to) + copy("from", kNullDevice), kOk);
-            EXPECT_TRUE(ReadWhole("hard") == content && fs::is_symlink(to) == (to == "soft"));
-            EXPECT_TRUE(kOnWindows || copy(kNullDevice, to) == kOk);
-            EXPECT_TRUE(fs::remove("to") && fs::remove("hard"));
+            EXPECT_EQ(copy("from", to), kOk);
+            EXPECT_TRUE(ReadWhole("hard") == content) << "another file stands there";
+            EXPECT_EQ(fs::is_symlink(to), to == "soft");
+            EXPECT_EQ(copy("from", kNullDevice), kOk);
+            if (!kOnWindows) {
+                EXPECT_EQ(copy(kNullDevice, to), kOk);
+                EXPECT_EQ(ReadWhole("hard"), "");
+            }
+            fs::remove("to"), fs::remove("hard");
         }
     }
 }
 
-TEST(kelFileOperations, Copy_OntoItselfUnderAnyName_FailsAndChangesNothing) {
-    const TemporaryDirectory directory;
-    const Guard here = WorkingDirectory(directory.Path());
+TEST_F(kelFileOperationsTest, Copies_OntoTheFileItselfUnderAnyNameChangeNothing) {
     fs::permissions(directory.Write("file", "content"), fs::perms::owner_read);
     fs::create_hard_link("file", "hard");
     std::vector<std::string> names = {"file", ".//file", "hard", directory / "file"};
@@ -46,46 +54,146 @@ TEST(kelFileOperations, Copy_OntoItselfUnderAnyName_FailsAndChangesNothing) {
     }
     for (const std::string& from : names) {
         for (const std::string& to : names) {
-            for (const auto& copy : kCopies) {
-                EXPECT_EQ(copy(from, to), kFailed) << from << " to " << to;
+            for (const auto& [name, copy] : kCopies) {
+                EXPECT_EQ(copy(from, to), kFailed) << name << ": " << from << " to " << to;
             }
         }
     }
-    EXPECT_TRUE(ReadWhole("file") == "content" && ModeOf("file") == 0400);
+    EXPECT_EQ(ReadWhole("file"), "content");
+    EXPECT_EQ(ModeOf("file"), 0400U);
 }
 
-TEST(kelFileOperations, RenamesDeletesExistsAndEmptyNames) {
-    const TemporaryDirectory directory;
-    const std::string odd = directory / kOddName, read = directory.Write("read-only");
-    EXPECT_EQ(kelFile::SetPermissions(read, 0x400), kOk);
-    const bool links = MakeLink("nothing", directory / "dangling");
-    fs::create_directory(directory / "folder");
-    for (const bool native : {true, false}) {
-        const Operation rename = native ? Operation(kelFile::NativeRename) : kRename;
+TEST_F(kelFileOperationsTest, Renames_ReplaceFilesAlone) {
+    for (const auto& [name, rename] : kRenames) {
+        SCOPED_TRACE(name);
+        fs::create_directory("folder");
+        const bool replaces = !kOnWindows || name == std::string("Rename");
         const std::string from = directory.Write("from", "new"), to = directory.Write(kOddName);
         EXPECT_EQ(rename(from, directory / "folder"), kFailed);
-        EXPECT_EQ(rename(from, to), native && kOnWindows ? kFailed : kOk);
-        EXPECT_EQ(ReadWhole(to), native && kOnWindows ? "" : "new");
+        EXPECT_EQ(rename("folder", from), kFailed);
+        EXPECT_EQ(rename("no", from), kFailed);
+        EXPECT_EQ(ReadWhole(from), "new");
+        EXPECT_EQ(rename(from, to), replaces ? kOk : kFailed);
+        EXPECT_EQ(ReadWhole(to), replaces ? "new" : "");
+        EXPECT_NE(fs::exists(from), replaces);
+        EXPECT_EQ(rename("folder", "moved"), kOk);
+        EXPECT_TRUE(fs::remove("moved"));
     }
-    EXPECT_EQ(kRename(directory / "folder", directory / "moved"), kOk);
-    const std::tuple<std::string, bool, bool> cases[] = {{odd, true, true},
-                                                         {directory / "moved", true, false},
-                                                         {read, true, !kOnWindows},
-                                                         {directory / "dangling", false, links},
-                                                         {directory / "missing", false, false}};
-    for (const auto& [name, exists, goes] : cases) {
+}
+
+TEST_F(kelFileOperationsTest, RenameNew_NeverReplaces) {
+    directory.Write("from", "source"), directory.Write("to", "target");
+    fs::create_directory("folder");
+    const bool links = MakeLink("nowhere", "dangling");
+    const std::tuple<const char*, const char*, int> rows[] = {
+        {"from", "to", kelStatusExists},
+        {"from", "from", kelStatusExists},
+        {"from", "folder", kelStatusExists},
+        {"folder", "to", kelStatusExists},
+        {"no", "new", kFailed},
+        {"from", links ? "dangling" : "to", kelStatusExists},
+        {"from", "new", kOk},
+        {"folder", "moved", kOk}};
+    for (const auto& [from, to, status] : rows) {
+        EXPECT_EQ(kelFile::RenameNew(from, to), status) << from << " to " << to;
+        EXPECT_EQ(ReadWhole("to"), "target");
+    }
+    EXPECT_EQ(ReadWhole("new"), "source");
+    EXPECT_FALSE(fs::exists("from"));
+    EXPECT_TRUE(fs::is_directory("moved"));
+}
+
+TEST_F(kelFileOperationsTest, ExistsAndDelete_Table) {
+    const bool links = MakeLink("nothing", "dangling");
+    EXPECT_EQ(kelFile::SetPermissions(directory.Write("read-only"), 0x400), kOk);
+    directory.Write(kOddName);
+    fs::create_directory("folder");
+    const struct {
+        const char* name;
+        bool exists, goes;
+    } rows[] = {{kOddName, true, true},
+                {"folder", true, false},
+                {"read-only", true, !kOnWindows},
+                {"dangling", false, links},
+                {"missing", false, false}};
+    for (const auto& [name, exists, goes] : rows) {
         EXPECT_EQ(kelFile::Exists(name), exists) << name;
-        EXPECT_EQ(kelFile::Exists(nullptr, name), exists ? kOk : kelStatusNotFound);
+        EXPECT_EQ(kelFile::Exists(nullptr, name), exists ? kOk : kelStatusNotFound) << name;
         EXPECT_EQ(kelFile::Delete(name), goes ? kOk : kFailed) << name;
+        EXPECT_EQ(fs::exists(fs::u8path(name)), exists && !goes) << name;
     }
-    EXPECT_EQ(kelFile::SetPermissions(directory / "missing", 0x600), kFailed);
-    for (const Operation& each : {kCopies[0], kCopies[2], Operation(kelFile::NativeRename)}) {
-        EXPECT_EQ(each("", "x"), kelStatusEmptySource);
-        EXPECT_EQ(each("x", ""), kelStatusEmptyTarget);
+    EXPECT_FALSE(fs::is_symlink("dangling"));
+    EXPECT_EQ(kelFile::SetPermissions("missing", 0x600), kFailed);
+}
+
+TEST_F(kelFileOperationsTest, EmptyNames_HaveTheirOwnStatuses) {
+    for (const Operation& each :
+         {kCopies[0], kCopies[1], kCopies[2], kRenames[0], kRenames[1], kRenameNew}) {
+        EXPECT_EQ(each.call("", "x"), kelStatusEmptySource) << each.name;
+        EXPECT_EQ(each.call("x", ""), kelStatusEmptyTarget) << each.name;
     }
-    EXPECT_EQ(kRename("", "x"), kelStatusEmptySource);
-    EXPECT_TRUE(All(kelStatusEmptyPath, {kelFile::Delete(""), kelFile::SetPermissions("", 0x600),
-                                         kelFile::Exists(nullptr, "")}));
+    zuString text;
+    EXPECT_THAT(Statuses({kelFile::Delete(""), kelFile::SetPermissions("", 0x600),
+                          kelFile::Exists(nullptr, ""), kelFile::ReadWhole("", text),
+                          kelFile::ReplaceWhole("", text)}),
+                Each(kelStatusEmptyPath));
+}
+
+TEST_F(kelFileOperationsTest, WholeFiles_AreReadAndReplaced) {
+    for (const std::string& contents :
+         {std::string(), std::string("a\0b", 3), Noise(4096), Noise(70000), std::string("short")}) {
+        SCOPED_TRACE(contents.size());
+        zuString back = "former";
+        EXPECT_EQ(kelFile::ReplaceWhole(kOddName, contents), kOk);
+        EXPECT_EQ(kelFile::ReadWhole(kOddName, back), kOk);
+        EXPECT_TRUE(back == contents) << back.size();
+    }
+    EXPECT_EQ(directory.Count(), 1) << "nothing beside it is left";
+}
+
+TEST_F(kelFileOperationsTest, WholeFiles_WhatIsNoFileIsRefusedWithItsReason) {
+    const zuString cut(directory.Write("file", "old") + '\0' + "x");
+    zuString text = "untouched";
+    const struct {
+        const char* name;
+        int status, expected;
+    } rows[] = {
+        {"read a missing file", kelFile::ReadWhole("no", text), kelStatusNotFound},
+        {"read a NUL", kelFile::ReadWhole(cut, text), kelStatusNotFound},
+        {"read a directory", kelFile::ReadWhole(".", text),
+         kOnWindows ? kelStatusAccessDenied : kFailed},
+        {"replace below nothing", kelFile::ReplaceWhole("no/file", text), kelStatusNotFound},
+        {"replace a NUL", kelFile::ReplaceWhole(cut, text), kelStatusNotFound},
+        {"replace a directory", kelFile::ReplaceWhole(directory.Path(), text), kFailed},
+        {"replace a device", kOnWindows ? kFailed : kelFile::ReplaceWhole("/dev/null", text),
+         kFailed},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.status, row.expected) << row.name;
+    }
+    EXPECT_EQ(text, "untouched");
+    EXPECT_EQ(ReadWhole("file"), "old");
+    EXPECT_EQ(directory.Count(), 1);
+}
+
+TEST_F(kelFileOperationsTest, ReplaceWhole_KeepsPermissionsAndLinksAndLeavesOtherNames) {
+    fs::permissions(directory.Write("file", "old"), fs::perms(0604));
+    const unsigned mode = ModeOf("file");
+    fs::create_hard_link("file", "other");
+    fs::create_directory("folder");
+    const bool links = MakeLink("../file", "folder/link") && MakeLink("folder/link", "link");
+    EXPECT_EQ(kelFile::ReplaceWhole(links ? "link" : "file", "new"), kOk);
+    EXPECT_EQ(ReadWhole("file"), "new");
+    EXPECT_EQ(ModeOf("file"), mode);
+    EXPECT_EQ(ReadWhole("other"), "old");
+    EXPECT_EQ(fs::is_symlink("link"), links);
+    if (!kOnWindows) {
+        EXPECT_TRUE(MakeLink("made", "dangling"));
+        EXPECT_EQ(kelFile::ReplaceWhole("dangling", "made"), kOk);
+        EXPECT_EQ(ReadWhole("made"), "made") << "what a link leads to is made";
+        EXPECT_TRUE(MakeLink("loop", "loop"));
+        EXPECT_EQ(kelFile::ReplaceWhole("loop", "x"), kFailed);
+    }
 }
 
 }  // namespace

@@ -27,14 +27,12 @@ std::string Place(kelFile& file) {
     return std::to_string(position) + " of " + std::to_string(length);
 }
 
-class kelFilePlaces : public testing::TestWithParam<int> {
+using kelFilePlacesTest = InDirectory;
+class kelFilePlaces : public InDirectory, public testing::WithParamInterface<int> {
 protected:
     kelFile Make(const std::string& content, int mode = 0) const {
         return {directory.Write("file", content), kReadWrite | GetParam() | mode};
     }
-    std::string Content() const { return ReadWhole(directory / "file"); }
-
-    const TemporaryDirectory directory;
 };
 INSTANTIATE_TEST_SUITE_P(Modes, kelFilePlaces, testing::Values(0, kBuffered));
 
@@ -56,7 +54,7 @@ TEST_P(kelFilePlaces, PositionAndLength_CountWhatStandsInTheBuffer) {
     EXPECT_EQ(file.Write('z'), kOk);
     EXPECT_EQ(file.SetLength(-1), kFailed);
     EXPECT_EQ(file.Close(), kOk);
-    EXPECT_EQ(Content(), std::string("0ab3\0\0\0\0\0\0\0\0z", 13));
+    EXPECT_EQ(ReadWhole("file"), std::string("0ab3\0\0\0\0\0\0\0\0z", 13));
 
     kelFile appending = Make("0123", kelFile::ModeAppend);
     EXPECT_EQ(appending.WriteLine("45"), kOk);
@@ -64,7 +62,7 @@ TEST_P(kelFilePlaces, PositionAndLength_CountWhatStandsInTheBuffer) {
     EXPECT_EQ(appending.SetLength(1), kOk);
     EXPECT_EQ(appending.WriteLine("x"), kOk);
     EXPECT_EQ(appending.Close(), kOk);
-    EXPECT_EQ(Content(), "0x");
+    EXPECT_EQ(ReadWhole("file"), "0x");
 }
 
 TEST_P(kelFilePlaces, ReadAtAndWriteAt_MoveNothingAndSeeWhatWasWritten) {
@@ -84,14 +82,13 @@ TEST_P(kelFilePlaces, ReadAtAndWriteAt_MoveNothingAndSeeWhatWasWritten) {
     EXPECT_EQ(file.Write('e'), kOk);
     EXPECT_EQ(Put(file, -1, "y"), kFailed);
     EXPECT_EQ(file.Sync(), kOk);
-    EXPECT_EQ(Content(), std::string("0acde56789\0\0x", 13));
+    EXPECT_EQ(ReadWhole("file"), std::string("0acde56789\0\0x", 13));
     kelFile appending = Make("0123", kelFile::ModeAppend);
     EXPECT_EQ(Put(appending, 0, "y"), kFailed);
     EXPECT_EQ(At(appending, 1, 2), "12");
 }
 
-TEST(kelFile, Places_ClosedAndUnfitFilesAreRefused) {
-    const TemporaryDirectory directory;
+TEST_F(kelFilePlacesTest, ClosedAndUnfitFiles_AreRefused) {
     kelFile closed, reading(directory.Write("file", "abc"), kRead);
     kelFile device(kNullDevice, kReadWrite);
     long long place = -7;
@@ -110,22 +107,21 @@ TEST(kelFile, Places_ClosedAndUnfitFilesAreRefused) {
         {"WriteAt for reading", Put(reading, 0, "x")},
         {"an exclusive lock for reading", reading.Lock(kelFile::LockExclusive, 0)},
         {"Unlock without a lock", reading.Unlock()},
-        {"names of no directory", kelDirectory::Sync(directory / "file")},
-        {"names of a missing one", kelDirectory::Sync(directory / "no")},
+        {"names of no directory", kelDirectory::Sync("file")},
+        {"names of a missing one", kelDirectory::Sync("no")},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.status, kFailed) << row.name;
     }
     EXPECT_EQ(place, -7);
     EXPECT_EQ(At(closed, 0, 1), "failed");
-    EXPECT_EQ(ReadWhole(directory / "file"), "abc");
+    EXPECT_EQ(ReadWhole("file"), "abc");
     EXPECT_EQ(kelDirectory::Sync(directory.Path()), kOk);
     EXPECT_EQ(kelDirectory::Sync(""), kelStatusEmptyPath);
 }
 
-TEST(kelFile, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
+TEST_F(kelFilePlacesTest, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
     constexpr auto kShared = kelFile::LockShared, kExclusive = kelFile::LockExclusive;
-    const TemporaryDirectory directory;
     const std::string name = directory.Write("file", "abc");
     kelFile one(name, kReadWrite), two(name, kReadWrite), three(name, kReadWrite);
     EXPECT_EQ(one.Lock(kShared, 0), kOk);
@@ -146,8 +142,7 @@ TEST(kelFile, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
     EXPECT_EQ(three.Lock(kExclusive, 0), kOk) << "and again";
 }
 
-TEST(kelFile, Lock_IsHeldByProcessesAndEndsWithThem) {
-    const TemporaryDirectory directory;
+TEST_F(kelFilePlacesTest, Lock_IsHeldByProcessesAndEndsWithThem) {
     for (const long long patience : {-1LL, 20'000'000LL}) {
         SCOPED_TRACE(patience);
         const std::string name = directory.Write("file");
@@ -169,29 +164,18 @@ TEST(kelFile, Lock_IsHeldByProcessesAndEndsWithThem) {
     }
 }
 
-TEST(kelFilePlacesThreads, OneObject_ReadsAndWritesOfManyMeetTheirOwnPlaces) {
+TEST_F(kelFilePlacesTest, Threads_OfOneObjectMeetTheirOwnPlaces) {
     constexpr int kThreads = 4, kRounds = 500, kBlock = 512;
-    const TemporaryDirectory directory;
     kelFile file(directory.Write("file", "0123456789"), kReadWrite);
     EXPECT_EQ(file.SeekTo(3), kOk);
-    std::string wrong[kThreads];
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number) {
-        threads.emplace_back([&, number] {
-            for (int round = 0; round < kRounds && wrong[number].empty(); ++round) {
-                const long long place = 10 + kBlock * (round % 7 * kThreads + number);
-                const std::string bytes(kBlock, static_cast<char>('a' + (round + number) % 26));
-                unsigned long long size = kBlock;
-                const int status = file.WriteAt(place, bytes.data(), size);
-                const std::string back = At(file, place, kBlock);
-                wrong[number] = status == kOk && back == bytes ? "" : back;
-            }
-        });
-    }
-    std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
-    for (const std::string& each : wrong) {
-        EXPECT_EQ(each, "");
-    }
+    InThreads(kThreads, [&](int number) {
+        for (int round = 0; round < kRounds; ++round) {
+            const long long place = 10 + kBlock * (round % 7 * kThreads + number);
+            const std::string bytes(kBlock, static_cast<char>('a' + (round + number) % 26));
+            ASSERT_EQ(Put(file, place, bytes), kOk) << place;
+            ASSERT_EQ(At(file, place, kBlock), bytes) << place;
+        }
+    });
     char byte = 0;
     EXPECT_EQ(file.Read(byte), kOk);
     EXPECT_EQ(byte, '3') << "no position was moved";

@@ -1,85 +1,110 @@
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using kelFileTest = InDirectory;
 
 namespace {
 
-TEST(kelFile, CopiesAreClosedAssignmentsShareAndOpenTellsWhy) {
-    const TemporaryDirectory directory;
+TEST_F(kelFileTest, Assignments_ShareOneFileAndCopiesAreClosed) {
     kelFile source(directory.Write("file", "abcd"), kRead), copy(source);
-    kelFile target(directory / "former", kWrite | kBuffered);
-    EXPECT_TRUE(!copy.IsOpen() && target.WriteLine("closed") == kOk);
-    target = source;
-    EXPECT_EQ(ReadWhole(directory / "former"), "closed");
+    kelFile target("former", kWrite | kBuffered);
     char byte = 0;
-    EXPECT_TRUE(All(kOk, {source.Read(byte), target.Read(byte)}) && byte == 'b') << "one position";
+    EXPECT_FALSE(copy.IsOpen());
+    EXPECT_EQ(target.WriteLine("closed"), kOk);
+    target = source;
+    EXPECT_EQ(ReadWhole("former"), "closed");
+    EXPECT_THAT(Statuses({source.Read(byte), target.Read(byte)}), Each(kOk));
+    EXPECT_EQ(byte, 'b') << "one position";
     kelFile() = target = *&target;
     EXPECT_TRUE(source.IsOpen()) << "the last owner closes, not the first";
-    EXPECT_TRUE(target.Close() == kOk && !source.IsOpen());
+    EXPECT_EQ(target.Close(), kOk);
+    EXPECT_FALSE(source.IsOpen());
     EXPECT_EQ(source.GetFileName(), directory / "file") << "outlives the close";
-    EXPECT_EQ(source.Open(directory / kOddName, kWrite), kOk);
-    EXPECT_EQ(source.Open(directory / "file", kWrite | kelFile::ModeExclusive), kFailed);
-    EXPECT_TRUE(!source.IsOpen() && source.GetFileName().empty()) << "nothing of the former";
-    EXPECT_TRUE(All(kelStatusNotFound, {copy.Open("", kRead), copy.Open(directory / "no", kRead)}));
-    EXPECT_EQ(copy.Open(directory / "file", kelFile::ModeCreate), kelStatusAccessDenied);
-    EXPECT_EQ(copy.Open(directory.Path(), kRead), kOnWindows ? kelStatusAccessDenied : kOk);
-    EXPECT_EQ(copy.Open(directory / "file/x", kRead), kFailed);
 }
 
-TEST(kelFile, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
-    const TemporaryDirectory directory;
-    const Guard entered = WorkingDirectory(directory.Path());
+TEST_F(kelFileTest, Open_Table) {
+    directory.Write("file", "abcd");
+    constexpr int kDenied = kelStatusAccessDenied, kNone = kelStatusNotFound;
+    const struct {
+        std::string name;
+        int mode, status;
+    } rows[] = {{"", kRead, kNone},
+                {"no", kRead, kNone},
+                {"no", kReadWrite, kNone},
+                {"file/x", kRead, kFailed},
+                {".", kRead, kOnWindows ? kDenied : kOk},
+                {"file", 0, kDenied},
+                {"file", kelFile::ModeCreate, kDenied},
+                {"file", kWrite | kelFile::ModeExclusive, kFailed},
+                {"file", kRead, kOk},
+                {kOddName, kWrite | kelFile::ModeExclusive, kOk}};
+    for (const auto& [name, mode, status] : rows) {
+        SCOPED_TRACE("\"" + name + "\", mode " + std::to_string(mode));
+        kelFile file("file", kRead);
+        EXPECT_EQ(file.Open(name, mode), status);
+        EXPECT_EQ(file.IsOpen(), status == kOk) << "nothing of the former one stays";
+        EXPECT_EQ(file.GetFileName(), status == kOk ? name : "");
+    }
+    EXPECT_EQ(ReadWhole("file"), "abcd");
+    EXPECT_EQ(kelFile().Open("file", kWrite | kelFile::ModeTruncate), kOk);
+    EXPECT_EQ(ReadWhole("file"), "");
+}
+
+TEST_F(kelFileTest, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
     const std::string slash = directory / "", full = slash + std::string(121 - slash.size(), 'n');
     for (const std::string& form :
          {slash + "XXXXX", full + "nXXXXXX", slash + "XXXXXXa", std::string()}) {
         kelFile file(directory.Write("former"), kRead);
-        EXPECT_TRUE(file.CreateTemporaryFile(form) == kFailed && !file.IsOpen()) << form;
+        EXPECT_EQ(file.CreateTemporaryFile(form), kFailed) << form;
+        EXPECT_FALSE(file.IsOpen()) << form;
     }
     for (const std::string& form :
          {std::string("aXXXXXX"), slash + "XXXXXXXXX", full + std::string(79, 'X')}) {
+        SCOPED_TRACE(form);
         kelFile file(directory.Write("former"), kRead | kBuffered);
-        EXPECT_TRUE(All(kOk, {file.CreateTemporaryFile(form), file.Write('x')})) << form;
+        EXPECT_THAT(Statuses({file.CreateTemporaryFile(form), file.Write('x')}), Each(kOk));
         const std::string name = file.GetFileName();
         const std::size_t kept = std::min<std::size_t>(form.size() - 6, 121);
-        EXPECT_TRUE(name.size() == kept + 6 && fs::exists(name));
-        EXPECT_TRUE(kOnWindows || name.compare(0, kept, form, 0, kept) == 0) << "other X go there";
+        EXPECT_EQ(name.size(), kept + 6);
+        EXPECT_TRUE(fs::exists(name)) << name;
+        EXPECT_EQ(ModeOf(name), 0600U);
+        EXPECT_TRUE(kOnWindows || name.compare(0, kept, form, 0, kept) == 0) << name;
         fs::current_path(fs::temp_directory_path());
         file.Close();
         fs::current_path(directory.Path());
-        EXPECT_FALSE(fs::exists(name)) << form;
+        EXPECT_FALSE(fs::exists(name)) << name;
     }
 }
 
-/// The reads and writes that must come out alike with and without the runtime's buffer.
-class kelFileData : public testing::TestWithParam<int> {
+/// Reads and writes that come out alike with and without a buffer.
+class kelFileData : public InDirectory, public testing::WithParamInterface<int> {
 protected:
-    kelFile Make(const std::string& content = "") const {
-        return {directory.Write("file", content), kReadWrite | GetParam()};
+    kelFile Make(const std::string& content = "", int mode = 0) const {
+        return {directory.Write("file", content), kReadWrite | GetParam() | mode};
     }
-    std::string Content() const { return ReadWhole(directory / "file"); }
 
     /// Writes the value, looks at its bytes in the file, reads it back, and then from a file that
     /// ends within it.
     template <typename T>
     void RoundTrip(T value, const std::string& bytes) const {
-        kelFile file = Make();
+        SCOPED_TRACE(value);
         auto back = static_cast<T>(-1);  // all ones, but for fractions
-        EXPECT_TRUE(All(kOk, {file.Write(value), file.SeekToBegin(), file.Read(back)}));
-        EXPECT_TRUE(back == value && Content() == bytes) << value;
-        EXPECT_TRUE(file.Read(back) == kFailed && file.EndOfFile());
-        kelFile reading(file.GetFileName(), kRead | GetParam());
         unsigned long long size = 1;
-        EXPECT_TRUE(
-            All(kFailed, {kelFile().Read(back), kelFile().Write(value), reading.Write(value),
-                          kelFile().Read(&back, size), kelFile().Write(&value, size)}));
+        kelFile file = Make(), closed, reading("file", kRead | GetParam());
+        EXPECT_THAT(Statuses({file.Write(value), file.SeekToBegin(), file.Read(back)}), Each(kOk));
+        EXPECT_EQ(back, value);
+        EXPECT_EQ(ReadWhole("file"), bytes);
+        EXPECT_EQ(file.Read(back), kFailed);
+        EXPECT_TRUE(file.EndOfFile());
+        EXPECT_THAT(Statuses({closed.Read(back), closed.Write(value), reading.Write(value),
+                              closed.Read(&back, size), closed.Write(&value, size)}),
+                    Each(kFailed));
         kelFile cut = Make("\x01");
         std::memset(&back, 0xEE, sizeof back);
         EXPECT_EQ(cut.Read(back), kOk);
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(&back), sizeof back),
                   "\x01" + std::string(sizeof back - 1, '\xEE'));
     }
-
-    const TemporaryDirectory directory;
 };
 INSTANTIATE_TEST_SUITE_P(Modes, kelFileData, testing::Values(0, kBuffered));
 
@@ -89,19 +114,23 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
     RoundTrip(L'\u20AC', "\xAC\x20");
     RoundTrip(0xFFFFFFFEU, "\xFE\xFF\xFF\xFF");
     RoundTrip(-2147483647L - 1, std::string("\0\0\0\x80", 4));
-    RoundTrip(0xFFFFFFFDUL, "\xFD\xFF\xFF\xFF");
+    RoundTrip(2147483647L, "\xFF\xFF\xFF\x7F");
+    RoundTrip(0xFFFFFFFFUL, "\xFF\xFF\xFF\xFF");
     RoundTrip(-2, "\xFE\xFF\xFF\xFF");
     RoundTrip('a', "a");
     RoundTrip(1.0F, std::string("\x00\x00\x80\x3F", 4));
     RoundTrip(1.0, std::string("\x00\x00\x00\x00\x00\x00\xF0\x3F", 8));
     if (!kOnWindows) {  // where the types are no wider than in the file
+        RoundTrip(static_cast<wchar_t>(0xFFFF), "\xFF\xFF");
         kelFile file = Make();
-        EXPECT_TRUE(All(kFailed, {file.Write(static_cast<long>(0x80000000LL)),
-                                  file.Write(static_cast<long>(-0x80000001LL)),
-                                  file.Write(static_cast<unsigned long>(0x100000000ULL)),
-                                  file.Write(static_cast<wchar_t>(0x10000))}));
+        EXPECT_THAT(Statuses({file.Write(static_cast<long>(0x80000000LL)),
+                              file.Write(static_cast<long>(-0x80000001LL)),
+                              file.Write(static_cast<unsigned long>(0x100000000ULL)),
+                              file.Write(static_cast<wchar_t>(0x10000)),
+                              file.Write(static_cast<wchar_t>(-1))}),
+                    Each(kFailed));
         EXPECT_EQ(file.Close(), kOk);
-        EXPECT_EQ(Content(), "");
+        EXPECT_EQ(ReadWhole("file"), "");
     }
 }
 
@@ -110,44 +139,72 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     EXPECT_FALSE(file.EndOfFile()) << "nothing has met it yet";
     short block[8] = {};
     unsigned long long size = sizeof block;
-    EXPECT_TRUE(file.Read(block, size) == kOk && size == 10) << "a part is a success";
-    EXPECT_TRUE(file.Read(block, size) == kFailed && size == 0);
     char byte = 0;
-    EXPECT_TRUE(
-        All(kOk, {file.SeekToBegin(), file.Read(byte), file.WriteLine("ab"), file.Read(byte)}));
+    EXPECT_EQ(file.Read(block, size), kOk) << "a part is a success";
+    EXPECT_EQ(size, 10U);
+    EXPECT_EQ(file.Read(block, size), kFailed);
+    EXPECT_EQ(size, 0U);
+    EXPECT_THAT(
+        Statuses({file.SeekToBegin(), file.Read(byte), file.WriteLine("ab"), file.Read(byte)}),
+        Each(kOk));
     EXPECT_EQ(byte, '3') << "a write goes behind what was read";
-    EXPECT_TRUE(All(kOk, {file.Write('c'), file.Flush()}) && Content() == "0ab3c56789");
-    EXPECT_TRUE(file.SeekToEnd() == kOk && file.Read(byte) == kFailed && file.EndOfFile());
-    EXPECT_TRUE(file.SeekTo(-1) == kFailed && !file.EndOfFile()) << "which hides the end";
+    EXPECT_THAT(Statuses({file.Write('c'), file.Flush()}), Each(kOk));
+    EXPECT_EQ(ReadWhole("file"), "0ab3c56789");
+    EXPECT_THAT(Statuses({file.SeekToEnd(), file.Read(byte)}), ElementsAre(kOk, kFailed));
+    EXPECT_TRUE(file.EndOfFile());
+    EXPECT_EQ(file.SeekTo(-1), kFailed);
+    EXPECT_FALSE(file.EndOfFile()) << "which the seek hides";
     size = 3;
     const std::string large(9000, 'l');  // more than a buffer takes
-    EXPECT_TRUE(All(kOk, {file.SeekTo(12), file.Write(L"x", size), file.WriteLine(large.c_str()),
-                          file.Close()}));
-    EXPECT_EQ(Content(), std::string("0ab3c56789\0\0x\0\0", 15) + large) << "beyond the end";
-    kelFile appending(file.GetFileName(), kReadWrite | kelFile::ModeAppend | GetParam());
-    EXPECT_TRUE(All(
-        kOk, {appending.WriteLine("z"), appending.SeekTo(9014), appending.Read(block, size = 3)}));
-    EXPECT_TRUE(size == 2 && std::memcmp(block, "lz", 2) == 0) << "at the end";
+    EXPECT_THAT(Statuses({file.SeekTo(12), file.Write(L"x", size), file.WriteLine(large.c_str()),
+                          file.Close()}),
+                Each(kOk));
+    EXPECT_EQ(ReadWhole("file"), std::string("0ab3c56789\0\0x\0\0", 15) + large);
+}
+
+TEST_P(kelFileData, Appending_GoesBehindWhateverIsThereAndReadsFromTheStart) {
+    constexpr int kAppend = kelFile::ModeAppend;
+    kelFile file = Make("old", kAppend), other("file", kWrite | kAppend);
+    char line[16] = "";
+    EXPECT_EQ(file.ReadLine(line, sizeof line), kOk);
+    EXPECT_STREQ(line, "old");
+    for (kelFile* each : {&file, &other, &file}) {
+        EXPECT_EQ(each->SeekToBegin(), kOk) << "which moves no write";
+        EXPECT_THAT(Statuses({each->WriteLine("12"), each->Flush()}), Each(kOk));
+    }
+    EXPECT_EQ(ReadWhole("file"), "old121212");
+    EXPECT_THAT(Statuses({file.SeekTo(8), file.ReadLine(line, sizeof line)}), Each(kOk));
+    EXPECT_STREQ(line, "2");
+    kelFile again("file", kReadWrite | kAppend | kelFile::ModeTruncate | GetParam());
+    EXPECT_EQ(ReadWhole("file"), "");
+    EXPECT_THAT(Statuses({other.WriteLine("4"), again.WriteLine("5"), again.Close()}), Each(kOk));
+    EXPECT_EQ(ReadWhole("file"), "45");
 }
 
 TEST_P(kelFileData, ReadLine_TakesPiecesThatFitAndRefusalsChangeNothing) {
     kelFile file = Make("a\r\nabcdef\ng"), closed;
     char buffer[16] = "x";
     EXPECT_EQ(file.ReadLine(buffer, 1), kOk) << "takes nothing";
-    for (const std::string line : {"a\r\n", "abc", "def", "\n", "g"}) {
+    EXPECT_STREQ(buffer, "");
+    for (const char* line : {"a\r\n", "abc", "def", "\n", "g"}) {
         EXPECT_EQ(file.ReadLine(buffer, 4), kOk);
-        EXPECT_EQ(buffer, line);
+        EXPECT_STREQ(buffer, line);
     }
     EXPECT_EQ(file.ReadLine(buffer, 4), kFailed);
-    EXPECT_TRUE(file.EndOfFile() && *buffer == '\0');
-    kelFile reading(file.GetFileName(), kRead | GetParam());
+    EXPECT_TRUE(file.EndOfFile());
+    EXPECT_STREQ(buffer, "");
+    kelFile reading("file", kRead | GetParam());
     unsigned long long size = 2, rest = 4;
-    EXPECT_TRUE(All(
-        kFailed, {reading.Write(buffer, size), reading.WriteLine("x"), closed.Read(buffer, rest),
+    EXPECT_THAT(
+        Statuses({reading.Write(buffer, size), reading.WriteLine("x"), closed.Read(buffer, rest),
                   closed.Write(buffer, rest), closed.ReadLine(buffer, 4), closed.SeekTo(0),
-                  closed.Flush(), closed.WriteLine(buffer), closed.SeekToEnd(), closed.Close()}));
-    EXPECT_TRUE(closed.EndOfFile() && rest == 4 && size == 0);
-    EXPECT_TRUE(reading.Read(*buffer) == kOk && reading.Close() == kOk) << "refused, and no more";
+                  closed.SeekToBegin(), closed.SeekToEnd(), closed.Flush(),
+                  closed.WriteLine(buffer), closed.Close()}),
+        Each(kFailed));
+    EXPECT_TRUE(closed.EndOfFile());
+    EXPECT_EQ(rest, 4U) << "closed";
+    EXPECT_EQ(size, 0U) << "opened for reading";
+    EXPECT_THAT(Statuses({reading.Read(*buffer), reading.Close()}), Each(kOk)) << "still usable";
 }
 
 }  // namespace

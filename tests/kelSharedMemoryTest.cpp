@@ -10,7 +10,7 @@ bool Stands(const std::string& name) {
     return Memory().Attach(name) == kOk;
 }
 
-struct kelSharedMemoryStates : testing::Test {
+struct kelSharedMemoryTest : testing::Test {
     /// A new object that is E(mpty), O(wner), A(ttached) to the segment of `peer`, or X, ended.
     Memory Make(char state) {
         Memory object;
@@ -33,7 +33,7 @@ struct kelSharedMemoryStates : testing::Test {
     Memory peer, elsewhere;
 };
 
-TEST_F(kelSharedMemoryStates, EveryOperationOnACopyInEveryState) {
+TEST_F(kelSharedMemoryTest, EveryOperationOnACopyInEveryState) {
     // From E, O, A, X: + ok or - failed, the state after, * `own` stands.
     const std::pair<const char*, std::function<int(Memory&)>> rows[] = {
         {" +O* +O* +A* -X", [&](Memory& it) { return it.Create(8, own); }},
@@ -48,6 +48,7 @@ TEST_F(kelSharedMemoryStates, EveryOperationOnACopyInEveryState) {
     };
     for (const auto& [expected, call] : rows) {
         std::string answers;
+        SCOPED_TRACE(expected);
         for (const char state : {'E', 'O', 'A', 'X'}) {
             Memory object = Make(state), assigned;
             ASSERT_EQ(StateOf(object), state);
@@ -65,20 +66,24 @@ TEST_F(kelSharedMemoryStates, EveryOperationOnACopyInEveryState) {
     }
 }
 
-TEST_F(kelSharedMemoryStates, Sizes_AreExactOrRefusedWithoutAName) {
+TEST_F(kelSharedMemoryTest, Sizes_AreExactOrRefusedWithoutAName) {
     for (const unsigned long long size : {0ULL, 1ULL, 4087ULL, 4088ULL, 4089ULL, 40ULL << 20U}) {
+        SCOPED_TRACE(size);
         Memory owner, attached;
-        ASSERT_EQ(owner.Create(size, own) + attached.Attach(own), kOk) << size;
-        EXPECT_TRUE(owner.GetSize() == size && attached.GetSize() == size) << size;
+        ASSERT_THAT(Statuses({owner.Create(size, own), attached.Attach(own)}), Each(kOk));
+        EXPECT_EQ(owner.GetSize(), size);
+        EXPECT_EQ(attached.GetSize(), size);
         char* const bytes = static_cast<char*>(owner.GetBaseAddress());
-        EXPECT_TRUE(std::all_of(bytes, bytes + size, [](char each) { return each == '\0'; }));
+        EXPECT_EQ(std::count(bytes, bytes + size, '\0'), std::ptrdiff_t(size));
         std::memset(bytes, 'z', size);
         EXPECT_EQ(std::memcmp(bytes, attached.GetBaseAddress(), size), 0);
-        EXPECT_EQ(Memory().Remove(own) + Memory().Create(8, own), kOk) << "while it is held";
+        EXPECT_EQ(Memory().Remove(own), kOk) << "while it is held";
+        EXPECT_EQ(Memory().Create(8, own), kOk) << "while the former one is held";
     }
     for (const unsigned long long size : {1ULL << 41U, 1ULL << 63U, ~0ULL - 8, ~0ULL - 7, ~0ULL}) {
         Memory memory;
-        EXPECT_TRUE(memory.Create(size, own) == kFailed && memory.Create(1, own) == kOk) << size;
+        EXPECT_EQ(memory.Create(size, own), kFailed) << size;
+        EXPECT_EQ(memory.Create(1, own), kOk) << size;
     }
 }
 

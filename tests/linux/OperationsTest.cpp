@@ -1,9 +1,8 @@
-// Operations of every class on Linux: in several copies of the library, on the least stack, in
-// threads that are cancelled, and in a sandbox; and figures beside those that the system tells.
+// Operations on Linux in several copies of the library and in a sandbox; and figures beside those
+// that the system tells.
 
 #include <dlfcn.h>
 #include <grp.h>
-#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include "support/Faults.h"
 
 using namespace zukel::test;
+using Operations = InDirectory;
 
 namespace {
 
@@ -37,129 +37,7 @@ TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItAtTheSameTime) {
     }
 }
 
-TEST(Runtime, AFailedStart_LeavesNoUserAndTheNextOneSucceeds) {
-    zuString name;
-    for (const bool fails : {true, false, true, false}) {
-        const auto before = WhatIsHeld();
-        const Guard armed = Arm({fails ? FaultSource::Runtime : FaultSource::None});
-        EXPECT_EQ(UnderFaults([&] { return kelLibrary().GetHostName(name); }),
-                  fails ? kFailed : kOk);
-        EXPECT_EQ(fault.struck, fails ? "apr_initialize" : "");
-        EXPECT_EQ(WhatIsHeld(), before) << "users of APR, its pools, blocks, descriptors";
-    }
-    char expected[256] = "";
-    EXPECT_EQ(gethostname(expected, sizeof expected), 0);
-    EXPECT_EQ(name, expected);
-}
-
-/// An operation; false when it fails.
-struct Operation {
-    const char* what;
-    std::function<bool()> call;
-};
-#define OPERATION(...)                                      \
-    {                                                       \
-#__VA_ARGS__, [&]() -> bool { return __VA_ARGS__; } \
-    }
-
-/// Runs the operation in a thread, and in a process of its own, which it may end. The process ends
-/// with 0 when the operation has succeeded and the thread has ended as expected.
-///
-/// @param cancelled whether the thread is cancelled before the operation begins.
-[[noreturn]] void RunInThread(const Operation& operation, std::size_t stack, bool cancelled) {
-    static const Operation* running = nullptr;
-    static bool cancels = false, succeeded = false;
-    running = &operation, cancels = cancelled;
-    const auto body = [](void*) -> void* {
-        cancels ? pthread_cancel(pthread_self()) : 0;
-        succeeded = running->call();
-        pthread_testcancel();
-        return nullptr;
-    };
-    pthread_attr_t attributes;
-    pthread_t thread;
-    void* result = nullptr;
-    pthread_attr_init(&attributes);
-    const bool ran = pthread_attr_setstacksize(&attributes, stack) == 0 &&
-                     pthread_create(&thread, &attributes, body, nullptr) == 0 &&
-                     pthread_join(thread, &result) == 0;
-    _exit(ran && succeeded && result == (cancelled ? PTHREAD_CANCELED : nullptr) ? 0 : 1);
-}
-
-// Instrumented code takes several times the stack.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kLeastStack = 1 << 20;
-#else
-constexpr std::size_t kLeastStack = 16 << 10;
-#endif
-
-TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
-    const TemporaryDirectory place, beyond("/dev/shm");
-    const std::string file = place.Write("file", "a line\nand another one\n"), to = place / "to";
-    const std::string script = place.Write("script", "exit 0"), segment = place / "segment";
-    fs::permissions(script, fs::perms::owner_all);
-    kelMemoryInfo memory;
-    zuDiskInfo disk;
-    zuString text;
-    char line[80];
-    kelSharedMemory owner, other;
-    kelProcess process;
-    ASSERT_EQ(owner.Create(100, segment), kOk);
-    const Operation operations[] = {
-        OPERATION((kelSystem::GetMemoryDetails(memory), memory.totalPhysical > 0)),
-        OPERATION(kelSystem::GetFreeDiskSpace("/", disk)),
-        OPERATION(kelSharedMemory().Create(40 << 20, segment + "2") == kOk),
-        OPERATION(other.Attach(segment) == kOk),
-        OPERATION(kelSharedMemory().Create(100, segment) == kFailed),
-        OPERATION(other.Create(100, to) == kOk && kelSharedMemory().Remove(to) == kOk),
-        OPERATION(kelProcess().Start("true", {"x"}, "/", true) == kOk),
-        OPERATION(kelProcess().Start(script, false) == kOk),
-        OPERATION(kelProcess().Start("no-such-program", false) == kFailed),
-        OPERATION(process.Start("sleep", {"30"}, false) == kOk && process.Kill() == kOk),
-        OPERATION(kelProcess::IsRunning(getpid()) && !process.IsRunning()),
-        OPERATION(kelLibrary().GetHostName(text) == kOk),
-        OPERATION(kelTime::GetNow().GetFormatTime(text, "%Y %B %d %H:%M:%S") == kOk),
-        OPERATION(kelCPUInfo::GetNumProcessors() > 0),
-        OPERATION(kelProcess().Start("true", {"x"}, "/", {to}, true) == kOk),
-        OPERATION(kelFile(file, kReadWrite | kBuffered).ReadLine(line, sizeof line) == kOk),
-        OPERATION(kelFile(to, kWrite | kBuffered).WriteLine("text") == kOk),
-        OPERATION(kelFile().CreateTemporaryFile(to + "XXXXXX") == kOk),
-        OPERATION(kelFile::Copy(file, to, 0x644) == kOk),
-        OPERATION(kelFile::NativeCopy(file, to, 0) == kOk),
-        OPERATION(kelFile::SetPermissions(to, 0x600) == kOk &&
-                  kelFile::Rename(to, to + "2") == kOk &&
-                  kelFile::Rename(to + "2", beyond / "to") == kOk &&
-                  kelFile::Delete(beyond / "to") == kOk && kelFile::Copy(file, to, 0x644) == kOk),
-        OPERATION(kelFile::Exists(file) && kelFile(file, kRead).IsReadable()),
-        OPERATION(kelFileInfo(file).GetSize() == 23),
-        OPERATION(kelDirectory::GetFileNames(place.Path()).size() > 1),
-        OPERATION(kelDirectory::Create(place / "a/b/c", 0x755, true) == kOk),
-        OPERATION(kelDirectory::SetCurrentDirectory("/") == kOk),
-        OPERATION(kelDirectory::GetCurrentDirectory() != ""),
-        OPERATION(kelDirectory::GetAbsolutePath("a/../b") != ""),
-        OPERATION(kelDirectory::GetRelativePath("/usr", "/usr/bin") != ""),
-        OPERATION(kelLibrary().GetUserDirectory(text) == kOk),
-        OPERATION(kelLibrary().SetEnvironmentVariable("ZUKEL_X", file) == kOk),
-        OPERATION(kelLibrary::GetAbsoluteFileName("$PATH/x")[0] != '$'),
-    };
-    const Operation cancellable[] = {
-        // inside APR, and by a module's own code
-        OPERATION(kelLibrary().GetTempDir() != ""),
-        OPERATION(kelDynamicObject().LoadLibrary(ZUKEL_TEST_MODULES "/first.dll") == kOk),
-    };
-    constexpr std::size_t kUsualStack = 1 << 20;
-    const auto ends = testing::ExitedWithCode(0);
-    for (const Operation& each : operations) {
-        EXPECT_EXIT(RunInThread(each, kLeastStack, false), ends, "") << each.what;
-        EXPECT_EXIT(RunInThread(each, kUsualStack, true), ends, "") << each.what << ", cancelled";
-    }
-    for (const Operation& each : cancellable) {
-        EXPECT_EXIT(RunInThread(each, kLeastStack, false), ends, "") << each.what;
-    }
-}
-
-TEST(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
-    const TemporaryDirectory directory;
+TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
     fs::permissions(directory.Path(), fs::perms::all);
     const std::string name = directory.Write("file");
     kelFile file(name, kRead);
@@ -202,7 +80,7 @@ unsigned long long Field(const std::string& name) {
     return std::stoull(text.substr(text.find("\n" + name + ":") + name.size() + 2));
 }
 
-TEST(Operations, FiguresAreThoseOfTheSystem) {
+TEST_F(Operations, FiguresAreThoseOfTheSystem) {
     EXPECT_EQ(kelSystem::TotalPagingMemory(), Field("CommitLimit"));
     zuDiskInfo disk{};
     const auto freeBytes = [&] {

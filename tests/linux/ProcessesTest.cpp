@@ -52,7 +52,7 @@ TEST(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
         }
     }
     EXPECT_EQ(waitpid(other, nullptr, 0), other) << "nobody else's to collect";
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {

@@ -14,39 +14,40 @@
 #include <csignal>
 #include <cstddef>
 
+#include "linux/Users.h"
 #include "platform/FileOperations.h"
 #include "support/Faults.h"
 
 using namespace zukel::test;
+using Transfers = InMemory;
+using TransfersOnDisk = InDirectory;
 
 namespace {
 
 struct Way {
     std::string name;
     std::function<bool(const std::string&, const std::string&)> transfer;
+
+    /// The same with faults.
+    bool operator()(const std::string& from, const std::string& to) const {
+        return UnderFaults([&] { return transfer(from, to); });
+    }
 };
-const Way kCopy{"Copy", [](const auto& from, const auto& to) {
+const Way kCopy{"Copy", [](auto& from, auto& to) {
                     return kelFile::Copy(from, to, kelFileInfo::PermissionOfSource) == kOk;
                 }};
-const Way kNativeCopy{"NativeCopy", [](const auto& from, const auto& to) {
-                          return kelFile::NativeCopy(from, to, 0) == kOk;
-                      }};
-const Way kMove{"Move", [](const auto& from, const auto& to) {
+const Way kNativeCopy{"NativeCopy",
+                      [](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0) == kOk; }};
+const Way kMove{"Move", [](auto& from, auto& to) {
                     return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str());
                 }};
-const Way kWays[] = {kCopy, kNativeCopy, kMove};
+const Way kCopies[] = {kCopy, kNativeCopy}, kWays[] = {kCopy, kNativeCopy, kMove};
 
-/// Bytes without a pattern.
-std::string Noise(std::size_t size) {
-    std::string text(size, '\0');
-    std::generate(text.begin(), text.end(), std::minstd_rand());
-    return text;
-}
-
-struct stat Facts(const std::string& name) {
+/// 512 bytes each.
+blkcnt_t BlocksOf(const std::string& name) {
     struct stat facts {};
-    EXPECT_EQ(lstat(name.c_str(), &facts), 0) << name;
-    return facts;
+    EXPECT_EQ(stat(name.c_str(), &facts), 0) << name;
+    return facts.st_blocks;
 }
 
 /// Does the work in a thread to which the system answers a call with `error`, where that argument
@@ -68,10 +69,8 @@ void InSandbox(unsigned call, std::size_t argument, unsigned bits, unsigned erro
     }).join();
 }
 
-TEST(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
-    const TemporaryDirectory place("/dev/shm");
-    const std::string from = place.Write("from", Noise(400000)), pipe = place / "pipe";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+TEST_F(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
+    directory.Write("from", Noise(400000));
     const rlimit limit{100000, RLIM_INFINITY}, none{RLIM_INFINITY, RLIM_INFINITY};
     sigset_t own, pending, blocked;
     sigemptyset(&own);
@@ -82,104 +81,123 @@ TEST(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
             raise(SIGXFSZ);
         }
         for (const Way& way : kWays) {
-            SCOPED_TRACE(way.name);
-            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-            EXPECT_FALSE(way.transfer(from, place / "to"));
-            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-            EXPECT_EQ(place.Count(), 2) << "a part is left";
-            EXPECT_EQ(Facts(from).st_size, 400000);
-            EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
-            EXPECT_EQ(sigismember(&blocked, SIGXFSZ), isPending);
-            EXPECT_EQ(sigismember(&blocked, SIGIO), 0);
-            EXPECT_EQ(sigpending(&pending), 0);
-            EXPECT_EQ(sigismember(&pending, SIGXFSZ), isPending);
+            for (const bool exists : {false, true}) {
+                SCOPED_TRACE(way.name + (exists ? " to a file" : ""));
+                fs::create_hard_link(exists ? directory.Write("to", "old") : "from", "hard");
+                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+                EXPECT_FALSE(way.transfer("from", "to"));
+                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+                EXPECT_EQ(fs::exists("to"), exists && way.name == "Move") << "a part is left";
+                EXPECT_EQ(fs::file_size("hard"), !exists ? 400000U : way.name == "Move" ? 3U : 0U);
+                EXPECT_EQ(fs::file_size("from"), 400000U);
+                EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
+                EXPECT_EQ(sigismember(&blocked, SIGXFSZ), isPending);
+                EXPECT_EQ(sigismember(&blocked, SIGIO), 0);
+                EXPECT_EQ(sigpending(&pending), 0);
+                EXPECT_EQ(sigismember(&pending, SIGXFSZ), isPending);
+                fs::remove("hard"), fs::remove("to");
+            }
         }
     }
-    for (const Way& way : {kCopy, kNativeCopy}) {
-        std::thread reader([&] { std::ifstream(pipe).get(); });
-        EXPECT_FALSE(way.transfer(from, pipe)) << way.name;
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    for (const Way& way : kCopies) {
+        SCOPED_TRACE(way.name);
+        std::thread reader([] { std::ifstream("pipe").get(); });
+        EXPECT_FALSE(way.transfer("from", "pipe"));
         reader.join();
-        EXPECT_FALSE(way.transfer(pipe, pipe)) << "this would wait for ever";
-        EXPECT_TRUE(S_ISFIFO(Facts(pipe).st_mode));
+        EXPECT_FALSE(way.transfer("pipe", "pipe")) << "this would wait for ever";
+        EXPECT_TRUE(fs::is_fifo("pipe"));
+        EXPECT_FALSE(way.transfer("from", "/dev/full"));
     }
 }
 
-TEST(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
-    // Entries as "u6": the owner, a named user, the group, a named group, the mask, the others.
-    const auto list = [](const std::string& entries) {
-        std::string bytes("\2\0\0\0", 4);
-        for (std::size_t at = 0; at + 1 < entries.size(); at += 3) {
-            const char tag = static_cast<char>(1U << std::string("uUgGmo").find(entries[at]));
-            const bool named = tag == 2 || tag == 8;
-            bytes += {tag, 0, static_cast<char>(entries[at + 1] - '0'), 0};
-            bytes += named ? std::string("\xD2\4\0\0", 4) : std::string(4, '\xFF');
+TEST_F(Transfers, SourcesThatCannotBeRead_LeaveTheTarget) {
+    directory.Write("to", "old");
+    fs::create_directory("folder");
+    for (const Way& way : kCopies) {
+        for (const char* const from : {"missing", "folder", "/proc/self/mem"}) {
+            EXPECT_FALSE(way.transfer(from, "to")) << way.name << " from " << from;
+            EXPECT_EQ(ReadWhole("to"), "old") << way.name << " from " << from;
         }
-        return entries.empty() ? "" : bytes;
-    };
-    const auto get = [](const std::string& name) {
+    }
+}
+
+/// Entries as "u6": the owner, a named user, the group, a named group, the mask, the others.
+std::string AccessList(const std::string& entries) {
+    std::string bytes("\2\0\0\0", 4);
+    for (std::size_t at = 0; at + 1 < entries.size(); at += 3) {
+        const char tag = static_cast<char>(1U << std::string("uUgGmo").find(entries[at]));
+        bytes += {tag, 0, static_cast<char>(entries[at + 1] - '0'), 0};
+        bytes += tag == 2 || tag == 8 ? std::string("\xD2\4\0\0", 4) : std::string(4, '\xFF');
+    }
+    return entries.empty() ? "" : bytes;
+}
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
+    const auto get = [](const char* name) {
         char value[200];
-        const ssize_t size = getxattr(name.c_str(), "system.posix_acl_access", value, 200);
+        const ssize_t size = getxattr(name, kAccessList, value, sizeof value);
         return std::string(value, size > 0 ? static_cast<std::size_t>(size) : 0);
     };
     const struct {
-        std::string list;
+        const char* list;
         unsigned mode, alone;  ///< As it shows, and on a volume without lists.
-    } cases[] = {{"", 0640, 0640},
-                 {"u6 U4 g0 m4 o0", 0640, 0600},  // a user more than the group,
-                 {"u7 U4 g5 m7 o5", 0775, 0744},  // less than the others;
-                 {"u6 g6 G4 m6 o6", 0666, 0664},  // a group,
-                 {"u6 g6 G6 m4 o6", 0646, 0644},  // the mask less than the others;
-                 {"u6 g6 m4 o6", 0646, 0646}};    // nobody named
-    const TemporaryDirectory place("/dev/shm");
-    const std::string from = place / "from", to = place / "to", folders = list(cases[1].list);
-    if (setxattr(place.Path().c_str(), "system.posix_acl_default", folders.data(), folders.size(),
-                 0) != 0) {
+    } rows[] = {{"", 0640, 0640},
+                {"u6 U4 g0 m4 o0", 0640, 0600},  // a user more than the group,
+                {"u7 U4 g5 m7 o5", 0775, 0744},  // less than the others;
+                {"u6 g6 G4 m6 o6", 0666, 0664},  // a group,
+                {"u6 g6 G6 m4 o6", 0646, 0644},  // the mask less than the others;
+                {"u6 g6 m4 o6", 0646, 0646}};    // nobody named
+    const std::string folders = AccessList(rows[1].list);
+    if (setxattr(".", "system.posix_acl_default", folders.data(), folders.size(), 0) != 0) {
         GTEST_SKIP() << "no access lists here";
     }
-    for (const auto& each : cases) {
+    for (const auto& row : rows) {
         for (const Way& way : kWays) {
-            for (const bool keeps : {true, false}) {
-                SCOPED_TRACE(way.name + ", " + each.list + (keeps ? "" : ", kept nowhere"));
-                place.Write("from", "text");
-                removexattr(from.c_str(), "system.posix_acl_access");
-                EXPECT_EQ(chmod(from.c_str(), each.mode), 0);
-                const std::string own = list(each.list);
-                EXPECT_TRUE(own.empty() || setxattr(from.c_str(), "system.posix_acl_access",
-                                                    own.data(), own.size(), 0) == 0);
-                const Guard lacking = AtCall("fsetxattr", [&] { return keeps ? 0 : ENOTSUP; });
-                EXPECT_TRUE(UnderFaults([&] { return way.transfer(from, to); }));
-                EXPECT_EQ(get(to), keeps ? own : "");
-                EXPECT_EQ(ModeOf(to), keeps ? each.mode : each.alone);
-                fs::remove(to);
+            for (const int error : {0, ENOTSUP}) {
+                SCOPED_TRACE(way.name + ", " + row.list + (error == 0 ? "" : ", kept nowhere"));
+                const std::string own = AccessList(row.list), from = directory.Write("from");
+                removexattr("from", kAccessList);
+                fs::permissions("from", fs::perms(row.mode));
+                if (!own.empty()) {
+                    EXPECT_EQ(setxattr("from", kAccessList, own.data(), own.size(), 0), 0);
+                }
+                const Guard lacking = AtCall("fsetxattr", [&] { return error; });
+                EXPECT_TRUE(way("from", "to"));
+                EXPECT_EQ(get("to"), error == 0 ? own : "");
+                EXPECT_EQ(ModeOf("to"), error == 0 ? row.mode : row.alone);
+                fs::remove("to");
             }
         }
     }
 }
 
-TEST(Transfers, RefusedAndInterruptedCalls_FailNothing) {
-    const TemporaryDirectory disk, memory("/dev/shm");  // nothing is synced on the first
+TEST_F(Transfers, RefusedAndInterruptedCalls_FailNothing) {
+    const TemporaryDirectory disk;  // where copies sync nothing
     const std::string text = Noise(1100000);
     const struct {
         std::vector<const char*> calls;
         std::vector<int> errors;
-    } cases[] = {{{"fchmod", "fchown", "futimens", "fremovexattr", "fgetxattr", "flistxattr",
-                   "copy_file_range", "ioctl", "fallocate", "mmap", "renameat2", "fcntl"},
-                  {ENOSYS, EACCES, EPERM, ENOTSUP, EINVAL}},
-                 {{"open", "openat", "read", "write", "ftruncate", "copy_file_range", "ioctl",
-                   "fallocate", "fsync"},
-                  {EINTR}}};
+    } rows[] = {{{"fchmod", "fchown", "futimens", "fremovexattr", "fgetxattr", "flistxattr",
+                  "copy_file_range", "ioctl", "fallocate", "mmap", "renameat2", "fcntl"},
+                 {ENOSYS, EACCES, EPERM, ENOTSUP, EINVAL}},
+                {{"open", "openat", "read", "write", "ftruncate", "copy_file_range", "ioctl",
+                  "fallocate", "fsync"},
+                 {EINTR}}};
     const auto tryIt = [&](const Way& way, const char* call, int error) {
-        const TemporaryDirectory& place = way.name == "Move" ? memory : disk;
+        const TemporaryDirectory& place = way.name == "Move" ? directory : disk;
         const std::string from = place.Write("from", text), to = place.Write("to", "old");
         SCOPED_TRACE(way.name + ": " + call + ", " + std::strerror(error));
         int calls = 0;
         const Guard at = AtCall(call, [&] { return error != EINTR || ++calls == 1 ? error : 0; });
-        EXPECT_TRUE(UnderFaults([&] { return way.transfer(from, to); }));
+        EXPECT_TRUE(way(from, to));
         EXPECT_TRUE(ReadWhole(to) == text);
     };
-    for (const auto& each : cases) {
-        for (const char* call : each.calls) {
-            for (const int error : each.errors) {
+    for (const auto& row : rows) {
+        for (const char* call : row.calls) {
+            for (const int error : row.errors) {
                 for (const Way& way : kWays) {
                     tryIt(way, call, error);
                 }
@@ -188,135 +206,108 @@ TEST(Transfers, RefusedAndInterruptedCalls_FailNothing) {
     }
 }
 
-TEST(Transfers, Contents_AreWholeWhateverTheKernelCopies) {
-    const TemporaryDirectory place;
-    const std::string text = Noise(3U << 20U), from = place.Write("from", text), to = place / "to";
+TEST_F(TransfersOnDisk, Contents_AreWholeWhateverTheKernelCopies) {
+    const std::string text = Noise(3U << 20U);
+    directory.Write("from", text);
     InSandbox(SYS_copy_file_range, 4, 1U << 30U, 0, [&] {
-        EXPECT_TRUE(kCopy.transfer(from, to));
-        EXPECT_TRUE(ReadWhole(to) == text) << "the kernel said that there is no more";
+        EXPECT_TRUE(kCopy.transfer("from", "to"));
+        EXPECT_TRUE(ReadWhole("to") == text) << "the kernel said that there is no more";
     });
     for (const char* call : {"fallocate", "mmap", "write", "munmap", "copy_file_range"}) {
         SCOPED_TRACE(std::string("the source is truncated before ") + call);
-        std::ofstream(from, std::ios::binary) << text;
+        directory.Write("from", text);
         {
-            const Guard shrinks = AtCall(call, [&] { return fs::resize_file(from, 1234567), 0; });
-            EXPECT_TRUE(UnderFaults([&] { return kCopy.transfer(from, to); }));
+            const Guard shrinks = AtCall(call, [] { return fs::resize_file("from", 1234567), 0; });
+            EXPECT_TRUE(kCopy("from", "to"));
         }
-        EXPECT_TRUE(ReadWhole(to) == text.substr(0, 1234567)) << "a tail of zeros";
-        EXPECT_LT(Facts(to).st_blocks, 2600) << "room stays reserved";
+        EXPECT_TRUE(ReadWhole("to") == text.substr(0, 1234567)) << "a tail of zeros";
+        EXPECT_LT(BlocksOf("to"), 2600) << "room stays reserved";
     }
-    fs::resize_file(from, 16U << 20U);
-    for (const Way& way : {kCopy, kNativeCopy}) {
-        EXPECT_TRUE(way.transfer(from, to)) << way.name;
-        EXPECT_LE(Facts(to).st_blocks, Facts(from).st_blocks + 16) << "holes are filled";
-        EXPECT_TRUE(ReadWhole(to) == ReadWhole(from));
+    fs::resize_file("from", 16U << 20U);
+    for (const Way& way : kCopies) {
+        EXPECT_TRUE(way.transfer("from", "to")) << way.name;
+        EXPECT_LE(BlocksOf("to"), BlocksOf("from") + 16) << "holes are filled";
+        EXPECT_TRUE(ReadWhole("to") == ReadWhole("from"));
     }
 }
 
-TEST(Transfers, Targets_AreOpenedAsTheyAreAndOnlyOnesOwnMadeWritable) {
-    const TemporaryDirectory place;
-    const std::string from = place.Write("from", "new"), to = place.Write("to", "old");
-    for (const Way& way : {kCopy, kNativeCopy}) {
+TEST_F(TransfersOnDisk, Targets_AreOpenedAsTheyAreAndOnlyOnesOwnMadeWritable) {
+    directory.Write("from", "new"), directory.Write("to", "old");
+    for (const Way& way : kCopies) {
         // As sticky directories do, by the usual protection, with the files of others.
         InSandbox(SYS_openat, 2, O_CREAT, EACCES,
-                  [&] { EXPECT_TRUE(way.transfer(from, to)) << way.name; });
-        EXPECT_EQ(ReadWhole(to), "new");
+                  [&] { EXPECT_TRUE(way.transfer("from", "to")) << way.name; });
+        EXPECT_EQ(ReadWhole("to"), "new") << way.name;
     }
     const struct {
         uid_t owner;
         int refusals;  ///< To open the target.
         bool done;
-    } cases[] = {{geteuid(), 1, true}, {geteuid(), 2, false}, {geteuid() + 1, 1, false}};
-    for (const auto& each : cases) {
-        SCOPED_TRACE(std::to_string(each.owner) + ", " + std::to_string(each.refusals));
-        place.Write("to", "old");
-        if (chown(to.c_str(), each.owner, getegid()) + chmod(to.c_str(), 0404) != 0) {
+    } rows[] = {{geteuid(), 1, true}, {geteuid(), 2, false}, {geteuid() + 1, 1, false}};
+    for (const auto& [owner, refusals, done] : rows) {
+        SCOPED_TRACE(std::to_string(owner) + ", " + std::to_string(refusals));
+        directory.Write("to", "old");
+        if (chown("to", owner, getegid()) != 0) {
             GTEST_SKIP() << "files cannot be given away";
         }
-        int opened = 0;
+        fs::permissions("to", fs::perms(0404));
+        int opened = -1;  // the source, first
         const Guard refused = AtCall(
-            "open", [&] { return ++opened > 1 && opened <= 1 + each.refusals ? EACCES : 0; });
-        EXPECT_EQ(UnderFaults([&] { return kCopy.transfer(from, to); }), each.done);
-        EXPECT_EQ(ReadWhole(to), each.done ? "new" : "old");
-        EXPECT_EQ(ModeOf(to), each.done ? ModeOf(from) : 0404U);
+            "open", [&, last = refusals] { return ++opened > 0 && opened <= last ? EACCES : 0; });
+        EXPECT_EQ(kCopy("from", "to"), done);
+        EXPECT_EQ(ReadWhole("to"), done ? "new" : "old");
+        EXPECT_EQ(ModeOf("to"), done ? ModeOf("from") : 0404U);
     }
     {
         const Guard uncut = AtCall("ftruncate", [] { return EPERM; });
-        EXPECT_FALSE(
-            UnderFaults([&] { return kCopy.transfer(from, place.Write("long", "older")); }));
-        EXPECT_EQ(ReadWhole(place / "long"), "older") << "nothing was touched";
+        EXPECT_FALSE(kCopy("from", directory.Write("long", "older")));
+        EXPECT_EQ(ReadWhole("long"), "older") << "nothing was touched";
         unsigned mode = 0;
-        const Guard made = AtCall("fchmod", [&] { return mode = ModeOf(place / "made"), 0; });
-        EXPECT_TRUE(UnderFaults([&] { return kCopy.transfer(from, place / "made"); }));
+        const Guard made = AtCall("fchmod", [&] { return mode = ModeOf("made"), 0; });
+        EXPECT_TRUE(kCopy("from", "made"));
         EXPECT_EQ(mode, 0600U) << "others could open it before it has its permissions";
     }
     int calls = 0;
     {
         const Guard refused = AtCall("open", [&] { return ++calls == 2 ? EACCES : 0; });
-        UnderFaults([&] { return kelFile::NativeCopy(to, to, kelFileInfo::PermissionDefault); });
-        EXPECT_EQ(ModeOf(to), 0404U) << "onto itself, though it may not be written";
+        UnderFaults([] { return kelFile::NativeCopy("to", "to", kelFileInfo::PermissionDefault); });
+        EXPECT_EQ(ModeOf("to"), 0404U) << "onto itself, though it may not be written";
     }
     calls = 0;
     const Guard becomesTheSource = AtCall("open", [&] {
         if (++calls == 2) {
-            fs::create_hard_link(from, place / "hard");
-            fs::rename(place / "hard", to);
+            fs::create_hard_link("from", "hard"), fs::rename("hard", "to");
         }
         return 0;
     });
-    EXPECT_FALSE(UnderFaults([&] { return kCopy.transfer(from, to); }));
-    EXPECT_EQ(ReadWhole(from), "new");
+    EXPECT_FALSE(kCopy("from", "to"));
+    EXPECT_EQ(ReadWhole("from"), "new");
 }
 
-TEST(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
-    const TemporaryDirectory place("/dev/shm");
+TEST_F(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
     const struct {
         uid_t owner;
         gid_t group;
         unsigned copied;  ///< What a copy has of 07751.
-    } cases[] = {{geteuid(), getegid(), 07751},
-                 {geteuid() + 1, getegid(), 03751},
-                 {geteuid(), getegid() + 1, 05751}};
-    for (const auto& each : cases) {
+    } rows[] = {{geteuid(), getegid(), 07751},
+                {geteuid() + 1, getegid(), 03751},
+                {geteuid(), getegid() + 1, 05751}};
+    for (const auto& [owner, group, copied] : rows) {
         for (const Way& way : kWays) {
-            SCOPED_TRACE(way.name + " of " + std::to_string(each.owner));
-            const std::string from = place.Write("from", "text"), to = place / "to";
-            if (chown(from.c_str(), each.owner, each.group) != 0) {
+            SCOPED_TRACE(way.name + " of " + std::to_string(owner) + ":" + std::to_string(group));
+            const bool moves = way.name == "Move";
+            if (chown(directory.Write("from", "text").c_str(), owner, group) != 0) {
                 GTEST_SKIP() << "files cannot be given away";
             }
-            EXPECT_EQ(chmod(from.c_str(), 07751), 0);
-            const bool marked = setxattr(from.c_str(), "user.zukel", "a", 1, 0) == 0;
-            EXPECT_TRUE(way.transfer(from, to));
-            EXPECT_EQ(ModeOf(to), way.name == "Move" ? 07751 : each.copied);
-            EXPECT_EQ(getxattr(to.c_str(), "user.zukel", nullptr, 0) == 1,
-                      marked && way.name == "Move");
-            EXPECT_EQ(fs::remove(from), way.name != "Move");
-            fs::remove(to);
+            fs::permissions("from", fs::perms(07751));
+            const bool marked = setxattr("from", "user.zukel", "a", 1, 0) == 0;
+            EXPECT_TRUE(way.transfer("from", "to"));
+            EXPECT_EQ(ModeOf("to"), moves ? 07751 : copied);
+            EXPECT_EQ(getxattr("to", "user.zukel", nullptr, 0), marked && moves ? 1 : -1);
+            EXPECT_EQ(fs::remove("from"), !moves);
+            fs::remove("to");
         }
     }
-}
-
-TEST(Transfers, TheLeastStack_IsEnough) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer takes more";
-#endif
-    static const TemporaryDirectory place("/dev/shm");
-    place.Write("from", Noise(3U << 20U));
-    pthread_attr_t least;
-    pthread_attr_init(&least);
-    ASSERT_EQ(pthread_attr_setstacksize(&least, 16384), 0);
-    for (const Way& way : kWays) {
-        pthread_t thread;
-        const auto run = [](void* each) -> void* {
-            const bool done = static_cast<const Way*>(each)->transfer(place / "from", place / "to");
-            return done ? each : nullptr;
-        };
-        void* done = nullptr;
-        ASSERT_EQ(pthread_create(&thread, &least, run, const_cast<Way*>(&way)), 0);
-        EXPECT_EQ(pthread_join(thread, &done), 0);
-        EXPECT_TRUE(done != nullptr) << way.name;
-    }
-    pthread_attr_destroy(&least);
 }
 
 }  // namespace

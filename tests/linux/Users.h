@@ -10,6 +10,12 @@ namespace zukel::test {
 /// it.
 inline const uid_t kNobody = geteuid() == 65534 ? 65533 : 65534;
 
+/// A test in a directory in memory: nothing waits for a disk, and it is another volume than that of
+/// temporary files.
+struct InMemory : InDirectory {
+    InMemory() : InDirectory("/dev/shm") {}
+};
+
 /// Takes root's power over permissions away.
 inline Guard Unprivileged() {
     const uid_t former = geteuid();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -37,12 +39,16 @@ constexpr int kBuffered = kelFile::ModeBuffered, kReadWrite = kRead | kelFile::M
 constexpr bool kOnWindows = fs::path::preferred_separator == '\\';
 /// The device that takes everything.
 constexpr const char* kNullDevice = kOnWindows ? R"(\\.\NUL)" : "/dev/null";
-/// A file name beyond ASCII: of bytes that are no text where a name may be that.
+/// A non-ASCII file name; on Linux with invalid UTF-8.
 constexpr const char* kOddName = kOnWindows
                                      ? "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD"
                                      : "\xC3\xA4\xF0\x9F\x98\x80\xEF\xBF\xBD \xFF\xED\xA0\x80";
 
-/// Whether all of these, in their order, are one status.
+using testing::Each;
+using testing::ElementsAre;
+/// What several calls return: `EXPECT_THAT(Statuses({a.Close(), b.Close()}), Each(kOk))`.
+using Statuses = std::vector<int>;
+
 inline bool All(int status, const std::vector<int>& given) {
     return given == std::vector<int>(given.size(), status);
 }
@@ -95,6 +101,42 @@ private:
     std::string path_;
 };
 
+/// Makes another directory the current one.
+inline Guard WorkingDirectory(const std::string& path) {
+    const auto former = fs::current_path();
+    fs::current_path(path);
+    return Guard([former] { fs::current_path(former); });
+}
+
+/// A test in an empty directory of its own, which is the current one.
+struct InDirectory : testing::Test {
+    explicit InDirectory(const fs::path& folder = fs::temp_directory_path()) : directory(folder) {}
+    const TemporaryDirectory directory;
+    const Guard here = WorkingDirectory(directory.Path());
+};
+
+/// Bytes without a pattern.
+inline std::string Noise(std::size_t size) {
+    std::string bytes(size, '\0');
+    std::generate(bytes.begin(), bytes.end(), std::minstd_rand());
+    return bytes;
+}
+
+/// Runs the body in several threads, which begin as much at once as they can.
+/// @param body takes the number of its thread, from 0.
+inline void InThreads(int count, const std::function<void(int)>& body) {
+    std::atomic<int> waiting{count};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < count; ++number) {
+        threads.emplace_back([&, number] {
+            for (--waiting; waiting > 0;) {
+            }
+            body(number);
+        });
+    }
+    std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
+}
+
 /// The whole content of a file; fails the test when it cannot be read.
 inline std::string ReadWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -115,13 +157,6 @@ inline bool MakeLink(const std::string& target, const std::string& name) {
     return !failed;
 }
 
-/// Makes another directory the current one.
-inline Guard WorkingDirectory(const std::string& path) {
-    const auto former = fs::current_path();
-    fs::current_path(path);
-    return Guard([former] { fs::current_path(former); });
-}
-
 /// Waits until the condition holds, for ten seconds at most; tells whether it does.
 inline bool Eventually(const std::function<bool()>& condition) {
     int rounds = 0;
@@ -135,9 +170,9 @@ inline bool Ends(const kelProcess& process) {
     return Eventually([&] { return !process.IsRunning(); });
 }
 
-/// Whether this process soon has no children, ended or not, for those that nobody holds are
-/// collected at the next start. Windows has no children to collect.
-inline bool AllCollected() {
+/// Starts children until every earlier one has been reaped; false if some remain after ten seconds.
+/// Windows has none to be reaped.
+inline bool AllReaped() {
     return Eventually([] {
         kelProcess next;
         bool none = next.Start(ZUKEL_TEST_CHILD, false) == kOk && Ends(next);

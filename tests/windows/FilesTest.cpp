@@ -78,37 +78,6 @@ TEST(WindowsNames, OfDevicesAndTooLongOnes_NameNoFile) {
     }
 }
 
-TEST(WindowsFiles, Appending_StartsReadingAtTheStartAndTruncatesFirst) {
-    const TemporaryDirectory directory;
-    const std::string name = directory.Write("log", "old");
-    constexpr int kAppend = kelFile::ModeAppend;
-    char line[8]{};
-    kelFile file(name, kReadWrite | kAppend);
-    EXPECT_EQ(file.ReadLine(line, sizeof line), kOk);
-    EXPECT_STREQ(line, "old");
-    kelFile other(name, kWrite | kAppend);
-    EXPECT_EQ(file.SeekToBegin(), kOk);
-    EXPECT_EQ(file.WriteLine("1"), kOk);
-    EXPECT_EQ(other.WriteLine("2"), kOk);
-    EXPECT_EQ(file.WriteLine("3"), kOk);
-    EXPECT_EQ(ReadWhole(name), "old123");
-    kelFile again(name, kReadWrite | kAppend | kelFile::ModeTruncate);
-    EXPECT_EQ(ReadWhole(name), "");
-    EXPECT_EQ(other.WriteLine("4"), kOk);
-    EXPECT_EQ(again.WriteLine("5"), kOk);
-    EXPECT_EQ(ReadWhole(name), "45");
-}
-
-TEST(WindowsFiles, ADirectoryDoesNotTakeThePlaceOfAFile) {
-    const TemporaryDirectory directory;
-    const std::string file = directory.Write("file", "content"), made = directory / "made";
-    ASSERT_EQ(kelDirectory::Create(made, 0x755, false), kOk);
-    EXPECT_EQ(kelFile::Rename(made, file), kFailed);
-    EXPECT_EQ(ReadWhole(file), "content");
-    EXPECT_EQ(kelFile::Rename(file, made), kFailed);
-    EXPECT_EQ(kelFile::Rename(made, directory / "moved"), kOk);
-}
-
 TEST(WindowsFiles, PermissionsAreThoseOfTheAccessList) {
     const TemporaryDirectory directory;
     const std::string name = directory.Write("file", "x");
