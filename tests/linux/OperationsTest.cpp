@@ -103,6 +103,7 @@ TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
     zuString text;
     char line[80];
     kelSharedMemory owner, other;
+    kelMappedFile mapped;
     kelProcess process;
     ASSERT_EQ(owner.Create(100, segment), kOk);
     const Operation operations[] = {
@@ -132,6 +133,11 @@ TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
                   kelFile::Delete(beyond / "to") == kOk && kelFile::Copy(file, to, 0x644) == kOk),
         OPERATION(kelFile::Exists(file) && kelFile(file, kRead).IsReadable()),
         OPERATION(kelFileInfo(file).GetSize() == 23),
+        OPERATION(kelFile::CreateSymbolicLink(file, place / "l") != kFailed &&
+                  kelFile::ReadSymbolicLink(place / "l", text) == kOk &&
+                  kelFile::GetRealPath(place / "l", text) == kOk),
+        OPERATION(mapped.Open(file, kelMappedFile::ReadWrite) == kOk && mapped.Sync() == kOk),
+        OPERATION(kelDirectory::CreateTemporary(to + "XXXXXX", text) == kOk),
         OPERATION(kelDirectory::GetFileNames(place.Path()).size() > 1),
         OPERATION(kelDirectory::Create(place / "a/b/c", 0x755, true) == kOk),
         OPERATION(kelDirectory::SetCurrentDirectory("/") == kOk),
