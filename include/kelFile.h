@@ -493,8 +493,8 @@ public:
     /// the way. Windows: a mount point (junction) counts as a link.
     static int ReadSymbolicLink(const zuString& name, zuString& target);
 
-    /// Finds the absolute path of the file or directory that `name` leads to, without symbolic
-    /// links, `.`, `..` and repeated separators.
+    /// Finds the absolute path of the file or directory that `name` leads to. Symbolic links are
+    /// followed, `.` and `..` worked out, repeated and trailing separators are gone.
     ///
     /// @returns `kelStatusOk`; `kelStatusEmptyPath` for an empty name; `kelStatusNotFound` when it
     /// leads to nothing, as through a link to a missing file; `kelStatusAccessDenied` when the way

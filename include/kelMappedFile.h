@@ -52,7 +52,7 @@ struct kelMappedFileRecord;
 /// if (file.Open("greeting.txt", kelMappedFile::ReadWrite, 7, 5) != kelStatusOk) {
 ///     return 1;
 /// }
-/// std::memcpy(file.GetAddress(), "earth", file.GetSize());
+/// std::copy_n("earth", file.GetSize(), static_cast<char*>(file.GetAddress()));
 /// if (file.Sync() != kelStatusOk) {
 ///     return 1;  // it may not have reached the disk
 /// }
