@@ -13,8 +13,10 @@
 
 #include <leveldb/db.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -61,7 +63,7 @@ Status Do(leveldb::DB& database, const Words& words) {
     }
     if (what == "get") {
         std::string value;
-        const Status status = database.Get(leveldb::ReadOptions(), words[2], &value);
+        Status status = database.Get(leveldb::ReadOptions(), words[2], &value);
         std::cout << (status.ok() ? value + '\n' : "");
         return status;
     }
@@ -73,12 +75,9 @@ bool IsCall(const Words& words) {
         const char* what;
         std::size_t words;
     } calls[] = {{"put", 4}, {"get", 3}, {"remove", 3}, {"list", 2}, {"load", 2}};
-    for (const auto& call : calls) {
-        if (words.size() == call.words && words[1] == call.what) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(std::begin(calls), std::end(calls), [&](const auto& call) {
+        return words.size() == call.words && words[1] == call.what;
+    });
 }
 
 }  // namespace

@@ -87,7 +87,8 @@ public:
     /// @returns `kelStatusOk`; `kelStatusEmptyPath` for an empty name; `kelStatusNotFound` when
     /// there is no such file or directory on the way; `kelStatusAccessDenied` when the system
     /// refuses; `kelStatusFailed` otherwise, as for anything but a regular file, and for one that
-    /// has no room in the address space.
+    /// has no room in the address space. Linux: a file without a length, as those below /proc,
+    /// opens with 0 bytes.
     int Open(const zuString& name, AccessMode access);
 
     /// The same for `length` bytes from `offset` on, which may be any: no size of a page matters.

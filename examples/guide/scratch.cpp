@@ -17,7 +17,8 @@ int Work(const zuString& folder) {
     if (kelFile::CreateSymbolicLink("release-2", folder + "/current") != kelStatusOk) {
         return 1;
     }
-    zuString target, path;
+    zuString target;
+    zuString path;
     if (kelFile::ReadSymbolicLink(folder + "/current", target) != kelStatusOk ||
         kelFile::GetRealPath(folder + "/current", path) != kelStatusOk) {
         return 1;

@@ -93,7 +93,7 @@ public:
 
     Status Append(const Slice& data) override {
         if (buffer_.size() + data.size() > kBuffer) {
-            const Status flushed = Writable::Flush();
+            Status flushed = Writable::Flush();
             if (!flushed.ok()) {
                 return flushed;
             }
@@ -106,14 +106,14 @@ public:
     }
 
     Status Flush() override {
-        const Status written = Write(buffer_.data(), buffer_.size());
+        Status written = Write(buffer_.data(), buffer_.size());
         buffer_.clear();
         return written;
     }
 
     /// What a manifest speaks of has to be there after a power cut: the names of new tables.
     Status Sync() override {
-        const Status flushed = Writable::Flush();
+        Status flushed = Writable::Flush();
         if (!flushed.ok()) {
             return flushed;
         }
@@ -127,8 +127,8 @@ public:
         if (!file_.IsOpen()) {
             return Status::OK();
         }
-        const Status flushed = Writable::Flush();
-        const Status closed = ToStatus(file_.Close(), file_.GetFileName());
+        Status flushed = Writable::Flush();
+        Status closed = ToStatus(file_.Close(), file_.GetFileName());
         return flushed.ok() ? closed : flushed;
     }
 
