@@ -102,7 +102,7 @@ auto List(const std::string& name) {
     return names;
 }
 
-void Start() {
+void Start(bool collect) {
     const Pool pool;
     apr_procattr_t* attributes = nullptr;
     apr_procattr_create(&attributes, pool);
@@ -112,6 +112,12 @@ void Start() {
     apr_proc_t process{};
     MUST(apr_proc_create(&process, arguments[0], arguments, nullptr, attributes, pool) ==
          APR_SUCCESS);
+    for (apr_file_t* const pipe : {process.out, process.err}) {
+        char text[4096];
+        apr_size_t size = sizeof text;
+        while (collect && apr_file_read(pipe, text, &size) == APR_SUCCESS) {
+        }
+    }
     MUST(apr_proc_wait(&process, nullptr, nullptr, APR_WAIT) == APR_CHILD_DONE);
 }
 
@@ -182,7 +188,8 @@ const Jobs kJobs =
             [](const Pool& pool) {
                 MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
             })
-        .Start(Start)
+        .Start([] { Start(false); })
+        .Run([] { Start(true); })
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With(

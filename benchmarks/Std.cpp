@@ -1,6 +1,7 @@
 // The jobs by the standard libraries of C++ and C.
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <ctime>
@@ -84,7 +85,10 @@ const Jobs kJobs =
         .List(List)
         .MakeAndRemove([](const auto& path) { return fs::create_directory(path); }, Remove)
         .MakeFiveLevels([](const auto& path) { return fs::create_directories(path); }, Remove)
+        .DeleteTree([](const auto& path) { return fs::remove_all(path) > 0; })
         .Repeat("FileFacts", Facts)
+        .Repeat("MonotonicTime",
+                [] { return std::chrono::steady_clock::now().time_since_epoch().count() / 1000; })
         .With(
             "NormalizePath", [] { return fs::path(kLongPath); },
             [](const fs::path& path) { return path.lexically_normal(); })

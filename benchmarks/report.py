@@ -82,7 +82,7 @@ def bytes_text(count):
     return f"{count:,.0f}"
 
 
-LABELS = {"StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
+LABELS = {"DeleteTree": "{} directories", "StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
           "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
           "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}"}
 VARIANTS = {"": "", "Cold": ", cold", "Native": ", native"}

@@ -40,6 +40,15 @@ void Start() {
     child.wait();
     MUST(child.exit_code() == 0);
 }
+void Run() {
+    boost::process::ipstream output;
+    boost::process::ipstream errors;
+    boost::process::child child("/bin/true", boost::process::std_out > output,
+                                boost::process::std_err > errors);
+    MUST(output.get() == EOF && errors.get() == EOF);
+    child.wait();
+    MUST(child.exit_code() == 0);
+}
 void Load() {
     boost::dll::shared_library module(ZUKEL_BENCHMARK_MODULE, boost::dll::load_mode::rtld_global);
     benchmark::DoNotOptimize(module.get<long long()>("Answer")());
@@ -76,6 +85,7 @@ const Jobs kJobs =
         .List(List)
         .MakeAndRemove([](const auto& path) { return fs::create_directory(path); }, Remove)
         .MakeFiveLevels([](const auto& path) { return fs::create_directories(path); }, Remove)
+        .DeleteTree([](const auto& path) { return fs::remove_all(path) > 0; })
         .Repeat("FileFacts", Facts)
         .With(
             "NormalizePath", [] { return fs::path(kLongPath); },
@@ -84,6 +94,7 @@ const Jobs kJobs =
         .With(
             "ThreeNameParts", [] { return fs::path(kLongPath); }, ThreeParts)
         .Start(Start)
+        .Run(Run)
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .Counter<boost::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); })
