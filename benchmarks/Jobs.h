@@ -151,6 +151,17 @@ public:
             });
     }
 
+    /// All that files with a buffer do.
+    template <typename Reader, typename Writer, typename UnbufferedReader = Reader>
+    const Jobs& Streams() const {
+        return OpenClose<Reader>()
+            .template CreateWriteClose<Writer>()
+            .template ReadUnbuffered<UnbufferedReader>()
+            .template ReadBuffered<Reader>()
+            .template ReadLines<Reader>()
+            .template WriteBuffered<Writer>();
+    }
+
     // Names: calls with one or two of them.
 
     /// Copies over a target that exists; on a disk into a new one.

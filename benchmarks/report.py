@@ -281,7 +281,7 @@ has no way to do the job, or none that is comparable.
 {times}
 
 The times are medians of {rounds} rounds; in each round all the ways of a job run in random order. They are
-processor time, but for `StartUntilEnded` and `Counter`, which are time on the clock.
+processor time, but for `StartUntilEnded`, `Run`, `ReplaceWhole` and `Counter`, which are time on the clock.
 “Spread” is how far the middle half of the rounds reaches from the median, for the way of the row in which
 that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`

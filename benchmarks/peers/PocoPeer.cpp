@@ -67,12 +67,7 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const Jobs kJobs =
     Jobs("poco")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadBuffered<Reader>()
-        .ReadLines<Reader>()
-        .WriteBuffered<Writer>()
+        .Streams<Reader, Writer>()
         .Copy([](const auto& from, const auto& to) {
             Poco::File(from).copyTo(to);
             return true;

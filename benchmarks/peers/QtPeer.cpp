@@ -91,13 +91,8 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const Jobs kJobs =
     Jobs("qt")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<UnbufferedReader>()
+        .Streams<Reader, Writer, UnbufferedReader>()
         .ReadUnbufferedLines<UnbufferedReader>()
-        .ReadBuffered<Reader>()
-        .ReadLines<Reader>()
-        .WriteBuffered<Writer>()
         .Copy([](const auto& from, const auto& to) {
             // It never copies over a file that exists, so that one is removed before.
             QFile::remove(Text(to));
