@@ -5,8 +5,6 @@
 #include <apr_env.h>
 #include <apr_file_info.h>
 #include <apr_file_io.h>
-#include <apr_general.h>
-#include <apr_pools.h>
 #include <apr_shm.h>
 #include <apr_thread_proc.h>
 #include <apr_time.h>
@@ -14,27 +12,9 @@
 #include <cstring>
 
 #include "Jobs.h"
+#include "RuntimePool.h"
 
 namespace {
-
-/// A pool, and the runtime started.
-class Pool {
-public:
-    Pool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~Pool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    Pool(const Pool&) = delete;
-    Pool& operator=(const Pool&) = delete;
-    operator apr_pool_t*() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
 
