@@ -45,7 +45,7 @@ bool OtherGetsLock(const std::string& file) {
 class SmallVolume {
 public:
     explicit SmallVolume(const std::string& place) : place_(place) {
-        mounted_ = (unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
+        mounted_ = (unshare(CLONE_NEWNS) == 0 || BecomeRoot()) &&
                    mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                    mount("none", place_.c_str(), "tmpfs", 0, "size=64k") == 0;
     }
@@ -59,6 +59,19 @@ public:
     bool IsThere() const { return mounted_; }
 
 private:
+    /// In a name space of its own, where it may mount.
+    static bool BecomeRoot() {
+        const std::string user = "0 " + std::to_string(getuid()) + " 1";
+        const std::string group = "0 " + std::to_string(getgid()) + " 1";
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+            return false;
+        }
+        WriteFile("/proc/self/uid_map", user);
+        WriteFile("/proc/self/setgroups", "deny");
+        WriteFile("/proc/self/gid_map", group);
+        return getuid() == 0;
+    }
+
     std::string place_;
     bool mounted_;
 };
