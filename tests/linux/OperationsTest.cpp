@@ -104,6 +104,15 @@ TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
     char line[80];
     kelSharedMemory owner, other;
     kelProcess process;
+    kelProcessOptions shell, cat;
+    shell.command = "sh", shell.arguments = {"-c", "cat; echo error >&2; exit 3"};
+    cat.command = "cat", cat.input = cat.output = {kelProcessOptions::StreamPipe, {}};
+    zuString output, errors;
+    int code = -1;
+    long long length = 0;
+    unsigned long long size = 4;
+    zuStlVector<zuString> names;
+    kelFile open(file, kReadWrite);
     ASSERT_EQ(owner.Create(100, segment), kOk);
     const Operation operations[] = {
         OPERATION((kelSystem::GetMemoryDetails(memory), memory.totalPhysical > 0)),
@@ -116,6 +125,16 @@ TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
         OPERATION(kelProcess().Start(script, false) == kOk),
         OPERATION(kelProcess().Start("no-such-program", false) == kFailed),
         OPERATION(process.Start("sleep", {"30"}, false) == kOk && process.Kill() == kOk),
+        OPERATION(process.Start("true", false) == kOk && process.Wait(-1) == kOk &&
+                  process.GetExitCode(code) == kOk && code == 0),
+        OPERATION(process.Start("sleep", {"30"}, false) == kOk &&
+                  process.Wait(1000) == kelStatusTimedOut && process.Kill() == kOk &&
+                  process.Wait(-1) == kOk && process.GetSignal(code) == kOk && code == SIGTERM),
+        OPERATION(kelProcess::Run(shell, file, output, errors, code, -1) == kOk && output == file &&
+                  errors == "error\n" && code == 3),
+        OPERATION(process.Start(cat) == kOk && process.WriteInput("text", 4) == kOk &&
+                  process.ReadOutput(line, size) == kOk && size == 4 &&
+                  process.CloseInput() == kOk && process.Wait(-1) == kOk),
         OPERATION(kelProcess::IsRunning(getpid()) && !process.IsRunning()),
         OPERATION(kelLibrary().GetHostName(text) == kOk),
         OPERATION(kelTime::GetNow().GetFormatTime(text, "%Y %B %d %H:%M:%S") == kOk),
@@ -130,16 +149,32 @@ TEST(Operations, RunInThreads_OfTheLeastStackAndOfThoseThatAreCancelled) {
                   kelFile::Rename(to, to + "2") == kOk &&
                   kelFile::Rename(to + "2", beyond / "to") == kOk &&
                   kelFile::Delete(beyond / "to") == kOk && kelFile::Copy(file, to, 0x644) == kOk),
+        OPERATION(kelFile::ReplaceWhole(to, file) == kOk && kelFile::ReadWhole(to, text) == kOk &&
+                  text == file),
+        OPERATION(kelFile::RenameNew(file, to) == kelStatusExists),
+        OPERATION(open.Lock(kelFile::LockExclusive, 0) == kOk && open.Unlock() == kOk),
+        OPERATION(open.WriteAt(2, "line", size) == kOk && open.ReadAt(0, line, size) == kOk &&
+                  open.Sync() == kOk && open.SetLength(23) == kOk &&
+                  open.GetPosition(length) == kOk && open.GetLength(length) == kOk && length == 23),
         OPERATION(kelFile::Exists(file) && kelFile(file, kRead).IsReadable()),
         OPERATION(kelFileInfo(file).GetSize() == 23),
         OPERATION(kelDirectory::GetFileNames(place.Path()).size() > 1),
-        OPERATION(kelDirectory::Create(place / "a/b/c", 0x755, true) == kOk),
+        OPERATION(kelDirectory::Create(place / "a/b/c", 0x755, true) == kOk &&
+                  kelDirectory::DeleteTree(place / "a") == kOk),
+        OPERATION(kelDirectory::Sync(place.Path()) == kOk &&
+                  kelDirectory::GetFileNames(place.Path(), names) == kOk && !names.empty()),
         OPERATION(kelDirectory::SetCurrentDirectory("/") == kOk),
         OPERATION(kelDirectory::GetCurrentDirectory() != ""),
         OPERATION(kelDirectory::GetAbsolutePath("a/../b") != ""),
         OPERATION(kelDirectory::GetRelativePath("/usr", "/usr/bin") != ""),
         OPERATION(kelLibrary().GetUserDirectory(text) == kOk),
         OPERATION(kelLibrary().SetEnvironmentVariable("ZUKEL_X", file) == kOk),
+        OPERATION(kelLibrary().UnsetEnvironmentVariable("ZUKEL_X") == kOk &&
+                  kelLibrary().GetEnvironmentNames(names) == kOk),
+        OPERATION(kelLibrary::GetProgramPath(text) == kOk &&
+                  kelLibrary::FindProgram("true", text) == kOk),
+        OPERATION(kelFile().Open("/nowhere/at/all", kRead) == kelStatusNotFound &&
+                  kelLibrary::GetErrorText() != ""),
         OPERATION(kelLibrary::GetAbsoluteFileName("$PATH/x")[0] != '$'),
     };
     const Operation cancellable[] = {
