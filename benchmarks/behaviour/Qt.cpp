@@ -15,6 +15,11 @@ QString Text(const std::string& text) {
     return QString::fromStdString(text);
 }
 
+template <typename Object>
+Answer Of(bool done, const Object& object) {
+    return {done, done ? "" : object.errorString().toStdString()};
+}
+
 qint64 Size(const std::string& text) {
     return static_cast<qint64>(text.size());
 }
@@ -37,9 +42,9 @@ Answer Start(const Command& command, Child& child) {
              [process](int& code) {
                  const bool ended = process->waitForFinished(-1);
                  code = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-                 return Answer{ended, ended ? "" : process->errorString().toStdString()};
+                 return Of(ended, *process);
              }};
-    return {started, started ? "" : process->errorString().toStdString()};
+    return Of(started, *process);
 }
 
 template <typename Open>
@@ -71,12 +76,12 @@ Library ThisLibrary() {
     library.copy = [](const std::string& from, const std::string& to) {
         QFile file(Text(from));
         const bool done = file.copy(Text(to));
-        return Answer{done, done ? "" : file.errorString().toStdString()};
+        return Of(done, file);
     };
     library.move = [](const std::string& from, const std::string& to) {
         QFile file(Text(from));
         const bool done = file.rename(Text(to));
-        return Answer{done, done ? "" : file.errorString().toStdString()};
+        return Of(done, file);
     };
     library.start = Start;
     library.turn = [] { QCoreApplication::processEvents(); };
@@ -87,7 +92,7 @@ Library ThisLibrary() {
         const bool done = process.waitForFinished(-1);
         output = process.readAllStandardOutput().toStdString();
         errors = process.readAllStandardError().toStdString();
-        return Answer{done, done ? "" : process.errorString().toStdString()};
+        return Of(done, process);
     };
     library.deleteTree = [](const std::string& path) {
         return Answer{QDir(Text(path)).removeRecursively(), ""};
@@ -97,7 +102,7 @@ Library ThisLibrary() {
         const bool done = file.open(QIODevice::WriteOnly) &&
                           file.write(contents.data(), Size(contents)) == Size(contents) &&
                           file.commit();
-        return Answer{done, done ? "" : file.errorString().toStdString()};
+        return Of(done, file);
     };
     library.lock = [](const std::string& name, std::shared_ptr<void>& object) {
         const auto file = std::make_shared<QLockFile>(Text(name + ".lock"));
@@ -122,7 +127,7 @@ Library ThisLibrary() {
     library.load = [](const std::string& file) {
         QLibrary module(Text(file));
         const bool done = module.load();
-        return Answer{done, done ? "" : module.errorString().toStdString()};
+        return Of(done, module);
     };
     return library;
 }
