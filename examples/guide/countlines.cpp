@@ -37,6 +37,7 @@ int main(int count, char** arguments) {
         }
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back(work);
     }
