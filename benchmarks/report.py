@@ -82,7 +82,7 @@ def bytes_text(count):
     return f"{count:,.0f}"
 
 
-LABELS = {"StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
+LABELS = {"DeleteTree": "{} directories", "StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
           "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
           "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}"}
 VARIANTS = {"": "", "Cold": ", cold", "Native": ", native"}
@@ -281,7 +281,8 @@ has no way to do the job, or none that is comparable.
 {times}
 
 The times are medians of {rounds} rounds; in each round all the ways of a job run in random order. They are
-processor time, but for `StartUntilEnded`, `Counter` and `LevelDBFill`, which are time on the clock.
+processor time, but for `StartUntilEnded`, `Run`, `ReplaceWhole`, `Counter` and `LevelDBFill`, which are
+time on the clock.
 “Spread” is how far the middle half of the rounds reaches from the median, for the way of the row in which
 that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
