@@ -108,9 +108,9 @@ TEST_F(Linux, ADiskThatIsFullForATime_GetsEachByteOnce) {
     EXPECT_EQ(file.Flush(), kFailed) << "which reaches the file in part";
     write(7000, 4);
     EXPECT_EQ(file.WriteLine(std::string(14000, 'w').c_str()), kFailed) << "whole or not at all";
-    unsigned long long taken = 20000, more = 20000;
+    unsigned long long taken = 20000, more = 40000;
     EXPECT_EQ(file.Write(text.data() + 7004, taken), kFailed);
-    LimitFileSize(30000);
+    LimitFileSize(21000);
     EXPECT_EQ(file.Write(text.data() + 7004 + taken, more), kFailed) << "past the buffer in part";
     LimitFileSize(RLIM_INFINITY);
     write(7004 + taken + more, text.size() - 7004 - taken - more);

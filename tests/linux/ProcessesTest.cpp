@@ -80,7 +80,7 @@ TEST(Processes, AreWaitedForWithDescriptorsAndWithout) {
         EXPECT_EQ(kelProcess::Run(shell, "", output, errors, code, 50000), kelStatusTimedOut);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     }
-    EXPECT_TRUE(AllCollected());
+    EXPECT_TRUE(AllReaped());
 }
 
 TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
