@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-
 #include "support/Faults.h"
 
 using namespace zukel::test;
@@ -130,12 +129,25 @@ TEST_F(FileStreams, Lines_CostFewCallsAndTakeNothingFromAPipe) {
         lines += "a line of some length, number " + std::to_string(line) + "\n";
     }
     char text[200];
+    zuString whole;
     kelFile file(directory.Write("lines", lines), kRead);
     const Guard armed = Arm({FaultSource::System, 1000000});
     for (int line = 0; line < 100; ++line) {
         EXPECT_EQ(UnderFaults([&] { return file.ReadLine(text, sizeof text); }), kOk) << line;
     }
-    EXPECT_LE(fault.calls, 201);
+    EXPECT_LE(fault.calls, 201) << "two for each line";
+    fault.calls = 0;
+    EXPECT_EQ(UnderFaults([&] { return kelFile::ReadWhole("lines", whole); }), kOk);
+    EXPECT_LE(fault.calls, 6) << "opened, measured, read twice, closed";
+    kelFile out("out", kReadWrite | kelFile::ModeCreate | kBuffered);
+    EXPECT_EQ(UnderFaults([&] { return out.ReadLine(text, sizeof text); }), kFailed);
+    fault.calls = 0;
+    for (int line = 0; line < 100; ++line) {
+        EXPECT_EQ(
+            UnderFaults([&] { return out.WriteLine("forty bytes, forty bytes, forty bytes..."); }),
+            kOk);
+    }
+    EXPECT_LE(fault.calls, 2) << "all within the buffer";
 
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const int end = open("pipe", O_RDWR | O_CLOEXEC);

@@ -253,15 +253,4 @@ TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     EXPECT_EQ(Attach(), kFailed) << "made by the copy itself";
 }
 
-TEST_F(Segments, WithoutAName_AreNone) {
-    Memory owner;
-    ASSERT_EQ(owner.Create(100, name), kOk);
-    for (const std::string& none : {std::string(), std::string(1, '\0'), name + '\0' + "b"}) {
-        EXPECT_EQ(Memory().Create(100, none), kFailed) << none.size();
-        EXPECT_EQ(Memory().Attach(none), kFailed) << none.size();
-        EXPECT_EQ(Memory().Remove(none), kFailed) << none.size();
-    }
-    EXPECT_EQ(owner.Destroy(), kOk);
-}
-
 }  // namespace
