@@ -137,7 +137,10 @@ TEST_F(FileStreams, Lines_CostFewCallsAndTakeNothingFromAPipe) {
     }
     EXPECT_LE(fault.calls, 201) << "two for each line";
     fault.calls = 0;
-    EXPECT_EQ(UnderFaults([&] { return kelFile::ReadWhole("lines", whole); }), kOk);
+    EXPECT_EQ(UnderFaults([&] {
+                  return kelFile::ReadWhole(directory.Write("large", Noise(100000)), whole);
+              }),
+              kOk);
     EXPECT_LE(fault.calls, 6) << "opened, measured, read twice, closed";
     kelFile out("out", kReadWrite | kelFile::ModeCreate | kBuffered);
     EXPECT_EQ(UnderFaults([&] { return out.ReadLine(text, sizeof text); }), kFailed);
@@ -214,7 +217,8 @@ TEST_F(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
 
 /// An idle object is one block of memory, and neither it nor what goes to the system starts APR.
 TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
-    const std::string name = directory.Write("f", "x"), other = "g";
+    const std::string name = "f", other = "g";
+    directory.Write("f", "x");
     const auto costs = [](auto make) {
         const auto before = WhatIsHeld();
         const auto object = UnderFaults(make);
@@ -230,6 +234,14 @@ TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
         costs([] { return kelDirectory(); }),    costs([] { return kelProcess(); }),
         costs([] { return kelSharedMemory(); }), costs([] { return kelTime(0); })};
     EXPECT_THAT(each, Each(Held{0, 0, 1, 0})) << "users of APR, its pools, blocks, descriptors";
+    EXPECT_EQ(costs([&] {
+                  auto file = std::make_unique<kelFile>(name, kRead | kBuffered);
+                  EXPECT_EQ(file->ReadLine(std::array<char, 8>().data(), 8), kOk);
+                  EXPECT_EQ(file->Close(), kOk);
+                  return file;
+              }),
+              (Held{0, 0, 2, 0}))
+        << "the buffer goes with the file";
     EXPECT_EQ(costs([] { return std::make_unique<kelAtomic>(); })[1], 0) << "pools";
     EXPECT_EQ(costs([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
     const Guard armed = Arm({FaultSource::Runtime, 1000000});

@@ -34,13 +34,12 @@ std::string Bytes(std::uint64_t whole, std::size_t size) {
     return bytes.substr(0, size);
 }
 
-struct Segments : testing::Test {
+struct Segments : InDirectory {
     ~Segments() override { Memory().Remove(name); }
 
     int Attach() const { return Memory().Attach(name); }
 
-    TemporaryDirectory directory;
-    std::string name = directory / "segment";
+    const std::string name = directory / "segment";
 };
 
 TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
