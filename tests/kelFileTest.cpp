@@ -36,12 +36,17 @@ TEST_F(kelFileTest, Open_Table) {
                 {"file", 0, kDenied},
                 {"file", kelFile::ModeCreate, kDenied},
                 {"file", kWrite | kelFile::ModeExclusive, kFailed},
-                {"file", kRead, kOk},
+                {"file", kReadWrite | kelFile::ModeExclusive, kDenied},
+                {"file", kRead | kBuffered, kOk},
                 {kOddName, kWrite | kelFile::ModeExclusive, kOk}};
     for (const auto& [name, mode, status] : rows) {
         SCOPED_TRACE("\"" + name + "\", mode " + std::to_string(mode));
-        kelFile file("file", kRead);
+        kelFile file("file", kRead | kBuffered);
+        char byte = 0;
+        EXPECT_EQ(file.Read(byte), kOk);
         EXPECT_EQ(file.Open(name, mode), status);
+        EXPECT_EQ(file.Read(byte), status == kOk && name == "file" ? kOk : kFailed);
+        EXPECT_EQ(byte, 'a') << "from the start, and nothing that was read ahead";
         EXPECT_EQ(file.IsOpen(), status == kOk) << "nothing of the former one stays";
         EXPECT_EQ(file.GetFileName(), status == kOk ? name : "");
     }

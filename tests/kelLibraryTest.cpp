@@ -96,6 +96,9 @@ TEST_F(kelLibraryTest, NamesWithANul_AreThoseOfNothing) {
     EXPECT_EQ(library.SetEnvironmentVariable("ZUKEL_NUL", "value"), kOk);
     const zuString tail("\0tail", 5), variable = "ZUKEL_NUL" + tail;
     const zuString file = "file" + tail, folder = "folder" + tail, other = "other" + tail;
+    const zuString segment = directory / "segment";
+    kelSharedMemory memory;
+    EXPECT_EQ(memory.Create(10, segment), kOk);
     zuString text = "untouched";
     const struct {
         const char* call;
@@ -128,10 +131,13 @@ TEST_F(kelLibraryTest, NamesWithANul_AreThoseOfNothing) {
         {"an argument", kelProcess().Start(ZUKEL_TEST_CHILD, {file}, false), kFailed},
         {"a directory", kelProcess().Start(ZUKEL_TEST_CHILD, {}, folder, false), kFailed},
         {"a segment", kelSharedMemory().Create(10, other), kFailed},
+        {"Attach", kelSharedMemory().Attach(segment + tail), kFailed},
+        {"Remove", kelSharedMemory().Remove(segment + tail), kFailed},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.status, row.expected) << row.call;
     }
+    EXPECT_EQ(memory.Destroy(), kOk);
     EXPECT_TRUE(kelDirectory::GetFileNames(folder).empty());
     EXPECT_EQ(Library::GetAbsoluteFileName("$" + variable), "$" + variable);
     EXPECT_EQ(library.GetEnvironmentVariable(text, "ZUKEL_NUL"), kOk);

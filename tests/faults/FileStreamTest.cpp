@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-
 #include "support/Faults.h"
 
 using namespace zukel::test;
@@ -130,12 +129,28 @@ TEST_F(FileStreams, Lines_CostFewCallsAndTakeNothingFromAPipe) {
         lines += "a line of some length, number " + std::to_string(line) + "\n";
     }
     char text[200];
+    zuString whole;
     kelFile file(directory.Write("lines", lines), kRead);
     const Guard armed = Arm({FaultSource::System, 1000000});
     for (int line = 0; line < 100; ++line) {
         EXPECT_EQ(UnderFaults([&] { return file.ReadLine(text, sizeof text); }), kOk) << line;
     }
-    EXPECT_LE(fault.calls, 201);
+    EXPECT_LE(fault.calls, 201) << "two for each line";
+    fault.calls = 0;
+    EXPECT_EQ(UnderFaults([&] {
+                  return kelFile::ReadWhole(directory.Write("large", Noise(100000)), whole);
+              }),
+              kOk);
+    EXPECT_LE(fault.calls, 6) << "opened, measured, read twice, closed";
+    kelFile out("out", kReadWrite | kelFile::ModeCreate | kBuffered);
+    EXPECT_EQ(UnderFaults([&] { return out.ReadLine(text, sizeof text); }), kFailed);
+    fault.calls = 0;
+    for (int line = 0; line < 100; ++line) {
+        EXPECT_EQ(
+            UnderFaults([&] { return out.WriteLine("forty bytes, forty bytes, forty bytes..."); }),
+            kOk);
+    }
+    EXPECT_LE(fault.calls, 2) << "all within the buffer";
 
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const int end = open("pipe", O_RDWR | O_CLOEXEC);
@@ -202,7 +217,8 @@ TEST_F(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
 
 /// An idle object is one block of memory, and neither it nor what goes to the system starts APR.
 TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
-    const std::string name = directory.Write("f", "x"), other = "g";
+    const std::string name = "f", other = "g";
+    directory.Write("f", "x");
     const auto costs = [](auto make) {
         const auto before = WhatIsHeld();
         const auto object = UnderFaults(make);
@@ -218,6 +234,14 @@ TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
         costs([] { return kelDirectory(); }),    costs([] { return kelProcess(); }),
         costs([] { return kelSharedMemory(); }), costs([] { return kelTime(0); })};
     EXPECT_THAT(each, Each(Held{0, 0, 1, 0})) << "users of APR, its pools, blocks, descriptors";
+    EXPECT_EQ(costs([&] {
+                  auto file = std::make_unique<kelFile>(name, kRead | kBuffered);
+                  EXPECT_EQ(file->ReadLine(std::array<char, 8>().data(), 8), kOk);
+                  EXPECT_EQ(file->Close(), kOk);
+                  return file;
+              }),
+              (Held{0, 0, 2, 0}))
+        << "the buffer goes with the file";
     EXPECT_EQ(costs([] { return std::make_unique<kelAtomic>(); })[1], 0) << "pools";
     EXPECT_EQ(costs([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
     const Guard armed = Arm({FaultSource::Runtime, 1000000});

@@ -251,7 +251,15 @@ void Walk(const std::vector<Row>& rows,
     const Library started;  // what is not given back to APR shows only while it runs
     for (const Row& row : rows) {
         Entries after;
-        Step(row, after);  // what is made once and kept is made here
+        {
+            const int inheritable = Inheritable();
+            const Guard looks = AtCall("", [&] {
+                EXPECT_TRUE(!row.plain || Inheritable() <= inheritable)
+                    << row.name << ": a child would get " << Inheritable() << " descriptors";
+                return 0;
+            });
+            Step(row, after);  // what is made once and kept is made here
+        }
         if (row.plain) {
             StepInThreads(row);
         }

@@ -119,6 +119,7 @@ TEST_F(Linux, ADiskThatIsFullForATime_GetsEachByteOnce) {
     LimitFileSize(100000);
     std::signal(SIGXFSZ, SIG_DFL);  // which ends the process
     EXPECT_EQ(kelSharedMemory().Create(100001, directory / "segment"), kFailed);
+    EXPECT_EQ(kelFile("file", kReadWrite).SetLength(400001), kFailed);
     LimitFileSize(RLIM_INFINITY);
 }
 

@@ -126,6 +126,12 @@ TEST_F(Moves, TheNewNameIsSyncedAndTheFormerTargetNeverLost) {
         }
         EXPECT_THAT(texts, testing::Contains(moved ? "new" : "old")) << nth << fault.struck;
     }
+    for (const int error : {EIO, EINVAL, ENOSYS, ENOTSUP, EROFS}) {
+        directory.Write("from", "new");
+        const Guard unsynced = AtCall("fsync", [error] { return error; });
+        EXPECT_EQ(Move("from", "to"), error != EIO) << std::strerror(error);
+        EXPECT_EQ(fs::exists("from"), error == EIO) << std::strerror(error);
+    }
     std::vector<std::string> synced;
     directory.Write("from", "new"), directory.Write("to", "old");
     const Guard sync = AtCall("fsync", [&] { return synced.push_back(ReadWhole("to")), 0; });
@@ -169,6 +175,12 @@ TEST_F(Moves, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     EXPECT_EQ(kelFile::Rename("to", file), kOk);
     EXPECT_EQ(kelFile::Rename(file, directory / "to"), kOk) << "with a folder";
     EXPECT_EQ(kelFile::Rename("to", disk / ""), kFailed) << "no name at all";
+    const timespec moment[] = {{1, 0}, {2, 0}};
+    fs::create_symlink("anywhere", disk / "link");
+    EXPECT_EQ(utimensat(AT_FDCWD, (disk / "link").c_str(), moment, AT_SYMLINK_NOFOLLOW), 0);
+    EXPECT_EQ(kelFile::Rename(disk / "link", "link"), kOk);
+    EXPECT_EQ(fs::read_symlink("link"), "anywhere");
+    EXPECT_EQ(kelFileInfo("link").GetLastModifiedTime(), 2000000);
 }
 
 }  // namespace

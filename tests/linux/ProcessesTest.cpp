@@ -12,24 +12,30 @@ using namespace zukel::test;
 
 namespace {
 
-/// A system call that fails, as older systems and sandboxes make it.
-struct Refusal {
-    const char* call;
-    int error;
-    int from;  ///< Of the calls after the start; -1: those of the start as well.
-};
+using Processes = InDirectory;
 
-TEST(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
+/// Lets a system call fail, as older systems and sandboxes make it, while the work is done.
+void Refusing(const char* call, int error, const std::function<void()>& work) {
+    SCOPED_TRACE(call + std::string(": ") + std::strerror(error));
+    const Guard refused = AtCall(call, [error] { return error; });
+    const Guard all = Counting(true);
+    work();
+}
+
+TEST_F(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
     const pid_t other = fork();  // a child of somebody else's
     if (other == 0) {
         _exit(0);
     }
-    const Refusal refusals[] = {{"kill", EPERM, -1},     {"fstatfs", ENOSYS, -1},
-                                {"syscall", ENOSYS, -1}, {"syscall", EPERM, -1},
-                                {"syscall", EACCES, -1}, {"syscall", EPERM, 0},
-                                {"syscall", ENOSYS, 0},  {"syscall", EACCES, 0},
-                                {"syscall", EPERM, 1},   {"syscall", ENOSYS, 1}};
-    for (const auto& [call, error, from] : refusals) {
+    const struct {
+        const char* call;
+        int error;
+        int from;  ///< Of the calls after the start; -1: those of the start as well.
+    } rows[] = {{"kill", EPERM, -1},    {"fstatfs", ENOSYS, -1}, {"syscall", ENOSYS, -1},
+                {"syscall", EPERM, -1}, {"syscall", EACCES, -1}, {"syscall", EPERM, 0},
+                {"syscall", ENOSYS, 0}, {"syscall", EACCES, 0},  {"syscall", EPERM, 1},
+                {"syscall", ENOSYS, 1}};
+    for (const auto& [call, error, from] : rows) {
         for (const bool detach : {true, false}) {
             SCOPED_TRACE(call + std::string(": ") + std::strerror(error) + " from call " +
                          std::to_string(from) + (detach ? ", Kill" : ", NativeKill"));
@@ -51,11 +57,11 @@ TEST(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
             EXPECT_FALSE(process.IsRunning());
         }
     }
-    EXPECT_EQ(waitpid(other, nullptr, 0), other) << "nobody else's to collect";
+    EXPECT_EQ(waitpid(other, nullptr, 0), other) << "not the library's to reap";
     EXPECT_TRUE(AllReaped());
 }
 
-TEST(Processes, AreWaitedForWithDescriptorsAndWithout) {
+TEST_F(Processes, AreWaitedForWithDescriptorsAndWithout) {
     kelProcessOptions shell;
     shell.command = "sh";
     for (const int error : {0, ENOSYS, EPERM}) {
@@ -83,30 +89,32 @@ TEST(Processes, AreWaitedForWithDescriptorsAndWithout) {
     EXPECT_TRUE(AllReaped());
 }
 
-TEST(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
+TEST_F(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
     for (const int error : {0, ENOSYS}) {
-        const Guard refused = AtCall("syscall", [error] { return error; });
-        const Guard all = Counting(true);
-        EXPECT_TRUE(kelProcess::IsRunning(getpid())) << error;
-        EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF)) << error;
-        EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed) << error;
-        EXPECT_EXIT(_exit(setresuid(kNobody, kNobody, kNobody) == 0 && kelProcess::IsRunning(1)),
-                    testing::ExitedWithCode(geteuid() == 0 ? 1 : 0), "")
-            << "of another user, " << error;
+        Refusing("syscall", error, [] {
+            EXPECT_TRUE(kelProcess::IsRunning(getpid()));
+            EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
+            EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
+            EXPECT_EXIT(
+                _exit(setresuid(kNobody, kNobody, kNobody) == 0 && kelProcess::IsRunning(1)),
+                testing::ExitedWithCode(geteuid() == 0 ? 1 : 0), "")
+                << "of another user";
+        });
     }
 }
 
-TEST(Processes, AreNotStartedWithoutADescriptorForThem) {
+TEST_F(Processes, AreNotStartedWithoutADescriptorForThem) {
     for (const int error : {EMFILE, ENFILE, ENOMEM}) {
-        const Guard refused = AtCall("syscall", [error] { return error; });
-        kelProcess process;
-        EXPECT_EQ(UnderFaults([&] { return process.Start("true", false); }), kFailed);
-        EXPECT_EQ(process.GetLastError(), std::strerror(error));
-        EXPECT_EQ(process.GetPid(), -1);
+        Refusing("syscall", error, [error] {
+            kelProcess process;
+            EXPECT_EQ(process.Start("true", false), kFailed);
+            EXPECT_EQ(process.GetLastError(), std::strerror(error));
+            EXPECT_EQ(process.GetPid(), -1);
+        });
     }
 }
 
-TEST(Processes, ThatHaveEnded_AreSentNothing) {
+TEST_F(Processes, ThatHaveEnded_AreSentNothing) {
     for (const char* call : {"kill", "syscall"}) {
         kelProcess process;
         ASSERT_EQ(process.Start("true", false), kOk);
@@ -119,33 +127,27 @@ TEST(Processes, ThatHaveEnded_AreSentNothing) {
     }
 }
 
-TEST(Processes, EndWhereTheProgramIgnoresItsChildrenAndDoNotIgnoreTheirOwn) {
-    const TemporaryDirectory directory;
+TEST_F(Processes, EndWhereTheProgramIgnoresItsChildrenAndDoNotIgnoreTheirOwn) {
     std::signal(SIGCHLD, SIG_IGN);
     std::signal(SIGUSR1, SIG_IGN);
     for (const int error : {0, ENOSYS}) {
-        const Guard refused = AtCall("syscall", [error] { return error; });
-        const Guard all = Counting(true);
-        kelProcess process;
-        ASSERT_EQ(process.Start("grep", {"SigIgn", "/proc/self/status"}, "",
-                                {directory / "ignored"}, false),
-                  kOk);
-        EXPECT_TRUE(Ends(process)) << error;
-        EXPECT_EQ(process.Kill(), kFailed) << error;
-        EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH)) << error;
+        Refusing("syscall", error, [] {
+            kelProcess process;
+            ASSERT_EQ(process.Start("grep", {"SigIgn", "/proc/self/status"}, "", {"out"}, false),
+                      kOk);
+            EXPECT_TRUE(Ends(process));
+            EXPECT_EQ(process.Kill(), kFailed);
+            EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
+        });
     }
     std::signal(SIGUSR1, SIG_DFL);
     std::signal(SIGCHLD, SIG_DFL);
-    const std::string ignored = ReadWhole(directory / "ignored").substr(7);
-    const auto ignores = [&](int signal) {
-        return std::stoull(ignored, nullptr, 16) >> (signal - 1) & 1;
-    };
-    EXPECT_EQ(ignores(SIGCHLD), 0U) << ignored;
-    EXPECT_EQ(ignores(SIGUSR1), 1U) << ignored;
+    const auto ignored = std::stoull(ReadWhole("out").substr(7), nullptr, 16);
+    EXPECT_EQ(ignored >> (SIGCHLD - 1) & 1U, 0U) << std::hex << ignored;
+    EXPECT_EQ(ignored >> (SIGUSR1 - 1) & 1U, 1U) << std::hex << ignored;
 }
 
-TEST(Processes, OfProgramsThatAreStillWritten_StartAsSoonAsTheyCan) {
-    const TemporaryDirectory directory;
+TEST_F(Processes, OfProgramsThatAreStillWritten_StartAsSoonAsTheyCan) {
     const std::string program = directory.Write("program"), script = directory.Write("script");
     fs::copy_file("/bin/true", program, fs::copy_options::overwrite_existing);
     fs::permissions(program, fs::perms::owner_all), fs::permissions(script, fs::perms::owner_all);
@@ -175,8 +177,7 @@ TEST(Processes, OfProgramsThatAreStillWritten_StartAsSoonAsTheyCan) {
     }
 }
 
-TEST(Processes, AProgramForAnotherMachine_IsNoScriptWhateverSignalsCome) {
-    const TemporaryDirectory directory;
+TEST_F(Processes, OfAProgramForAnotherMachine_AreNoScriptsWhateverSignalsCome) {
     const std::string alien = directory.Write("alien", {"\x7f\0\n", 3});
     fs::permissions(alien, fs::perms::owner_all);
     for (const char* call : {"open", "read"}) {
@@ -189,11 +190,12 @@ TEST(Processes, AProgramForAnotherMachine_IsNoScriptWhateverSignalsCome) {
     }
 }
 
-TEST(Processes, NumbersThatMeanGroups_NeverReachTheSystem) {
+TEST_F(Processes, NumbersThatMeanGroups_NeverReachTheSystem) {
     const Guard all = Arm({FaultSource::System});
     for (const int pid : {0, -1, -2, -0x7FFFFFFF - 1}) {
         UnderFaults([&] {
-            EXPECT_TRUE(!kelProcess::IsRunning(pid) && kelProcess::NativeKill(pid) == kFailed);
+            EXPECT_FALSE(kelProcess::IsRunning(pid)) << pid;
+            EXPECT_EQ(kelProcess::NativeKill(pid), kFailed) << pid;
         });
     }
     EXPECT_EQ(fault.calls, 0);

@@ -34,13 +34,12 @@ std::string Bytes(std::uint64_t whole, std::size_t size) {
     return bytes.substr(0, size);
 }
 
-struct Segments : testing::Test {
+struct Segments : InDirectory {
     ~Segments() override { Memory().Remove(name); }
 
     int Attach() const { return Memory().Attach(name); }
 
-    TemporaryDirectory directory;
-    std::string name = directory / "segment";
+    const std::string name = directory / "segment";
 };
 
 TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
@@ -251,17 +250,6 @@ TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
         empty = Memory();
     });
     EXPECT_EQ(Attach(), kFailed) << "made by the copy itself";
-}
-
-TEST_F(Segments, WithoutAName_AreNone) {
-    Memory owner;
-    ASSERT_EQ(owner.Create(100, name), kOk);
-    for (const std::string& none : {std::string(), std::string(1, '\0'), name + '\0' + "b"}) {
-        EXPECT_EQ(Memory().Create(100, none), kFailed) << none.size();
-        EXPECT_EQ(Memory().Attach(none), kFailed) << none.size();
-        EXPECT_EQ(Memory().Remove(none), kFailed) << none.size();
-    }
-    EXPECT_EQ(owner.Destroy(), kOk);
 }
 
 }  // namespace

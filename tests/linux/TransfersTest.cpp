@@ -154,6 +154,13 @@ TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
     if (setxattr(".", "system.posix_acl_default", folders.data(), folders.size(), 0) != 0) {
         GTEST_SKIP() << "no access lists here";
     }
+    for (int nth = 1; nth < 9; ++nth) {
+        const std::string own = AccessList(rows[1].list), from = directory.Write("from");
+        EXPECT_EQ(setxattr("from", kAccessList, own.data(), own.size(), 0), 0);
+        const Guard armed = Arm({FaultSource::Memory, nth, true});
+        EXPECT_TRUE(!kCopy("from", "to") || get("to") == own) << "without memory for block " << nth;
+        fs::remove("to");
+    }
     for (const auto& row : rows) {
         for (const Way& way : kWays) {
             for (const int error : {0, ENOTSUP}) {

@@ -34,8 +34,8 @@ Guard Arm(const FaultPlan& plan) {
 }
 
 Guard AtCall(const char* call, std::function<int()> answer) {
-    atCall = {call, std::move(answer)};
-    return Guard([] { atCall = {}; });
+    std::pair<std::string_view, std::function<int()>> hook{call, std::move(answer)};
+    return Guard([former = std::exchange(atCall, std::move(hook))] { atCall = former; });
 }
 
 Guard ShortTransfers(std::function<std::size_t(std::size_t)> part) {
@@ -55,8 +55,9 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
     if (!counting) {
         return 0;
     }
-    if (atCall.first == call) {
+    if (atCall.first == call || (atCall.first == "" && atCall.second)) {
         const Guard ownWork = Counting(false);
+        const Guard same([former = errno] { errno = former; });
         if (const int error = atCall.second()) {
             return error;
         }

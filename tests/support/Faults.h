@@ -29,8 +29,8 @@ struct FaultPlan {
 extern thread_local FaultPlan fault;
 Guard Arm(const FaultPlan& plan);
 
-/// Does something of the test's choice before every call of one name, for the calling thread and
-/// where calls count, beside what an armed fault does.
+/// Installs a hook that runs before each counting call of this name, or of any name if it is empty,
+/// in this thread, in addition to an armed fault.
 /// @param answer gives 0 to let the call go on, or the error that it fails with.
 Guard AtCall(const char* call, std::function<int()> answer);
 
