@@ -75,10 +75,11 @@ struct Threads : InDirectory {
         EXPECT_EQ(kelCPUInfo::GetCPUID(), kelCPUInfo::GetCPUID());
     }
     void Segments(int number) const {
+        const std::string name = Own(number) + "s";
         kelSharedMemory owner, attached, again;
-        EXPECT_EQ(owner.Create(64, Own(number)), kOk);
-        EXPECT_EQ(attached.Attach(Own(number)), kOk);
-        EXPECT_EQ(again.Attach(Own(number) + "no"), kFailed);
+        EXPECT_EQ(owner.Create(64, name), kOk);
+        EXPECT_EQ(attached.Attach(name), kOk);
+        EXPECT_EQ(again.Attach(name + "no"), kFailed);
         EXPECT_EQ(attached.GetSize(), 64U);
         EXPECT_EQ(attached.Detach(), kOk);
         EXPECT_EQ(owner.Destroy(), kOk);
