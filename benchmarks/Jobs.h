@@ -5,6 +5,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <filesystem>
@@ -132,6 +133,35 @@ public:
         return Repeat("ReadUnbufferedLines", [] { ReadEachLine<File>(Work::Get().FewLines()); });
     }
 
+    /// Blocks of 4 KiB, at random places of a file that the system has in its cache.
+    template <typename File>
+    const Jobs& ReadAt() const {
+        struct Reader {
+            File file{Work::Get().SixteenMiB()};
+            std::uint32_t place = 1;
+        };
+        return With(
+            "ReadAt", [] { return Reader(); },
+            [](Reader& reader) {
+                char block[4096];
+                reader.place = reader.place * 1664525 + 1013904223;
+                const std::size_t offset = reader.place % (Work::kSixteenMiB - sizeof block);
+                MUST(reader.file.ReadAt(offset, block, sizeof block) == sizeof block);
+                benchmark::DoNotOptimize(block);
+            });
+    }
+
+    /// All that files with a buffer do.
+    template <typename Reader, typename Writer, typename UnbufferedReader = Reader>
+    const Jobs& Streams() const {
+        return OpenClose<Reader>()
+            .template CreateWriteClose<Writer>()
+            .template ReadUnbuffered<UnbufferedReader>()
+            .template ReadBuffered<Reader>()
+            .template ReadLines<Reader>()
+            .template WriteBuffered<Writer>();
+    }
+
     // Names: calls with one or two of them.
 
     /// Copies over a target that exists; on a disk into a new one.
@@ -155,6 +185,38 @@ public:
             MUST(rename(Work::Get().FourThousand(), Work::Get().Target()));
             MUST(rename(Work::Get().Target(), Work::Get().FourThousand()));
         });
+    }
+    /// Gives a small file new contents, durably. Not the processor's time alone: it waits for the
+    /// disk.
+    template <typename Call>
+    const Jobs& ReplaceWhole(Call replace) const {
+        const auto add = [&](Work& (*place)(), const std::string& which) {
+            Add("ReplaceWhole", Repeated([=, contents = std::string(4000, 'x')] {
+                    MUST(replace(place().Target(), contents));
+                }),
+                which)
+                ->UseRealTime();
+        };
+        add(Work::Get, "");
+        add(Work::Disk, "disk");
+        return *this;
+    }
+    template <typename Call>
+    const Jobs& DeleteTree(Call remove) const {
+        for (const int folders : {1, 100}) {
+            Add(
+                "DeleteTree",
+                [=](benchmark::State& state) {
+                    for (auto _ : state) {
+                        state.PauseTiming();
+                        const std::string tree = Work::Get().MakeTree(folders);
+                        state.ResumeTiming();
+                        MUST(remove(tree));
+                    }
+                },
+                std::to_string(folders));
+        }
+        return *this;
     }
     template <typename Call>
     const Jobs& Exists(Call exists) const {
@@ -203,6 +265,12 @@ public:
                 std::to_string(size))
                 ->UseRealTime();
         }
+        return *this;
+    }
+    /// Runs /bin/true and collects both of its outputs.
+    template <typename Call>
+    const Jobs& Run(Call run) const {
+        Add("Run", Repeated(run))->UseRealTime();
         return *this;
     }
     /// `share(name, size, attach)` creates a segment, touches all of it, and with `attach` attaches

@@ -5,8 +5,6 @@
 #include <apr_env.h>
 #include <apr_file_info.h>
 #include <apr_file_io.h>
-#include <apr_general.h>
-#include <apr_pools.h>
 #include <apr_shm.h>
 #include <apr_thread_proc.h>
 #include <apr_time.h>
@@ -14,27 +12,9 @@
 #include <cstring>
 
 #include "Jobs.h"
+#include "RuntimePool.h"
 
 namespace {
-
-/// A pool, and the runtime started.
-class Pool {
-public:
-    Pool() {
-        apr_initialize();
-        apr_pool_create(&pool_, nullptr);
-    }
-    ~Pool() {
-        apr_pool_destroy(pool_);
-        apr_terminate();
-    }
-    Pool(const Pool&) = delete;
-    Pool& operator=(const Pool&) = delete;
-    operator apr_pool_t*() const { return pool_; }
-
-private:
-    apr_pool_t* pool_ = nullptr;
-};
 
 constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
 
@@ -102,7 +82,7 @@ auto List(const std::string& name) {
     return names;
 }
 
-void Start() {
+void Start(bool collect) {
     const Pool pool;
     apr_procattr_t* attributes = nullptr;
     apr_procattr_create(&attributes, pool);
@@ -112,6 +92,12 @@ void Start() {
     apr_proc_t process{};
     MUST(apr_proc_create(&process, arguments[0], arguments, nullptr, attributes, pool) ==
          APR_SUCCESS);
+    for (apr_file_t* const pipe : {process.out, process.err}) {
+        char text[4096];
+        apr_size_t size = sizeof text;
+        while (collect && apr_file_read(pipe, text, &size) == APR_SUCCESS) {
+        }
+    }
     MUST(apr_proc_wait(&process, nullptr, nullptr, APR_WAIT) == APR_CHILD_DONE);
 }
 
@@ -182,7 +168,8 @@ const Jobs kJobs =
             [](const Pool& pool) {
                 MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
             })
-        .Start(Start)
+        .Start([] { Start(false); })
+        .Run([] { Start(true); })
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With(

@@ -1,17 +1,19 @@
 // The jobs by the standard libraries of C++ and C.
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 
-#include "Jobs.h"
+#include "Filesystem.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using Files = Filesystem<fs::path, fs::directory_iterator>;
 
 /// A file of the C library; for lines to the system byte by byte without a buffer.
 template <bool kBuffered>
@@ -39,62 +41,20 @@ struct CWriter : CFile<true> {
 using Reader = StreamFile<std::ifstream>;
 using Writer = StreamFile<std::ofstream>;
 
-bool Remove(const std::string& path) {
-    return fs::remove(path);
-}
-void Facts() {
-    const fs::path path(kKnownFile);
-    benchmark::DoNotOptimize(fs::file_size(path));
-    benchmark::DoNotOptimize(fs::symlink_status(path));
-    benchmark::DoNotOptimize(fs::last_write_time(path));
-}
-void ThreeParts(const fs::path& path) {
-    benchmark::DoNotOptimize(path.parent_path().string());
-    benchmark::DoNotOptimize(path.filename().string());
-    benchmark::DoNotOptimize(path.stem().string());
-}
-auto List(const std::string& directory) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-        names.push_back(entry.path().filename().string());
-    }
-    return names;
-}
 auto Format(const std::tm& time) {
     char buffer[256];
     return std::string(buffer, std::strftime(buffer, sizeof buffer, kPattern, &time));
 }
 
 const Jobs kJobs =
-    Jobs("std.fstream")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadBuffered<Reader>()
-        .ReadLines<Reader>()
-        .WriteBuffered<Writer>()
-        .Copy([](const auto& from, const auto& to) {
-            return fs::copy_file(from, to, fs::copy_options::overwrite_existing);
-        })
-        .Rename([](const auto& from, const auto& to) {
-            fs::rename(from, to);
-            return true;
-        })
-        .Exists([](const auto& name) { return fs::exists(name); })
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return fs::create_directory(path); }, Remove)
-        .MakeFiveLevels([](const auto& path) { return fs::create_directories(path); }, Remove)
-        .Repeat("FileFacts", Facts)
-        .With(
-            "NormalizePath", [] { return fs::path(kLongPath); },
-            [](const fs::path& path) { return path.lexically_normal(); })
-        .Repeat("RelativePath", [] { return fs::relative(kTo, kFrom); })
-        .With(
-            "ThreeNameParts", [] { return fs::path(kLongPath); }, ThreeParts)
+    Files::Add(Jobs("std.fstream"), fs::copy_options::overwrite_existing)
+        .Streams<Reader, Writer>()
+        .Repeat("MonotonicTime",
+                [] { return std::chrono::steady_clock::now().time_since_epoch().count() / 1000; })
         .With(
             "FourNameParts", [] { return fs::path(kKnownFile); },
             [](const fs::path& path) {
-                ThreeParts(path);
+                Files::ThreeParts(path);
                 benchmark::DoNotOptimize(path.extension().string());
             })
         .Repeat("ReadVariable", [] { return std::string(std::getenv("PATH")); })
@@ -121,12 +81,7 @@ const Jobs kJobs =
             });
 
 const Jobs kStdio = Jobs("std.stdio")
-                        .OpenClose<CFile<true>>()
-                        .CreateWriteClose<CWriter>()
-                        .ReadUnbuffered<CFile<false>>()
-                        .ReadUnbufferedLines<CFile<false>>()
-                        .ReadBuffered<CFile<true>>()
-                        .ReadLines<CFile<true>>()
-                        .WriteBuffered<CWriter>();
+                        .Streams<CFile<true>, CWriter, CFile<false>>()
+                        .ReadUnbufferedLines<CFile<false>>();
 
 }  // namespace

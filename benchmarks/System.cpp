@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 
 #include "Jobs.h"
@@ -29,7 +30,10 @@ struct File {
     std::size_t Read(char* to, std::size_t size) {
         return static_cast<std::size_t>(read(file, to, size));
     }
-    void Write(const char* from, std::size_t size) { MUST(write(file, from, size) > 0); }
+    void Write(const char* from, std::size_t size) const { MUST(write(file, from, size) > 0); }
+    std::size_t ReadAt(std::size_t offset, char* to, std::size_t size) {
+        return static_cast<std::size_t>(pread(file, to, size, static_cast<off_t>(offset)));
+    }
     bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
     int file;
 };
@@ -43,6 +47,18 @@ bool Copy(const std::string& from, const std::string& to) {
     while ((moved = copy_file_range(in.file, nullptr, out.file, nullptr, 1U << 30U, 0)) > 0) {
     }
     return moved == 0;
+}
+/// A new file in the place of the old one: contents and name are on the disk on return.
+bool ReplaceWhole(const std::string& name, const std::string& contents) {
+    const std::string temporary = name + ".new";
+    {
+        const File<O_WRONLY | O_CREAT | O_EXCL> made(temporary);
+        made.Write(contents.data(), contents.size());
+        MUST(fdatasync(made.file) == 0);
+    }
+    MUST(std::rename(temporary.c_str(), name.c_str()) == 0);
+    const File<O_RDONLY | O_DIRECTORY> folder(name.substr(0, name.rfind('/')));
+    return fsync(folder.file) == 0;
 }
 bool Exists(const std::string& name) {
     struct stat status {};
@@ -70,6 +86,30 @@ void Start() {
     char* const arguments[] = {program, nullptr};
     pid_t pid = -1;
     MUST(posix_spawnp(&pid, program, nullptr, nullptr, arguments, environ) == 0);
+    MUST(waitpid(pid, nullptr, 0) == pid);
+}
+
+/// With a pipe for each output, each read to its end: the program writes little.
+void Run() {
+    char program[] = "/bin/true";
+    char* const arguments[] = {program, nullptr};
+    int pipes[2][2];
+    posix_spawn_file_actions_t actions;
+    MUST(posix_spawn_file_actions_init(&actions) == 0);
+    for (int stream = 0; stream < 2; ++stream) {
+        MUST(pipe2(pipes[stream], O_CLOEXEC) == 0);
+        posix_spawn_file_actions_adddup2(&actions, pipes[stream][1], stream + STDOUT_FILENO);
+    }
+    pid_t pid = -1;
+    MUST(posix_spawnp(&pid, program, &actions, nullptr, arguments, environ) == 0);
+    posix_spawn_file_actions_destroy(&actions);
+    for (const auto& ends : pipes) {
+        char text[4096];
+        close(ends[1]);
+        while (read(ends[0], text, sizeof text) > 0) {
+        }
+        close(ends[0]);
+    }
     MUST(waitpid(pid, nullptr, 0) == pid);
 }
 
@@ -140,10 +180,12 @@ const Jobs kJobs =
         .CreateWriteClose<Writer>()
         .ReadUnbuffered<Reader>()
         .ReadUnbufferedLines<Reader>()
+        .ReadAt<Reader>()
         .Copy(Copy)
         .Rename([](const auto& from, const auto& to) {
             return std::rename(from.c_str(), to.c_str()) == 0;
         })
+        .ReplaceWhole(ReplaceWhole)
         .Exists(Exists)
         .List(List)
         .MakeAndRemove([](const auto& path) { return mkdir(path.c_str(), 0777) == 0; },
@@ -155,6 +197,13 @@ const Jobs kJobs =
                 })
         .Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; })
         .Start(Start)
+        .Run(Run)
+        .Repeat("MonotonicTime",
+                [] {
+                    timespec now{};
+                    clock_gettime(CLOCK_MONOTONIC, &now);
+                    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
+                })
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With("Memory", MemoryFiles, ReadFiles)

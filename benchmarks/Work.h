@@ -61,6 +61,19 @@ public:
         return directory;
     }
 
+    /// A new tree of 10,000 empty files, evenly in so many directories.
+    std::string MakeTree(int folders) const {
+        const std::string tree = path_ + "/tree";
+        for (int folder = 0; folder < folders; ++folder) {
+            const std::string name = tree + "/folder " + std::to_string(folder);
+            std::filesystem::create_directories(name);
+            for (int file = 0; file < 10000 / folders; ++file) {
+                std::ofstream(name + "/file " + std::to_string(file));
+            }
+        }
+        return tree;
+    }
+
 private:
     explicit Work(const std::filesystem::path& folder)
         : path_((folder / "zukel-bench-XXXXXX").string()) {

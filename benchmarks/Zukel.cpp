@@ -17,6 +17,10 @@ struct File {
         return size;
     }
     void Write(const char* from, unsigned long long size) { file.Write(from, size); }
+    std::size_t ReadAt(std::size_t offset, char* to, unsigned long long size) {
+        file.ReadAt(static_cast<long long>(offset), to, size);
+        return size;
+    }
     bool Line(char* to, std::size_t size) { return file.ReadLine(to, size) == kelStatusOk; }
     void ReadValue(int& value) { file.Read(value); }
     void WriteValue(int value) { file.Write(value); }
@@ -73,6 +77,16 @@ void Start() {
     MUST(!process.IsRunning());
 }
 
+void Run() {
+    kelProcessOptions options;
+    options.command = "/bin/true";
+    zuString output;
+    zuString errors;
+    int exitCode = -1;
+    MUST(kelProcess::Run(options, "", output, errors, exitCode, -1) == kelStatusOk);
+    MUST(exitCode == 0);
+}
+
 void Load() {
     kelDynamicObject module;
     long long (*answer)() = nullptr;
@@ -115,11 +129,16 @@ const Jobs kJobs =
         .CreateWriteClose<Writer>()
         .ReadUnbuffered<Reader>()
         .ReadUnbufferedLines<Reader>()
+        .ReadAt<Reader>()
         .ReadBuffered<BufferedReader>()
         .ReadLines<BufferedReader>()
         .WriteBuffered<BufferedWriter>()
         .Copy(Copy)
         .Rename(Rename)
+        .ReplaceWhole([](const auto& name, const auto& contents) {
+            return kelFile::ReplaceWhole(name, contents) == kelStatusOk;
+        })
+        .DeleteTree([](const auto& path) { return kelDirectory::DeleteTree(path) == kelStatusOk; })
         .Exists(Exists)
         .List([](const auto& directory) { return kelDirectory::GetFileNames(directory); })
         .MakeAndRemove(Make<false>, Remove)
@@ -145,6 +164,8 @@ const Jobs kJobs =
                 MUST(library.SetEnvironmentVariable("ZUKEL_BENCHMARK", "value") == kelStatusOk);
             })
         .Start(Start)
+        .Run(Run)
+        .Repeat("MonotonicTime", kelTime::GetMonotonicTime)
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With(

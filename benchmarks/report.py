@@ -82,7 +82,7 @@ def bytes_text(count):
     return f"{count:,.0f}"
 
 
-LABELS = {"StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
+LABELS = {"DeleteTree": "{} directories", "StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
           "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
           "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}"}
 VARIANTS = {"": "", "Cold": ", cold", "Native": ", native"}
@@ -281,11 +281,13 @@ has no way to do the job, or none that is comparable.
 {times}
 
 The times are medians of {rounds} rounds; in each round all the ways of a job run in random order. They are
-processor time, but for `StartUntilEnded` and `Counter`, which are time on the clock.
+processor time, but for `StartUntilEnded`, `Run`, `ReplaceWhole`, `Counter` and `LevelDBFill`, which are
+time on the clock.
 “Spread” is how far the middle half of the rounds reaches from the median, for the way of the row in which
 that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
-alive, “native” are `NativeCopy` and `NativeRename`, beside the others' same calls. The files are on {memory},
+alive; the `LevelDB` rows are a database on this library's files (`examples/leveldbenv.cpp`), beside one on
+LevelDB's own, which calls the system; “native” are `NativeCopy` and `NativeRename`, beside the others' same calls. The files are on {memory},
 those “on disk” on {disk}, where what is written is a new file. Boost, POCO and Qt let their copy go to the disk before
 they return, which takes them longer by the clock than is told here.
 

@@ -138,6 +138,20 @@ public:
     /// The same. The pointer is not read and may be null.
     static int Create(const kelLibrary* library, const zuString& path, int perms, bool recursive);
 
+    /// Makes a new, empty directory for the user of the process alone, under a name made from
+    /// `nameTemplate` that nothing had before. It stays until it is removed: see `DeleteTree`.
+    ///
+    /// @param nameTemplate ends in at least six `X`. Linux: the last six are replaced; Windows: all
+    /// trailing `X` are.
+    /// @param path receives the template with the `X` replaced.
+    /// @returns `kelStatusOk`; `kelStatusEmptyPath` for an empty template; `kelStatusNotFound` when
+    /// a directory on the way is missing; `kelStatusAccessDenied` when it may not be written;
+    /// `kelStatusFailed` otherwise, also for another end of the template.
+    ///
+    /// Linux: the permissions are 0700, less the umask. Windows: the access list gives the user all
+    /// rights, also to what is made in the directory, and nobody else any.
+    static int CreateTemporary(const zuString& nameTemplate, zuString& path);
+
     /// Removes one empty directory.
     ///
     /// @returns `kelStatusEmptyPath` for an empty path; `kelStatusFailed` for a directory with

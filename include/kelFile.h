@@ -7,6 +7,11 @@
 class kelLibrary;
 struct kelFileRecord;
 
+// <windows.h> has a macro of this name. It must not rename the member, whether that header comes
+// before this one or after it: at the end of the class the call is met under either name.
+#pragma push_macro("CreateSymbolicLink")
+#undef CreateSymbolicLink
+
 /// One file: opened by name, read and written as typed values, blocks or lines, and closed; and
 /// operations on files by name.
 ///
@@ -58,7 +63,7 @@ public:
         ModeTruncate = 0x00010,   ///< Cut an existing file to nothing.
         ModeBinary = 0x00020,     ///< No text translation; neither Linux nor Windows does any.
         ModeExclusive = 0x00040,  ///< With `ModeCreate`: fail when the file exists.
-        ModeBuffered = 0x00080,   ///< Gather small reads and writes in a buffer of 4 KiB.
+        ModeBuffered = 0x00080,   ///< Gather small reads and writes in a buffer of 16 KiB.
         /// Remove the file when it is closed. Linux: by the name given, which a relative name looks
         /// for in the current directory of that time; Windows: the file itself.
         ModeDeleteOnClose = 0x00100,
@@ -215,7 +220,7 @@ public:
     ///
     /// @param text not null.
     /// @returns `kelStatusFailed` when not all of it reached the file or the buffer. Buffered, a
-    /// text of up to 4 KiB has then not been taken at all.
+    /// text of up to 16 KiB has then not been taken at all.
     int WriteLine(const char* text);
 
     /// Moves the position to `offset` bytes from the start; beyond the end is allowed, and a later
@@ -464,6 +469,42 @@ public:
     /// link that leads nowhere is a failure.
     static int ReplaceWhole(const zuString& name, const zuString& contents);
 
+    /// Makes a symbolic link `name` that leads to `target`. The target need not exist; a relative
+    /// one is read from the directory that the link is in.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusEmptyTarget` and `kelStatusEmptyPath` for an empty
+    /// `target` and `name`; `kelStatusExists`, with nothing done, when something has the name;
+    /// `kelStatusNotFound` when a directory on the way to `name` is missing;
+    /// `kelStatusAccessDenied` when it may not be written; `kelStatusFailed` otherwise, as on a
+    /// volume without such links.
+    ///
+    /// Linux: the target is any bytes, at most 4095. Windows: `/` in the target becomes a
+    /// backslash; a link to a directory leads there only if the directory exists when the link is
+    /// made; a user who lacks the right to make links, which the developer mode of Windows 10
+    /// gives to all, gets `kelStatusFailed`.
+    static int CreateSymbolicLink(const zuString& target, const zuString& name);
+
+    /// Reads where the symbolic link `name` itself leads to, which may be another link or nothing.
+    ///
+    /// @param target receives the text as it is in the link, of any length.
+    /// @returns `kelStatusOk`; `kelStatusEmptyPath` for an empty name; `kelStatusNotFound` when
+    /// nothing has the name; `kelStatusAccessDenied` when the way there may not be searched;
+    /// `kelStatusFailed` otherwise, as for what is no symbolic link, and for a loop of links on
+    /// the way. Windows: a mount point (junction) counts as a link.
+    static int ReadSymbolicLink(const zuString& name, zuString& target);
+
+    /// Finds the absolute path of the file or directory that `name` leads to. Symbolic links are
+    /// followed, `.` and `..` worked out, repeated and trailing separators are gone.
+    ///
+    /// @returns `kelStatusOk`; `kelStatusEmptyPath` for an empty name; `kelStatusNotFound` when it
+    /// leads to nothing, as through a link to a missing file; `kelStatusAccessDenied` when the way
+    /// there may not be searched; `kelStatusFailed` otherwise, as for a loop of links.
+    ///
+    /// Linux: a path that would have more than 4095 bytes, which no operation takes, fails.
+    /// Windows: with backslashes, in the case that the names have on the volume, and in the
+    /// extended form where the system would read the path in another way without it.
+    static int GetRealPath(const zuString& name, zuString& path);
+
     /// Removes the name of a file; a symbolic link itself, not what it leads to. Directories are
     /// not removed. Linux: a file that is open somewhere lives on without the name.
     static int Delete(const zuString& name);
@@ -486,6 +527,21 @@ public:
     static int SetPermissions(const kelLibrary* library, const zuString& name, int perms);
     /// @}
 
+    /// @name Under the names that windows.h makes of calls to one of the above
+    /// @{
+
+    /// The same as `CreateSymbolicLink`.
+    static int CreateSymbolicLinkA(const zuString& target, const zuString& name) {
+        return CreateSymbolicLink(target, name);
+    }
+    /// The same as `CreateSymbolicLink`.
+    static int CreateSymbolicLinkW(const zuString& target, const zuString& name) {
+        return CreateSymbolicLink(target, name);
+    }
+    /// @}
+
 private:
     kelFileRecord* record_;
 };
+
+#pragma pop_macro("CreateSymbolicLink")

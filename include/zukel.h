@@ -12,6 +12,7 @@
 /// | starting, feeding, watching, ending programs  | kelProcess.h, kelProcessOptions.h      |
 /// | plug-ins                                      | kelDynamicObject.h                     |
 /// | memory that processes share                   | kelSharedMemory.h                      |
+/// | files in memory                               | kelMappedFile.h                        |
 /// | moments, dates as text, sleeping              | kelTime.h                              |
 /// | figures of memory and of disks                | kelSystem.h                            |
 /// | figures of the processor                      | kelCPUInfo.h                           |
@@ -39,6 +40,7 @@
 #include "kelFile.h"
 #include "kelFileInfo.h"
 #include "kelLibrary.h"
+#include "kelMappedFile.h"
 #include "kelMemoryInfo.h"
 #include "kelMutex.h"
 #include "kelProcess.h"

@@ -11,7 +11,8 @@ builds=${ZUKEL_BUILD:-$root/build}
 export builds
 
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
-test_packages=(libgtest-dev libgmock-dev locales strace)
+example_packages=(libleveldb-dev)
+test_packages=("${example_packages[@]}" libgtest-dev libgmock-dev locales strace)
 check_packages=(clang libclang-rt-dev clang-tidy clang-format libbenchmark-dev abigail-tools libxml2-utils lintian
     fakeroot)
 document_packages=(doxygen)

@@ -10,14 +10,20 @@
 
 #include "Observe.h"
 
-const std::array<Case, 10> kCases{{
+const std::array<Case, 15> kCases{{
     {"copy", "A file is copied onto itself through a symbolic link", CopyThroughLink},
     {"move", "A file is moved to another volume", MoveToOtherVolume},
+    {"tree", "A tree is deleted, and meanwhile a directory in it is swapped for a link",
+     SwapInTree},
+    {"lock", "A file is locked, and another object on it is closed", LockAndClose},
+    {"full", "A file is replaced by a larger one, and the volume is full", ReplaceOnFull},
     {"missing", "A program that does not exist is started", StartMissing},
     {"nowhere", "A program is started in a directory that does not exist", StartNowhere},
     {"forget", "50 children are started and forgotten", Forget},
     {"ended", "A child has ended and nobody has collected it: does it run?", AskEnded},
     {"megabyte", "A child writes 1 MB that nobody reads", WriteMegabyte},
+    {"flood", "A child writes 1 MB to each output, and both are collected", FloodPipes},
+    {"ignored", "A program that ignores SIGCHLD waits for a child", WaitIgnoring},
     {"segment", "The owner of a shared segment is killed", OwnerKilled},
     {"nomodule", "A module that does not exist is loaded: the reason given", LoadMissing},
     {"textmodule", "A text is loaded as a module: the reason given", LoadText},

@@ -11,7 +11,10 @@ struct Case {
     std::string (*observe)(const Library& library);
 };
 
-extern const std::array<Case, 10> kCases;
+extern const std::array<Case, 15> kCases;
+
+/// Another process in the case on locks. @returns 0 when it gets the lock.
+int TryLock(const Library& library, const char* file);
 
 /// The other side of the case on segments: makes the segment, says so on standard output, and waits
 /// to be killed.
@@ -23,6 +26,9 @@ constexpr const char* kNoOperation = "no such operation";
 /// @{
 std::string CopyThroughLink(const Library& library);
 std::string MoveToOtherVolume(const Library& library);
+std::string SwapInTree(const Library& library);
+std::string LockAndClose(const Library& library);
+std::string ReplaceOnFull(const Library& library);
 std::string LoadMissing(const Library& library);
 std::string LoadText(const Library& library);
 std::string OwnerKilled(const Library& library);
@@ -31,6 +37,8 @@ std::string StartNowhere(const Library& library);
 std::string Forget(const Library& library);
 std::string AskEnded(const Library& library);
 std::string WriteMegabyte(const Library& library);
+std::string FloodPipes(const Library& library);
+std::string WaitIgnoring(const Library& library);
 /// @}
 
 /// "says done", or what it says instead.

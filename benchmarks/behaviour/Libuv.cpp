@@ -1,5 +1,7 @@
 #include <uv.h>
 
+#include <cstdint>
+
 #include "Library.h"
 
 namespace {
@@ -14,7 +16,10 @@ void Turn() {
 
 struct Process {
     uv_process_t process{};
-    uv_pipe_t pipe{};
+    uv_pipe_t pipes[2]{};  ///< For its output and its errors.
+    std::string texts[2];
+    int code = -1;
+    bool ended = false;
 };
 
 /// Closes the handles, as the library wants it before their memory goes.
@@ -26,34 +31,80 @@ void Forget(Process* started) {
         }
     };
     close(started->process);
-    close(started->pipe);
+    close(started->pipes[0]);
+    close(started->pipes[1]);
     Turn();
     delete started;
 }
 
-Answer Start(const Command& command, Child& child) {
-    const std::shared_ptr<Process> started(new Process, Forget);
+/// Starts a program with the first so many of its outputs through pipes.
+int Spawn(const Command& command, int pipes, Process& started) {
     std::vector<char*> words;
     for (const std::string& word : command.words) {
         words.push_back(const_cast<char*>(word.c_str()));
     }
     words.push_back(nullptr);
-    uv_stdio_container_t streams[2]{};
+    uv_stdio_container_t streams[3]{};
     uv_process_options_t options{};
     options.file = words[0];
     options.args = words.data();
     options.cwd = command.directory.empty() ? nullptr : command.directory.c_str();
-    if (command.throughPipe) {
-        uv_pipe_init(uv_default_loop(), &started->pipe, 0);
-        streams[1].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
-        streams[1].data.stream = reinterpret_cast<uv_stream_t*>(&started->pipe);
-        options.stdio = streams;
-        options.stdio_count = 2;
+    options.stdio = streams;
+    options.stdio_count = pipes == 0 ? 0 : 1 + pipes;
+    options.exit_cb = [](uv_process_t* process, std::int64_t code, int signal) {
+        auto& ended = *static_cast<Process*>(process->data);
+        ended.code = signal == 0 ? static_cast<int>(code) : -1;
+        ended.ended = true;
+    };
+    for (int pipe = 0; pipe < pipes; ++pipe) {
+        uv_pipe_init(uv_default_loop(), &started.pipes[pipe], 0);
+        streams[1 + pipe].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
+        streams[1 + pipe].data.stream = reinterpret_cast<uv_stream_t*>(&started.pipes[pipe]);
     }
-    const int result = uv_spawn(uv_default_loop(), &started->process, &options);
+    started.process.data = &started;
+    return uv_spawn(uv_default_loop(), &started.process, &options);
+}
+
+Answer Start(const Command& command, Child& child) {
+    const std::shared_ptr<Process> started(new Process, Forget);
+    const int result = Spawn(command, command.throughPipe ? 1 : 0, *started);
     child = {started, result == 0 ? started->process.pid : 0,
-             [started] { return uv_process_kill(&started->process, 0) == 0; }};
+             [started] { return uv_process_kill(&started->process, 0) == 0; },
+             [started](int& code) {
+                 while (!started->ended) {
+                     uv_run(uv_default_loop(), UV_RUN_ONCE);
+                 }
+                 code = started->code;
+                 return Answer{true, ""};
+             }};
     return Of(result);
+}
+
+void MakeRoom(uv_handle_t*, std::size_t size, uv_buf_t* room) {
+    static std::vector<char> bytes;
+    bytes.resize(size);
+    *room = uv_buf_init(bytes.data(), static_cast<unsigned>(size));
+}
+
+Answer Collect(const std::vector<std::string>& words, std::string& output, std::string& errors) {
+    const std::shared_ptr<Process> started(new Process, Forget);
+    const Answer answer = Of(Spawn({words, "", true}, 2, *started));
+    for (int pipe = 0; pipe < 2; ++pipe) {
+        started->pipes[pipe].data = &started->texts[pipe];
+        uv_read_start(reinterpret_cast<uv_stream_t*>(&started->pipes[pipe]), MakeRoom,
+                      [](uv_stream_t* stream, ssize_t size, const uv_buf_t* piece) {
+                          if (size > 0) {
+                              static_cast<std::string*>(stream->data)
+                                  ->append(piece->base, static_cast<std::size_t>(size));
+                          } else if (size < 0) {
+                              uv_read_stop(stream);
+                          }
+                      });
+    }
+    uv_run(uv_default_loop(), UV_RUN_DEFAULT);
+    output = started->texts[0];
+    errors = started->texts[1];
+    return answer;
 }
 
 }  // namespace
@@ -64,7 +115,8 @@ Library ThisLibrary() {
     library.version = uv_version_string();
     library.calls =
         "`uv_fs_copyfile`, `uv_fs_rename`, `uv_spawn` (forgotten: `uv_close`), `uv_process_kill` "
-        "with signal 0, `uv_dlopen`";
+        "with signal 0, `uv_run` until the exit callback, both outputs by `uv_read_start`, "
+        "`uv_dlopen`";
     library.copy = [](const std::string& from, const std::string& to) {
         uv_fs_t request;
         const int result = uv_fs_copyfile(nullptr, &request, from.c_str(), to.c_str(), 0, nullptr);
@@ -79,6 +131,7 @@ Library ThisLibrary() {
     };
     library.start = Start;
     library.turn = Turn;
+    library.collect = Collect;
     library.load = [](const std::string& file) {
         uv_lib_t module;
         const bool done = uv_dlopen(file.c_str(), &module) == 0;

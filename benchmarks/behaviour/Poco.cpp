@@ -2,9 +2,11 @@
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
 #include <Poco/Process.h>
 #include <Poco/SharedLibrary.h>
 #include <Poco/SharedMemory.h>
+#include <Poco/StreamCopier.h>
 
 #include "Library.h"
 
@@ -37,7 +39,8 @@ Answer Start(const Command& command, Child& child) {
                                         output, nullptr);
         const auto started = std::make_shared<Process>(Process{pipe, handle});
         child = {started, handle.id(),
-                 [started] { return Poco::Process::isRunning(started->handle); }};
+                 [started] { return Poco::Process::isRunning(started->handle); },
+                 [started](int& code) { return Try([&] { code = started->handle.wait(); }); }};
     });
 }
 
@@ -60,7 +63,10 @@ Library ThisLibrary() {
     library.name = "POCO";
     library.version = part(24) + "." + part(16) + "." + part(8);
     library.calls =
-        "`File::copyTo`, `File::moveTo`, `Process::launch`, `Process::isRunning`, `SharedMemory`, "
+        "`File::copyTo`, `File::moveTo`, `Process::launch`, `Process::isRunning`, both outputs "
+        "read one "
+        "after the other by `PipeInputStream`, `ProcessHandle::wait`, `File::remove` with its "
+        "directory's contents, `SharedMemory`, "
         "`SharedLibrary::load`";
     library.copy = [](const std::string& from, const std::string& to) {
         return Try([&] { Poco::File(from).copyTo(to); });
@@ -69,6 +75,23 @@ Library ThisLibrary() {
         return Try([&] { Poco::File(from).moveTo(to); });
     };
     library.start = Start;
+    library.collect = [](const std::vector<std::string>& words, std::string& output,
+                         std::string& errors) {
+        return Try([&] {
+            Poco::Pipe out;
+            Poco::Pipe err;
+            const auto handle = Poco::Process::launch(words[0], {words.begin() + 1, words.end()},
+                                                      nullptr, &out, &err);
+            Poco::PipeInputStream first(out);
+            Poco::PipeInputStream second(err);
+            Poco::StreamCopier::copyToString(first, output);
+            Poco::StreamCopier::copyToString(second, errors);
+            handle.wait();
+        });
+    };
+    library.deleteTree = [](const std::string& path) {
+        return Try([&] { Poco::File(path).remove(true); });
+    };
     library.create = [](const std::string& name, std::size_t size, Segment& segment) {
         return Open(name, size, true, segment);
     };

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
+
 #include "Cases.h"
 #include "Observe.h"
 
@@ -41,6 +43,32 @@ std::string Zombies() {
 }
 
 }  // namespace
+
+std::string FloodPipes(const Library& library) {
+    if (!library.collect) {
+        return kNoOperation;
+    }
+    constexpr std::size_t kSize = 1000000;
+    std::string output;
+    std::string errors;
+    const Answer answer = library.collect(
+        Shell("head -c 1000000 /dev/zero >&2; head -c 1000000 /dev/zero").words, output, errors);
+    return Words(answer) + (output.size() == kSize && errors.size() == kSize
+                                ? ", both are whole"
+                                : ", some of it is lost");
+}
+
+std::string WaitIgnoring(const Library& library) {
+    std::signal(SIGCHLD, SIG_IGN);
+    Child child;
+    if (!library.start(Shell("sleep 0.3; exit 7"), child).done || !child.wait) {
+        return "cannot be tried";
+    }
+    int code = -1;
+    const Answer answer = child.wait(code);
+    return Words(answer) + (Runs(child.pid) ? ", the child runs on" : ", the child has ended") +
+           (code < 0 ? ", its exit code is not known" : ", exit code " + std::to_string(code));
+}
 
 std::string StartMissing(const Library& library) {
     Child child;
@@ -116,10 +144,6 @@ std::string WriteMegabyte(const Library& library) {
     std::string seen;
     for (const bool throughPipe : {false, true}) {
         seen += throughPipe ? "; through a pipe: " : "as started by default: ";
-        if (throughPipe && !library.hasPipes) {
-            seen += kNoOperation;
-            continue;
-        }
         const NoOutput quiet;
         const Folder folder("/tmp");
         const auto written = [&] { return Exists(folder / "written"); };

@@ -21,6 +21,9 @@ int main(int count, char** arguments) {
     if (what == "--own" && count > 2) {
         return OwnSegment(library, arguments[2]);
     }
+    if (what == "--lock" && count > 2) {
+        return TryLock(library, arguments[2]);
+    }
     for (const Case& one : kCases) {
         if (what == "--cases") {
             std::printf("%s %s\n", one.name, one.title);

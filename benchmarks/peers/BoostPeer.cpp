@@ -7,36 +7,24 @@
 #include <boost/interprocess/shared_memory_object.hpp>
 #include <boost/process.hpp>
 
-#include "Jobs.h"
+#include "Filesystem.h"
 
 namespace {
 
 namespace fs = boost::filesystem;
 namespace ipc = boost::interprocess;
 
-bool Remove(const std::string& path) {
-    return fs::remove(path);
-}
-auto List(const std::string& directory) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-        names.push_back(entry.path().filename().string());
-    }
-    return names;
-}
-void Facts() {
-    const fs::path path(kKnownFile);
-    benchmark::DoNotOptimize(fs::file_size(path));
-    benchmark::DoNotOptimize(fs::symlink_status(path));
-    benchmark::DoNotOptimize(fs::last_write_time(path));
-}
-void ThreeParts(const fs::path& path) {
-    benchmark::DoNotOptimize(path.parent_path().string());
-    benchmark::DoNotOptimize(path.filename().string());
-    benchmark::DoNotOptimize(path.stem().string());
-}
 void Start() {
     boost::process::child child("/bin/true");
+    child.wait();
+    MUST(child.exit_code() == 0);
+}
+void Run() {
+    boost::process::ipstream output;
+    boost::process::ipstream errors;
+    boost::process::child child("/bin/true", boost::process::std_out > output,
+                                boost::process::std_err > errors);
+    MUST(output.get() == EOF && errors.get() == EOF);
     child.wait();
     MUST(child.exit_code() == 0);
 }
@@ -63,27 +51,10 @@ struct Segment {
 };
 
 const Jobs kJobs =
-    Jobs("boost")
-        .Copy([](const auto& from, const auto& to) {
-            fs::copy_file(from, to, fs::copy_option::overwrite_if_exists);
-            return true;
-        })
-        .Rename([](const auto& from, const auto& to) {
-            fs::rename(from, to);
-            return true;
-        })
-        .Exists([](const auto& name) { return fs::exists(name); })
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return fs::create_directory(path); }, Remove)
-        .MakeFiveLevels([](const auto& path) { return fs::create_directories(path); }, Remove)
-        .Repeat("FileFacts", Facts)
-        .With(
-            "NormalizePath", [] { return fs::path(kLongPath); },
-            [](const fs::path& path) { return path.lexically_normal(); })
-        .Repeat("RelativePath", [] { return fs::relative(kTo, kFrom); })
-        .With(
-            "ThreeNameParts", [] { return fs::path(kLongPath); }, ThreeParts)
+    Filesystem<fs::path, fs::directory_iterator>::Add(Jobs("boost"),
+                                                      fs::copy_option::overwrite_if_exists)
         .Start(Start)
+        .Run(Run)
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .Counter<boost::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); })

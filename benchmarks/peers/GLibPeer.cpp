@@ -96,13 +96,20 @@ Held<GFileInfo> Facts(const Held<GFile>& file) {
         g_file_query_info(file.get(), "standard::type,standard::size,time::modified,unix::mode",
                           G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
 }
-void Start() {
+void Run(gchar** output, gchar** errors) {
     char program[] = "/bin/true";
     char* arguments[] = {program, nullptr};
     int ended = -1;
     MUST(g_spawn_sync(nullptr, arguments, nullptr, G_SPAWN_CHILD_INHERITS_STDIN, nullptr, nullptr,
-                      nullptr, nullptr, &ended, nullptr));
+                      output, errors, &ended, nullptr));
     MUST(ended == 0);
+}
+void RunAndCollect() {
+    gchar* output = nullptr;
+    gchar* errors = nullptr;
+    Run(&output, &errors);
+    g_free(output);
+    g_free(errors);
 }
 void Load() {
     GModule* const module = g_module_open(ZUKEL_BENCHMARK_MODULE, GModuleFlags{});
@@ -132,6 +139,13 @@ const Jobs kJobs =
         .Rename([](const auto& from, const auto& to) {
             return g_rename(from.c_str(), to.c_str()) == 0;
         })
+        .ReplaceWhole([](const auto& name, const auto& contents) {
+            return g_file_set_contents_full(name.c_str(), contents.data(),
+                                            static_cast<gssize>(contents.size()),
+                                            GFileSetContentsFlags(G_FILE_SET_CONTENTS_CONSISTENT |
+                                                                  G_FILE_SET_CONTENTS_DURABLE),
+                                            0666, nullptr) != 0;
+        })
         .Exists([](const auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; })
         .List(List)
         .MakeAndRemove([](const auto& path) { return g_mkdir(path.c_str(), 0777) == 0; }, Remove)
@@ -142,7 +156,9 @@ const Jobs kJobs =
         .Repeat("NormalizePath", [] { return Held<char>(g_canonicalize_filename(kLongPath, "/")); })
         .Repeat("ReadVariable", [] { return std::string(g_getenv("PATH")); })
         .Repeat("SetVariable", [] { return g_setenv("ZUKEL_BENCHMARK_GLIB", "value", TRUE) != 0; })
-        .Start(Start)
+        .Start([] { Run(nullptr, nullptr); })
+        .Run(RunAndCollect)
+        .Repeat("MonotonicTime", g_get_monotonic_time)
         .Repeat("LoadFindUnload", Load)
         .With(
             "Format", [] { return Time(g_date_time_new_now_utc(), g_date_time_unref); },

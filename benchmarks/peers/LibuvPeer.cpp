@@ -34,6 +34,11 @@ struct File {
         const uv_buf_t text = uv_buf_init(const_cast<char*>(from), static_cast<unsigned>(size));
         MUST(Do(uv_fs_write, file, &text, 1U, -1) > 0);
     }
+    std::size_t ReadAt(std::size_t offset, char* to, std::size_t size) {
+        const uv_buf_t room = uv_buf_init(to, static_cast<unsigned>(size));
+        return static_cast<std::size_t>(
+            Do(uv_fs_read, file, &room, 1U, static_cast<std::int64_t>(offset)));
+    }
     bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
     uv_file file;
 };
@@ -49,17 +54,26 @@ auto List(const std::string& directory) {
     uv_fs_req_cleanup(&request);
     return names;
 }
+void MakeRoom(uv_handle_t*, std::size_t size, uv_buf_t* room) {
+    static std::vector<char> bytes;
+    bytes.resize(size);
+    *room = uv_buf_init(bytes.data(), static_cast<unsigned>(size));
+}
+void TakePiece(uv_stream_t* pipe, ssize_t size, const uv_buf_t*) {
+    if (size < 0) {
+        uv_close(reinterpret_cast<uv_handle_t*>(pipe), nullptr);
+    }
+}
 bool Make(const std::string& path) {
     return Do(uv_fs_mkdir, path.c_str(), 0777) == 0;
 }
 bool Remove(const std::string& path) {
     return Do(uv_fs_rmdir, path.c_str()) == 0;
 }
-void Start() {
+void Run(uv_process_options_t& options) {
     char program[] = "/bin/true";
     char* arguments[] = {program, nullptr};
     uv_process_t process;
-    uv_process_options_t options{};
     options.file = program;
     options.args = arguments;
     options.exit_cb = [](uv_process_t* ended, std::int64_t status, int) {
@@ -67,7 +81,28 @@ void Start() {
         uv_close(reinterpret_cast<uv_handle_t*>(ended), nullptr);
     };
     MUST(uv_spawn(uv_default_loop(), &process, &options) == 0);
+    for (int stream = 1; stream < options.stdio_count; ++stream) {
+        MUST(uv_read_start(options.stdio[stream].data.stream, MakeRoom, TakePiece) == 0);
+    }
     MUST(uv_run(uv_default_loop(), UV_RUN_DEFAULT) == 0);
+}
+void Start() {
+    uv_process_options_t options{};
+    Run(options);
+}
+void RunAndCollect() {
+    uv_pipe_t pipes[2];
+    uv_stdio_container_t streams[3]{};
+    for (int stream = 1; stream < 3; ++stream) {
+        uv_pipe_t& pipe = pipes[stream - 1];
+        MUST(uv_pipe_init(uv_default_loop(), &pipe, 0) == 0);
+        streams[stream].flags = uv_stdio_flags(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
+        streams[stream].data.stream = reinterpret_cast<uv_stream_t*>(&pipe);
+    }
+    uv_process_options_t options{};
+    options.stdio = streams;
+    options.stdio_count = 3;
+    Run(options);
 }
 void Load() {
     uv_lib_t module;
@@ -90,6 +125,7 @@ const Jobs kJobs =
         .CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>()
         .ReadUnbuffered<Reader>()
         .ReadUnbufferedLines<Reader>()
+        .ReadAt<Reader>()
         .Copy([](const auto& from, const auto& to) {
             return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0) == 0;
         })
@@ -103,6 +139,8 @@ const Jobs kJobs =
         .Repeat("ReadVariable", ReadVariable)
         .Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; })
         .Start(Start)
+        .Run(RunAndCollect)
+        .Repeat("MonotonicTime", uv_hrtime)
         .Repeat("LoadFindUnload", Load)
         .Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; })
         .Idle<uv_lib_t>("kelDynamicObject")

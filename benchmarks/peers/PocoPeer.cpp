@@ -1,6 +1,7 @@
 // The jobs by POCO's Foundation.
 
 #include <Poco/AtomicCounter.h>
+#include <Poco/Clock.h>
 #include <Poco/DateTime.h>
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/DirectoryIterator.h>
@@ -8,6 +9,7 @@
 #include <Poco/File.h>
 #include <Poco/FileStream.h>
 #include <Poco/Path.h>
+#include <Poco/PipeStream.h>
 #include <Poco/Process.h>
 #include <Poco/SharedLibrary.h>
 #include <Poco/SharedMemory.h>
@@ -40,6 +42,15 @@ void ThreeParts(const Poco::Path& path) {
     benchmark::DoNotOptimize(path.getFileName());
     benchmark::DoNotOptimize(path.getBaseName());
 }
+void Run() {
+    Poco::Pipe output;
+    Poco::Pipe errors;
+    const Poco::ProcessHandle child =
+        Poco::Process::launch("/bin/true", {}, nullptr, &output, &errors);
+    MUST(Poco::PipeInputStream(output).get() == EOF);
+    MUST(Poco::PipeInputStream(errors).get() == EOF);
+    MUST(child.wait() == 0);
+}
 void Load() {
     Poco::SharedLibrary module(ZUKEL_BENCHMARK_MODULE);
     benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(module.getSymbol("Answer"))());
@@ -56,12 +67,7 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const Jobs kJobs =
     Jobs("poco")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadBuffered<Reader>()
-        .ReadLines<Reader>()
-        .WriteBuffered<Writer>()
+        .Streams<Reader, Writer>()
         .Copy([](const auto& from, const auto& to) {
             Poco::File(from).copyTo(to);
             return true;
@@ -79,6 +85,10 @@ const Jobs kJobs =
                 return true;
             },
             Remove)
+        .DeleteTree([](const auto& path) {
+            Poco::File(path).remove(true);
+            return true;
+        })
         .Repeat("FileFacts", Facts)
         .With(
             "NormalizePath", [] { return std::string(kLongPath); },
@@ -88,6 +98,8 @@ const Jobs kJobs =
         .Repeat("ReadVariable", [] { return Poco::Environment::get("PATH"); })
         .Repeat("SetVariable", [] { Poco::Environment::set("ZUKEL_BENCHMARK_POCO", "value"); })
         .Start([] { return Poco::Process::launch("/bin/true", {}).wait() == 0; })
+        .Run(Run)
+        .Repeat("MonotonicTime", [] { return Poco::Clock().microseconds(); })
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With(

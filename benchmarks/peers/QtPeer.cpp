@@ -3,10 +3,12 @@
 #include <QAtomicInt>
 #include <QDateTime>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QLibrary>
 #include <QProcess>
+#include <QSaveFile>
 #include <QSharedMemory>
 #include <QStorageInfo>
 #include <QString>
@@ -61,6 +63,13 @@ void Start() {
     process.start("/bin/true", {});
     MUST(process.waitForFinished() && process.exitCode() == 0);
 }
+/// It has pipes as it is, and reads them while it waits.
+void Run() {
+    QProcess process;
+    process.start("/bin/true", {});
+    MUST(process.waitForFinished() && process.exitCode() == 0);
+    MUST(process.readAllStandardOutput().isEmpty() && process.readAllStandardError().isEmpty());
+}
 void Load() {
     QLibrary module(ZUKEL_BENCHMARK_MODULE);
     module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
@@ -82,13 +91,8 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const Jobs kJobs =
     Jobs("qt")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<UnbufferedReader>()
+        .Streams<Reader, Writer, UnbufferedReader>()
         .ReadUnbufferedLines<UnbufferedReader>()
-        .ReadBuffered<Reader>()
-        .ReadLines<Reader>()
-        .WriteBuffered<Writer>()
         .Copy([](const auto& from, const auto& to) {
             // It never copies over a file that exists, so that one is removed before.
             QFile::remove(Text(to));
@@ -96,6 +100,13 @@ const Jobs kJobs =
         })
         .Rename(
             [](const auto& from, const auto& to) { return QFile::rename(Text(from), Text(to)); })
+        .ReplaceWhole([](const auto& name, const auto& contents) {
+            QSaveFile file(Text(name));
+            MUST(file.open(QIODevice::WriteOnly));
+            file.write(contents.data(), static_cast<qint64>(contents.size()));
+            return file.commit();
+        })
+        .DeleteTree([](const auto& path) { return QDir(Text(path)).removeRecursively(); })
         .Exists([](const auto& name) { return QFile::exists(Text(name)); })
         .List([](const auto& directory) {
             return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted);
@@ -111,6 +122,13 @@ const Jobs kJobs =
         .Repeat("ReadVariable", [] { return qgetenv("PATH"); })
         .Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); })
         .Start(Start)
+        .Run(Run)
+        .Repeat("MonotonicTime",
+                [] {
+                    QElapsedTimer timer;
+                    timer.start();
+                    return timer.msecsSinceReference();
+                })
         .Repeat("LoadFindUnload", Load)
         .Segment(Share)
         .With(

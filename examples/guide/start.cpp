@@ -1,10 +1,9 @@
-// Runs a program, with its output in two files, until it has ended.
+// Starts a program, with its output in a file, and waits for it, but for half a second only.
 //
 //     start PROGRAM [ARGUMENT...]
 
 #include <kelProcess.h>
 #include <kelStatus.h>
-#include <kelTime.h>
 
 #include <cstdio>
 
@@ -13,16 +12,25 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: start PROGRAM [ARGUMENT...]\n");
         return 2;
     }
-    const zuString program = arguments[1];
+    kelProcessOptions options;
+    options.command = arguments[1];
+    options.arguments.assign(arguments + 2, arguments + count);
+    options.output = {kelProcessOptions::StreamFile, "output.txt"};
     kelProcess process;
-    if (process.Start(program, {arguments + 2, arguments + count}, "", {"output.txt", "errors.txt"},
-                      false) != kelStatusOk) {
-        std::printf("%s did not start: %s\n", program.c_str(), process.GetLastError().c_str());
+    if (process.Start(options) != kelStatusOk) {
+        std::printf("it did not start: %s\n", process.GetLastError().c_str());
         return 1;
     }
-    while (process.IsRunning()) {
-        kelTime::Sleep(10000);  // microseconds; a program with a loop of its own asks there
+    if (process.Wait(500000) == kelStatusTimedOut) {
+        std::printf("it takes too long\n");
+        process.Kill();
+        process.Wait(-1);  // for ever, if it does not let itself be ended
     }
-    std::printf("%s has ended\n", program.c_str());
+    int number = 0;
+    if (process.GetExitCode(number) == kelStatusOk) {
+        std::printf("exit code %d\n", number);
+    } else if (process.GetSignal(number) == kelStatusOk) {
+        std::printf("ended by signal %d\n", number);
+    }
     return 0;
 }

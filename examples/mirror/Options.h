@@ -8,6 +8,7 @@ struct Options {
     bool dryRun = false;
     bool follow = false;
     bool remove = false;
+    bool sync = true;
     Talk talk = Talk::Normal;
     zuString source;
     zuString target;

@@ -60,12 +60,10 @@ private:
     }
 
     bool List(const zuString& directory, std::vector<zuString>& names) {
-        kelDirectory open;
-        if (open.Open(directory) != kelStatusOk) {
+        if (kelDirectory::GetFileNames(directory, names) != kelStatusOk) {
             Fail("cannot be read", directory);
             return false;
         }
-        names = open.GetFileNames();
         std::sort(names.begin(), names.end());
         return true;
     }
@@ -83,10 +81,10 @@ private:
             CompareEntry(below + name, targetExists);
         }
         for (const zuString& name : there) {
-            // Asked for by name once more: a listing that broke off must not cost a file.
+            // Asked for by name once more: a file that is new in the source must not cost one here.
             if (options_.remove && !std::binary_search(names.begin(), names.end(), name) &&
                 kelFileInfo(Source(below + name)).GetType() == kelFileInfo::NoFile) {
-                vanished_.push_back({Action::Remove, below + name, 0, 0});
+                vanished_.push_back({Action::Remove, below + name, 0, 0, false});
             }
         }
     }
@@ -109,8 +107,10 @@ private:
             if (is == kelFileInfo::RegularFile && IsSame(name, link, from, to)) {
                 ++counts_.unchanged;
             } else if (is != kelFileInfo::Directory || MakeWay(name)) {
-                actions_.push_back(
-                    {Action::CopyFile, name, 0, link ? 0 : static_cast<unsigned>(from.GetSize())});
+                const kelFileInfo file(Source(name), kelFileInfo::LinksFollowed);
+                actions_.push_back({Action::CopyFile, name, 0,
+                                    static_cast<unsigned long long>(file.GetLength()),
+                                    is != kelFileInfo::NoFile && is != kelFileInfo::Directory});
             }
         } else if (type == kelFileInfo::NoFile) {
             Fail("cannot be looked at", Source(name));
@@ -136,7 +136,7 @@ private:
             }
             const int perms = link ? kelFileInfo::PermissionDefault : from.GetPermissions();
             actions_.push_back(
-                {Action::MakeDirectory, name, (perms & kPlainBits) | kOwnersBits, 0});
+                {Action::MakeDirectory, name, (perms & kPlainBits) | kOwnersBits, 0, false});
         }
         above_.insert(above_.begin(), trueName);
         Compare(name + "/", is == kelFileInfo::Directory);
@@ -148,7 +148,7 @@ private:
             Fail("something of another kind is in the way (see --delete)", Target(name));
             return false;
         }
-        actions_.push_back({Action::Remove, name, 0, 0});
+        actions_.push_back({Action::Remove, name, 0, 0, false});
         return true;
     }
 
@@ -157,7 +157,7 @@ private:
         // What is known of a link is not what is known of the file behind it.
         return link
                    ? SameContents(Source(name), Target(name))
-                   : from.GetSize() == to.GetSize() &&
+                   : from.GetLength() == to.GetLength() &&
                          from.GetLastModifiedTime() == to.GetLastModifiedTime() &&
                          (from.GetPermissions() & kPlainBits) == (to.GetPermissions() & kPlainBits);
     }
@@ -173,13 +173,9 @@ private:
 }  // namespace
 
 zuString TrueName(const zuString& directory) {
-    const zuString here = kelDirectory::GetCurrentDirectory();
     zuString name;
-    if (kelDirectory::SetCurrentDirectory(directory) == kelStatusOk) {
-        name = kelDirectory::GetCurrentDirectory();
-        kelDirectory::SetCurrentDirectory(here);
-    }
-    return name;
+    kelFile::GetRealPath(directory + "/.", name);  // which fails for one that cannot be entered
+    return kelFileInfo(name).GetType() == kelFileInfo::Directory ? name : "";
 }
 
 std::vector<Action> MakePlan(const Options& options, bool targetExists, Screen& screen,

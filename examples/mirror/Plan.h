@@ -10,7 +10,8 @@ struct Action {
     enum Kind { MakeDirectory, CopyFile, Remove } kind;
     zuString name;  // below source and target
     int perms;
-    unsigned long long size;  // as far as it is known beforehand: modulo 4 GiB
+    unsigned long long size;
+    bool replaces;  // a file that is there already
 };
 
 /// The directory by its true name, without links; empty when it cannot be entered.

@@ -5,6 +5,8 @@
 #include <kelFileInfo.h>
 #include <kelStatus.h>
 
+#include <set>
+
 namespace {
 
 class Worker {
@@ -20,11 +22,14 @@ public:
         }
         for (const Action& action : actions) {
             if (interruptedBy != 0) {
-                return;
+                break;
             }
             screen_.Progress(done, all);
             Do(action);
             done += action.size;
+        }
+        if (options_.sync && !options_.dryRun) {
+            SyncNames();
         }
     }
 
@@ -46,67 +51,81 @@ private:
             Tell(options_.dryRun || kelDirectory::Create(name, action.perms, false) == kelStatusOk,
                  counts_.made, "make", "cannot be made", name + "/");
         } else if (action.kind == Action::CopyFile) {
-            const bool copied = options_.dryRun || Replace(name);
-            Tell(copied, counts_.copied, "copy", "cannot be copied", name);
-            if (copied) {
-                counts_.bytes += WholeSize(options_.dryRun ? options_.source + "/" + name : name);
-            }
+            const int status = options_.dryRun ? kelStatusOk : Replace(name, action.replaces);
+            Tell(status == kelStatusOk, counts_.copied, "copy",
+                 status == kelStatusExists ? "has come up meanwhile" : "cannot be copied", name);
+            counts_.bytes += status == kelStatusOk ? action.size : 0;
         } else {
-            RemoveTree(name);
+            Remove(name);
         }
+        const std::size_t slash = name.rfind('/');
+        changed_.insert(slash == zuString::npos ? "." : name.substr(0, slash));
     }
 
     /// The temporary file is only there to have a name that nobody else uses. It is closed before
     /// the copy: Windows lets nobody else write to it, and would remove it under its new name too.
-    bool Replace(const zuString& name) const {
+    int Replace(const zuString& name, bool replaces) const {
         kelFile file;
         if (file.CreateTemporaryFile(".mirror-XXXXXX") != kelStatusOk) {
-            return false;
+            return kelStatusFailed;
         }
         const zuString part = file.GetFileName();
         file.Close();
-        const bool replaced =
-            kelFile::NativeCopy(options_.source + "/" + name, part, 0) == kelStatusOk &&
-            kelFile::Rename(part, name) == kelStatusOk;
-        if (!replaced) {
+        int status = kelFile::NativeCopy(options_.source + "/" + name, part, 0);
+        if (status == kelStatusOk && options_.sync) {
+            status = Sync(part);
+        }
+        if (status == kelStatusOk) {
+            status = replaces ? kelFile::Rename(part, name) : GiveNewName(part, name);
+        }
+        if (status != kelStatusOk) {
             kelFile::Delete(part);
         }
-        return replaced;
+        return status;
     }
 
-    /// The size beyond the 32 bits that `kelFileInfo` tells: found by looking 4 GiB further.
-    static unsigned long long WholeSize(const zuString& path) {
-        constexpr long long kStep = 1LL << 32;
-        kelFile file(path, kelFile::ModeRead);
-        const kelFileInfo info(path);
-        long long size = info.GetType() == kelFileInfo::RegularFile
-                             ? static_cast<long long>(static_cast<unsigned>(info.GetSize()))
-                             : 0;
-        char last = 0;
-        while (file.SeekTo(size + kStep - 1) == kelStatusOk && file.Read(last) == kelStatusOk) {
-            size += kStep;
+    /// Windows syncs only what may be written, so a read-only copy may be written for that long.
+    static int Sync(const zuString& part) {
+        constexpr int kWritable =
+            kelFileInfo::PermissionOwnerRead | kelFileInfo::PermissionOwnerWrite;
+        const int perms = kelFileInfo(part).GetPermissions();
+        const bool writable = (perms & kWritable) == kWritable;
+        if (!writable) {
+            kelFile::SetPermissions(part, kWritable);
         }
-        return static_cast<unsigned long long>(size);
+        kelFile file(part, kelFile::ModeRead | kelFile::ModeWrite);
+        int status = file.Sync();
+        file.Close();
+        if (status == kelStatusOk && !writable) {
+            status = kelFile::SetPermissions(part, perms);
+        }
+        return status;
     }
 
-    void RemoveTree(const zuString& name) {
-        if (interruptedBy != 0) {
-            return;
+    /// Some file systems know no renaming that replaces nothing.
+    static int GiveNewName(const zuString& part, const zuString& name) {
+        const int status = kelFile::RenameNew(part, name);
+        const bool free = kelFileInfo(name).GetType() == kelFileInfo::NoFile;
+        return status == kelStatusFailed && free ? kelFile::Rename(part, name) : status;
+    }
+
+    void Remove(const zuString& name) {
+        const bool tree = kelFileInfo(Below(name)).GetType() == kelFileInfo::Directory;
+        const auto remove = [&] {
+            return tree ? kelDirectory::DeleteTree(name) : kelFile::Delete(name);
+        };
+        Tell(options_.dryRun || remove() == kelStatusOk, counts_.removed, "remove",
+             "cannot be removed", tree ? name + "/" : name);
+    }
+
+    /// The names in the directories that have others now.
+    void SyncNames() {
+        for (const zuString& directory : changed_) {
+            if (kelDirectory::Sync(directory) != kelStatusOk) {
+                ++counts_.failed;
+                screen_.Problem("cannot be brought to the disk", Below(directory));
+            }
         }
-        if (kelFileInfo(Below(name)).GetType() != kelFileInfo::Directory) {
-            Tell(options_.dryRun || kelFile::Delete(name) == kelStatusOk, counts_.removed, "remove",
-                 "cannot be removed", name);
-            return;
-        }
-        const zuString inside = name + "/";
-        for (const zuString& entry : kelDirectory::GetFileNames(Below(name))) {
-            RemoveTree(inside + entry);
-        }
-        if (interruptedBy != 0) {
-            return;
-        }
-        Tell(options_.dryRun || kelDirectory::Delete(name) == kelStatusOk, counts_.removed,
-             "remove", "cannot be removed", inside);
     }
 
     /// A dry run may have no target to be the current directory.
@@ -115,6 +134,7 @@ private:
     const Options& options_;
     Screen& screen_;
     Counts& counts_;
+    std::set<zuString> changed_;  // directories
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "kelDirectory.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -38,7 +37,7 @@ int ReadEntry(kelDirectoryRecord& record, zuString& name) {
 }
 
 bool IsOwnOrParent(const char* entry) noexcept {
-    return std::strcmp(entry, ".") == 0 || std::strcmp(entry, "..") == 0;
+    return entry[0] == '.' && (entry[1] == '\0' || (entry[1] == '.' && entry[2] == '\0'));
 }
 
 /// The names of the entries that follow.

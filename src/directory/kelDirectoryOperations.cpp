@@ -1,5 +1,7 @@
+#include <utility>
+
 #include "frame/Names.h"
-#include "frame/StatusMapping.h"
+#include "frame/OpenStatus.h"
 #include "kelDirectory.h"
 #include "platform/Directories.h"
 #include "platform/Trees.h"
@@ -72,6 +74,22 @@ int kelDirectory::Create(const zuString& path, int perms, bool recursive) {
 
 int kelDirectory::Create(const kelLibrary*, const zuString& path, int perms, bool recursive) {
     return Create(path, perms, recursive);
+}
+
+int kelDirectory::CreateTemporary(const zuString& nameTemplate, zuString& path) {
+    if (nameTemplate.empty()) {
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
+    }
+    zuString name(nameTemplate);
+    if (!zukel::IsWhole(name)) {
+        return zukel::Fail(APR_ENOENT, kelStatusNotFound);
+    }
+    const int status = zukel::MapOpenStatus(
+        zukel::EndsInSixX(name) ? platform::MakeTemporaryDirectory(name.data()) : APR_EINVAL);
+    if (status == kelStatusOk) {
+        path = std::move(name);
+    }
+    return status;
 }
 
 int kelDirectory::Delete(const zuString& path) {

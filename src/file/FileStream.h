@@ -2,6 +2,7 @@
 
 #include <apr_errno.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -31,7 +32,7 @@ enum class Unit {
 /// Results are 0 or the reason, `APR_EOF` at the end of the file.
 class FileStream {
 public:
-    static constexpr std::size_t kBufferSize = 4096;
+    static constexpr std::size_t kBufferSize = 16384;
 
     FileStream() noexcept = default;
     FileStream(FileStream&& other) noexcept { Swap(other); }
@@ -69,6 +70,19 @@ public:
         cursor_ += size;
         readable_ -= static_cast<std::uint32_t>(size);
         return true;
+    }
+
+    /// Takes the next line from the buffer, if it is there as a whole and has at most `size` bytes.
+    ///
+    /// @param size receives how many bytes it has, with its line feed; otherwise unchanged.
+    bool TakeLine(char* target, std::size_t& size) noexcept {
+        const std::size_t within = std::min<std::size_t>(size, readable_);
+        const void* const feed = within > 0 ? std::memchr(cursor_, '\n', within) : nullptr;
+        if (feed == nullptr) {
+            return false;
+        }
+        size = static_cast<std::size_t>(static_cast<const char*>(feed) - cursor_) + 1;
+        return Take(target, size);
     }
 
     /// Puts `size` bytes into the buffer, if it has room for so many.

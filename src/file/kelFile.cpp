@@ -33,12 +33,6 @@ namespace {
 constexpr int kTemporaryMode =
     APR_FOPEN_READ | APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_EXCL | APR_FOPEN_DELONCLOSE;
 
-/// Without six of them Windows would try the few names of a shorter template over and over.
-bool EndsInSixX(const char* name, std::size_t length) noexcept {
-    constexpr std::size_t kSix = 6;
-    return length >= kSix && std::strcmp(name + length - kSix, "XXXXXX") == 0;
-}
-
 /// Puts the current directory before a relative template, which is not empty. A temporary file is
 /// removed by the name it was made under, so a relative one would miss it, or hit another file,
 /// once the current directory has changed.
@@ -124,7 +118,7 @@ int kelFile::CreateTemporaryFile(const zuString& nameTemplate) {
     auto absolute = std::make_unique<zuString>();
 
     record_->Reset();
-    if (!zukel::IsWhole(nameTemplate) || !EndsInSixX(buffer.data(), length)) {
+    if (!zukel::IsWhole(nameTemplate) || !zukel::EndsInSixX({buffer.data(), length})) {
         record_->status = APR_EINVAL;
         return zukel::Fail(APR_EINVAL);
     }

@@ -198,6 +198,10 @@ int kelFile::ReadLine(char* buffer, unsigned long long size) {
     }
     const auto room = static_cast<std::int32_t>(static_cast<std::uint32_t>(size));
     std::size_t length = room > 1 ? static_cast<std::size_t>(room) - 1 : 0;
+    if (record_->stream.TakeLine(buffer, length)) {
+        buffer[length] = '\0';
+        return Keep(*record_, APR_SUCCESS);
+    }
     const apr_status_t status =
         length > 0 ? record_->stream.ReadLine(buffer, length) : record_->stream.Flush();
     if (size != 0) {

@@ -57,11 +57,17 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
     }
 }
 
+/// A number of the system's, or -1.
+long long Known(std::uint32_t number) noexcept {
+    return number == FileFacts::kNoNumber ? -1LL : number;
+}
+
 zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {
-    if (!record.cuts) {
+    if (!record.isCut) {
         record.cuts = zukel::FindCuts(record.filePath);
+        record.isCut = true;
     }
-    return zukel::TakeApart(record.filePath, *record.cuts);
+    return zukel::TakeApart(record.filePath, record.cuts);
 }
 
 }  // namespace
@@ -154,13 +160,13 @@ long long kelFileInfo::GetLength() const {
 }
 
 long long kelFileInfo::GetLinkCount() const {
-    return Facts(*record_).links;
+    return Known(Facts(*record_).links);
 }
 
 long long kelFileInfo::GetOwnerNumber() const {
-    return Facts(*record_).user;
+    return Known(Facts(*record_).user);
 }
 
 long long kelFileInfo::GetGroupNumber() const {
-    return Facts(*record_).group;
+    return Known(Facts(*record_).group);
 }

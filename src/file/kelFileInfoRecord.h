@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include "file/NameParts.h"
 #include "frame/SharedRecord.h"
 #include "platform/FileFacts.h"
@@ -12,8 +10,9 @@ struct kelFileInfoRecord : zukel::SharedRecord {
         : filePath(name), mode(links) {}
 
     const zuString filePath;
+    zukel::NameCuts cuts;              ///< Once a part of the name has been asked for.
+    zukel::platform::FileFacts facts;  ///< Until `answered`, each has its failure value.
     const zukel::platform::LinkMode mode;
-    std::optional<zukel::NameCuts> cuts;  ///< Once a part of the name has been asked for.
-    bool answered = false;                ///< A query has brought the facts: none is made again.
-    zukel::platform::FileFacts facts;     ///< Until then each has its failure value.
+    bool isCut = false;     ///< `cuts` has been set.
+    bool answered = false;  ///< A query has brought the facts: none is made again.
 };

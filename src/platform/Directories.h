@@ -55,6 +55,13 @@ apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept;
 /// `APR_STATUS_IS_EEXIST` when something has the name.
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept;
 
+/// Makes a new directory that its owner alone may use.
+///
+/// @param name ends in at least six `X`, the last of which are replaced until the name is free.
+/// Linux: six of them; Windows: all.
+/// @returns 0 or the reason.
+apr_status_t MakeTemporaryDirectory(char* name) noexcept;
+
 /// Whether the name leads to a directory.
 bool IsDirectory(const char* path) noexcept;
 

@@ -141,6 +141,24 @@ struct Transfer {
     zuString& errors;
 };
 
+/// Whether an `Exchange` has come to its end: there is nothing more to wait for; closes an input of
+/// which all is written.
+inline bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
+    switch (until) {
+        case Until::Written:
+            return transfer.size == 0 || !pipes.input;
+        case Until::OutputRead:
+            return !transfer.output.empty() || !pipes.output;
+        case Until::ErrorsRead:
+            return !transfer.errors.empty() || !pipes.errors;
+        default:
+            if (transfer.size == 0) {
+                CloseFile(pipes.input);
+            }
+            return !pipes.input && !pipes.output && !pipes.errors;
+    }
+}
+
 /// Writes and reads the pipes at the same time, until what is waited for has come about or cannot
 /// any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
 /// `std::bad_alloc`; what was moved until then has been.

@@ -78,6 +78,27 @@ equal from to
 expect 0 --delete from to
 last '0 copied (0.0 MB), 0 made, 0 removed, 5 unchanged'
 
+# A directory goes as a whole and counts once; what a link in it leads to stays.
+mkdir -p to/gone/deep outside
+echo stays >outside/file
+ln -s ../../outside to/gone/link
+echo x >to/gone/deep/file
+expect 0 -n --delete from to
+last 'would be: 0 copied (0.0 MB), 0 made, 1 removed, 5 unchanged'
+expect 0 --delete from to
+last '0 copied (0.0 MB), 0 made, 1 removed, 5 unchanged'
+[ ! -e to/gone ] && [ -e outside/file ] || fail "the wrong things were removed"
+rm -r outside
+
+# Sizes are whole: these two are alike in 32 bits.
+mkdir wide narrow
+truncate -s 4294967301 wide/file
+truncate -s 5 narrow/file
+touch -d 2001-01-01 wide/file narrow/file
+expect 0 -n wide narrow
+last 'would be: 1 copied (4295.0 MB), 0 made, 0 removed, 0 unchanged'
+rm -r wide narrow
+
 # Links and pipes: left out, or followed, but never round and round.
 ln -s 'a b/two' from/link
 ln -s 'a b' from/linked

@@ -56,6 +56,7 @@ struct World {
     std::string to = place / kTo;
 
     Library library;
+    kelMappedFile mapped;
     kelFile empty{&library}, open{file, kReadWrite}, buffered{file, kReadWrite | kBuffered};
     Directory closed{&library}, listing{place.Path()};
     Memory none{&library}, owner, attached;
@@ -336,6 +337,19 @@ void WalkValues(std::tuple<Types...> World::*) {
     }
 }
 
+/// Finds out where a link and a name lead to, and forgets it.
+int Forgotten(int status, World& it) {
+    EXPECT_EQ(it.text == "untouched", status != kOk);
+    it.text = "untouched";
+    return status;
+}
+int ReadLink(World& it) {
+    return Forgotten(kelFile::ReadSymbolicLink(it.missing, it.text), it);
+}
+int RealPath(World& it) {
+    return Forgotten(kelFile::GetRealPath(it.file, it.text), it);
+}
+
 TEST(FaultWalk, Files) {
     constexpr int kKept = kReadWrite | kelFile::ModeNoCleanup;
     Walk({
@@ -358,6 +372,16 @@ TEST(FaultWalk, Files) {
         {CALL(kelFile::ReplaceWhole(it.file, kNew)), After::Replaced},
         {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
          [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
+    });
+    Walk({
+        {CALL(kelFile::CreateSymbolicLink(kNew, it.missing)), kSame, kFailed},
+        {CALL(ReadLink(it)), kSame, kFailed,
+         [](World& it) { fs::create_symlink(kNew, it.missing); }},
+        {CALL(RealPath(it))},
+        {CALL(it.mapped.Open(it.file, kelMappedFile::ReadOnly))},
+        {CALL(it.mapped.Open(it.file, kelMappedFile::ReadWrite, 3, 5))},
+        {CALL(it.mapped.Sync()), kSame, kFailed,
+         [](World& it) { EXPECT_EQ(it.mapped.Open(it.file, kelMappedFile::ReadWrite), kOk); }},
     });
     const Row rename = {CALL(kelFile::RenameNew(it.file, it.missing)), After::AsBeforeOrRenamed};
     Walk({rename});
@@ -396,6 +420,16 @@ int Names(World& it) {
     return status == kFailed ? kelStatusReadFailed : status;
 }
 
+/// Makes a temporary directory, which is removed again.
+int MadeTemporary(World& it) {
+    const int status = Directory::CreateTemporary(it.missing + "XXXXXX", it.text);
+    EXPECT_EQ(it.text == "untouched", status != kOk);
+    const Guard own = Counting(false);
+    EXPECT_EQ(fs::remove(it.text), status == kOk);
+    it.text = "untouched";
+    return status;
+}
+
 TEST(FaultWalk, Directories) {
     const std::string here = fs::current_path();
     Walk({
@@ -410,6 +444,7 @@ TEST(FaultWalk, Directories) {
         {CALL(Names(it)), kSame, kelStatusReadFailed},
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
+        {CALL(MadeTemporary(it))},
         {CALL(Directory::Delete(&it.library, it.folder))},
         {CALL(Directory::DeleteTree(it.folder))},
         {CALL(Directory::Sync(it.folder))},

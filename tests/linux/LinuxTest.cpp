@@ -69,14 +69,15 @@ TEST_F(Linux, PermissionsOfCopies_Table) {
 }
 
 TEST_F(Linux, AFullDevice_TakesWhatTheBufferHolds) {
+    constexpr unsigned long long kBuffer = 16384;
     const std::string text(400000, 'x');
-    for (unsigned long long before : {0ULL, 1ULL, 4095ULL, 4096ULL}) {
+    for (unsigned long long before : {0ULL, 1ULL, kBuffer - 1, kBuffer}) {
         SCOPED_TRACE(before);
         kelFile full("/dev/full", kWrite | kBuffered), direct("/dev/full", kWrite);
-        unsigned long long rest = 10000, none = 1;
+        unsigned long long rest = 40000, none = 1;
         EXPECT_EQ(full.Write(text.data(), before), kOk);
         EXPECT_EQ(full.Write(text.data(), rest), kFailed);
-        EXPECT_EQ(rest, before == 0 ? 0 : 4096 - before) << "what an unfilled buffer still took";
+        EXPECT_EQ(rest, before == 0 ? 0 : kBuffer - before) << "what an unfilled buffer still took";
         EXPECT_EQ(full.Write(1.0), before == 0 ? kOk : kFailed);
         EXPECT_THAT(Statuses({full.SeekToBegin(), full.Close()}), Each(kFailed));
         EXPECT_FALSE(full.IsOpen());
@@ -106,10 +107,10 @@ TEST_F(Linux, ADiskThatIsFullForATime_GetsEachByteOnce) {
     write(4000, 3000);
     EXPECT_EQ(file.Flush(), kFailed) << "which reaches the file in part";
     write(7000, 4);
-    EXPECT_EQ(file.WriteLine(std::string(4000, 'w').c_str()), kFailed) << "whole or not at all";
-    unsigned long long taken = 20000, more = 20000;
+    EXPECT_EQ(file.WriteLine(std::string(14000, 'w').c_str()), kFailed) << "whole or not at all";
+    unsigned long long taken = 20000, more = 40000;
     EXPECT_EQ(file.Write(text.data() + 7004, taken), kFailed);
-    LimitFileSize(10000);
+    LimitFileSize(21000);
     EXPECT_EQ(file.Write(text.data() + 7004 + taken, more), kFailed) << "past the buffer in part";
     LimitFileSize(RLIM_INFINITY);
     write(7004 + taken + more, text.size() - 7004 - taken - more);

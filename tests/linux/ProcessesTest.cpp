@@ -61,6 +61,34 @@ TEST_F(Processes, AreKilledByDescriptorsAndWhereThoseAreRefusedByNumbers) {
     EXPECT_TRUE(AllReaped());
 }
 
+TEST_F(Processes, AreWaitedForWithDescriptorsAndWithout) {
+    kelProcessOptions shell;
+    shell.command = "sh";
+    for (const int error : {0, ENOSYS, EPERM}) {
+        SCOPED_TRACE(std::strerror(error));
+        const Guard refused = AtCall("syscall", [error] { return error; });
+        const Guard all = Counting(true);
+        kelProcess process;
+        shell.arguments = {"-c", "sleep 0.1; exit 3"};
+        ASSERT_EQ(process.Start(shell), kOk) << process.GetLastError();
+        kelProcess copy(process);
+        EXPECT_EQ(process.Wait(1000), kelStatusTimedOut);
+        EXPECT_EQ(process.Wait(-1), kOk);
+        int code = -1;
+        EXPECT_EQ(copy.Wait(0), kOk);
+        EXPECT_EQ(copy.GetExitCode(code), kOk);
+        EXPECT_EQ(code, 3);
+        zuString output, errors;
+        EXPECT_EQ(kelProcess::Run(shell, "", output, errors, code = -1, -1), kOk);
+        EXPECT_EQ(code, 3);
+        shell.arguments = {"-c", "sleep 30 & wait"};
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(kelProcess::Run(shell, "", output, errors, code, 50000), kelStatusTimedOut);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    }
+    EXPECT_TRUE(AllReaped());
+}
+
 TEST_F(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
     for (const int error : {0, ENOSYS}) {
         Refusing("syscall", error, [] {

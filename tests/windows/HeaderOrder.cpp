@@ -5,9 +5,10 @@
 #include <zukel.h>
 
 // The macros are the system's again. None of them may have been lost.
-#if defined(_WINDOWS_) && !(defined(GetCurrentDirectory) && defined(SetCurrentDirectory) &&       \
-                            defined(GetEnvironmentVariable) && defined(SetEnvironmentVariable) && \
-                            defined(LoadLibrary) && defined(GetCurrentTime))
+#if defined(_WINDOWS_) &&                                                   \
+    !(defined(GetCurrentDirectory) && defined(SetCurrentDirectory) &&       \
+      defined(GetEnvironmentVariable) && defined(SetEnvironmentVariable) && \
+      defined(LoadLibrary) && defined(GetCurrentTime) && defined(CreateSymbolicLink))
 #error "a macro of <windows.h> is lost"
 #endif
 
@@ -16,6 +17,7 @@ int main() {
     zuString here = kelDirectory::GetCurrentDirectory();
     return library.SetEnvironmentVariable("ZUKEL_ORDER", here) +
            library.GetEnvironmentVariable(here, "ZUKEL_ORDER") +
-           kelDirectory::SetCurrentDirectory(here) + !kelDynamicObject().LoadLibrary("") +
-           !kelTime::GetCurrentTime().GetSeconds();
+           kelDirectory::SetCurrentDirectory(here) +
+           (kelFile::CreateSymbolicLink("", here) != kelStatusEmptyTarget) +
+           !kelDynamicObject().LoadLibrary("") + !kelTime::GetCurrentTime().GetSeconds();
 }

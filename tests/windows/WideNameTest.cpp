@@ -1,5 +1,6 @@
 // The form in which names go to the system.
 
+#include "platform/windows/ReparsePoint.h"
 #include "platform/windows/WideName.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 namespace {
 
 using zukel::platform::Devices;
+using zukel::platform::LinkTarget;
 using zukel::platform::SystemStatus;
 using zukel::platform::WideName;
 
@@ -63,6 +65,49 @@ TEST(WideName, WhatNamesNoFileIsRefused) {
         EXPECT_EQ(WideName(row.name.c_str(), Devices::Taken).Status(), SystemStatus(row.taken))
             << row.name;
     }
+}
+
+/// What the system gives of a link: its paths lie anywhere behind the head.
+std::string ReparsePoint(unsigned long tag, const std::wstring& substitute,
+                         const std::wstring& print) {
+    const auto bytes = [](const std::wstring& text) {
+        return static_cast<unsigned short>(2 * text.size());
+    };
+    const unsigned short head[] = {0, 0, bytes(print), bytes(substitute), 0, bytes(print)};
+    std::string data(reinterpret_cast<const char*>(&tag), 4);
+    data.append(reinterpret_cast<const char*>(head), sizeof head);
+    data.append(tag == IO_REPARSE_TAG_SYMLINK ? 4 : 0, '\0');
+    const std::wstring paths = print + substitute;
+    return data.append(reinterpret_cast<const char*>(paths.data()), bytes(paths));
+}
+
+TEST(ReparsePoint, LinksLeadWhereTheirMakersSaid) {
+    constexpr auto kLink = IO_REPARSE_TAG_SYMLINK, kMount = IO_REPARSE_TAG_MOUNT_POINT;
+    const struct {
+        std::string data;
+        bool isLink;
+        std::wstring expected;
+    } rows[] = {
+        {ReparsePoint(kLink, LR"(\??\C:\folder\a)", LR"(C:\folder\a)"), true, LR"(C:\folder\a)"},
+        {ReparsePoint(kLink, LR"(..\a)", LR"(..\a)"), true, LR"(..\a)"},
+        {ReparsePoint(kLink, LR"(\??\C:\a)", L""), true, LR"(C:\a)"},
+        {ReparsePoint(kMount, LR"(\??\C:\a\)", L""), true, LR"(C:\a\)"},
+        {ReparsePoint(kMount, LR"(\??\Volume{1}\)", LR"(D:\b)"), true, LR"(D:\b)"},
+        {ReparsePoint(IO_REPARSE_TAG_DEDUP, L"a", L"a"), false, L"untouched"},
+    };
+    for (const auto& row : rows) {
+        std::wstring target = L"untouched";
+        EXPECT_EQ(LinkTarget(row.data.data(), row.data.size(), target), row.isLink);
+        EXPECT_EQ(target, row.expected);
+        for (std::size_t size = 0; size < 16; ++size) {
+            EXPECT_FALSE(LinkTarget(row.data.data(), size, target)) << size << " bytes of a head";
+        }
+    }
+    std::string beyond = rows[0].data;
+    beyond[12] = '\x7F';  // where the path that is shown starts
+    std::wstring target = L"untouched";
+    EXPECT_FALSE(LinkTarget(beyond.data(), beyond.size(), target));
+    EXPECT_EQ(target, L"untouched");
 }
 
 }  // namespace

@@ -63,6 +63,10 @@ apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept {
     return StatusOf(mkdir(path, ModeOf(perms)));
 }
 
+apr_status_t MakeTemporaryDirectory(char* name) noexcept {
+    return mkdtemp(name) != nullptr ? APR_SUCCESS : errno;
+}
+
 bool IsDirectory(const char* path) noexcept {
     struct stat facts {};
     return stat(path, &facts) == 0 && S_ISDIR(facts.st_mode);

@@ -44,7 +44,7 @@ apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexce
     facts.hasUser = facts.hasGroup = true;
     facts.permissions = PermissionsOf(found.st_mode);
     facts.size = found.st_size;
-    facts.links = static_cast<long long>(found.st_nlink);
+    facts.links = static_cast<std::uint32_t>(found.st_nlink);
     facts.user = found.st_uid;
     facts.group = found.st_gid;
     facts.created = Microseconds(found.st_ctim);

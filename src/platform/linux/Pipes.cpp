@@ -56,23 +56,6 @@ apr_status_t Read(FileHandle& pipe, char* room, zuString& text) {
     return APR_SUCCESS;
 }
 
-/// Whether there is nothing more to wait for; closes an input of which all is written.
-bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
-    switch (until) {
-        case Until::Written:
-            return transfer.size == 0 || !pipes.input;
-        case Until::OutputRead:
-            return !transfer.output.empty() || !pipes.output;
-        case Until::ErrorsRead:
-            return !transfer.errors.empty() || !pipes.errors;
-        default:
-            if (transfer.size == 0) {
-                CloseFile(pipes.input);
-            }
-            return !pipes.input && !pipes.output && !pipes.errors;
-    }
-}
-
 pollfd Entry(const FileHandle& pipe, bool wanted, short event) noexcept {
     return {pipe && wanted ? DescriptorOf(pipe) : -1, event, 0};
 }

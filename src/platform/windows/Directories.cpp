@@ -3,6 +3,8 @@
 #include <new>
 
 #include "platform/windows/OpenFile.h"
+#include "platform/windows/Security.h"
+#include "platform/windows/TemporaryTemplate.h"
 
 namespace zukel::platform {
 
@@ -102,6 +104,27 @@ apr_status_t MakeDirectory(const char* path, apr_fileperms_t) noexcept {
         return wide.Status();
     }
     return CreateDirectoryW(wide.Get(), nullptr) != 0 ? APR_SUCCESS : LastStatus();
+}
+
+apr_status_t MakeTemporaryDirectory(char* name) noexcept {
+    OwnerAlone security(OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE);
+    if (security.Get() == nullptr) {
+        return LastStatus();
+    }
+    TemporaryTemplate temporary(name);
+    while (temporary.FillIn()) {
+        const WideName wide(name);
+        if (!wide) {
+            return wide.Status();
+        }
+        if (CreateDirectoryW(wide.Get(), security.Get()) != 0) {
+            return APR_SUCCESS;
+        }
+        if (GetLastError() != ERROR_ALREADY_EXISTS) {
+            return LastStatus();
+        }
+    }
+    return APR_EEXIST;
 }
 
 bool IsDirectory(const char* path) noexcept {

@@ -1,12 +1,9 @@
-#define _CRT_RAND_S  // for rand_s
-
 #include "platform/Files.h"
 
 #include <apr_file_io.h>
 #include <mbctype.h>
 #include <winioctl.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <cwchar>
 #include <memory>
@@ -15,6 +12,7 @@
 #include "platform/windows/HandleOf.h"
 #include "platform/windows/OpenFile.h"
 #include "platform/windows/Security.h"
+#include "platform/windows/TemporaryTemplate.h"
 
 namespace zukel::platform {
 
@@ -72,19 +70,6 @@ apr_status_t OpenStatus(const wchar_t* name) noexcept {
     return SystemStatus(error);
 }
 
-/// Small letters and digits: the system does not tell case apart.
-bool FillIn(char* text, std::size_t length) noexcept {
-    constexpr char kSigns[] = "abcdefghijklmnopqrstuvwxyz0123456789";
-    for (std::size_t at = 0; at < length; ++at) {
-        unsigned number = 0;
-        if (rand_s(&number) != 0) {
-            return false;
-        }
-        text[at] = kSigns[number % (sizeof kSigns - 1)];
-    }
-    return true;
-}
-
 }  // namespace
 
 apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexcept {
@@ -125,18 +110,10 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
 }
 
 apr_status_t MakeTemporaryFile(char* name, FileHandle& file) noexcept {
-    const std::size_t length = std::strlen(name);
-    std::size_t marks = 0;
-    while (marks < length && name[length - marks - 1] == 'X') {
-        ++marks;
-    }
     OwnerAlone security;
     constexpr DWORD kDeletes = FILE_FLAG_DELETE_ON_CLOSE;
-    constexpr int kTries = 100;
-    for (int tried = 0; tried < kTries; ++tried) {
-        if (!FillIn(name + length - marks, marks)) {
-            return APR_EGENERAL;
-        }
+    TemporaryTemplate temporary(name);
+    while (temporary.FillIn()) {
         const WideName wide(name);
         if (!wide) {
             return wide.Status();

@@ -141,23 +141,6 @@ private:
     Operation operation_;
 };
 
-/// Whether there is nothing more to wait for; closes an input of which all is written.
-bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
-    switch (until) {
-        case Until::Written:
-            return transfer.size == 0 || !pipes.input;
-        case Until::OutputRead:
-            return !transfer.output.empty() || !pipes.output;
-        case Until::ErrorsRead:
-            return !transfer.errors.empty() || !pipes.errors;
-        default:
-            if (transfer.size == 0) {
-                CloseFile(pipes.input);
-            }
-            return !pipes.input && !pipes.output && !pipes.errors;
-    }
-}
-
 /// Waits for the first of the transfers under way, and finishes those that are through.
 DWORD Step(Writer& input, Reader& output, Reader& errors, int milliSeconds) {
     HANDLE events[3];

@@ -94,13 +94,14 @@ bool CurrentUser(SecurityId& user) noexcept {
                    reinterpret_cast<const TOKEN_USER*>(told)->User.Sid) != 0;
 }
 
-OwnerAlone::OwnerAlone() noexcept {
+OwnerAlone::OwnerAlone(DWORD inheritance) noexcept {
     auto* const list = reinterpret_cast<ACL*>(list_);
-    known_ = CurrentUser(user_) && InitializeAcl(list, sizeof list_, ACL_REVISION) != 0 &&
-             AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS, user_.Get()) != 0 &&
-             InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) != 0 &&
-             SetSecurityDescriptorDacl(&descriptor_, TRUE, list, FALSE) != 0 &&
-             SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED) != 0;
+    known_ =
+        CurrentUser(user_) && InitializeAcl(list, sizeof list_, ACL_REVISION) != 0 &&
+        AddAccessAllowedAceEx(list, ACL_REVISION, inheritance, FILE_ALL_ACCESS, user_.Get()) != 0 &&
+        InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) != 0 &&
+        SetSecurityDescriptorDacl(&descriptor_, TRUE, list, FALSE) != 0 &&
+        SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED) != 0;
     attributes_.nLength = sizeof attributes_;
     attributes_.lpSecurityDescriptor = &descriptor_;
 }

@@ -22,7 +22,8 @@ bool CurrentUser(SecurityId& user) noexcept;
 /// on.
 class OwnerAlone {
 public:
-    OwnerAlone() noexcept;
+    /// @param inheritance ACE flags: what is made in a new directory gets its access by them.
+    explicit OwnerAlone(DWORD inheritance = 0) noexcept;
     OwnerAlone(const OwnerAlone&) = delete;
     OwnerAlone& operator=(const OwnerAlone&) = delete;
 

@@ -14,6 +14,9 @@ constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(2
 /// For `SetFileInformationByHandle` with `RenameInformation`.
 constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
 
+/// For `CreateSymbolicLinkW`: who has switched the developer mode on needs no privilege.
+constexpr DWORD kUnprivilegedLink = 0x2;
+
 constexpr DWORD kDispositionDelete = 0x1;
 constexpr DWORD kDispositionPosix = 0x2;
 constexpr DWORD kRenameReplace = 0x1;  ///< Also what `FileRenameInfo` takes for TRUE.

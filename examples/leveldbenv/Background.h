@@ -1,0 +1,28 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+/// A thread that does one piece of work after the other, in the order in which they came. It starts
+/// with the first one, and ends with the object, after all of them.
+class Background {
+public:
+    Background() = default;
+    ~Background();
+    Background(const Background&) = delete;
+    Background& operator=(const Background&) = delete;
+
+    void Add(void (*function)(void*), void* argument);
+
+private:
+    void Run();
+
+    std::mutex lock_;
+    std::condition_variable more_;
+    std::deque<std::pair<void (*)(void*), void*>> work_;
+    bool ends_ = false;
+    std::thread thread_;
+};

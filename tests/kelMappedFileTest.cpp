@@ -1,0 +1,130 @@
+#include "support/Testing.h"
+
+using namespace zukel::test;
+
+namespace {
+
+constexpr auto kReadOnly = kelMappedFile::ReadOnly, kWritable = kelMappedFile::ReadWrite;
+
+/// What an object shows.
+std::string Shown(const kelMappedFile& file) {
+    return {static_cast<const char*>(file.GetAddress()), file.GetSize()};
+}
+
+TEST(kelMappedFile, Parts_AreThoseAskedForWhateverThePage) {
+    const TemporaryDirectory directory;
+    std::string contents;
+    while (contents.size() < 200000) {
+        contents += std::to_string(contents.size()) + ' ';
+    }
+    const unsigned long long all = contents.size();
+    const std::string name = directory.Write(kOddName, contents);
+    const struct {
+        long long offset;
+        unsigned long long length;
+        bool fits;
+    } rows[] = {{0, all, true},
+                {0, 0, true},
+                {static_cast<long long>(all), 0, true},
+                {1, 1, true},
+                {4095, 2, true},
+                {4096, 4096, true},
+                {65535, 70000, true},
+                {65536, 5, true},
+                {131073, all - 131073, true},
+                {1, all, false},
+                {static_cast<long long>(all) + 1, 0, false},
+                {131072, all - 131071, false},
+                {-1, 1, false},
+                {0, ~0ULL, false},
+                {1, ~0ULL, false},
+                {std::numeric_limits<long long>::max(), 1, false},
+                {std::numeric_limits<long long>::min(), 0, false}};
+    for (const auto& [offset, length, fits] : rows) {
+        for (const auto access : {kReadOnly, kWritable}) {
+            SCOPED_TRACE(std::to_string(offset) + ", " + std::to_string(length));
+            kelMappedFile file;
+            EXPECT_EQ(file.Open(name, access, offset, length), fits ? kOk : kFailed);
+            EXPECT_EQ(file.IsOpen(), fits);
+            EXPECT_EQ(file.GetAddress() == nullptr, !fits || length == 0);
+            EXPECT_TRUE(Shown(file) ==
+                        (fits ? contents.substr(static_cast<std::size_t>(offset), length) : ""));
+        }
+    }
+    kelMappedFile whole;
+    EXPECT_EQ(whole.Open(name, kReadOnly), kOk);
+    EXPECT_TRUE(Shown(whole) == contents);
+}
+
+TEST(kelMappedFile, WhatIsWritten_IsInTheFileAndInItsOtherMappings) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file", std::string(10000, '.'));
+    kelMappedFile reads, writes;
+    ASSERT_EQ(reads.Open(name, kReadOnly, 4090, 20), kOk);
+    ASSERT_EQ(writes.Open(name, kWritable, 4097, 5), kOk);
+    std::memcpy(writes.GetAddress(), "hello", 5);
+    EXPECT_EQ(Shown(reads), ".......hello........");
+    EXPECT_EQ(ReadWhole(name).substr(4096, 8), ".hello..");
+    EXPECT_EQ(writes.Sync(), kOk);
+    EXPECT_EQ(reads.Sync(), kOk) << "nothing to do";
+    EXPECT_EQ(kelFile::Rename(name, name + "2"), kOk);
+    EXPECT_EQ(writes.Close(), kOk);
+    EXPECT_EQ(ReadWhole(name + "2"), std::string(4097, '.') + "hello" + std::string(5898, '.'));
+}
+
+TEST(kelMappedFile, Objects_HoldTheMemoryEachForItself) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file", "contents"), empty = directory.Write("empty");
+    kelMappedFile file;
+    EXPECT_EQ(file.Sync(), kFailed);
+    EXPECT_EQ(file.Close(), kFailed);
+    EXPECT_EQ(kelMappedFile(file).GetSize(), 0U);
+    ASSERT_EQ(file.Open(name, kWritable), kOk);
+    kelMappedFile copy(file), assigned;
+    assigned = copy;
+    assigned = *&assigned;
+    EXPECT_EQ(file.Close(), kOk);
+    EXPECT_FALSE(file.IsOpen());
+    EXPECT_EQ(file.GetAddress(), nullptr);
+    EXPECT_EQ(copy.Close(), kOk);
+    EXPECT_EQ(Shown(assigned), "contents");
+    EXPECT_EQ(assigned.Open(directory / "no", kReadOnly), kelStatusNotFound);
+    EXPECT_EQ(Shown(assigned), "contents") << "a failure changes nothing";
+    EXPECT_EQ(assigned.Open(empty, kWritable), kOk);
+    EXPECT_TRUE(assigned.IsOpen());
+    EXPECT_EQ(assigned.GetAddress(), nullptr);
+    EXPECT_EQ(assigned.Sync(), kOk);
+    assigned = file;
+    EXPECT_FALSE(assigned.IsOpen());
+    EXPECT_EQ(kelFile::Delete(name), kOk) << "Windows lets no mapped file go";
+}
+
+TEST(kelMappedFile, WhatCannotBeMapped_IsToldWithItsReason) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.Write("file", "contents");
+    const struct {
+        const char* what;
+        zuString name;
+        int expected;
+    } rows[] = {
+        {"nothing", "", kelStatusEmptyPath},
+        {"missing", directory / "no", kelStatusNotFound},
+        {"below nothing", directory / "no/file", kelStatusNotFound},
+        {"a NUL", zuString(name.c_str(), name.size() + 1), kelStatusNotFound},
+        {"directory", directory.Path(), kOnWindows ? kelStatusAccessDenied : kFailed},
+        {"device", kNullDevice, kFailed},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        kelMappedFile file;
+        kelProcess::NativeKill(-1);  // another failure before it
+        const int before = kelLibrary::GetErrorNumber();
+        EXPECT_EQ(file.Open(row.name, kReadOnly), row.expected);
+        EXPECT_EQ(file.Open(row.name, kReadOnly, 0, 0), row.expected);
+        EXPECT_FALSE(file.IsOpen());
+        EXPECT_TRUE(kelLibrary::GetErrorNumber() != before || row.expected == kelStatusEmptyPath ||
+                    row.expected == kFailed);
+    }
+}
+
+}  // namespace
