@@ -76,7 +76,8 @@ TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
     }
     for (int block = 2; block < 5; ++block) {  // the wide name, the path, the narrow name
         const Guard armed = Arm({FaultSource::Memory, block, true});
-        EXPECT_TRUE(opened() == 'L' && !fault.struck.empty()) << block;
+        EXPECT_EQ(opened(), 'L') << block;
+        EXPECT_NE(fault.struck, "") << block;
     }
     shortPath = directory / "gone";
     EXPECT_EQ(opened(), kelStatusNotFound) << "a failure by the short name is final";
@@ -117,11 +118,12 @@ TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
     for (const auto& [bytes, figures] : rows) {
         memory = bytes;
         kelMemoryInfo info;
+        std::array<unsigned long long, 9> together, apart;
         kelSystem::GetMemoryDetails(info);
-        EXPECT_EQ(std::memcmp(&info, figures.data(), sizeof info), 0);
-        for (std::size_t at = 0; at < 9; ++at) {
-            EXPECT_EQ(single[at](), figures[at]) << at;
-        }
+        std::memcpy(together.data(), &info, sizeof info);
+        std::transform(single, single + 9, apart.begin(), [](auto* figure) { return figure(); });
+        EXPECT_EQ(together, figures);
+        EXPECT_EQ(apart, figures);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "linux/Users.h"
 #include "support/Faults.h"
 
 using namespace zukel::test;
@@ -198,13 +199,10 @@ TEST_F(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
     EXPECT_EQ(file->Lock(kelFile::LockExclusive, 0), kOk);
     EXPECT_EQ(temporary->CreateTemporaryFile(directory / "XXXXXX"), kOk);
     const std::string temporaryName = temporary->GetFileName();
-    const pid_t copy = fork();
-    if (copy == 0) {
+    InForkedCopy([&] {
         file.reset();
         temporary.reset();
-        _exit(0);
-    }
-    EXPECT_EQ(waitpid(copy, nullptr, 0), copy);
+    });
     EXPECT_EQ(ReadWhole("file"), "");
     kelFile other("file", kWrite);
     EXPECT_EQ(other.Lock(kelFile::LockExclusive, 0), kelStatusBusy) << "not the copy's to end";

@@ -68,6 +68,18 @@ TEST_F(Linux, PermissionsOfCopies_Table) {
     }
 }
 
+TEST_F(Linux, ReplaceWhole_KeepsTheGroupOrNeitherWhereOwnersCannotBeGiven) {
+    fs::permissions(directory.Write("file", "old"), fs::perms(0640));
+    for (const int refused : {1, 2}) {
+        int calls = 0;
+        const Guard given = AtCall("fchown", [&] { return ++calls <= refused ? EPERM : 0; });
+        const zuString text = std::to_string(refused);
+        EXPECT_EQ(UnderFaults([&] { return kelFile::ReplaceWhole("file", text); }), kOk) << refused;
+        EXPECT_EQ(ReadWhole("file"), text);
+        EXPECT_EQ(ModeOf("file"), 0640U) << refused;
+    }
+}
+
 TEST_F(Linux, AFullDevice_TakesWhatTheBufferHolds) {
     constexpr unsigned long long kBuffer = 16384;
     const std::string text(400000, 'x');

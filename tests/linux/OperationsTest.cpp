@@ -82,6 +82,7 @@ unsigned long long Field(const std::string& name) {
 
 TEST_F(Operations, FiguresAreThoseOfTheSystem) {
     EXPECT_EQ(kelSystem::TotalPagingMemory(), Field("CommitLimit"));
+    EXPECT_LE(kelSystem::TotalPhysicalMemory(), Field("MemTotal"));
     zuDiskInfo disk{};
     const auto freeBytes = [&] {
         return kelSystem::GetFreeDiskSpace("/dev/shm", disk) ? disk.freeBytes : 0;

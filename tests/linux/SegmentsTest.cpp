@@ -228,24 +228,16 @@ TEST_F(Segments, LargerThanTheMemory_AreNotEvenTried) {
 }
 
 TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
-    const auto inChild = [](const std::function<void()>& work) {
-        const pid_t child = fork();
-        if (child == 0) {
-            work();
-            _exit(0);
-        }
-        EXPECT_EQ(waitpid(child, nullptr, 0), child);
-    };
     for (const End& end : kEnds) {
         SCOPED_TRACE(end.what);
         Memory owner, attached;
         ASSERT_EQ(owner.Create(100, name), kOk);
         ASSERT_EQ(attached.Attach(name), kOk);
-        inChild([&] { end.call(end.owner ? owner : attached, name); });
+        InForkedCopy([&] { end.call(end.owner ? owner : attached, name); });
         EXPECT_EQ(Attach(), &end == kEnds ? kOk : kFailed) << "what is asked for is done";
     }
     Memory empty;
-    inChild([&] {
+    InForkedCopy([&] {
         empty.Create(100, name);
         empty = Memory();
     });

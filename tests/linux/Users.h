@@ -16,6 +16,16 @@ struct InMemory : InDirectory {
     InMemory() : InDirectory("/dev/shm") {}
 };
 
+/// Does the work in a forked copy of the process, which then leaves.
+inline void InForkedCopy(const std::function<void()>& work) {
+    const pid_t copy = fork();
+    if (copy == 0) {
+        work();
+        _exit(0);
+    }
+    EXPECT_EQ(waitpid(copy, nullptr, 0), copy);
+}
+
 /// Takes root's power over permissions away.
 inline Guard Unprivileged() {
     const uid_t former = geteuid();

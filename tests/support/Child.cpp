@@ -30,7 +30,7 @@ int main(int count, char** words) {
         std::this_thread::sleep_for(std::chrono::seconds(30));
     } else if (verb == "lock") {
         kelFile file(argument, kelFile::ModeRead | kelFile::ModeWrite);
-        file.Lock(kelFile::LockExclusive, 0);
+        file.Lock(kelFile::LockExclusive, -1);
         std::this_thread::sleep_for(std::chrono::seconds(30));
     } else if (verb == "say") {
         std::cout << "1" << std::flush;

@@ -49,10 +49,6 @@ using testing::ElementsAre;
 /// What several calls return: `EXPECT_THAT(Statuses({a.Close(), b.Close()}), Each(kOk))`.
 using Statuses = std::vector<int>;
 
-inline bool All(int status, const std::vector<int>& given) {
-    return given == std::vector<int>(given.size(), status);
-}
-
 /// Undoes at the end of a scope what the function that gave it has done.
 class [[nodiscard]] Guard {
 public:

@@ -5,6 +5,9 @@
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using WindowsNames = InDirectory;
+using WindowsFiles = InDirectory;
+using WindowsSegments = InDirectory;
 
 namespace {
 
@@ -13,8 +16,7 @@ struct Call {
     std::function<int()> run;
 };
 
-TEST(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
     const std::string a(150, 'a'), b(150, 'b'), deep = directory / a + "/" + b;
     ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
     std::string backslashes = deep;
@@ -50,8 +52,7 @@ TEST(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
     kelDirectory::Delete(directory / a);
 }
 
-TEST(WindowsNames, OfDevicesAndTooLongOnes_NameNoFile) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsNames, OfDevicesAndTooLongOnes_NameNoFile) {
     const std::string from = directory.Write("from", "content"), bad(300, 'x');
     for (const std::string name :
          {"nul.txt", "con", "CON.log", "aux ", "com1", "LPT9.x", "NUL .tar.gz", "nul:", "conin$"}) {
@@ -78,8 +79,7 @@ TEST(WindowsNames, OfDevicesAndTooLongOnes_NameNoFile) {
     }
 }
 
-TEST(WindowsFiles, PermissionsAreThoseOfTheAccessList) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsFiles, PermissionsAreThoseOfTheAccessList) {
     const std::string name = directory.Write("file", "x");
     const int open = kelFileInfo(name).GetPermissions();
     EXPECT_EQ(open & 0x600, 0x600) << std::hex << open;
@@ -95,8 +95,7 @@ char* Text(kelSharedMemory& memory) {
     return static_cast<char*>(memory.GetBaseAddress());
 }
 
-TEST(WindowsSegments, AreToldApartByTheirFiles) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsSegments, AreToldApartByTheirFiles) {
     fs::create_directory(directory / "d");
     kelSharedMemory first, second, third, same;
     ASSERT_EQ(first.Create(8, directory / "d/seg"), kOk);
@@ -113,8 +112,7 @@ TEST(WindowsSegments, AreToldApartByTheirFiles) {
     }
 }
 
-TEST(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
     constexpr std::uint64_t kSize = 4096, kMuch = std::uint64_t{1} << 40U;
     const struct {
         const char* why;
@@ -141,8 +139,7 @@ std::uintptr_t NextHandle() {
     return reinterpret_cast<std::uintptr_t>(event);
 }
 
-TEST(WindowsSegments, LeaveNoHandleBehind) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsSegments, LeaveNoHandleBehind) {
     std::uintptr_t before = 0;
     for (int round = 0; round < 120; ++round) {
         if (round == 20) {
@@ -157,8 +154,7 @@ TEST(WindowsSegments, LeaveNoHandleBehind) {
     EXPECT_EQ(directory.Count(), 0);
 }
 
-TEST(WindowsSegments, OutliveACreatorThatWasKilled) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsSegments, OutliveACreatorThatWasKilled) {
     const std::string name = directory / "segment";
     kelProcess creator;
     ASSERT_EQ(creator.Start(ZUKEL_TEST_CHILD, {"hold", name}, false), kOk);

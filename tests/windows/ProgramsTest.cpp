@@ -7,6 +7,7 @@
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using WindowsPrograms = InDirectory;
 
 namespace {
 
@@ -14,11 +15,9 @@ using Names = zuStlVector<zuString>;
 
 const std::string kChild = ZUKEL_TEST_CHILD;
 
-TEST(WindowsPrograms, BatchFiles_GetEachArgumentAsItIsOrDoNotStart) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsPrograms, BatchFiles_GetEachArgumentAsItIsOrDoNotStart) {
     directory.Write("t.bat", "@echo 1=%1>\"%~dp0out\"\r\n@echo all=%*>>\"%~dp0out\"\r\n");
     const std::string out = directory / "out";
-    const auto inside = WorkingDirectory(directory.Path());
     for (const std::string name : {"t.bat", "T.BAT", "t.bat.", "t.bat ", "t.bat. .", "t"}) {
         for (const std::string argument :
              {"", "x", "a b", "x&cd", "x>file", "x|cd", "^x", "(x)", "!x!", "a=b;c,d", "end\\"}) {
@@ -40,8 +39,7 @@ TEST(WindowsPrograms, BatchFiles_GetEachArgumentAsItIsOrDoNotStart) {
     EXPECT_EQ(directory.Count(), 1) << "the script alone";
 }
 
-TEST(WindowsPrograms, Arguments_DoNotDependOnTheLocale) {
-    const TemporaryDirectory directory;
+TEST_F(WindowsPrograms, Arguments_DoNotDependOnTheLocale) {
     const Guard locale([] { std::setlocale(LC_ALL, "C"); });
     std::setlocale(LC_ALL, ".1252");  // in which half an à is a space
     kelProcess process;
@@ -53,7 +51,7 @@ TEST(WindowsPrograms, Arguments_DoNotDependOnTheLocale) {
     EXPECT_EQ(ReadWhole(directory / "out"), expected + "3");
 }
 
-TEST(WindowsPrograms, HandlesOfTheApplication_DoNotReachAChild) {
+TEST_F(WindowsPrograms, HandlesOfTheApplication_DoNotReachAChild) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     HANDLE reader = nullptr, writer = nullptr;
     ASSERT_NE(CreatePipe(&reader, &writer, &inherited, 0), 0);
@@ -67,9 +65,7 @@ TEST(WindowsPrograms, HandlesOfTheApplication_DoNotReachAChild) {
     CloseHandle(reader);
 }
 
-TEST(WindowsPrograms, WhatStandsInTheCurrentDirectory_IsNotTaken) {
-    const TemporaryDirectory directory;
-    const auto inside = WorkingDirectory(directory.Path());
+TEST_F(WindowsPrograms, WhatStandsInTheCurrentDirectory_IsNotTaken) {
     fs::copy(kChild, directory / "planted.exe");
     fs::create_directory(directory / "plugins");
     for (const std::string name : {"planted.dll", "plugins/below.dll"}) {
@@ -92,7 +88,7 @@ TEST(WindowsPrograms, WhatStandsInTheCurrentDirectory_IsNotTaken) {
     EXPECT_EQ(module.kelLoadLibraryEx("plugins", "below"), kOk);
 }
 
-TEST(WindowsPrograms, IdentifiersBesideOneAndTheCodeThatStandsForRunning_AreNobodysAndAnEnd) {
+TEST_F(WindowsPrograms, IdentifiersBesideOneAndTheCodeThatStandsForRunning_AreNobodysAndAnEnd) {
     kelProcess process, ended;
     ASSERT_EQ(process.Start(kChild, {"sleep", "30"}, true), kOk);
     for (int beside = 1; beside < 4; ++beside) {  // the system takes them for the one before

@@ -5,6 +5,7 @@
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using Windows = InDirectory;
 
 namespace {
 
@@ -13,11 +14,12 @@ HANDLE Hold(const std::string& name, DWORD access) {
 }
 
 /// The drive D: is made by the tool that makes the Wine prefix.
-TEST(Windows, RenameToAnotherVolume_IsWholeOrNotAtAll) {
-    const TemporaryDirectory here, there("D:");
+TEST_F(Windows, RenameToAnotherVolume_IsWholeOrNotAtAll) {
+    const TemporaryDirectory there("D:");
     const std::string content(700000, 'x');
     for (const int perms : {0x400, 0x600}) {
-        const std::string from = here.Write("from", content), to = there.Write(kOddName, "old");
+        const std::string from = directory.Write("from", content),
+                          to = there.Write(kOddName, "old");
         if (MoveFileExA(from.c_str(), (there / "moved").c_str(), 0) != 0) {
             GTEST_SKIP() << "D: is no other volume";
         }
@@ -29,28 +31,32 @@ TEST(Windows, RenameToAnotherVolume_IsWholeOrNotAtAll) {
         const HANDLE held = Hold(to, GENERIC_READ);
         EXPECT_EQ(kelFile::Rename(from, to), kFailed) << "the target is held";
         CloseHandle(held);
-        EXPECT_TRUE(ReadWhole(to) == "old" && ModeOf(from) == mode) << "as it was";
+        EXPECT_EQ(ReadWhole(to), "old");
+        EXPECT_EQ(ModeOf(from), mode) << "as it was";
         EXPECT_EQ(there.Count(), 1) << "no part is left";
         EXPECT_EQ(kelFile::Rename(from, to), kOk);
-        EXPECT_TRUE(!kelFile::Exists(from) && ReadWhole(to) == content && ModeOf(to) == mode);
+        EXPECT_FALSE(kelFile::Exists(from));
+        EXPECT_TRUE(ReadWhole(to) == content);
+        EXPECT_EQ(ModeOf(to), mode);
         EXPECT_EQ(fs::last_write_time(fs::u8path(to)), time);
         EXPECT_EQ(kelFile::SetPermissions(to, 0x600), kOk);
         const HANDLE writer = Hold(to, GENERIC_WRITE);
         EXPECT_EQ(kelFile::Rename(to, from), kFailed) << "somebody writes to it";
         CloseHandle(writer);
-        EXPECT_TRUE(!kelFile::Exists(from) && there.Count() == 1);
+        EXPECT_FALSE(kelFile::Exists(from));
+        EXPECT_EQ(there.Count(), 1);
     }
 }
 
-TEST(Windows, Permissions_AreTheReadOnlyMark) {
-    const TemporaryDirectory directory;
+TEST_F(Windows, Permissions_AreTheReadOnlyMark) {
     const std::string from = directory.Write(kOddName, "content"), to = directory / "to";
     const auto time = fs::last_write_time(fs::u8path(from)) - std::chrono::hours(99);
     fs::last_write_time(fs::u8path(from), time);
     for (const auto& [perms, mode] : {std::pair{0x200, 0600U}, {0x400, 0400U}}) {
         EXPECT_EQ(kelFile::SetPermissions(from, perms), kOk);
         const kelFile file(from, kRead);
-        EXPECT_TRUE(file.IsReadable() && file.IsWritable() == (mode == 0600));
+        EXPECT_TRUE(file.IsReadable());
+        EXPECT_EQ(file.IsWritable(), mode == 0600);
         for (const int copied : {0x1000, 0x644, 0, 0xFFF}) {
             const bool native = copied == 0 || copied == 0xFFF;
             const bool carries = copied == 0x1000 || copied == 0;
@@ -59,24 +65,27 @@ TEST(Windows, Permissions_AreTheReadOnlyMark) {
                 kOk);
             EXPECT_EQ(ModeOf(to), carries ? mode : 0600) << copied;
             EXPECT_EQ(fs::last_write_time(to) == time, native);
-            EXPECT_EQ(kelFile::SetPermissions(to, 0x600) + kelFile::Delete(to), kOk);
+            EXPECT_THAT(Statuses({kelFile::SetPermissions(to, 0x600), kelFile::Delete(to)}),
+                        Each(kOk));
         }
     }
 }
 
-TEST(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
+TEST_F(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     kelLibrary library;
     zuString name, home = std::getenv("USERPROFILE");
     std::replace(home.begin(), home.end(), '\\', '/');
-    EXPECT_TRUE(library.GetCurrentUserName(name) == kOk && name == std::getenv("USERNAME"));
+    EXPECT_EQ(library.GetCurrentUserName(name), kOk);
+    EXPECT_EQ(name, std::getenv("USERNAME"));
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), home + "/x");
     EXPECT_TRUE(fs::is_directory(library.GetTempDir()));
     const zuString locale = library.GetLocale();
-    EXPECT_TRUE(locale.find('_') == 2 && locale.find('.') == 5) << locale;
+    EXPECT_EQ(locale.find('_'), 2U) << locale;
+    EXPECT_EQ(locale.find('.'), 5U) << locale;
 }
 
 /// The build sets the zone, which Wine takes from `TZ`.
-TEST(Windows, LocalTime_HasTheRulesOfItsYear) {
+TEST_F(Windows, LocalTime_HasTheRulesOfItsYear) {
     DYNAMIC_TIME_ZONE_INFORMATION zone{};
     GetDynamicTimeZoneInformation(&zone);
     if (std::wstring(zone.TimeZoneKeyName) != L"Eastern Standard Time") {
