@@ -67,6 +67,12 @@ step_conditionals() {
 
 # Documents name only files and folders that exist, and nothing names a place on the machine where
 # it was written.
+# test_names: the tests of all platforms, SUITE.NAME each, as the sources write them.
+test_names() {
+    find "$root/tests" -name '*.cpp' -exec cat {} + | tr -s '\n ' ' ' |
+        grep -oE '\bTEST(_[FP])?\([A-Za-z]+, [A-Za-z_]+\)' | sed -E 's/.*\(([A-Za-z]+), ([A-Za-z_]+)\)/\1.\2/'
+}
+
 step_words() {
     cd "$root"
     local document name bad=0 documents texts
@@ -84,6 +90,16 @@ step_words() {
             grep -oE '\]\([^)#:]+' "$document" | cut -c3-
         )
     done
+    # In backticks: tests, `Suite.Name`, where a star stands for any rest.
+    local known
+    known=$(test_names)
+    [[ $known == *kelFileTest.Open_* ]] || die "the names of the tests are not found"
+    while IFS=: read -r document name; do
+        if ! grep -qE "^${name//\*/.*}" <<<"$known"; then
+            say "$document: there is no test $name"
+            bad=1
+        fi
+    done < <(grep -oHE '`[A-Za-z]+\.[A-Za-z]+(_[A-Za-z_]*\*?|\*)`' "${documents[@]}" | tr -d '`')
     if grep -nHIE -e '(^|[^A-Za-z0-9_.$}-])/(home|root|work|Users|opt|mnt)/[A-Za-z0-9._]' -e '[A-Za-z]:[\/]+Users[\/]' \
         "${texts[@]}"; then
         say "the lines above name a place on somebody's machine"
