@@ -164,7 +164,7 @@ public:
 
     // Names: calls with one or two of them.
 
-    /// Copies over a target that exists; on a disk into a new one.
+    /// Copies over a target that exists; on a disk into a new one as well.
     template <typename Call>
     const Jobs& Copy(Call copy) const {
         const auto add = [&](const char* job, const std::string& (Work::*source)()) {
@@ -173,6 +173,7 @@ public:
             };
             Repeat(job, call(Work::Get));
             AddOnDisk(job, call(Work::Disk), "disk");
+            Repeat(job, call(Work::Disk), "replaced/disk");
         };
         add("Copy16MiB", &Work::SixteenMiB);
         add("CopySmall", &Work::FourThousand);

@@ -288,8 +288,8 @@ that is most. “APR” is the runtime called directly, with a pool for each ope
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
 alive; the `LevelDB` rows are a database on this library's files (`examples/leveldbenv.cpp`), beside one on
 LevelDB's own, which calls the system; “native” are `NativeCopy` and `NativeRename`, beside the others' same calls. The files are on {memory},
-those “on disk” on {disk}, where what is written is a new file. Boost, POCO and Qt let their copy go to the disk before
-they return, which takes them longer by the clock than is told here.
+those “on disk” on {disk}, where what is written is a new file, but for “replaced”, over an
+older one. Boost, POCO and Qt let their copy go to the disk before they return, which takes them longer by the clock than is told here.
 
 ## Memory
 

@@ -75,7 +75,7 @@ struct Threads : InDirectory {
         EXPECT_EQ(kelCPUInfo::GetCPUID(), kelCPUInfo::GetCPUID());
     }
     void Segments(int number) const {
-        const std::string name = Own(number) + "s";
+        const std::string name = Own(number) + " segment";
         kelSharedMemory owner, attached, again;
         EXPECT_EQ(owner.Create(64, name), kOk);
         EXPECT_EQ(attached.Attach(name), kOk);

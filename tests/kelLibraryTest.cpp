@@ -149,6 +149,7 @@ TEST_F(kelLibraryTest, NamesWithANul_AreThoseOfNothing) {
 TEST_F(kelLibraryTest, Reasons_AreTheNumberOfTheLastFailureInEveryClass) {
     directory.Write("text");
     zuString out;
+    zuStlVector<zuString> names;
     char line[4];
     kelFile file("text", kRead);
     long long (*symbol)() = nullptr;
@@ -171,6 +172,9 @@ TEST_F(kelLibraryTest, Reasons_AreTheNumberOfTheLastFailureInEveryClass) {
         {"file, copied", [&] { kelFile::Copy("no", "text", 0); }, kMissing, 2},
         {"file, exists", [&] { kelFile::Exists("no"); }, kMissing, 2},
         {"file, no name", [&] { kelFile::Rename("", "text"); }, kWrong, 87},
+        {"file, read whole", [&] { kelFile::ReadWhole("", out); }, kWrong, 87},
+        {"file, replaced", [&] { kelFile::ReplaceWhole("", ""); }, kWrong, 87},
+        {"names of none", [&] { kelDirectory::GetFileNames("", names); }, kWrong, 87},
         {"facts", [&] { kelFileInfo("no").GetSize(); }, kMissing, 2},
         {"directory, open", [&] { kelDirectory().Open("no"); }, kMissing, 2},
         {"directory, closed", [&] { kelDirectory().Close(); }, kClosed, 6},
@@ -190,7 +194,7 @@ TEST_F(kelLibraryTest, Reasons_AreTheNumberOfTheLastFailureInEveryClass) {
     };
     for (const auto& [name, fail, number, onWindows] : rows) {
         SCOPED_TRACE(name);
-        kelProcess::NativeKill(-1);  // another failure before it
+        number == kWrong ? kelFile::Delete("no") : kelProcess::NativeKill(-1);  // another failure
         fail();
         const int told = Library::GetErrorNumber();
         // Windows has several numbers for what is missing.

@@ -135,7 +135,7 @@ zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
 
 int kelDirectory::GetFileNames(const zuString& name, zuStlVector<zuString>& names) {
     if (name.empty()) {
-        return kelStatusEmptyPath;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
     }
     platform::DirectoryHandle stream;
     const apr_status_t opened = OpenByName(name, stream);

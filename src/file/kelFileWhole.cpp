@@ -39,7 +39,7 @@ apr_status_t ReadToEnd(const platform::FileHandle& file, zuString& contents) {
 
 int kelFile::ReadWhole(const zuString& name, zuString& contents) {
     if (name.empty()) {
-        return kelStatusEmptyPath;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
     }
     platform::FileHandle file;
     zuString all;
@@ -57,7 +57,7 @@ int kelFile::ReadWhole(const zuString& name, zuString& contents) {
 
 int kelFile::ReplaceWhole(const zuString& name, const zuString& contents) {
     if (name.empty()) {
-        return kelStatusEmptyPath;
+        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
     }
     return zukel::MapOpenStatus(
         zukel::IsWhole(name)
