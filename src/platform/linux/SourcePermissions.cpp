@@ -17,6 +17,13 @@ namespace {
 
 constexpr mode_t kGroupShift = 3;
 
+/// Takes the access list away that a file has from its directory. To look whether there is one
+/// costs less than to remove none.
+bool RemoveAccessList(int file) noexcept {
+    const bool none = fgetxattr(file, kAccessList, nullptr, 0) < 0 && errno == ENODATA;
+    return none || SucceededOrRefused(fremovexattr(file, kAccessList)) || errno == ENODATA;
+}
+
 }  // namespace
 
 bool SourcePermissions::Read(int source) noexcept {
@@ -46,8 +53,7 @@ bool SourcePermissions::GiveTo(int copy, mode_t present) noexcept {
     }
     // The mode first: it limits what a list of the copy's own grants.
     const bool hasMode = present != kUnknown && (present & kModeBits) == given_;
-    return (hasMode || SucceededOrRefused(fchmod(copy, given_))) &&
-           (SucceededOrRefused(fremovexattr(copy, kAccessList)) || errno == ENODATA);
+    return (hasMode || SucceededOrRefused(fchmod(copy, given_))) && RemoveAccessList(copy);
 }
 
 bool SourcePermissions::GiveSpecialBitsTo(int copy) const noexcept {

@@ -104,15 +104,18 @@ apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) 
         return EBUSY;  // somebody is replacing it too
     }
     SourcePermissions permissions(opened);
+    const bool hasAttributes = flistxattr(from.Get(), nullptr, 0) != 0;
     const bool carried =
         (fchown(made, opened.st_uid, opened.st_gid) == 0 ||
          SucceededOrRefused(fchown(made, static_cast<uid_t>(-1), opened.st_gid))) &&
-        CopyExtendedAttributes(from.Get(), made) && permissions.Read(from.Get()) &&
-        permissions.GiveTo(made);
+        (!hasAttributes || CopyExtendedAttributes(from.Get(), made)) &&
+        permissions.Read(from.Get()) && permissions.GiveTo(made);
     if (!carried) {
         return errno;
     }
-    fremovexattr(made, "security.capability");
+    if (hasAttributes) {
+        fremovexattr(made, "security.capability");
+    }
     return APR_SUCCESS;
 }
 
