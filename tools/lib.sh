@@ -8,7 +8,7 @@ set -euo pipefail
 # All that is made goes below this folder.
 builds=${ZUKEL_BUILD:-$root/build}
 [[ $builds == /* ]] || builds=$PWD/$builds
-export builds
+export builds ZUKEL_BUILD=$builds
 
 build_packages=(cmake ninja-build g++ pkg-config libapr1-dev)
 example_packages=(libleveldb-dev)
