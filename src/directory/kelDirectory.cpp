@@ -40,15 +40,16 @@ bool IsOwnOrParent(const char* entry) noexcept {
     return entry[0] == '.' && (entry[1] == '\0' || (entry[1] == '.' && entry[2] == '\0'));
 }
 
-/// The names of the entries that follow.
-zuStlVector<zuString> NamesFromHere(platform::DirectoryStream& stream) {
-    zuStlVector<zuString> names;
-    while (const char* const entry = platform::NextEntry(stream)) {
+/// Appends the names of the entries that follow, as far as they can be read.
+apr_status_t AppendNames(platform::DirectoryStream& stream, zuStlVector<zuString>& names) {
+    const char* entry = nullptr;
+    apr_status_t status = platform::ReadEntry(stream, entry);
+    for (; entry != nullptr; status = platform::ReadEntry(stream, entry)) {
         if (!IsOwnOrParent(entry)) {
             names.emplace_back(entry);
         }
     }
-    return names;
+    return status;
 }
 
 }  // namespace
@@ -112,7 +113,11 @@ zuString kelDirectory::GetName() const {
 }
 
 zuStlVector<zuString> kelDirectory::GetFileNames() {
-    return Rewind(*record_) ? NamesFromHere(*record_->stream) : zuStlVector<zuString>();
+    zuStlVector<zuString> names;
+    if (Rewind(*record_)) {
+        AppendNames(*record_->stream, names);
+    }
+    return names;
 }
 
 int kelDirectory::GetNumberOfFiles() {
@@ -129,8 +134,11 @@ int kelDirectory::GetNumberOfFiles() {
 
 zuStlVector<zuString> kelDirectory::GetFileNames(const zuString& name) {
     platform::DirectoryHandle stream;
-    return zukel::MapStatus(OpenByName(name, stream)) == kelStatusOk ? NamesFromHere(*stream)
-                                                                     : zuStlVector<zuString>();
+    zuStlVector<zuString> names;
+    if (zukel::MapStatus(OpenByName(name, stream)) == kelStatusOk) {
+        AppendNames(*stream, names);
+    }
+    return names;
 }
 
 int kelDirectory::GetFileNames(const zuString& name, zuStlVector<zuString>& names) {
@@ -143,14 +151,7 @@ int kelDirectory::GetFileNames(const zuString& name, zuStlVector<zuString>& name
         return zukel::MapOpenStatus(opened);
     }
     zuStlVector<zuString> found;
-    const char* entry = nullptr;
-    apr_status_t status = platform::ReadEntry(*stream, entry);
-    for (; entry != nullptr; status = platform::ReadEntry(*stream, entry)) {
-        if (!IsOwnOrParent(entry)) {
-            found.emplace_back(entry);
-        }
-    }
-    if (zukel::MapStatus(status) != kelStatusOk) {
+    if (zukel::MapStatus(AppendNames(*stream, found)) != kelStatusOk) {
         return kelStatusReadFailed;
     }
     names.swap(found);

@@ -1,6 +1,6 @@
 #include <utility>
 
-#include "frame/Names.h"
+#include "frame/OnName.h"
 #include "frame/OpenStatus.h"
 #include "kelDirectory.h"
 #include "platform/Directories.h"
@@ -13,16 +13,6 @@ namespace platform = zukel::platform;
 #undef SetCurrentDirectory
 
 namespace {
-
-/// The frame of the operations on one path: the tests of the path, the call with its bytes, its
-/// status mapped.
-template <typename Call>
-int OnPath(const zuString& path, Call call) {
-    if (path.empty()) {
-        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
-    }
-    return zukel::MapStatus(zukel::IsWhole(path) ? call(path.c_str()) : APR_ENOENT);
-}
 
 /// Makes one level of a path; one that is there already will do, as long as it is a directory.
 apr_status_t MakeLevel(const char* path, int perms) noexcept {
@@ -67,7 +57,7 @@ apr_status_t MakeWithParents(const zuString& path, int perms) {
 }  // namespace
 
 int kelDirectory::Create(const zuString& path, int perms, bool recursive) {
-    return OnPath(path, [&](const char* name) {
+    return zukel::OnName(path, zukel::MapStatus, [&](const char* name) {
         return recursive ? MakeWithParents(name, perms) : platform::MakeDirectory(name, perms);
     });
 }
@@ -93,7 +83,7 @@ int kelDirectory::CreateTemporary(const zuString& nameTemplate, zuString& path) 
 }
 
 int kelDirectory::Delete(const zuString& path) {
-    return OnPath(path, platform::RemoveEmptyDirectory);
+    return zukel::OnName(path, zukel::MapStatus, platform::RemoveEmptyDirectory);
 }
 
 int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
@@ -102,7 +92,7 @@ int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
 
 int kelDirectory::DeleteTree(const zuString& path) {
     bool missing = false;
-    const int status = OnPath(path, [&](const char* name) {
+    const int status = zukel::OnName(path, zukel::MapStatus, [&](const char* name) {
         bool entered = false;
         const apr_status_t reason = platform::RemoveTree(name, entered);
         missing = !entered && APR_STATUS_IS_ENOENT(reason);
@@ -112,7 +102,7 @@ int kelDirectory::DeleteTree(const zuString& path) {
 }
 
 int kelDirectory::Sync(const zuString& path) {
-    return OnPath(path, platform::SyncNames);
+    return zukel::OnName(path, zukel::MapStatus, platform::SyncNames);
 }
 
 zuString kelDirectory::GetCurrentDirectory() {
@@ -126,7 +116,7 @@ zuString kelDirectory::GetCurrentDirectory(const kelLibrary*) {
 }
 
 int kelDirectory::SetCurrentDirectory(const zuString& path) {
-    return OnPath(path, platform::ChangeCurrentDirectory);
+    return zukel::OnName(path, zukel::MapStatus, platform::ChangeCurrentDirectory);
 }
 
 int kelDirectory::SetCurrentDirectory(const kelLibrary*, const zuString& path) {

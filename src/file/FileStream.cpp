@@ -122,14 +122,14 @@ apr_status_t FileStream::ReadLineBuffered(char* target, std::size_t& size) noexc
             status = Refill();
             continue;
         }
-        std::size_t piece = std::min<std::size_t>(wanted - size, readable_);
-        const void* const feed = std::memchr(cursor_, '\n', piece);
-        if (feed != nullptr) {
-            piece = static_cast<std::size_t>(static_cast<const char*>(feed) - cursor_) + 1;
+        std::size_t piece = wanted - size;
+        const bool ends = TakeLine(target + size, piece);
+        if (!ends) {
+            piece = std::min<std::size_t>(piece, readable_);
+            Take(target + size, piece);
         }
-        Take(target + size, piece);
         size += piece;
-        if (feed != nullptr) {
+        if (ends) {
             break;
         }
     }

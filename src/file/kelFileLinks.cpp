@@ -1,4 +1,4 @@
-#include "frame/Names.h"
+#include "frame/OnName.h"
 #include "frame/OpenStatus.h"
 #include "kelFile.h"
 #include "platform/SymbolicLinks.h"
@@ -8,25 +8,12 @@ namespace platform = zukel::platform;
 // A macro of <windows.h>, which APR's headers may include.
 #undef CreateSymbolicLink
 
-namespace {
-
-/// Makes the call unless the system would take the name for another one.
-template <typename Call>
-int OnName(const zuString& name, Call call) {
-    if (name.empty()) {
-        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
-    }
-    return zukel::MapOpenStatus(zukel::IsWhole(name) ? call(name.c_str()) : APR_ENOENT);
-}
-
-}  // namespace
-
 int kelFile::CreateSymbolicLink(const zuString& target, const zuString& name) {
     if (target.empty()) {
         return zukel::Fail(APR_EINVAL, kelStatusEmptyTarget);
     }
     apr_status_t status = APR_SUCCESS;
-    const int mapped = OnName(name, [&](const char* link) {
+    const int mapped = zukel::OnName(name, zukel::MapOpenStatus, [&](const char* link) {
         const bool whole = zukel::IsWhole(target);
         return status = whole ? platform::MakeSymbolicLink(target.c_str(), link) : APR_ENOENT;
     });
@@ -34,9 +21,12 @@ int kelFile::CreateSymbolicLink(const zuString& target, const zuString& name) {
 }
 
 int kelFile::ReadSymbolicLink(const zuString& name, zuString& target) {
-    return OnName(name, [&](const char* link) { return platform::ReadSymbolicLink(link, target); });
+    return zukel::OnName(name, zukel::MapOpenStatus, [&](const char* link) {
+        return platform::ReadSymbolicLink(link, target);
+    });
 }
 
 int kelFile::GetRealPath(const zuString& name, zuString& path) {
-    return OnName(name, [&](const char* file) { return platform::QueryRealPath(file, path); });
+    return zukel::OnName(name, zukel::MapOpenStatus,
+                         [&](const char* file) { return platform::QueryRealPath(file, path); });
 }

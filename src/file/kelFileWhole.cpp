@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "frame/Names.h"
+#include "frame/OnName.h"
 #include "frame/OpenStatus.h"
 #include "kelFile.h"
 #include "platform/FileExtents.h"
@@ -38,29 +38,22 @@ apr_status_t ReadToEnd(const platform::FileHandle& file, zuString& contents) {
 }  // namespace
 
 int kelFile::ReadWhole(const zuString& name, zuString& contents) {
-    if (name.empty()) {
-        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
-    }
-    platform::FileHandle file;
-    zuString all;
-    apr_status_t status = zukel::IsWhole(name)
-                              ? platform::OpenFileByName(name.c_str(), APR_FOPEN_READ, file)
-                              : APR_ENOENT;
-    if (status == APR_SUCCESS) {
-        status = ReadToEnd(file, all);
-    }
-    if (status == APR_SUCCESS) {
-        contents.swap(all);
-    }
-    return zukel::MapOpenStatus(status);
+    return zukel::OnName(name, zukel::MapOpenStatus, [&](const char* path) {
+        platform::FileHandle file;
+        zuString all;
+        apr_status_t status = platform::OpenFileByName(path, APR_FOPEN_READ, file);
+        if (status == APR_SUCCESS) {
+            status = ReadToEnd(file, all);
+        }
+        if (status == APR_SUCCESS) {
+            contents.swap(all);
+        }
+        return status;
+    });
 }
 
 int kelFile::ReplaceWhole(const zuString& name, const zuString& contents) {
-    if (name.empty()) {
-        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
-    }
-    return zukel::MapOpenStatus(
-        zukel::IsWhole(name)
-            ? platform::ReplaceContents(name.c_str(), contents.data(), contents.size())
-            : APR_ENOENT);
+    return zukel::OnName(name, zukel::MapOpenStatus, [&](const char* path) {
+        return platform::ReplaceContents(path, contents.data(), contents.size());
+    });
 }

@@ -12,10 +12,11 @@
 
 namespace zukel::platform {
 
+bool HasExtendedAttributes(int file) noexcept {
+    return flistxattr(file, nullptr, 0) != 0;
+}
+
 bool CopyExtendedAttributes(int from, int to) noexcept {
-    if (flistxattr(from, nullptr, 0) == 0) {
-        return true;
-    }
     const std::unique_ptr<char[]> names(new (std::nothrow) char[XATTR_LIST_MAX]);
     const std::unique_ptr<char[]> value(new (std::nothrow) char[XATTR_SIZE_MAX]);
     if (!names || !value) {

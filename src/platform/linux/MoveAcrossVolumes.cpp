@@ -122,9 +122,9 @@ private:
         SourcePermissions permissions(source_);
         return (fchown(copy, source_.st_uid, source_.st_gid) == 0 ||
                 SucceededOrRefused(fchown(copy, static_cast<uid_t>(-1), source_.st_gid))) &&
-               CopyExtendedAttributes(in_.Get(), copy) && permissions.Read(in_.Get()) &&
-               permissions.GiveTo(copy) && permissions.GiveSpecialBitsTo(copy) &&
-               SucceededOrRefused(futimens(copy, times));
+               (!HasExtendedAttributes(in_.Get()) || CopyExtendedAttributes(in_.Get(), copy)) &&
+               permissions.Read(in_.Get()) && permissions.GiveTo(copy) &&
+               permissions.GiveSpecialBitsTo(copy) && SucceededOrRefused(futimens(copy, times));
     }
 
     bool CopyLink() noexcept {

@@ -104,7 +104,7 @@ apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) 
         return EBUSY;  // somebody is replacing it too
     }
     SourcePermissions permissions(opened);
-    const bool hasAttributes = flistxattr(from.Get(), nullptr, 0) != 0;
+    const bool hasAttributes = HasExtendedAttributes(from.Get());
     const bool carried =
         (fchown(made, opened.st_uid, opened.st_gid) == 0 ||
          SucceededOrRefused(fchown(made, static_cast<uid_t>(-1), opened.st_gid))) &&

@@ -1,6 +1,7 @@
 #include "platform/FileExtents.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "platform/windows/Handle.h"
 #include "platform/windows/HandleOf.h"
@@ -60,6 +61,27 @@ DWORD SetEnd(HANDLE file, long long length) noexcept {
                : GetLastError();
 }
 
+/// Moves one piece of `size` bytes at a place, and leaves the position where it was.
+///
+/// @param move the call: it takes how many bytes, where it counts those moved, and the place.
+/// @param size receives how many were moved; 0 after a failure.
+template <typename Move>
+apr_status_t MoveAt(const FileHandle& file, long long offset, std::size_t& size,
+                    Move move) noexcept {
+    const DWORD wanted = AtOnce(std::exchange(size, 0));
+    if (!HasPlaces(file)) {
+        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+    }
+    const KeptPlace kept(HandleOf(file));
+    OVERLAPPED place = At(offset);
+    DWORD moved = 0;
+    if (!kept.IsKnown() || move(wanted, moved, place) == 0) {
+        return LastStatus();
+    }
+    size = moved;
+    return APR_SUCCESS;
+}
+
 }  // namespace
 
 apr_status_t SyncFile(const FileHandle& file) noexcept {
@@ -90,36 +112,22 @@ apr_status_t ChangeLength(const FileHandle& file, long long length) noexcept {
 
 apr_status_t ReadBytesAt(const FileHandle& file, long long offset, void* target,
                          std::size_t& size) noexcept {
-    const DWORD wanted = AtOnce(size);
-    size = 0;
-    if (!HasPlaces(file)) {
-        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
-    }
-    const KeptPlace kept(HandleOf(file));
-    OVERLAPPED place = At(offset);
-    DWORD got = 0;
-    if (!kept.IsKnown() || ReadFile(HandleOf(file), target, wanted, &got, &place) == 0) {
-        return GetLastError() == ERROR_HANDLE_EOF ? APR_SUCCESS : LastStatus();
-    }
-    size = got;
-    return APR_SUCCESS;
+    const apr_status_t status =
+        MoveAt(file, offset, size, [&](DWORD wanted, DWORD& got, OVERLAPPED& place) {
+            return ReadFile(HandleOf(file), target, wanted, &got, &place);
+        });
+    return status == APR_FROM_OS_ERROR(ERROR_HANDLE_EOF) ? APR_SUCCESS : status;
 }
 
 apr_status_t WriteBytesAt(const FileHandle& file, long long offset, const void* source,
                           std::size_t& size) noexcept {
-    const DWORD wanted = AtOnce(size);
-    size = 0;
-    if (!HasPlaces(file)) {
-        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
-    }
-    const KeptPlace kept(HandleOf(file));
-    OVERLAPPED place = At(offset);
-    DWORD put = 0;
-    if (!kept.IsKnown() || WriteFile(HandleOf(file), source, wanted, &put, &place) == 0) {
-        return LastStatus();
-    }
-    size = put;
-    return put == 0 && wanted != 0 ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : APR_SUCCESS;
+    const bool wanted = size != 0;
+    const apr_status_t status =
+        MoveAt(file, offset, size, [&](DWORD piece, DWORD& put, OVERLAPPED& place) {
+            return WriteFile(HandleOf(file), source, piece, &put, &place);
+        });
+    const bool full = status == APR_SUCCESS && wanted && size == 0;
+    return full ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : status;
 }
 
 }  // namespace zukel::platform
