@@ -96,6 +96,31 @@ TEST_F(kelDirectoryTest, CreateAndDelete_Table) {
     }
 }
 
+TEST_F(kelDirectoryTest, CreateTemporary_MakesOneForTheUserAlone) {
+    const std::string odd = kOddName, absolute = directory / odd;
+    zuString path;
+    for (const std::string& start : {odd, absolute, odd, absolute}) {
+        SCOPED_TRACE(start);
+        ASSERT_EQ(kelDirectory::CreateTemporary(start + "XXXXXX", path), kOk);
+        EXPECT_EQ(path.size(), start.size() + 6);
+        EXPECT_THAT(path, testing::StartsWith(start));
+        EXPECT_EQ(kelFileInfo(path).GetType(), kelFileInfo::Directory);
+        EXPECT_EQ(kelFileInfo(path).GetPermissions(), 0x700);
+        EXPECT_EQ(kelFile(path + "/file", kWrite).Write('x'), kOk) << "its user can use it";
+    }
+    EXPECT_EQ(directory.Count(), 8) << "one for each, with its file";
+    path = "untouched";
+    const std::pair<zuString, int> rows[] = {
+        {"", kelStatusEmptyPath},         {odd, kFailed},
+        {odd + "XXXXX", kFailed},         {odd + "XXXXXXx", kFailed},
+        {"no/XXXXXX", kelStatusNotFound}, {odd + '\0' + "XXXXXX", kelStatusNotFound}};
+    for (const auto& [name, status] : rows) {
+        EXPECT_EQ(kelDirectory::CreateTemporary(name, path), status) << name;
+    }
+    EXPECT_EQ(path, "untouched");
+    EXPECT_EQ(directory.Count(), 8);
+}
+
 TEST_F(kelDirectoryTest, DeleteTree_RemovesAllOfItAndNothingElse) {
     fs::create_directories("tree/a/b/c"), fs::create_directories("tree/empty");
     fs::create_directories("outside/kept");
