@@ -154,13 +154,12 @@ TEST_F(kelDirectoryTest, DeleteTree_TakesManyFilesAndDepth) {
     for (int number = 0; number < 2000; ++number) {
         directory.Write("tree/a file with a long name " + std::to_string(number));
     }
-    {
-        const Guard back = WorkingDirectory("tree");
-        for (int depth = 0; depth < (kOnWindows ? 60 : 3000); ++depth) {  // longer than a path
-            fs::create_directory("level");
-            fs::current_path("level");
-        }
+    const Guard back = WorkingDirectory(directory.Path());
+    fs::current_path("tree");
+    for (int depth = 0; depth < (kOnWindows ? 60 : 3000); ++depth) {  // longer than a path
+        fs::create_directory("level"), fs::current_path("level");
     }
+    fs::current_path(directory.Path());
     EXPECT_EQ(kelDirectory::DeleteTree("tree"), kOk);
     EXPECT_FALSE(fs::exists("tree"));
 }
