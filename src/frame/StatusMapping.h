@@ -12,10 +12,6 @@ namespace zukel {
 /// @returns `mapped`.
 [[gnu::cold]] int Fail(apr_status_t reason, int mapped = kelStatusFailed) noexcept;
 
-/// The same, with what the system has just told the calling thread: for functions of the platform
-/// that return no status. To be called before anything else asks the system.
-[[gnu::cold]] int FailAsToldBySystem(int status = kelStatusFailed) noexcept;
-
 /// The reason that was kept last in the calling thread, or `APR_SUCCESS`.
 apr_status_t LastReason() noexcept;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <apr_errno.h>
 #include <apr_time.h>
 
 #include <cstddef>
@@ -35,8 +36,8 @@ struct DiskBytes {
 /// The room on the disk that holds the directory `path`. Windows: `GetDiskFreeSpaceExW` on the
 /// UTF-16 form of the UTF-8 `path`. Linux: `statvfs` on its bytes.
 ///
-/// @returns false, with `disk` unchanged, when the platform refuses the path.
-bool QueryDisk(const char* path, DiskBytes& disk) noexcept;
+/// @returns 0, or the reason, with `disk` unchanged, when the platform refuses the path.
+apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept;
 
 /// The number of logical processors that the system runs, or 0. Windows: `GetSystemInfo`.
 int NumberOfProcessors() noexcept;

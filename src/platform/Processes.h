@@ -188,8 +188,8 @@ bool IsProcessRunning(int pid) noexcept;
 /// Ends any process. Windows: `OpenProcess`, `TerminateProcess`, `CloseHandle`. Linux: SIGKILL.
 ///
 /// @param pid above 0: other numbers mean groups of processes to some systems.
-/// @returns whether there was such a process and the system agreed.
-bool EndProcess(int pid) noexcept;
+/// @returns 0, or the reason: there is no such process, or the system refuses.
+apr_status_t EndProcess(int pid) noexcept;
 
 /// The path of the running program. Linux: `/proc/self/exe`. Windows: `GetModuleFileNameW`. Throws
 /// `std::bad_alloc`.

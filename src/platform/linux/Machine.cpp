@@ -233,15 +233,15 @@ std::uint64_t AvailableForSegments() noexcept {
     return available + figures.freeSwap;
 }
 
-bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
+apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const Uncancelled uncancelled;
     struct statvfs facts {};
     if (Uninterrupted([&] { return statvfs(path, &facts); }) != 0) {
-        return false;
+        return errno;
     }
     disk.available = Product(facts.f_bavail, facts.f_frsize);
     disk.total = Product(facts.f_blocks, facts.f_frsize);
-    return true;
+    return APR_SUCCESS;
 }
 
 int NumberOfProcessors() noexcept {

@@ -54,13 +54,16 @@ bool IsProcessRunning(int pid) noexcept {
     return process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
 }
 
-bool EndProcess(int pid) noexcept {
+apr_status_t EndProcess(int pid) noexcept {
     const Uncancelled uncancelled;
     const Descriptor process = OpenProcessDescriptor(pid);
-    if (process) {
-        return !HasEnded(process) && SendSignal(process, pid, SIGKILL);
+    const bool runs =
+        process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
+    if (!runs) {
+        return ESRCH;
     }
-    return !IsNoSuchProcess(errno) && IsNumberRunning(pid) && kill(pid, SIGKILL) == 0;
+    const bool sent = process ? SendSignal(process, pid, SIGKILL) : kill(pid, SIGKILL) == 0;
+    return sent ? APR_SUCCESS : errno;
 }
 
 apr_status_t QueryProgramPath(zuString& path) {

@@ -24,19 +24,15 @@ private:
 /// else may write it.
 bool IsTrusted(const struct stat& facts) noexcept;
 
-/// What has become of the name of a file.
-enum class Removal {
-    Done,
-    Another,  ///< It stands for another file, or for none, and is left as it is.
-    Refused   ///< By the system, or because somebody else who removes it has stopped on the way.
-};
-
 /// Removes the name of the file if it still stands for it.
+///
+/// @returns 0 or the reason: ENOENT for a name that stands for another file or for none, EBUSY when
+/// somebody else who removes it has stopped on the way.
 ///
 /// Two who remove the name of one segment at the same time must not remove that of a new segment,
 /// made between the two. So each of them holds a lock on the segment's file from the look at the
 /// name to the removal.
-Removal RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
+apr_status_t RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
 
 /// Opens the file of a segment as far as its name can be removed.
 Descriptor OpenToRemove(const SegmentPath& path) noexcept;

@@ -101,18 +101,19 @@ apr_status_t QueryPermissions(const char* name, int& permissions) noexcept {
     return APR_SUCCESS;
 }
 
-bool FileExists(const char* name) noexcept {
+apr_status_t FindFile(const char* name) noexcept {
     const WideName wide(name, Devices::Taken);
     if (!wide || *wide.Get() == L'\0') {
-        return false;
+        return wide ? APR_ENOENT : wide.Status();
     }
     const DWORD attributes = GetFileAttributesW(wide.Get());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
-        return GetLastError() ==
-               ERROR_SHARING_VIOLATION;  // the system's own, such as its paging file
+        // Of a file of the system's own, such as its paging file.
+        return GetLastError() == ERROR_SHARING_VIOLATION ? APR_SUCCESS : LastStatus();
     }
-    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||
-           OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Followed);
+    const bool found = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||
+                       OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Followed);
+    return found ? APR_SUCCESS : LastStatus();
 }
 
 }  // namespace zukel::platform

@@ -51,17 +51,13 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
-void SetNormalAttributes(const char* name) noexcept {
-    const WideName wide(name);
-    if (wide) {
-        SetFileAttributesW(wide.Get(), FILE_ATTRIBUTE_NORMAL);
-    }
-}
-
-bool RenameInPlace(const char* from, const char* to) noexcept {
+apr_status_t RenameInPlace(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
-    return source && target && MoveFileExW(source.Get(), target.Get(), 0) != 0;
+    if (!source || !target) {
+        return StatusOf(source, target);
+    }
+    return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 apr_status_t RenameToNew(const char* from, const char* to) noexcept {
@@ -97,9 +93,12 @@ apr_status_t RemoveFile(const char* name) noexcept {
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
-bool ChangeAccess(const char* name, int mode) noexcept {
+apr_status_t ChangeAccess(const char* name, int mode) noexcept {
     const WideName wide(name);
-    return wide && _wchmod(wide.Get(), mode) == 0;
+    if (!wide) {
+        return wide.Status();
+    }
+    return _wchmod(wide.Get(), mode) == 0 ? APR_SUCCESS : LastStatus();
 }
 
 bool IsAccessible(const wchar_t* name, int access) {

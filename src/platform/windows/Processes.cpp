@@ -103,13 +103,13 @@ bool IsProcessRunning(int pid) noexcept {
     return process ? HandleRuns(process) : GetLastError() == ERROR_ACCESS_DENIED;
 }
 
-bool EndProcess(int pid) noexcept {
+apr_status_t EndProcess(int pid) noexcept {
     const Handle process = OpenByIdentifier(pid);  // held until the end, and with it the identifier
     if (process ? !HandleRuns(process) : GetLastError() != ERROR_ACCESS_DENIED) {
-        return false;
+        return APR_EPROC_UNKNOWN;
     }
     const Handle ended(OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(pid)));
-    return ended && TerminateProcess(ended.Get(), 0) != 0;
+    return ended && TerminateProcess(ended.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 apr_status_t QueryProgramPath(zuString& path) {
