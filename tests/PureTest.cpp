@@ -4,9 +4,9 @@
 
 #include "environment/FileNameExpansion.h"
 #include "fuzz/Oracles.h"
-#include "platform/Machine.h"
+#include "platform/Memory.h"
 #include "platform/linux/LocaleName.h"
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/MemoryTexts.h"
 #include "support/Testing.h"
 #include "system/ProcessorLeaves.h"
 #include "zubase/Utf16.h"

@@ -5,6 +5,7 @@
 
 #include "frame/StatusMapping.h"
 #include "platform/Machine.h"
+#include "platform/Memory.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <chrono>
 
 #include "frame/StatusMapping.h"
-#include "platform/Machine.h"
+#include "platform/Dates.h"
 #include "system/kelTimeRecord.h"
 
 #undef GetCurrentTime  // a macro of <windows.h>, which the runtime's headers may include

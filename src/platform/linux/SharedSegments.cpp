@@ -12,8 +12,8 @@
 #include <new>
 #include <utility>
 
+#include "platform/linux/AvailableMemory.h"
 #include "platform/linux/Descriptor.h"
-#include "platform/linux/MemoryFigures.h"
 #include "platform/linux/Segment.h"
 #include "platform/linux/SegmentNames.h"
 #include "platform/linux/SystemCall.h"

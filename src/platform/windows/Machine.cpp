@@ -9,16 +9,6 @@
 
 namespace zukel::platform {
 
-MemoryBytes QueryMemory() noexcept {
-    MEMORYSTATUSEX status{};
-    status.dwLength = sizeof status;
-    if (GlobalMemoryStatusEx(&status) == 0) {
-        return {};
-    }
-    return {status.ullTotalPhys,    status.ullAvailPhys,     status.ullTotalVirtual,
-            status.ullAvailVirtual, status.ullTotalPageFile, status.ullAvailPageFile};
-}
-
 apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const std::size_t length = std::strlen(path);
     const std::unique_ptr<char[]> directory(new (std::nothrow) char[length + 2]);

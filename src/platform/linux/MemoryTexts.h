@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-/// How the memory figures come about. The first half works on texts alone.
+/// Parsing of /proc and cgroup files, as functions of their text.
 namespace zukel::platform {
 
 /// The number that the text begins with, or `kUnknown` when it begins with none ("max") or with one
@@ -38,9 +38,5 @@ struct PhysicalMemory {
 /// what is available.
 void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,
                 std::uint64_t reclaimable) noexcept;
-
-/// What a new segment could take at most: available memory and, where no group sets a limit, free
-/// swap space.
-std::uint64_t AvailableForSegments() noexcept;
 
 }  // namespace zukel::platform

@@ -1,8 +1,8 @@
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/MemoryTexts.h"
 
 #include <algorithm>
 
-#include "platform/Machine.h"
+#include "platform/Memory.h"
 
 namespace zukel::platform {
 
