@@ -8,7 +8,7 @@
 #include "platform/linux/LocaleName.h"
 #include "platform/linux/MemoryTexts.h"
 #include "support/Testing.h"
-#include "system/ProcessorLeaves.h"
+#include "system/CpuidLeaves.h"
 #include "zubase/Utf16.h"
 
 using namespace zukel;
@@ -25,10 +25,10 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
     EXPECT_EQ(JoinFileName({}), "") << "which nothing taken apart gives";
     for (int count = 0; count < 20000; ++count) {
         const std::string name = fuzz::HostileName(random);
-        ASSERT_EQ(fuzz::CheckCanonicalPath(name), "");
+        ASSERT_EQ(fuzz::CheckNormalizedPath(name), "");
         ASSERT_EQ(fuzz::CheckNameParts(name), "");
         ASSERT_EQ(fuzz::CheckExpansion(name), "");
-        ASSERT_EQ(fuzz::CheckRelativeWay(name + '|' + fuzz::HostileName(random)), "");
+        ASSERT_EQ(fuzz::CheckRelativePath(name + '|' + fuzz::HostileName(random)), "");
         std::string bytes(9, '\0');
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
         bytes[8 - random() % 2] = static_cast<char>(random() % 3 - 1);  // near enough to today
@@ -77,8 +77,8 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
         {"4:memory:/../a\n0::a", "", ""},
     };
     for (const auto& [text, one, two] : groups) {
-        EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;
-        EXPECT_EQ(GroupPathOf(text, GroupKind::Two).value_or("none"), two) << text;
+        EXPECT_EQ(CgroupPathOf(text, CgroupVersion::V1).value_or("none"), one) << text;
+        EXPECT_EQ(CgroupPathOf(text, CgroupVersion::V2).value_or("none"), two) << text;
     }
     // A limit, what is used of it and to be had again; both figures then.
     const std::array<std::uint64_t, 5> limits[] = {{500, 100, 40, 500, 440},

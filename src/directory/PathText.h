@@ -10,6 +10,6 @@ bool IsRelative(const zuString& path) noexcept;
 
 /// The canonical form that `kelDirectory::GetAbsolutePath` tells of. One pass over the text, and
 /// one allocation for the result.
-zuString CanonicalPath(const zuString& path);
+zuString NormalizedPath(const zuString& path);
 
 }  // namespace zukel

@@ -8,9 +8,9 @@
 namespace zukel {
 
 /// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.
-void FoldName(zuString& name) noexcept;
+void FoldCase(zuString& name) noexcept;
 
 /// The way between two folded texts; empty when they differ and one of them has no component left.
-zuString WayBetween(const zuString& from, const zuString& to);
+zuString RelativePathBetween(const zuString& from, const zuString& to);
 
 }  // namespace zukel

@@ -36,6 +36,6 @@ void ExpandComponents(zuStlVector<zuString>& components, const char* platform,
 
 /// The long-name step: asks the platform for the long form of a name that has a `~` in it, and
 /// leaves the name as it is when there is none.
-void LengthenName(zuString& name);
+void ToLongName(zuString& name);
 
 }  // namespace zukel

@@ -51,27 +51,27 @@ std::string_view ReadText(const char* path, Room& room) noexcept {
     return {room.text, length};
 }
 
-/// The files of one kind of control group.
-struct GroupFiles {
-    GroupKind kind;
+/// The files of one version of cgroup.
+struct CgroupFiles {
+    CgroupVersion version;
     const char* root;
     const char* limit;
     const char* used;
     const char* reclaimable;  ///< The field of memory.stat.
 };
 
-/// The first kind counts memory where it is there for it; where it is not, the second may.
-constexpr GroupFiles kGroupFiles[] = {
-    {GroupKind::One, "/sys/fs/cgroup/memory", "memory.limit_in_bytes", "memory.usage_in_bytes",
+/// v1 first: where its memory controller is mounted, v2 does not count memory.
+constexpr CgroupFiles kCgroupFiles[] = {
+    {CgroupVersion::V1, "/sys/fs/cgroup/memory", "memory.limit_in_bytes", "memory.usage_in_bytes",
      "total_inactive_file"},
-    {GroupKind::Two, "/sys/fs/cgroup", "memory.max", "memory.current", "inactive_file"},
+    {CgroupVersion::V2, "/sys/fs/cgroup", "memory.max", "memory.current", "inactive_file"},
 };
 
 /// The folder of a group, and its files.
-class GroupFolder {
+class CgroupFolder {
 public:
     /// A group whose path has no room is taken for the nearest one above it that has.
-    GroupFolder(const char* root, std::string_view group, Room& room) noexcept
+    CgroupFolder(const char* root, std::string_view group, Room& room) noexcept
         : room_(room), rootSize_(std::strlen(root)), size_(rootSize_) {
         constexpr std::size_t kRoomForName = 64;
         while (rootSize_ + group.size() > sizeof room_.path - kRoomForName) {
@@ -101,8 +101,8 @@ private:
     std::size_t rootSize_, size_;
 };
 
-void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t machineTotal,
-                PhysicalMemory& memory) noexcept {
+void ApplyCgroup(const CgroupFiles& files, CgroupFolder& folder, std::uint64_t machineTotal,
+                 PhysicalMemory& memory) noexcept {
     const std::uint64_t limit = NumberAt(folder.Read(files.limit));
     if (limit >= machineTotal) {
         return;  // none, or none that matters; an unknown one is all ones
@@ -114,14 +114,14 @@ void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t mach
 
 /// Walks from the process's own group up. In a container whose group is mounted as the root, the
 /// path may name nothing below it; the walk then finds the root itself.
-void ApplyGroups(PhysicalMemory& memory, Room& room) noexcept {
+void ApplyCgroups(PhysicalMemory& memory, Room& room) noexcept {
     const std::string_view own = ReadText("/proc/self/cgroup", room);
     const std::uint64_t machineTotal = memory.total;
-    for (const GroupFiles& files : kGroupFiles) {
-        if (const std::optional<std::string_view> group = GroupPathOf(own, files.kind)) {
-            GroupFolder folder(files.root, *group, room);
+    for (const CgroupFiles& files : kCgroupFiles) {
+        if (const std::optional<std::string_view> group = CgroupPathOf(own, files.version)) {
+            CgroupFolder folder(files.root, *group, room);
             do {
-                ApplyGroup(files, folder, machineTotal, memory);
+                ApplyCgroup(files, folder, machineTotal, memory);
             } while (folder.Up());
             return;
         }
@@ -142,7 +142,7 @@ Figures ReadFigures(Room& room) noexcept {
                     field("CommitLimit"),
                     field("Committed_AS"),
                     field("SwapFree")};
-    ApplyGroups(figures.physical, room);
+    ApplyCgroups(figures.physical, room);
     return figures;
 }
 

@@ -15,13 +15,13 @@ std::uint64_t NumberAt(std::string_view text) noexcept;
 /// `kUnknown`. For `/proc/meminfo` (`unit` 1024) and `memory.stat` (1).
 std::uint64_t FieldOf(std::string_view text, std::string_view name, std::uint64_t unit) noexcept;
 
-/// Which of the two kinds of control group counts memory.
-enum class GroupKind { One, Two };
+/// Which version of cgroup counts memory.
+enum class CgroupVersion { V1, V2 };
 
-/// The path of the process's group in the hierarchy of this kind that may count memory, from
+/// The path of the process's group in the hierarchy of this version that may count memory, from
 /// `/proc/self/cgroup`; nothing when there is no such hierarchy. Empty for the root, and for a
 /// group outside of what the process can see.
-std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept;
+std::optional<std::string_view> CgroupPathOf(std::string_view text, CgroupVersion version) noexcept;
 
 /// What is left of the whole without the part: nothing when the part is larger, unknown when one of
 /// the two is.

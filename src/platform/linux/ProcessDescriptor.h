@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <csignal>
 
-#include "platform/Processes.h"
+#include "platform/Children.h"
 #include "platform/linux/Descriptor.h"
 
 /// Process descriptors (Linux 5.4): they name a process for good, however often its number is given
@@ -34,7 +34,7 @@ inline bool IsShortage(int error) noexcept {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
-/// Whether the process has ended, a child or not, collected or not.
+/// Whether the process has ended, a child or not, reaped or not.
 inline bool HasEnded(const Descriptor& process) noexcept {
     pollfd entry{process.Get(), POLLIN, 0};
     return poll(&entry, 1, 0) > 0;
@@ -43,7 +43,7 @@ inline bool HasEnded(const Descriptor& process) noexcept {
 /// Signals the process; `errno` tells why that failed.
 ///
 /// @param pid its number, which takes the signal where a sandbox refuses the descriptor: the number
-/// is that of another process only if this one ends, and is collected, at that very moment.
+/// is that of another process only if this one ends, and is reaped, at that very moment.
 inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcept {
     if (syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0) == 0) {
         return true;
@@ -64,8 +64,8 @@ inline int AwaitEnd(const Descriptor& process, int milliSeconds) noexcept {
 /// What `AskForChild` finds.
 enum class ChildState {
     Running,  ///< A child of this process that runs.
-    Ended,    ///< A child of this process that has ended and, without WNOWAIT, is now collected.
-    Lost,     ///< No child of this process, or one that somebody else has collected.
+    Ended,    ///< A child of this process that has ended and, without WNOWAIT, is now reaped.
+    Lost,     ///< No child of this process, or one that somebody else has reaped.
     Unknown   ///< The system did not tell.
 };
 

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <utility>
 
-#include "platform/linux/Children.h"
 #include "platform/linux/ProcessDescriptor.h"
 #include "platform/linux/Spawn.h"
 #include "platform/linux/Uncancelled.h"
@@ -27,26 +26,6 @@ bool IsNumberRunning(pid_t pid) noexcept {
 }
 
 }  // namespace
-
-apr_status_t Launch(const Program& program, ChildHandle& child) {
-    const Uncancelled uncancelled;
-    auto made = std::make_unique<Child>();
-    made->kept = program.group;
-    CollectChildren();
-    // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
-    // has been started yet.
-    Descriptor place = OpenProcessDescriptor(getpid());
-    if (!place && IsShortage(errno)) {
-        return errno;
-    }
-    pid_t pid = -1;
-    const int error = Spawn(program, pid);
-    if (error == 0) {
-        place.Close();
-        child = Adopt(std::move(made), pid);
-    }
-    return error;
-}
 
 bool IsProcessRunning(int pid) noexcept {
     const Uncancelled uncancelled;

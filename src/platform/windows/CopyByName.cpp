@@ -66,7 +66,7 @@ apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms
         return source ? target.Status() : source.Status();
     }
     // By name first: the target may not open for writing.
-    if (Identify(source.Get(), Links::Followed) == Identify(target.Get(), Links::Followed)) {
+    if (Identify(source.Get(), Symlinks::Follow) == Identify(target.Get(), Symlinks::Follow)) {
         return kSameFile;
     }
     const Handle in = OpenSource(source.Get());

@@ -29,11 +29,11 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
     if (!source || !target || !target.MakeExtended()) {
         return StatusOf(source, target);
     }
-    const FileId present = Identify(target.Get(), Links::Themselves);
+    const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     Handle file;
     const DWORD opened = RepeatWhileShared([&] {
         file = OpenForFacts(source.Get(), DELETE | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
-                            Links::Themselves);
+                            Symlinks::NoFollow);
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (!file) {
@@ -66,8 +66,8 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     if (!source || !target) {
         return StatusOf(source, target);
     }
-    const FileId present = Identify(target.Get(), Links::Themselves);
-    if (present.known && Identify(source.Get(), Links::Themselves) == present &&
+    const FileId present = Identify(target.Get(), Symlinks::NoFollow);
+    if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
         std::wcscmp(source.Get(), target.Get()) == 0) {
         return APR_FROM_OS_ERROR(ERROR_ALREADY_EXISTS);  // the system calls that done
     }
@@ -82,7 +82,7 @@ apr_status_t RemoveFile(const char* name) noexcept {
     Handle file;
     DWORD error = RepeatWhileShared([&] {
         // A link to a directory goes as any other link.
-        file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Links::Themselves);
+        file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Symlinks::NoFollow);
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (file) {

@@ -128,7 +128,7 @@ apr_status_t FreeName(const Handle& file) noexcept {
 
 /// Removes a file whose name has been freed, unless somebody still maps it.
 void RemoveIfFreed(const Segment& segment) noexcept {
-    if (Identify(segment.removed.get(), Links::Themselves) == segment.id) {
+    if (Identify(segment.removed.get(), Symlinks::NoFollow) == segment.id) {
         DeleteFileW(segment.removed.get());
     }
 }
@@ -231,7 +231,7 @@ apr_status_t RemoveName(const char* name) noexcept {
 
 apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept {
     const WideName wide(name);
-    const bool isOurs = wide && Identify(wide.Get(), Links::Themselves) == segment.id;
+    const bool isOurs = wide && Identify(wide.Get(), Symlinks::NoFollow) == segment.id;
     // By the handle: whatever takes the name in the meantime is not touched.
     return isOurs ? FreeName(segment.file) : APR_SUCCESS;
 }
