@@ -79,15 +79,15 @@ TEST_F(kelDirectoryTest, CreateAndDelete_Table) {
                 continue;
             }
             const auto before = around.Count();
-            const bool stood = fs::exists(path), expected = (parents ? recursive : plain) == "ok";
-            EXPECT_EQ(kelDirectory::Create(path, 0x710, parents), expected ? kOk : kFailed);
-            EXPECT_EQ(fs::exists(path), stood || expected);
-            EXPECT_EQ(around.Count() > before, !stood && fs::exists(path));
-            for (const std::string& made : {path, path.substr(0, path.find('/'))}) {
-                EXPECT_TRUE(stood || !expected || ModeOf(made) == (kOnWindows ? 0600 : 0710))
-                    << std::oct << ModeOf(made) << " of " << made;
+            const bool stood = fs::exists(path), succeeds = (parents ? recursive : plain) == "ok";
+            const bool made = succeeds && !stood, stands = succeeds || stood;
+            EXPECT_EQ(kelDirectory::Create(path, 0x710, parents), succeeds ? kOk : kFailed);
+            EXPECT_EQ(fs::exists(path), stands);
+            EXPECT_EQ(around.Count() > before, made);
+            for (const std::string& each : {path, path.substr(0, path.find('/'))}) {
+                EXPECT_EQ(made ? ModeOf(each) : 0, made ? kOnWindows ? 0600U : 0710U : 0) << each;
             }
-            const bool goes = deleted == "ok" && fs::exists(path);
+            const bool goes = stands && deleted == "ok";
             EXPECT_EQ(kelDirectory::Delete(path), goes ? kOk : kFailed);
             EXPECT_EQ(fs::exists(path), stood && !goes);
             EXPECT_TRUE(fs::exists("full/below"));
