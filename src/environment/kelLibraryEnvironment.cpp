@@ -23,11 +23,6 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// @param mapped the status of every failure.
-int StatusOf(apr_status_t status, int mapped) noexcept {
-    return status == APR_SUCCESS ? kelStatusOk : zukel::Fail(status, mapped);
-}
-
 /// One fact about a locale, as the platform writes it.
 struct Fact {
     std::array<char, 16> text{};
@@ -42,21 +37,21 @@ struct Fact {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return StatusOf(zukel::FindVariable(name, value) ? APR_SUCCESS : APR_ENOENT,
-                    kelStatusNoVariable);
+    return zukel::MapStatus(zukel::FindVariable(name, value) ? APR_SUCCESS : APR_ENOENT,
+                            kelStatusNoVariable);
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
     const bool whole = zukel::IsWhole(name) && zukel::IsWhole(value);
-    return StatusOf(
+    return zukel::MapStatus(
         whole ? platform::WriteEnvironmentVariable(name.c_str(), value.c_str()) : APR_EINVAL,
         kelStatusNoVariable);
 }
 
 int kelLibrary::UnsetEnvironmentVariable(const zuString& name) {
     const bool isName = !name.empty() && zukel::IsWhole(name) && name.find('=') == zuString::npos;
-    return StatusOf(isName ? platform::RemoveEnvironmentVariable(name.c_str()) : APR_EINVAL,
-                    kelStatusNoVariable);
+    return zukel::MapStatus(isName ? platform::RemoveEnvironmentVariable(name.c_str()) : APR_EINVAL,
+                            kelStatusNoVariable);
 }
 
 int kelLibrary::GetEnvironmentNames(zuStlVector<zuString>& names) {
@@ -83,15 +78,15 @@ int kelLibrary::FindProgram(const zuString& name, zuString& path) {
     const apr_status_t status = !name.empty() && zukel::IsWhole(name)
                                     ? platform::FindProgramFile(name.c_str(), path)
                                     : APR_ENOENT;
-    return StatusOf(status, kelStatusNotFound);
+    return zukel::MapStatus(status, kelStatusNotFound);
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
-    return StatusOf(platform::QueryUserName(name), kelStatusNoUser);
+    return zukel::MapStatus(platform::QueryUserName(name), kelStatusNoUser);
 }
 
 int kelLibrary::GetUserDirectory(zuString& directory) {
-    return StatusOf(platform::QueryUserDirectory(directory), kelStatusNoUser);
+    return zukel::MapStatus(platform::QueryUserDirectory(directory), kelStatusNoUser);
 }
 
 int kelLibrary::GetHostName(zuString& name) {

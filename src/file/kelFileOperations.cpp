@@ -28,7 +28,7 @@ int OnNames(const zuString& from, const zuString& to, Call call) {
 }
 
 int MapMissing(apr_status_t status) noexcept {
-    return status == APR_SUCCESS ? kelStatusOk : zukel::Fail(status, kelStatusNotFound);
+    return zukel::MapStatus(status, kelStatusNotFound);
 }
 
 int ExistsByName(const zuString& name) noexcept {

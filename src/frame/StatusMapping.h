@@ -20,4 +20,9 @@ inline int MapStatus(apr_status_t status) noexcept {
     return status == APR_SUCCESS ? kelStatusOk : Fail(status);
 }
 
+/// The same for an operation that has one status for all of its failures.
+inline int MapStatus(apr_status_t status, int failure) noexcept {
+    return status == APR_SUCCESS ? kelStatusOk : Fail(status, failure);
+}
+
 }  // namespace zukel

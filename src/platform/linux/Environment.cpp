@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "platform/linux/LocaleName.h"
+#include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
@@ -59,11 +60,11 @@ bool ReadEnvironmentVariable(const char* name, zuString& value) {
 }
 
 apr_status_t WriteEnvironmentVariable(const char* name, const char* value) noexcept {
-    return setenv(name, value, 1) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(setenv(name, value, 1));
 }
 
 apr_status_t RemoveEnvironmentVariable(const char* name) noexcept {
-    return unsetenv(name) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(unsetenv(name));
 }
 
 apr_status_t ReadEnvironment(zuStlVector<zuString>& variables) {

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "platform/linux/CopyRules.h"
+#include "platform/linux/SystemCall.h"
 #include "zubase/zuWString.h"
 
 namespace zukel::platform {
@@ -43,11 +44,11 @@ bool IsGranted(const char* name, int access) noexcept {
 }  // namespace
 
 apr_status_t RenameFile(const char* from, const char* to) noexcept {
-    return std::rename(from, to) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(std::rename(from, to));
 }
 
 apr_status_t RemoveFile(const char* name) noexcept {
-    return unlink(name) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(unlink(name));
 }
 
 apr_status_t RenameInPlace(const char* from, const char* to) noexcept {

@@ -16,6 +16,11 @@ inline apr_status_t LastStatus() noexcept {
     return errno != 0 ? errno : APR_EGENERAL;
 }
 
+/// Of a call that returns 0 when it succeeds and otherwise leaves its reason in `errno`.
+inline apr_status_t StatusOf(int result) noexcept {
+    return result == 0 ? APR_SUCCESS : LastStatus();
+}
+
 // The four calls below are those of an open file. The C library's functions for them are
 // cancellation points, at which a thread may be unwound, and functions of the platform are
 // `noexcept`. `Uncancelled` prevents that too, but takes a tenth of the time of an opening.

@@ -12,7 +12,7 @@ namespace zukel::platform {
 namespace {
 
 /// The names, or the reason of the first that the system cannot take.
-apr_status_t StatusOf(const WideName& first, const WideName& second) noexcept {
+apr_status_t StatusOfNames(const WideName& first, const WideName& second) noexcept {
     return first ? second.Status() : first.Status();
 }
 
@@ -27,7 +27,7 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
     WideName target(to);
     // A short name would be read from where the file is.
     if (!source || !target || !target.MakeExtended()) {
-        return StatusOf(source, target);
+        return StatusOfNames(source, target);
     }
     const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     Handle file;
@@ -55,7 +55,7 @@ apr_status_t RenameInPlace(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
     if (!source || !target) {
-        return StatusOf(source, target);
+        return StatusOfNames(source, target);
     }
     return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
@@ -64,7 +64,7 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
     if (!source || !target) {
-        return StatusOf(source, target);
+        return StatusOfNames(source, target);
     }
     const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
