@@ -3,14 +3,8 @@
 
 #include <dlfcn.h>
 #include <grp.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
 
 #include "linux/Users.h"
-#include "support/Faults.h"
 
 using namespace zukel::test;
 using Operations = InDirectory;
@@ -57,19 +51,19 @@ TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
                 {0, kNobody, 0, 0, 0727, 2},
                 {0, kNobody, 0, kNobody, 0774, 4},
                 {0, kNobody, 0, 4242, 0747, 4}};
-    for (const auto& [real, effective, owner, group, mode, rights] : rows) {
+    for (const auto& row : rows) {
+        EXPECT_EQ(chown(name.c_str(), row.owner, row.group), 0);
+        fs::permissions(name, fs::perms(row.mode));
         for (const int error : {0, EPERM}) {
-            const auto exitWithRights = [&, real = real, effective = effective] {
+            const auto exitWithRights = [&] {
                 const gid_t further = 4242;
-                setgroups(1, &further), setresuid(real, effective, 0);
-                const Guard refused = AtCall("faccessat", [error] { return error; });
-                const Guard all = Counting(true);
-                _exit(file.IsReadable() * 4 + file.IsWritable() * 2);
+                setgroups(1, &further), setresuid(row.real, row.effective, 0);
+                const Guard refused = Failing("faccessat", error);
+                _exit(UnderFaults([&] { return file.IsReadable() * 4 + file.IsWritable() * 2; }));
             };
-            EXPECT_EQ(chown(name.c_str(), owner, group) + chmod(name.c_str(), mode), 0);
-            EXPECT_EXIT(exitWithRights(), testing::ExitedWithCode(rights), "")
-                << real << " as " << effective << " of " << owner << ':' << group << ", mode "
-                << mode << ", " << error;
+            EXPECT_EXIT(exitWithRights(), testing::ExitedWithCode(row.rights), "")
+                << row.real << " as " << row.effective << " of " << row.owner << ':' << row.group
+                << ", mode " << std::oct << row.mode << (error != 0 ? ", faccessat refused" : "");
         }
     }
 }
@@ -85,19 +79,20 @@ TEST_F(Operations, FiguresAreThoseOfTheSystem) {
     EXPECT_LE(kelSystem::TotalPhysicalMemory(), Field("MemTotal"));
     zuDiskInfo disk{};
     const auto freeBytes = [&] {
-        return kelSystem::GetFreeDiskSpace("/dev/shm", disk) ? disk.freeBytes : 0;
+        EXPECT_TRUE(kelSystem::GetFreeDiskSpace("/dev/shm", disk));
+        return disk.freeBytes;
     };
+    const auto available = [] { return Field("CommitLimit") - Field("Committed_AS"); };
     const struct {
         const char* what;
         std::function<unsigned long long()> given, expected;
     } rows[] = {{"used paging", kelSystem::UsedPagingMemory, [] { return Field("Committed_AS"); }},
-                {"paging", kelSystem::AvailablePagingMemory,
-                 [] { return Field("CommitLimit") - Field("Committed_AS"); }},
+                {"available paging", kelSystem::AvailablePagingMemory, available},
                 {"disk", freeBytes, [] { return fs::space("/dev/shm").available; }}};
     for (const auto& row : rows) {
         EXPECT_TRUE(Eventually([&] {  // the figure moves meanwhile
             const auto before = row.expected(), given = row.given(), after = row.expected();
-            return std::min(before, after) <= given && given <= std::max(before, after);
+            return std::clamp(given, std::min(before, after), std::max(before, after)) == given;
         })) << row.what
             << ": " << row.given() << " for " << row.expected();
     }
