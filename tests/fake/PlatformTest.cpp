@@ -120,6 +120,7 @@ TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
         {{1024, 0, 30720, 4096, 51200, 6144}, {1, 1, 0, 30, 26, 4, 50, 44, 6}},
     };
     for (const auto& [bytes, figures] : rows) {
+        SCOPED_TRACE(bytes.totalPhysical);
         memory = bytes;
         kelMemoryInfo info;
         std::array<unsigned long long, 9> together, apart;

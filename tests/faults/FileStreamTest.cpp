@@ -218,16 +218,14 @@ TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
     EXPECT_EQ(CostOf([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
     const Guard armed = Arm({FaultSource::Runtime, 1000000});
     UnderFaults([&] {
-        EXPECT_TRUE(kelFile::Exists(name));
         EXPECT_EQ(kelFileInfo(name).GetSize(), 1);
-        EXPECT_EQ(kelFile::Copy(name, other, 0x644), kOk);
-        EXPECT_EQ(kelFile::Rename(other, name), kOk);
-        EXPECT_EQ(kelFile::SetPermissions(name, 0x600), kOk);
-        EXPECT_TRUE(kelFile(name, kRead | kBuffered).IsOpen());
-        EXPECT_EQ(kelFile::Delete(name), kOk);
-        EXPECT_EQ(kelDirectory::Create(other, 0x755, true), kOk);
-        EXPECT_EQ(kelDirectory::GetFileNames(".").size(), 1U);
-        EXPECT_EQ(kelDirectory::Delete(other), kOk);
+        EXPECT_THAT(
+            Statuses({kelFile::Exists(nullptr, name), kelFile::Copy(name, other, 0x644),
+                      kelFile::Rename(other, name), kelFile::SetPermissions(name, 0x600),
+                      kelFile().Open(name, kRead | kBuffered), kelFile::Delete(name),
+                      kelDirectory::Create(other, 0x755, true), kelDirectory::Delete(other)}),
+            Each(kOk));
+        EXPECT_THAT(kelDirectory::GetFileNames("."), ElementsAre());
         EXPECT_NE(kelDirectory::GetCurrentDirectory(), "");
         EXPECT_NE(kelLibrary::GetAbsoluteFileName("~/$PATH"), "~/$PATH");
     });

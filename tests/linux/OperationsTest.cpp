@@ -14,16 +14,13 @@ namespace {
 /// The thread sanitizer does not know the lock that guards this for one of threads.
 TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItAtTheSameTime) {
     const auto run = [] {
-        std::vector<std::thread> threads;
-        std::atomic<int> failed{0};
+        std::vector<int (*)(int)> uses;
         for (const std::string copy : {"/copy1.dll", "/copy2.dll"}) {
             void* const module = dlopen((ZUKEL_TEST_MODULES + copy).c_str(), RTLD_NOW | RTLD_LOCAL);
-            const auto use = reinterpret_cast<int (*)(int)>(dlsym(module, "StartAndStop"));
-            for (int thread = 0; thread < 2; ++thread) {
-                threads.emplace_back([&failed, use] { failed += use(20000); });
-            }
+            uses.push_back(reinterpret_cast<int (*)(int)>(dlsym(module, "StartAndStop")));
         }
-        std::for_each(threads.begin(), threads.end(), [](std::thread& each) { each.join(); });
+        std::atomic<int> failed{0};
+        InThreads(4, [&](int number) { failed += uses[std::size_t(number) % 2](20000); });
         _exit(failed == 0 ? 0 : 1);
     };
     for (int trial = 0; trial < 3; ++trial) {

@@ -3,23 +3,12 @@
 #include <sys/file.h>
 
 #include "linux/Users.h"
+#include "platform/linux/SegmentNames.h"
 
 using namespace zukel::test;
 using Memory = kelSharedMemory;
 
 namespace {
-
-/// The file behind a segment: what is mapped at its address.
-std::string PathOf(const Memory& memory) {
-    std::ifstream maps("/proc/self/maps");
-    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
-    for (std::string line; std::getline(maps, line);) {
-        if (std::stoull(line, nullptr, 16) == base) {
-            return line.substr(line.find('/'));
-        }
-    }
-    return "nothing is mapped";
-}
 
 /// The bytes of a segment file that says of itself that it has `whole` bytes.
 std::string Bytes(std::uint64_t whole, std::size_t size) {
@@ -34,6 +23,7 @@ struct Segments : InDirectory {
     int Attach() const { return Memory().Attach(name); }
 
     const std::string name = directory / "segment";
+    const std::string path = zukel::platform::SegmentPath(name.c_str()).Text();
 };
 
 TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
@@ -50,7 +40,7 @@ TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
         EXPECT_EQ(UnderFaults([&] { return memory.Create(100, name); }), row.status);
         umask(former);
         EXPECT_EQ(Attach(), row.status);
-        EXPECT_EQ(row.status == kOk ? ModeOf(PathOf(memory)) : 0600U, 0600U);
+        EXPECT_EQ(row.status == kOk ? ModeOf(path) : 0600U, 0600U);
         EXPECT_EQ(Memory().Remove(name), row.status) << "a failure leaves no name";
     }
     const Guard interrupted = Failing("posix_fallocate", EINTR, 1, 1);
@@ -58,9 +48,6 @@ TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
 }
 
 TEST_F(Segments, ThatAreNotWholeOrOfStrangers_AreRefused) {
-    Memory memory;
-    ASSERT_EQ(memory.Create(100, name), kOk);
-    const std::string path = PathOf(memory);
     const struct {
         const char* what;
         std::string bytes;
@@ -99,9 +86,7 @@ TEST_F(Segments, ThatAreNotWholeOrOfStrangers_AreRefused) {
 }
 
 TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
-    Memory memory;
-    ASSERT_EQ(memory.Create(100, name), kOk);
-    const std::string path = PathOf(memory), whole = directory.Write("whole", Bytes(108, 108));
+    const std::string whole = directory.Write("whole", Bytes(108, 108));
     const std::pair<const char*, std::function<void()>> rows[] = {
         {"a pipe", [&] { EXPECT_EQ(mkfifo(path.c_str(), 0600), 0); }},
         {"a link", [&] { fs::create_symlink(whole, path); }},
@@ -109,7 +94,6 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
     };
     for (const auto& [what, make] : rows) {
         SCOPED_TRACE(what);
-        fs::remove(path);
         const Guard user = Unprivileged();
         make();
         EXPECT_EQ(Attach(), kFailed);
@@ -119,7 +103,8 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
     }
     EXPECT_TRUE(fs::exists(whole)) << "what the link led to";
     const Guard missing = Failing("open", ENOENT);
-    ASSERT_EQ((memory = Memory()).Create(100, name), kOk);
+    Memory memory;
+    ASSERT_EQ(memory.Create(100, name), kOk);
     EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
     EXPECT_EQ(Attach(), kOk) << "made when there was none to be removed";
 }
@@ -133,9 +118,7 @@ TEST_F(Segments, RemovalsWaitForOneAnotherButNotForAStranger) {
     } rows[] = {{"one's own", geteuid(), kFailed, kOk}, {"a stranger's", kNobody, kOk, kFailed}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.whose);
-        Memory memory;
-        ASSERT_EQ(memory.Create(100, name), kOk);
-        const std::string path = PathOf(memory);
+        std::ofstream(path) << "whatever";
         if (chown(path.c_str(), row.owner, static_cast<gid_t>(-1)) != 0) {
             continue;  // for root alone
         }
