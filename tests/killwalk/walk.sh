@@ -120,6 +120,17 @@ prepare() {
     mkdir "$from" "$to"
     cp -p "$work/new" "$from/file"
     [[ $situation != *existing* ]] || cp -p "$work/old" "$to/file"
+    [[ $operation == mirror ]] || return 0
+    mkdir "$from/more"
+    cp -p "$work/new" "$from/more/deep"
+    cp -p "$work/old" "$from/same"
+    cp -p "$work/old" "$to/same"
+    cp -p "$work/old" "$to/vanished"
+}
+
+# states NAME: of the source and of the target.
+states() {
+    echo "$(state "$from/$1") > $(state "$to/$1")"
 }
 
 # check ended|killed
@@ -129,7 +140,7 @@ check() {
         former=$old
         mode=604
     fi
-    found="$(state "$from/file") > $(state "$to/file")"
+    found=$(states file)
     case $operation:$1:$situation in
         *Copy:ended:*) allowed="$new > new*" ;;
         *Copy:killed:*page*) allowed="$new > @($former|old*|new*)" ;;
@@ -145,47 +156,31 @@ check() {
             allowed="$new > @($former|new $mode*)"
             temporary='.zukel-*'
             ;;
+        mirror:ended:*) allowed="$new > $new, $new > $new" ;;
+        mirror:killed:*)
+            allowed="$new > @($old|$new), $new > @(missing|$new)"
+            temporary='.mirror-*'
+            ;;
     esac
+    [[ $operation != mirror ]] || found+=", $(states more/deep)"
     # shellcheck disable=SC2053
     [[ $found == $allowed ]] || fail "source > target is \"$found\", and not \"$allowed\""
-    names=$(find "$from" "$to" -mindepth 1 ! -name file ! -name "$temporary")
+    names=$(find "$from" "$to" -mindepth 1 ! -name file ! -name "$temporary" ! -path "$from/more" \
+        ! -path "$to/more" ! -name deep ! -name same ! -path "$to/vanished")
     [[ -z $names ]] || fail "$names has come up"
+    [[ $operation == mirror ]] || return 0
+    [[ $(states same) == "$old > $old" ]] || fail "what was the same is \"$(states same)\""
+    "$program" -q --delete "$from" "$to" || fail "the next run fails"
+    diff -r "$from" "$to" >"$work/said" || fail "the next run leaves: $(cat "$work/said")"
+    found="$(states file), $(states more/deep)"
+    [[ $found == "$new > $new, $new > $new" ]] || fail "after the next run it is \"$found\""
 }
 
 from=$work/from
 to=$work/to
 originals 600000 5000  # more than two blocks of those in which files are copied
 if [[ $operation == mirror ]]; then
-    prepare() {
-        rm -rf "$from" "$to" "$work/before"
-        mkdir -p "$from/more" "$to"
-        cp -p "$work/new" "$from/changed"
-        cp -p "$work/old" "$from/same"
-        cp -p "$work/new" "$from/more/deep file"
-        cp -p "$work/old" "$to/changed"
-        cp -p "$work/old" "$to/same"
-        cp -p "$work/old" "$to/vanished"
-        cp -a "$from" "$work/before"
-    }
-    files() {
-        echo "$(state "$to/changed") > $(state "$to/same") > $(state "$to/more/deep file")"
-    }
-    check() {
-        local found allowed="$new > $old > $new" names
-        found=$(files)
-        [[ $1 == ended ]] || allowed="@($old|$new) > $old > @(missing|$new)"
-        # shellcheck disable=SC2053
-        [[ $found == $allowed ]] || fail "changed > same > deep is \"$found\", and not \"$allowed\""
-        names=$(find "$to" -mindepth 1 ! -name changed ! -name same ! -name more ! -name 'deep file' \
-            ! -name vanished ! -name '.mirror-??????')
-        [[ -z $names ]] || fail "$names has come up"
-        "$program" -q --delete "$from" "$to" || fail "the next run fails"
-        diff -r "$from" "$to" >"$work/said" || fail "the next run leaves: $(cat "$work/said")"
-        diff -r "$from" "$work/before" >"$work/said" || fail "the source: $(cat "$work/said")"
-        found=$(files)
-        [[ $found == "$new > $old > $new" ]] || fail "after the next run it is \"$found\""
-    }
-    walk "two trees" "$program" -q --delete "$from" "$to"
+    walk "two existing trees" "$program" -q --delete "$from" "$to"
     exit
 fi
 for target in new existing; do
