@@ -10,14 +10,14 @@ struct kelSharedMemoryRecord;
 /// A named shared-memory segment as seen by one process, which either created it (Owner) or
 /// attached to it (Attached).
 ///
-/// | Operation  | Empty         | Owner            | Attached                         | Ended    |
-/// |------------|---------------|------------------|----------------------------------|----------|
-/// | `Create`   | to Owner      | no effect        | no effect                        | fails    |
-/// | `Attach`   | to Attached   | fails, no effect | no effect                        | fails    |
-/// | `Detach`   | fails; ends   | fails; destroys  | detaches, removes the name       | fails    |
-/// | `Destroy`  | fails; ends   | destroys         | fails; removes the name, detaches | fails   |
-/// | `Remove`   | any name      | any; destroys    | any; detaches                    | any name |
-/// | destructor | no effect     | destroys         | detaches, the name stays         | no effect |
+/// | Operation  | Empty       | Owner            | Attached                          | Ended     |
+/// |------------|-------------|------------------|-----------------------------------|-----------|
+/// | `Create`   | to Owner    | no effect        | no effect                         | fails     |
+/// | `Attach`   | to Attached | fails, no effect | no effect                         | fails     |
+/// | `Detach`   | fails; ends | fails; destroys  | detaches, removes the name        | fails     |
+/// | `Destroy`  | fails; ends | destroys         | fails; removes the name, detaches | fails     |
+/// | `Remove`   | any name    | any; destroys    | any; detaches                     | any name  |
+/// | destructor | no effect   | destroys         | detaches, the name stays          | no effect |
 ///
 /// The only statuses are `kelStatusOk` and `kelStatusFailed`. `Detach`, `Destroy` and `Remove` end
 /// the object for good, whatever their status: make a new one for the next segment. A `Create` or
