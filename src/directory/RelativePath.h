@@ -2,15 +2,16 @@
 
 #include "zuString.h"
 
-/// The way from one path to another, as functions of the two texts alone. The rules for components
-/// are not those of the canonical path: an empty component is a level, and `..` removes whatever
-/// stands before it.
+/// The relative path from one path to another, as functions of the two texts alone. The rules for
+/// components differ from those of the normalised path: an empty component is a level, and `..`
+/// removes whatever precedes it.
 namespace zukel {
 
-/// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.
+/// Lowers ASCII letters, in every locale, and replaces every `\` by `/`.
 void FoldName(zuString& name) noexcept;
 
-/// The way between two folded texts; empty when they differ and one of them has no component left.
+/// The relative path between two folded texts; empty if they differ and one of them has no
+/// component left.
 zuString WayBetween(const zuString& from, const zuString& to);
 
 }  // namespace zukel

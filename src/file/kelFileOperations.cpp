@@ -16,9 +16,9 @@ int StatusOf(bool done) noexcept {
     return done ? kelStatusOk : zukel::FailAsToldBySystem();
 }
 
-/// The frame of the operations on one name: the tests of the name, and the call with its bytes.
+/// Frame of the operations on one name: tests the name, and makes the call with its bytes.
 ///
-/// @param missing the status for the name of nothing.
+/// @param missing the status if nothing has the name.
 template <typename Call>
 int OnName(const zuString& name, Call call, int missing = kelStatusFailed) {
     if (name.empty()) {
@@ -27,7 +27,7 @@ int OnName(const zuString& name, Call call, int missing = kelStatusFailed) {
     return zukel::IsWhole(name) ? call(name.c_str()) : zukel::Fail(APR_ENOENT, missing);
 }
 
-/// The frame of the operations on two names.
+/// Frame of the operations on two names.
 template <typename Call>
 int OnNames(const zuString& from, const zuString& to, Call call) {
     if (from.empty()) {

@@ -56,13 +56,13 @@ CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
 /// before it, as with APR only from 1970 on. Linux: `gmtime_r`. Windows: computed; APR (1.7.2)
 /// drops the system's refusal of dates before 1601 and after 30827.
 ///
-/// @returns the runtime's status.
+/// @returns APR's status.
 apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 
 /// Splits a moment into its date in local time. Linux: `localtime_r`. Windows: by the rules that
 /// the system's zone has in that year, within those years alone.
 ///
-/// @returns the runtime's status.
+/// @returns APR's status.
 apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept;
 
 /// Makes the next conversion to local time one for the zone that the process is set to now.

@@ -52,7 +52,7 @@ using ChildHandle = std::unique_ptr<Child, ForgetChild>;
 /// Windows: `CreateProcessW`; the program is looked for in the
 /// system's directories and along the absolute entries of `PATH`, a batch file runs under the
 /// system's `cmd.exe` with quoted arguments or is refused, and what the child inherits is listed.
-/// Linux: `posix_spawnp`, with the visible behaviour of the runtime's
+/// Linux: `posix_spawnp`, with the visible behaviour of APR's
 /// fork: signal mask and ignored signals inherited, SIGCHLD at its default, a script without an
 /// interpreter line run by `/bin/sh`, relative names found from the child's working directory.
 ///

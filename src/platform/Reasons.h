@@ -13,7 +13,7 @@ namespace zukel::platform {
 apr_status_t SystemReason() noexcept;
 
 /// The system's own number for a status: `errno` (Linux) or an error code (Windows). A status that
-/// the runtime has added gets the number that is nearest in meaning.
+/// APR has added gets the number that is nearest in meaning.
 ///
 /// @returns 0 for `APR_SUCCESS` alone.
 int SystemNumber(apr_status_t status) noexcept;

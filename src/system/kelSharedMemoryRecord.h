@@ -5,17 +5,17 @@
 #include "platform/SharedSegments.h"
 #include "zuString.h"
 
-/// Where the objects that share a record stand: Empty, Owner, Attached or, once `ended`, Ended.
+/// The state of the objects that share a record: Empty, Owner, Attached or, once `ended`, Ended.
 /// Sharers keep an ended record until they are destroyed.
 struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
     zukel::platform::Segment segment;
-    int creator = -1;       ///< The process that has made the segment.
+    int creator = -1;       ///< The process that created the segment.
     bool attached = false;  ///< The segment came from `Attach`.
     bool ended = false;
 
-    /// Ends the record. In the copy of the creator that a fork has made the name stays: the creator
-    /// still holds the segment.
+    /// Ends the record. In a forked copy of the creator the name stays: the creator still holds the
+    /// segment.
     ~kelSharedMemoryRecord() {
         if (Owns() && creator != zukel::platform::CurrentProcess()) {
             name.clear();
@@ -26,7 +26,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
     bool Holds() const noexcept { return segment.address != nullptr; }
     bool Owns() const noexcept { return Holds() && !attached; }
 
-    /// Takes away the segment's name, once: somebody may make a new segment under it. True when the
+    /// Removes the segment's name, once: somebody may create a new segment under it. True if the
     /// name is gone.
     bool RemoveName() noexcept {
         if (!name.empty() && zukel::platform::RemoveSegmentName(name.c_str(), segment)) {
@@ -41,7 +41,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
         return unmapped;
     }
 
-    /// Lets go of what is held, and ends the record. The name of a segment that is still attached
+    /// Releases what is held, and ends the record. The name of a segment that is still attached
     /// stays.
     void End() noexcept {
         if (ended) {

@@ -85,7 +85,7 @@ private:
             out_ = Open(to_, O_WRONLY);
             if (!out_ && errno == EACCES && options_.modeFirst && S_ISREG(target_.st_mode) &&
                 target_.st_uid == geteuid() && chmod(to_, mode) == 0) {
-                // As the runtime: the mode that the target is to have may let it be written.
+                // As APR: the mode that the target is to have may let it be written.
                 out_ = Open(to_, O_WRONLY);
                 if (!out_) {
                     chmod(to_, target_.st_mode & kModeBits);

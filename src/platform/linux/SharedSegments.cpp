@@ -19,7 +19,7 @@
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
-// The runtime (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
+// APR (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
 // it, its size written by the first touch, which ends the process when the memory is not there. A
 // size near 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in the
 // runtime's place and layout: a file in the system's shared memory whose first word is its whole
