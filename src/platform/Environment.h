@@ -4,9 +4,9 @@
 
 #include "zuString.h"
 
-/// What the portable code asks of the platform about the process's surroundings. Plain functions,
-/// chosen at link time: one folder below this one implements each of them. After a failure the
-/// reason is where the system puts its own.
+/// What the platform provides for the process's environment. Plain functions, chosen at link time:
+/// one folder below this one implements each of them. After a failure the reason is in the system's
+/// error number.
 namespace zukel::platform {
 
 /// Reads a variable of the process's environment. Linux: `getenv`. Windows:
@@ -20,10 +20,10 @@ bool ReadEnvironmentVariable(const char* name, zuString& value);
 /// alike. Windows: the name is not empty and has no `=`, and neither text is longer than the
 /// system's 32766 units, beyond which its narrow call ends the process (Wine 8).
 ///
-/// @returns false, with nothing changed, when the system cannot keep it.
+/// @returns false, with nothing changed, if the system refuses.
 bool WriteEnvironmentVariable(const char* name, const char* value) noexcept;
 
-/// Takes a variable out of the process's environment, for the system and for the C library alike.
+/// Removes a variable from the process's environment, for the system and for the C library alike.
 ///
 /// @returns whether there is none now.
 bool RemoveEnvironmentVariable(const char* name) noexcept;
@@ -37,24 +37,24 @@ bool ReadEnvironment(zuStlVector<zuString>& variables);
 /// Whether two names are of one variable. Windows: in upper or lower case.
 bool IsSameVariable(const zuString& one, const zuString& other);
 
-/// Tells the account name of the user that the process belongs to. Linux: by its real user
+/// Reports the account name of the user that the process belongs to. Linux: by its real user
 /// identifier.
 ///
 /// @param name unchanged on failure.
 /// @returns false when the system knows none. Throws `std::bad_alloc`.
 bool QueryUserName(zuString& name);
 
-/// Tells that user's home directory, as the system's user database has it.
+/// Reports that user's home directory, as the system's user database has it.
 ///
 /// @param directory unchanged on failure.
 /// @returns false when the system knows none. Throws `std::bad_alloc`.
 bool QueryUserDirectory(zuString& directory);
 
-/// Names a locale, as a value: nothing is held or has to be given up. Windows: the LCID. Linux:
-/// what the platform folder packs into it.
+/// Identifies a locale by a value that need not be released. Windows: the LCID. Linux: as packed by
+/// the platform folder.
 using LocaleId = std::uint64_t;
 
-/// What can be asked about a locale.
+/// What can be queried of a locale.
 enum class LocaleFact {
     Language,  ///< Letters, of which the first two are the language. Windows: 89.
     Country,   ///< Letters, of which the first two are the country. Windows: 90.
@@ -65,20 +65,20 @@ enum class LocaleFact {
 /// LC_CTYPE in use; while that is the C locale, the one that the environment names.
 LocaleId ThreadLocale() noexcept;
 
-/// Writes one fact about the locale as text. Windows: `GetLocaleInfoA`.
+/// Writes one property of the locale as text. Windows: `GetLocaleInfoA`.
 ///
 /// @param buffer room for `size` bytes.
-/// @returns the number of bytes written, the terminating NUL included; 0 when the platform cannot
-/// tell or the room is too little.
+/// @returns the number of bytes written, including the terminating NUL; 0 if unknown or if the
+/// buffer is too small.
 int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcept;
 
 /// The name of a file that exists with its short (8.3) components replaced by the long ones.
 /// Windows: `GetLongPathNameW` on UTF-8.
 ///
 /// @param buffer room for `size` bytes.
-/// @returns the length of the text written, without the terminating NUL; when the room is too
-/// little, the size that is needed, with it; 0 on failure, such as for a file that does not exist.
-/// Linux: 0; its file systems keep no short names.
+/// @returns the length of the text written, without the terminating NUL; if the buffer is too
+/// small, the size needed, with it; 0 on failure, such as for a file that does not exist. Linux: 0;
+/// its file systems keep no short names.
 unsigned LongName(const char* name, char* buffer, unsigned size) noexcept;
 
 }  // namespace zukel::platform

@@ -2,9 +2,9 @@
 
 #include <apr_file_info.h>
 
-/// What the portable code asks of the platform to act on files by name. Names are the caller's
-/// bytes and not empty. Plain functions, chosen at link time: one folder below this one implements
-/// each.
+/// What the platform provides for operations on files by name. Names are the caller's bytes and not
+/// empty, except for `IsAccessible`, which takes a wide name that may be empty. Plain functions,
+/// chosen at link time: one folder below this one implements each.
 namespace zukel::platform {
 
 /// How a copy ended.
@@ -15,14 +15,14 @@ enum class CopyEnd {
 };
 
 /// Copies the contents of a file with the result of `apr_file_copy`: the target is made or
-/// overwritten, with those permissions. APR's own copy would empty a file that is copied onto
-/// itself, leave a part when the writing fails, and move 8 KiB at a time, so it is done here, by
-/// the rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
+/// overwritten, with those permissions. APR's copy would empty a file that is copied onto itself,
+/// leave a partial target after a failure, and copy 8 KiB at a time, so it is done here, by the
+/// rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
 /// `PermissionOfSource` copies the read-only attribute.
 CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing
-/// target. Windows: `CopyFileW(from, to, 0)`, where both ends can be had. Linux: as
+/// target. Windows: `CopyFileW(from, to, 0)`, if both files can be opened. Linux: as
 /// `CopyWithPermissions` with the source's permissions, and the modification time.
 CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept;
 
@@ -31,20 +31,19 @@ CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept;
 void SetNormalAttributes(const char* name) noexcept;
 
 /// Renames within a volume, over an existing target, with the result of `apr_file_rename`. Two
-/// names of one file stay both, and a directory does not take the place of a file.
+/// names of one file both stay, and a directory does not replace a file.
 ///
 /// @returns 0 or the reason, one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux:
 /// `rename`. Windows: `SetFileInformationByHandle` with POSIX semantics where the volume has them,
-/// so that the target may be open; sharing violations are waited for, about a tenth of a second.
+/// so that the target may be open; sharing violations are retried for about a tenth of a second.
 apr_status_t RenameFile(const char* from, const char* to) noexcept;
 
 /// Renames as the platform's own call does. Linux: `rename`. Windows: `MoveFileExW` without flags,
 /// which fails when the target exists.
 bool RenameInPlace(const char* from, const char* to) noexcept;
 
-/// Renames within a volume when nothing has the new name, in one step of the system. Linux:
-/// `renameat2`, or a second link and the removal of the first. Windows: `MoveFileExW` without
-/// flags.
+/// Renames within a volume if nothing has the new name, atomically. Linux: `renameat2`, or a second
+/// link and the removal of the first. Windows: `MoveFileExW` without flags.
 ///
 /// @returns 0 or the reason, one of `APR_STATUS_IS_EEXIST` when something has the name.
 apr_status_t RenameToNew(const char* from, const char* to) noexcept;
@@ -71,8 +70,8 @@ bool ChangeAccess(const char* name, int mode) noexcept;
 inline constexpr int kForReading = 4;
 inline constexpr int kForWriting = 2;
 
-/// Whether the system grants this process that access to the file. Windows: `_waccess` gives 0.
-/// Linux: by the effective user, as an opening would. An empty name is never granted.
+/// Whether the system grants this process that access to the file. Windows: `_waccess` returns 0.
+/// Linux: by the effective user, as an opening would. False for an empty name.
 ///
 /// @param name the `c_str` of a `zuWString`.
 bool IsAccessible(const wchar_t* name, int access);

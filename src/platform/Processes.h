@@ -10,7 +10,7 @@
 #include "platform/Files.h"
 #include "zuString.h"
 
-/// What the portable code asks of the platform about processes. Plain functions, chosen at link
+/// What the platform provides for processes. Plain functions, chosen at link
 /// time: one folder below this one implements each of them.
 namespace zukel::platform {
 
@@ -37,8 +37,7 @@ struct Program {
 /// A process that `Launch` has started, in the platform's own form.
 struct Child;
 
-/// Gives a child up: it runs on, and whatever the system keeps of it until somebody has collected
-/// it is released in due time. Windows: closes its handle.
+/// Abandons a child: it runs on, and is reaped some time after its end. Windows: closes its handle.
 void Forget(Child* child) noexcept;
 
 struct ForgetChild {
@@ -47,29 +46,29 @@ struct ForgetChild {
 /// Holds a child, or none.
 using ChildHandle = std::unique_ptr<Child, ForgetChild>;
 
-/// Starts a program. The name is looked for along the search path unless it has a `/`; the child
-/// inherits the environment and standard input, and nothing else that this library has opened.
-/// Windows: `CreateProcessW`; the program is looked for in the
-/// system's directories and along the absolute entries of `PATH`, a batch file runs under the
-/// system's `cmd.exe` with quoted arguments or is refused, and what the child inherits is listed.
-/// Linux: `posix_spawnp`, with the visible behaviour of APR's
-/// fork: signal mask and ignored signals inherited, SIGCHLD at its default, a script without an
-/// interpreter line run by `/bin/sh`, relative names found from the child's working directory.
+/// Starts a program. The name is searched for along the search path unless it contains a `/`; the
+/// child inherits the environment and standard input, and nothing else that this library has
+/// opened. Windows: `CreateProcessW`; the program is searched for in the system's directories and
+/// along the absolute entries of `PATH`, a batch file runs under the system's `cmd.exe` with quoted
+/// arguments or is refused, and what the child inherits is listed. Linux: `posix_spawnp`, with the
+/// visible behaviour of APR's fork: signal mask and ignored signals inherited, SIGCHLD at its
+/// default, a script without an interpreter line run by `/bin/sh`, relative names found from the
+/// child's working directory.
 ///
 /// Throws `std::bad_alloc`, before anything was started.
 ///
 /// @param child receives the child; unchanged on failure.
-/// @returns the reason when the program was not started, a working directory that cannot be entered
-/// and a program that cannot be found or run included. No child is left then.
+/// @returns the reason if the program was not started, including a working directory that cannot be
+/// entered and a program that cannot be found or run. No child is left then.
 apr_status_t Launch(const Program& program, ChildHandle& child);
 
 /// A moment up to which something is waited for.
 using Deadline = std::chrono::steady_clock::time_point;
 inline constexpr Deadline kNoDeadline = Deadline::max();
 
-/// The time up to a deadline as `poll` and the waiting calls of Windows take it: rounded up, so
-/// that nothing is asked too early and then again and again; 0 when it is over, -1 when there is
-/// none. It may be less than is left.
+/// The time up to a deadline as `poll` and the waiting calls of Windows take it: rounded up, to
+/// avoid busy polling just before it; 0 if it is over, -1 if there is none. It may be less than is
+/// left.
 inline int MilliSecondsTo(Deadline deadline) noexcept {
     using std::chrono::milliseconds;
     if (deadline == kNoDeadline) {
@@ -84,9 +83,9 @@ inline int MilliSecondsTo(Deadline deadline) noexcept {
         std::min(std::chrono::ceil<milliseconds>(deadline - now), kMost).count());
 }
 
-/// Waits until a child has ended. Any number of threads may wait for one. Linux: `poll` on its
-/// descriptor, and on a copy of that, as another thread may collect the child; without a descriptor
-/// it is looked at again and again. Windows: `WaitForSingleObject`.
+/// Waits until a child has ended. Any number of threads may wait for one. Linux: `poll` on a copy
+/// of its pidfd, as another thread may reap the child; without a pidfd it is polled. Windows:
+/// `WaitForSingleObject`.
 ///
 /// @returns 0, or one of `APR_STATUS_IS_TIMEUP`.
 apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept;
@@ -98,16 +97,16 @@ struct ChildEnd {
     int signal = 0;  ///< That signal, or 0. Windows: 0.
 };
 
-/// Tells how a child has ended, however long ago.
+/// Reports how a child ended, however long ago.
 ///
 /// @param end unchanged on failure.
-/// @returns the reason when it runs (`EBUSY`), or nobody knows any more (Linux: `ECHILD`).
+/// @returns the reason: it still runs (`EBUSY`), or its end is unknown (Linux: `ECHILD`).
 apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept;
 
-/// Ends a child that was started with `group`, and what it has started and has not taken out of
-/// that group. Nothing else is ever ended: where the group's number may be another's by now nothing
-/// is done. Linux: SIGKILL to the process group; the child is not collected before `Forget`, which
-/// keeps its number from being used again. Windows: `TerminateJobObject`.
+/// Terminates a child that was started with `group`, and every process that it has started in that
+/// group. Nothing else is ever terminated: if the group's id may have been reused, nothing is done.
+/// Linux: SIGKILL to the process group; the child is not reaped before `Forget`, so its pid is not
+/// reused. Windows: `TerminateJobObject`.
 void EndGroup(Child& child) noexcept;
 
 /// The program's ends of the pipes of a child. Linux: they do not block. Windows: they are
@@ -118,7 +117,7 @@ struct Pipes {
     FileHandle errors;
 };
 
-/// Makes a pipe between the program and a child. Neither end reaches a child by itself.
+/// Makes a pipe between the program and a child. No child inherits either end by itself.
 ///
 /// @param own the program's end; unchanged on failure, as is `child`.
 /// @param write whether the program writes to it.
@@ -133,7 +132,7 @@ enum class Until {
     AllEnded     ///< The input is written and closed, and both outputs are at their end.
 };
 
-/// What an `Exchange` moves.
+/// What an `Exchange` transfers.
 struct Transfer {
     const char* source;  ///< What is to be written.
     std::size_t size;    ///< How much of it is left.
@@ -141,8 +140,7 @@ struct Transfer {
     zuString& errors;
 };
 
-/// Whether an `Exchange` has come to its end: there is nothing more to wait for; closes an input of
-/// which all is written.
+/// Whether an `Exchange` is complete; closes an input that is completely written.
 inline bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
     switch (until) {
         case Until::Written:
@@ -159,9 +157,9 @@ inline bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept
     }
 }
 
-/// Writes and reads the pipes at the same time, until what is waited for has come about or cannot
-/// any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
-/// `std::bad_alloc`; what was moved until then has been.
+/// Writes and reads the pipes at the same time, until what is waited for has happened or cannot
+/// happen any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
+/// `std::bad_alloc`; transfers made until then stay made.
 ///
 /// @returns 0; one of `APR_STATUS_IS_TIMEUP`; for `Written` the reason when the input is closed;
 /// or why the system could not wait.
@@ -178,16 +176,15 @@ bool IsRunning(Child& child) noexcept;
 /// @returns the reason when it was not ended, because it had ended already or the system refused.
 apr_status_t End(Child& child) noexcept;
 
-/// Whether a process with this identifier runs; one that has ended and waits to be collected does
-/// not. Windows: `OpenProcess`, `GetExitCodeProcess`, `CloseHandle`; one that may not be opened
-/// runs.
+/// Whether a process with this identifier runs; a zombie does not. Windows: `OpenProcess`,
+/// `GetExitCodeProcess`, `CloseHandle`; one that may not be opened runs.
 ///
 /// @param pid above 0.
 bool IsProcessRunning(int pid) noexcept;
 
 /// Ends any process. Windows: `OpenProcess`, `TerminateProcess`, `CloseHandle`. Linux: SIGKILL.
 ///
-/// @param pid above 0: other numbers mean groups of processes to some systems.
+/// @param pid above 0: on some systems other numbers mean process groups.
 /// @returns whether there was such a process and the system agreed.
 bool EndProcess(int pid) noexcept;
 

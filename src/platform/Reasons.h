@@ -4,7 +4,7 @@
 
 #include "zuString.h"
 
-/// What the portable code asks of the platform about the reasons of failures. Plain functions,
+/// What the platform provides for the reasons of failures. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
@@ -18,8 +18,8 @@ apr_status_t SystemReason() noexcept;
 /// @returns 0 for `APR_SUCCESS` alone.
 int SystemNumber(apr_status_t status) noexcept;
 
-/// The system's words for one of its numbers, without a line end. Windows: in the user's language,
-/// as UTF-8. Throws `std::bad_alloc`.
+/// The system's text for one of its numbers, without a line ending. Windows: in the user's
+/// language, as UTF-8. Throws `std::bad_alloc`.
 zuString SystemText(int number);
 
 }  // namespace zukel::platform

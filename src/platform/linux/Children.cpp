@@ -19,9 +19,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// How many children one call looks at, at half a microsecond each. Every process that is started
-/// and forgotten makes two such calls, so with n children that run on unattended about n / 64 that
-/// have ended wait to be collected.
+/// How many children one call tests, at half a microsecond each. Each start and each release makes
+/// such a call, so with n running children about n / 64 zombies remain.
 constexpr int kAtOnce = 32;
 
 struct {
@@ -52,9 +51,9 @@ void Drop(Child* child) noexcept {
     }
 }
 
-/// A number that no other process has had or will have since the system started, or 0 where there
-/// is none. File systems of process descriptors give it out from Linux 6.9 on; before, all of them
-/// show one inode, and where a long has 32 bits the number is cut.
+/// A number that identifies the process until the system restarts, or 0 where there is none. It is
+/// the inode of a pidfd from Linux 6.9 on; before, all pidfds share one inode, and where a long has
+/// 32 bits the number is truncated.
 ino_t IdentityOf(const Descriptor& process) noexcept {
     constexpr auto kProcessFileSystem = 0x50494446;
     struct statfs system {};
@@ -66,8 +65,8 @@ ino_t IdentityOf(const Descriptor& process) noexcept {
     return facts.st_ino;
 }
 
-/// Of a child without handle and descriptor. The number alone is only ever looked at; a process
-/// that may be another one by now is not collected.
+/// For a child without handle and pidfd. Its pid is only tested; a process that may have reused the
+/// pid is not reaped.
 bool CollectByIdentity(Child& child) noexcept {
     const ChildState state = AskForChild(P_PID, child.pid, WNOWAIT);
     if (state != ChildState::Ended) {
@@ -84,11 +83,11 @@ bool CollectByIdentity(Child& child) noexcept {
     return identity != 0;
 }
 
-/// Whether the child has ended; it is collected then, unless somebody else has done that.
+/// Whether the child has ended; if so it is reaped, unless somebody else has done that.
 bool Collect(Child& child) noexcept {
     if (child.process) {
         const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0, child.end);
-        // Lost is also what the copy of this process that a fork has made finds.
+        // A forked copy of this process gets Lost too.
         return state == ChildState::Ended || (state == ChildState::Lost && HasEnded(child.process));
     }
     if (child.identity != 0) {
@@ -98,7 +97,7 @@ bool Collect(Child& child) noexcept {
     return state == ChildState::Ended || state == ChildState::Lost;
 }
 
-/// By its descriptor if it has one, else by its number.
+/// By its pidfd if it has one, else by its pid.
 ChildState LookOnly(Child& child) noexcept {
     return child.process ? AskForChild(kByDescriptor, child.process.Get(), WNOWAIT, child.end)
                          : AskForChild(P_PID, child.pid, WNOWAIT, child.end);
@@ -106,7 +105,7 @@ ChildState LookOnly(Child& child) noexcept {
 
 void LookAt(Child& child) noexcept {
     if (child.kept) {
-        // Somebody else may have collected it all the same.
+        // Somebody else may have reaped it all the same.
         child.kept = child.collected || LookOnly(child) != ChildState::Lost;
         if (child.kept) {
             return;
@@ -144,8 +143,8 @@ ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
     child->pid = pid;
     child->process = OpenProcessDescriptor(pid);
     if (child->process) {
-        // Whoever collects all children of the program may have collected this one already, and
-        // its number may belong to a stranger: only a child of ours is accepted.
+        // A program that reaps all its children may have reaped this one already, and its pid may
+        // have been reused: only a child of ours is accepted.
         const ChildState state =
             AskForChild(kByDescriptor, child->process.Get(), child->kept ? WNOWAIT : 0, child->end);
         const bool left = child->kept && state == ChildState::Ended;
@@ -170,7 +169,7 @@ void Forget(Child* child) noexcept {
     child->kept = false;
     LookAt(*child);
     if (child->process) {
-        // A child that runs on for long must not cost the program a descriptor.
+        // An abandoned child must not hold a descriptor of the program.
         child->identity = IdentityOf(child->process);
         if (child->identity != 0) {
             child->process.Close();
@@ -207,7 +206,7 @@ void EndGroup(Child& child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
     LookAt(child);
-    // 0 and 1 would mean the caller's own group and every process there is.
+    // 0 and 1 would signal the caller's own group and every process.
     if (child.kept && !child.collected && child.pid > 1 && LookOnly(child) != ChildState::Lost &&
         getpgid(child.pid) == child.pid) {
         kill(-child.pid, SIGKILL);
@@ -240,7 +239,7 @@ apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
                 return APR_SUCCESS;
             }
             if (child.process) {
-                // Another thread may collect the child and close its descriptor meanwhile.
+                // Another thread may reap the child and close its descriptor meanwhile.
                 process = Descriptor(fcntl(child.process.Get(), F_DUPFD_CLOEXEC, 0));
             }
         }

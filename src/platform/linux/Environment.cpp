@@ -29,7 +29,7 @@ const char* NameOf(const Locale& locale) noexcept {
     return nl_langinfo_l(_NL_LOCALE_NAME(LC_CTYPE), locale.get());
 }
 
-/// One text of the record of the process's user.
+/// One text from the database record of the process's user.
 bool QueryUser(zuString& text, char* passwd::*field) {
     const Uncancelled uncancelled;
     zuStlVector<char> room(1024);
@@ -90,7 +90,7 @@ bool QueryUserDirectory(zuString& directory) {
 
 LocaleId ThreadLocale() noexcept {
     const Uncancelled uncancelled;
-    // A copy, because the program's own may be changed by another thread while it is looked at.
+    // A copy, because another thread may change the program's locale meanwhile.
     Locale locale(duplocale(uselocale(static_cast<locale_t>(nullptr))));
     if (locale && std::strcmp(NameOf(locale), "C") == 0) {
         locale.reset(newlocale(LC_CTYPE_MASK, "", static_cast<locale_t>(nullptr)));

@@ -61,7 +61,7 @@ bool FileExists(const char* name) noexcept {
     if (faccessat(AT_FDCWD, name, F_OK, AT_EACCESS) == 0) {
         return true;
     }
-    // A sandbox may refuse that call, and an old system has no such flag.
+    // A sandbox may refuse that call, and old kernels lack the flag.
     struct stat found {};
     return errno != ENOENT && errno != ENOTDIR && stat(name, &found) == 0;
 }

@@ -28,7 +28,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// Large enough for the fields that are read from each text and for the path of a control group;
+/// Large enough for the fields that are read from each text and for the path of a cgroup;
 /// the rest is ignored. It is on the heap: the stack of a thread may have 16 KiB.
 struct Room {
     char text[8192];
@@ -55,7 +55,7 @@ std::string_view ReadText(const char* path, Room& room) noexcept {
     return {room.text, length};
 }
 
-/// The files of one kind of control group.
+/// The files of one cgroup version.
 struct GroupFiles {
     GroupKind kind;
     const char* root;
@@ -64,7 +64,7 @@ struct GroupFiles {
     const char* reclaimable;  ///< The field of memory.stat.
 };
 
-/// The first kind counts memory where it is there for it; where it is not, the second may.
+/// cgroup v1 first: where its memory controller is mounted, v2 does not count memory.
 constexpr GroupFiles kGroupFiles[] = {
     {GroupKind::One, "/sys/fs/cgroup/memory", "memory.limit_in_bytes", "memory.usage_in_bytes",
      "total_inactive_file"},
@@ -74,7 +74,7 @@ constexpr GroupFiles kGroupFiles[] = {
 /// The folder of a group, and its files.
 class GroupFolder {
 public:
-    /// A group whose path has no room is taken for the nearest one above it that has.
+    /// A path that is too long is replaced by that of the nearest group above it that fits.
     GroupFolder(const char* root, std::string_view group, Room& room) noexcept
         : room_(room), rootSize_(std::strlen(root)), size_(rootSize_) {
         constexpr std::size_t kRoomForName = 64;
@@ -109,7 +109,7 @@ void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t mach
                 PhysicalMemory& memory) noexcept {
     const std::uint64_t limit = NumberAt(folder.Read(files.limit));
     if (limit >= machineTotal) {
-        return;  // none, or none that matters; an unknown one is all ones
+        return;  // no limit, or an irrelevant one; unknown is all ones
     }
     const std::uint64_t used = NumberAt(folder.Read(files.used));
     const std::string_view details = folder.Read("memory.stat");
@@ -132,13 +132,13 @@ void ApplyGroups(PhysicalMemory& memory, Room& room) noexcept {
     }
 }
 
-/// What the machine tells of its memory, and the limits of groups.
+/// The machine's memory, and the limits of cgroups.
 struct Figures {
     PhysicalMemory physical;
     std::uint64_t commitLimit, committed, freeSwap;
 };
 
-/// The room serves one text after the other.
+/// The buffer is reused for one text after the other.
 Figures ReadFigures(Room& room) noexcept {
     const std::string_view text = ReadText("/proc/meminfo", room);
     const auto field = [&](const char* name) { return FieldOf(text, name, 1024); };
@@ -150,7 +150,7 @@ Figures ReadFigures(Room& room) noexcept {
     return figures;
 }
 
-/// What the processor offers a process in user mode.
+/// The size of a process's address space.
 constexpr std::uint64_t AddressSpace() noexcept {
 #if defined(__x86_64__)
     return std::uint64_t{1} << 47U;
@@ -159,7 +159,7 @@ constexpr std::uint64_t AddressSpace() noexcept {
 #endif
 }
 
-/// All ones, the mark of the unknown, when it does not fit.
+/// All ones (unknown) if it does not fit.
 std::uint64_t Product(std::uint64_t count, std::uint64_t size) noexcept {
     std::uint64_t bytes = 0;
     return __builtin_mul_overflow(count, size, &bytes) ? kUnknown : bytes;

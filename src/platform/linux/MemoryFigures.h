@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-/// How the memory figures come about. The first half works on texts alone.
+/// Parsing of /proc and cgroup files, as functions of their text, and the limits of cgroups.
 namespace zukel::platform {
 
 /// The number that the text begins with, or `kUnknown` when it begins with none ("max") or with one
@@ -15,27 +15,25 @@ std::uint64_t NumberAt(std::string_view text) noexcept;
 /// `kUnknown`. For `/proc/meminfo` (`unit` 1024) and `memory.stat` (1).
 std::uint64_t FieldOf(std::string_view text, std::string_view name, std::uint64_t unit) noexcept;
 
-/// Which of the two kinds of control group counts memory.
+/// The version of cgroups that counts memory.
 enum class GroupKind { One, Two };
 
-/// The path of the process's group in the hierarchy of this kind that may count memory, from
-/// `/proc/self/cgroup`; nothing when there is no such hierarchy. Empty for the root, and for a
-/// group outside of what the process can see.
+/// The path of the process's group in the hierarchy of this version that may count memory, from
+/// `/proc/self/cgroup`; nothing if there is no such hierarchy. Empty for the root, and for a group
+/// that is not visible to the process.
 std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept;
 
-/// What is left of the whole without the part: nothing when the part is larger, unknown when one of
-/// the two is.
+/// The whole minus the part: 0 if the part is larger, unknown if one of the two is.
 std::uint64_t Remaining(std::uint64_t whole, std::uint64_t part) noexcept;
 
 struct PhysicalMemory {
     std::uint64_t total;
     std::uint64_t available;
-    bool limited;  ///< By a control group.
+    bool limited;  ///< By a cgroup.
 };
 
-/// Takes the limit of one group into account; those of all groups above hold as well. `reclaimable`
-/// is what of `used` the system would give up when the group needs it. Without `used` nobody knows
-/// what is available.
+/// Applies the limit of one group; those of all groups above apply as well. `reclaimable` is the
+/// part of `used` that the system can reclaim. Without `used` the available memory is unknown.
 void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,
                 std::uint64_t reclaimable) noexcept;
 

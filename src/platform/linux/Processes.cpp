@@ -17,7 +17,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// Where there are no process descriptors. The zombie of a stranger counts as running here.
+/// Without pidfds. The zombie of a foreign process counts as running here.
 bool IsNumberRunning(pid_t pid) noexcept {
     const ChildState state = AskForChild(P_PID, pid, WNOWAIT);
     if (state == ChildState::Lost) {
@@ -33,8 +33,8 @@ apr_status_t Launch(const Program& program, ChildHandle& child) {
     auto made = std::make_unique<Child>();
     made->kept = program.group;
     CollectChildren();
-    // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
-    // has been started yet.
+    // Reserves a descriptor for the child's pidfd, so that exhaustion is found before anything is
+    // started.
     Descriptor place = OpenProcessDescriptor(getpid());
     if (!place && IsShortage(errno)) {
         return errno;

@@ -19,8 +19,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// The lock under which the name of a segment is removed. It is held for two system calls, so who
-/// does not get it within a second has met a process that was stopped there.
+/// The lock under which the name of a segment is removed. It is held for two system calls, so a
+/// wait of a second means that its holder was suspended.
 class RemovalLock {
 public:
     explicit RemovalLock(const Descriptor& file) noexcept : file_(file.Get()) {
@@ -80,7 +80,7 @@ Removal RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept {
         return Removal::Refused;
     }
     const RemovalLock lock(file);
-    // A stranger may hold the lock on a file of its own for ever.
+    // Another user may hold the lock on a file of their own for ever.
     if (lock.IsBusy() && IsTrusted(facts)) {
         return Removal::Refused;
     }
@@ -99,7 +99,7 @@ bool RemoveName(const char* name) noexcept {
     if (file) {
         return RemoveNameOf(file, path) == Removal::Done;
     }
-    // What cannot be opened is no segment that this process could have been attached to.
+    // A file that cannot be opened is not a segment that this process could have attached to.
     return errno != ENOENT && unlink(path.Text()) == 0;
 }
 
@@ -111,8 +111,8 @@ bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
     const Descriptor file = OpenToRemove(path);
     struct stat facts {};
     if (!file || fstat(file.Get(), &facts) != 0) {
-        // Where descriptors are short, it is better to remove the name without the lock than to
-        // leave it behind.
+        // If descriptors are exhausted, removing the name without the lock is better than leaving
+        // it.
         return RemoveIf(path, device, inode) != Removal::Refused;
     }
     const bool another = facts.st_dev != device || facts.st_ino != inode;

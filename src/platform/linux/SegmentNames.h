@@ -9,7 +9,7 @@ struct stat;
 /// The names of segments in the system's shared memory.
 namespace zukel::platform {
 
-/// Where APR keeps the segment of a name: under two hashes of it.
+/// The path of a named segment in APR's layout: two hashes of the name.
 class SegmentPath {
 public:
     explicit SegmentPath(const char* name) noexcept;
@@ -24,21 +24,21 @@ private:
 /// else may write it.
 bool IsTrusted(const struct stat& facts) noexcept;
 
-/// What has become of the name of a file.
+/// The result of removing a file's name.
 enum class Removal {
     Done,
-    Another,  ///< It stands for another file, or for none, and is left as it is.
+    Another,  ///< The name is another file's, or missing, and was left alone.
     Refused   ///< By the system, or because somebody else who removes it has stopped on the way.
 };
 
-/// Removes the name of the file if it still stands for it.
+/// Removes the name if it is still that of the file.
 ///
-/// Two who remove the name of one segment at the same time must not remove that of a new segment,
-/// made between the two. So each of them holds a lock on the segment's file from the look at the
-/// name to the removal.
+/// Two processes that remove the name of one segment at the same time must not remove that of a new
+/// segment, created in between. So each holds a lock on the segment's file from the check of the
+/// name to its removal.
 Removal RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
 
-/// Opens the file of a segment as far as its name can be removed.
+/// Opens the file of a segment, to remove its name.
 Descriptor OpenToRemove(const SegmentPath& path) noexcept;
 
 }  // namespace zukel::platform

@@ -19,11 +19,10 @@
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
-// APR (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
-// it, its size written by the first touch, which ends the process when the memory is not there. A
-// size near 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in the
-// runtime's place and layout: a file in the system's shared memory whose first word is its whole
-// size.
+// APR (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind it, its
+// size written by the first touch, which ends the process when the memory is not there. A size near
+// 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in APR's place and
+// layout: a file in the system's shared memory whose first word is its total size.
 
 namespace zukel::platform {
 
@@ -33,8 +32,8 @@ using Word = std::uint64_t;
 
 constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
 
-/// From this size on it is worth the time to ask whether the machine has the memory at all.
-/// Reserving more than that does not fail: the system ends processes to get it.
+/// From this size on it is checked first whether the machine has the memory. Reserving more does
+/// not fail: the system kills processes to get it.
 constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
 
 /// A mapping of a whole segment file, unmapped unless it is kept.
@@ -53,7 +52,7 @@ public:
     explicit operator bool() const noexcept { return base_ != MAP_FAILED; }
     void* Base() const noexcept { return base_; }
 
-    /// Hands the mapping on.
+    /// Releases ownership of the mapping.
     Segment Keep(const struct stat& facts) noexcept {
         char* const base = static_cast<char*>(std::exchange(base_, MAP_FAILED));
         return {base + sizeof(Word), bytes_ - sizeof(Word), {facts.st_dev, facts.st_ino}};
@@ -64,7 +63,7 @@ private:
     std::uint64_t bytes_;
 };
 
-/// Whether it makes sense to try. A file above the process's own limit would bring it a signal.
+/// Whether the size is possible. A file above the process's own limit would raise a signal.
 bool MayHave(std::uint64_t bytes) noexcept {
     rlimit limit{};
     return getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
@@ -72,8 +71,8 @@ bool MayHave(std::uint64_t bytes) noexcept {
            (bytes < kLarge || bytes <= AvailableForSegments());
 }
 
-/// Puts memory behind the whole file. The system takes back what it has when a signal comes in
-/// between, so a second try holds signals back.
+/// Reserves memory for the whole file. The system releases it again if a signal arrives, so a
+/// second try blocks signals.
 bool Reserve(int file, std::uint64_t bytes) noexcept {
     const auto length = static_cast<off_t>(bytes);
     int error = posix_fallocate(file, 0, length);
@@ -88,9 +87,9 @@ bool Reserve(int file, std::uint64_t bytes) noexcept {
     return error == 0;
 }
 
-/// Makes the new, empty file a whole segment of `bytes`, the first word included, and maps it.
+/// Makes the new, empty file a complete segment of `bytes`, including the first word, and maps it.
 bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segment) noexcept {
-    // A umask may have taken bits away that the owner needs.
+    // The umask may have removed bits that the owner needs.
     if ((facts.st_mode & ALLPERMS) != kOwnerAlone && fchmod(file, kOwnerAlone) != 0) {
         return false;
     }
@@ -98,7 +97,7 @@ bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segm
     if (!mapping || !Reserve(file, bytes)) {
         return false;
     }
-    // Until here the first word is zero, and whoever attaches sees a segment that is not whole.
+    // Until here the first word is zero, which marks the segment as incomplete.
     std::memcpy(mapping.Base(), &bytes, sizeof(Word));
     segment = mapping.Keep(facts);
     return true;
@@ -133,7 +132,7 @@ bool AttachSegment(const char* name, Segment& segment) noexcept {
     const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags); }));
     struct stat facts {};
     Word bytes = 0;
-    // A stranger could cut the file while it is mapped: touching it would end the process.
+    // Another user could truncate the file while it is mapped: touching it would end the process.
     if (!file || fstat(file.Get(), &facts) != 0 || !IsTrusted(facts)) {
         return false;
     }
