@@ -156,7 +156,7 @@ check_wording() {
         }
         END { exit bad }' || bad=1
     # Documents and tables that tools write have the words of their programs.
-    mapfile -t prose < <(find README.md CONTRIBUTING.md SECURITY.md docs src examples include -type f \
+    mapfile -t prose < <(find README.md CONTRIBUTING.md SECURITY.md docs src examples -type f \
         \( -name '*.md' -o -name '*.h' -o -name '*.cpp' \) ! -path docs/behaviour.md ! -path 'docs/benchmarks/*' | sort)
     { header_sentences "${headers[@]}"
         grep -nHE '//|^[^/]*$' "${prose[@]}" | awk -F: '$1 ~ /[.]md$/ || /\/\//'
