@@ -52,7 +52,7 @@ std::vector<std::string> Follow(std::vector<std::string> place,
 
 }  // namespace
 
-std::string CheckCanonicalPath(const std::string& path) {
+std::string CheckNormalizedPath(const std::string& path) {
     std::string expected;
     std::string rest = path;
     if (path.substr(0, 2) == "//" || (path.size() > 1 && path[1] == ':')) {
@@ -62,7 +62,7 @@ std::string CheckCanonicalPath(const std::string& path) {
     for (const std::string& piece : Follow({}, Pieces(rest), false)) {
         expected += "/" + piece;
     }
-    return Compare(path, CanonicalPath(path), expected.empty() && !path.empty() ? "/" : expected);
+    return Compare(path, NormalizedPath(path), expected.empty() && !path.empty() ? "/" : expected);
 }
 
 std::string CheckNameParts(const std::string& name) {
@@ -71,7 +71,7 @@ std::string CheckNameParts(const std::string& name) {
     const std::size_t dot = name.rfind('.');
     const bool inside = dot != std::string::npos && dot > start;
     const bool behindSlash = dot != std::string::npos && dot >= after(name.find_last_of("/\\"));
-    const NameParts parts = TakeApart(name, FindCuts(name));
+    const NameParts parts = SplitName(name, FindCuts(name));
     std::string actual;
     for (const auto part : {parts.path, parts.fileName, parts.baseName, parts.extension}) {
         actual.append(part).append("|");
@@ -114,7 +114,7 @@ std::string CheckExpansion(const std::string& name) {
     return Compare(name, JoinFileName(components), expected);
 }
 
-std::string CheckRelativeWay(const std::string& texts) {
+std::string CheckRelativePath(const std::string& texts) {
     const std::size_t bar = texts.find('|');
     std::string from = texts.substr(0, bar);
     std::string to = bar == std::string::npos ? from : texts.substr(bar + 1);
@@ -125,12 +125,12 @@ std::string CheckRelativeWay(const std::string& texts) {
                 std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ").find(byte) != std::string::npos;
             folded += byte == '\\' ? '/' : static_cast<char>(capital ? byte | 0x20 : byte);
         }
-        FoldName(*text);
+        FoldCase(*text);
         if (*text != folded) {
             return Compare(texts, *text, folded);
         }
     }
-    const std::string way = WayBetween(from, to);
+    const std::string way = RelativePathBetween(from, to);
     const auto source = Follow({}, Pieces(from), true);
     const auto target = Follow({}, Pieces(to), true);
     if (from == to || source.empty() || target.empty() || source[0] != target[0]) {

@@ -10,13 +10,13 @@ namespace zukel::fuzz {
 /// @name Checks
 /// Each gives an empty text when library and oracle agree on the input, else what they answered.
 /// @{
-std::string CheckCanonicalPath(const std::string& path);
+std::string CheckNormalizedPath(const std::string& path);
 std::string CheckNameParts(const std::string& name);
 /// The user directory is `<~>`, or missing when the name has an odd length; a variable has a value,
 /// full of what would be expanded once more, unless its name begins with a U.
 std::string CheckExpansion(const std::string& name);
 /// From the text before the first `|` to the text behind it.
-std::string CheckRelativeWay(const std::string& texts);
+std::string CheckRelativePath(const std::string& texts);
 /// The first byte says where the date comes from, as many as that needs are the date, and the rest
 /// is the pattern. The oracle is the C library, in a zone with a summer.
 std::string CheckTimePattern(const std::string& bytes);

@@ -4,11 +4,11 @@
 
 #include "environment/FileNameExpansion.h"
 #include "fuzz/Oracles.h"
-#include "platform/Machine.h"
+#include "platform/Memory.h"
 #include "platform/linux/LocaleName.h"
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/MemoryTexts.h"
 #include "support/Testing.h"
-#include "system/ProcessorLeaves.h"
+#include "system/CpuidLeaves.h"
 #include "zubase/Utf16.h"
 
 using namespace zukel;
@@ -25,10 +25,10 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
     EXPECT_EQ(JoinFileName({}), "") << "which nothing taken apart gives";
     for (int count = 0; count < 20000; ++count) {
         const std::string name = fuzz::HostileName(random);
-        ASSERT_EQ(fuzz::CheckCanonicalPath(name), "");
+        ASSERT_EQ(fuzz::CheckNormalizedPath(name), "");
         ASSERT_EQ(fuzz::CheckNameParts(name), "");
         ASSERT_EQ(fuzz::CheckExpansion(name), "");
-        ASSERT_EQ(fuzz::CheckRelativeWay(name + '|' + fuzz::HostileName(random)), "");
+        ASSERT_EQ(fuzz::CheckRelativePath(name + '|' + fuzz::HostileName(random)), "");
         std::string bytes(9, '\0');
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
         bytes[8 - random() % 2] = static_cast<char>(random() % 3 - 1);  // near enough to today
@@ -38,32 +38,37 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
 
 /// Most registers are as they were read from real processors and published (InstLatx64).
 TEST(Machine, Processors_AnswerByTheirRegisters) {
-    // Highest leaf, EBX and EDX of leaf 1; highest extended leaf, ECX of the first and the eighth.
-    const std::tuple<const char*, std::array<std::uint32_t, 6>, int, bool> rows[] = {
-        {"GenuineIntel", {2, 0x00000004, 0x0383fbff, 0x80000004}, 1, false},  // Pentium III
-        {"GenuineIntel", {5, 0x00020800, 0xbfebfbff, 0x80000008}, 2, true},   // Pentium 4 3.20
-        {"GenuineIntel", {0x80000000, 0x00100800, ~0U, 0x80000008, 1}, 1, false},
-        {"GenuineIntel", {3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3}, 1, false},
-        {"GenuineIntel", {4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3}, 8, false},
-        {"AuthenticAMD", {13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f}, 64, false},
-        {"AuthenticAMD", {16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07}, 16, true},
-        {"AuthenticAMD", {16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07}, 2, true},
-        {"AuthenticAM", {22, 0x00100800, ~0U, 0x80000008, 3, 3}, 1, false},
+    const struct {
+        const char* vendor;
+        std::uint32_t highestLeaf, ebxOf1, edxOf1, highestExtendedLeaf, ecxOfExtended1,
+            ecxOfExtended8;
+        int perPackage;
+        bool multiThreading;
+    } rows[] = {
+        {"GenuineIntel", 2, 0x00000004, 0x0383fbff, 0x80000004, 0, 0, 1, false},  // Pentium III
+        {"GenuineIntel", 5, 0x00020800, 0xbfebfbff, 0x80000008, 0, 0, 2, true},   // Pentium 4 3.20
+        {"GenuineIntel", 0x80000000, 0x00100800, ~0U, 0x80000008, 1, 0, 1, false},
+        {"GenuineIntel", 3, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 1, false},
+        {"GenuineIntel", 4, 0x00080800, 0x0fffffff, 0x80000008, 3, 3, 8, false},
+        {"AuthenticAMD", 13, 0x00400800, 0x178bfbff, 0x8000001f, 0x35c233ff, 0x603f, 64, false},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000008, ~2U, 0xff07, 16, true},
+        {"AuthenticAMD", 16, 0x00020800, ~0U, 0x80000007, ~2U, 0xff07, 2, true},
+        {"AuthenticAM", 22, 0x00100800, ~0U, 0x80000008, 3, 3, 1, false},
     };
-    for (const auto& [vendor, words, perPackage, multiThreading] : rows) {
-        SCOPED_TRACE(vendor + (" with leaves up to " + std::to_string(words[0])));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.vendor + (" with leaves up to " + std::to_string(row.highestLeaf)));
         std::uint32_t name[3] = {};
-        std::memcpy(name, vendor, std::strlen(vendor));
+        std::memcpy(name, row.vendor, std::strlen(row.vendor));
         std::map<std::uint32_t, CpuRegisters> leaves;
-        leaves[0] = {words[0], name[0], name[2], name[1]};
-        leaves[1] = {0, words[1], 0, words[2]};
-        leaves[0x80000000] = {words[3], 0, 0, 0};
-        leaves[0x80000001] = {0, 0, words[4], 0};
-        leaves[0x80000008] = {0, 0, words[5], 0};
+        leaves[0] = {row.highestLeaf, name[0], name[2], name[1]};
+        leaves[1] = {0, row.ebxOf1, 0, row.edxOf1};
+        leaves[0x80000000] = {row.highestExtendedLeaf, 0, 0, 0};
+        leaves[0x80000001] = {0, 0, row.ecxOfExtended1, 0};
+        leaves[0x80000008] = {0, 0, row.ecxOfExtended8, 0};
         const auto read = [&](std::uint32_t leaf) { return leaves[leaf]; };
-        EXPECT_EQ(VendorText(leaves[0]), vendor);
-        EXPECT_EQ(LogicalProcessors(read), perPackage);
-        EXPECT_EQ(HasMultiThreading(read), multiThreading);
+        EXPECT_EQ(VendorText(leaves[0]), row.vendor);
+        EXPECT_EQ(LogicalProcessors(read), row.perPackage);
+        EXPECT_EQ(HasMultiThreading(read), row.multiThreading);
     }
 }
 
@@ -77,8 +82,8 @@ TEST(MachineTexts, Groups_AreThoseThatCountMemoryAndTheirLimitsHoldTogether) {
         {"4:memory:/../a\n0::a", "", ""},
     };
     for (const auto& [text, one, two] : groups) {
-        EXPECT_EQ(GroupPathOf(text, GroupKind::One).value_or("none"), one) << text;
-        EXPECT_EQ(GroupPathOf(text, GroupKind::Two).value_or("none"), two) << text;
+        EXPECT_EQ(CgroupPathOf(text, CgroupVersion::V1).value_or("none"), one) << text;
+        EXPECT_EQ(CgroupPathOf(text, CgroupVersion::V2).value_or("none"), two) << text;
     }
     // A limit, what is used of it and to be had again; both figures then.
     const std::array<std::uint64_t, 5> limits[] = {{500, 100, 40, 500, 440},

@@ -23,13 +23,11 @@ struct Threads : InDirectory {
         kelFile file(name, kRead | kWrite), shared;
         shared = file;
         int value = -1;
-        EXPECT_EQ(shared.Write(number), kOk);
-        EXPECT_EQ(shared.SeekToBegin(), kOk);
-        EXPECT_EQ(file.Read(value), kOk);
+        EXPECT_THAT(Statuses({shared.Write(number), shared.SeekToBegin(), file.Read(value),
+                              file.Close(), kelFile::Copy(name, name + "c", 0x644),
+                              kelFile::Rename(name + "c", name + "r")}),
+                    Each(kOk));
         EXPECT_EQ(value, number);
-        EXPECT_EQ(file.Close(), kOk);
-        EXPECT_EQ(kelFile::Copy(name, name + "c", kelFileInfo::PermissionDefault), kOk);
-        EXPECT_EQ(kelFile::Rename(name + "c", name + "r"), kOk);
     }
     void Listings(int) const {
         const testing::Matcher<zuStlVector<zuString>> names =
@@ -56,10 +54,10 @@ struct Threads : InDirectory {
     void Surroundings(int) const {
         kelLibrary library;
         std::string text;
-        EXPECT_EQ(library.GetEnvironmentVariable(text, "PATH"), kOk);
+        EXPECT_THAT(Statuses({library.GetCurrentUserName(text), library.GetHostName(text),
+                              library.GetEnvironmentVariable(text, "PATH")}),
+                    Each(kOk));
         EXPECT_EQ(text, std::getenv("PATH"));
-        EXPECT_EQ(library.GetCurrentUserName(text), kOk);
-        EXPECT_EQ(library.GetHostName(text), kOk);
         EXPECT_EQ(library.GetUserDirectory(text), kOk);
         EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), text + "/x");
         EXPECT_STREQ(library.GetLocale(), kelLibrary().GetLocale());
@@ -77,12 +75,10 @@ struct Threads : InDirectory {
     void Segments(int number) const {
         const std::string name = Own(number) + " segment";
         kelSharedMemory owner, attached, again;
-        EXPECT_EQ(owner.Create(64, name), kOk);
-        EXPECT_EQ(attached.Attach(name), kOk);
+        EXPECT_THAT(Statuses({owner.Create(64, name), attached.Attach(name)}), Each(kOk));
         EXPECT_EQ(again.Attach(name + "no"), kFailed);
         EXPECT_EQ(attached.GetSize(), 64U);
-        EXPECT_EQ(attached.Detach(), kOk);
-        EXPECT_EQ(owner.Destroy(), kOk);
+        EXPECT_THAT(Statuses({attached.Detach(), owner.Destroy()}), Each(kOk));
     }
     void Modules(int) const {
         kelDynamicObject module;
@@ -99,7 +95,6 @@ struct Threads : InDirectory {
         EXPECT_EQ(runs.Start(ZUKEL_TEST_CHILD, {"sleep", "60"}, number % 2 == 0), kOk);
         EXPECT_EQ(none.Start(directory / "no", false), kFailed);
         EXPECT_EQ(forgotten.Start(ZUKEL_TEST_CHILD, true), kOk);
-        EXPECT_TRUE(runs.IsRunning());
         EXPECT_TRUE(kelProcess::IsRunning(runs.GetPid()));
         EXPECT_EQ(runs.Kill(), kOk);
         EXPECT_TRUE(Ends(runs));

@@ -79,21 +79,46 @@ TEST_F(kelDirectoryTest, CreateAndDelete_Table) {
                 continue;
             }
             const auto before = around.Count();
-            const bool stood = fs::exists(path), expected = (parents ? recursive : plain) == "ok";
-            EXPECT_EQ(kelDirectory::Create(path, 0x710, parents), expected ? kOk : kFailed);
-            EXPECT_EQ(fs::exists(path), stood || expected);
-            EXPECT_EQ(around.Count() > before, !stood && fs::exists(path));
-            for (const std::string& made : {path, path.substr(0, path.find('/'))}) {
-                EXPECT_TRUE(stood || !expected || ModeOf(made) == (kOnWindows ? 0600 : 0710))
-                    << std::oct << ModeOf(made) << " of " << made;
+            const bool stood = fs::exists(path), succeeds = (parents ? recursive : plain) == "ok";
+            const bool made = succeeds && !stood, stands = succeeds || stood;
+            EXPECT_EQ(kelDirectory::Create(path, 0x710, parents), succeeds ? kOk : kFailed);
+            EXPECT_EQ(fs::exists(path), stands);
+            EXPECT_EQ(around.Count() > before, made);
+            for (const std::string& each : {path, path.substr(0, path.find('/'))}) {
+                EXPECT_EQ(made ? ModeOf(each) : 0, made ? kOnWindows ? 0600U : 0710U : 0) << each;
             }
-            const bool goes = deleted == "ok" && fs::exists(path);
+            const bool goes = stands && deleted == "ok";
             EXPECT_EQ(kelDirectory::Delete(path), goes ? kOk : kFailed);
             EXPECT_EQ(fs::exists(path), stood && !goes);
             EXPECT_TRUE(fs::exists("full/below"));
             EXPECT_EQ(fs::is_symlink("linked"), links);
         }
     }
+}
+
+TEST_F(kelDirectoryTest, CreateTemporary_MakesOneForTheUserAlone) {
+    const std::string odd = kOddName, absolute = directory / odd;
+    zuString path;
+    for (const std::string& start : {odd, absolute, odd, absolute}) {
+        SCOPED_TRACE(start);
+        ASSERT_EQ(kelDirectory::CreateTemporary(start + "XXXXXX", path), kOk);
+        EXPECT_EQ(path.size(), start.size() + 6);
+        EXPECT_THAT(path, testing::StartsWith(start));
+        EXPECT_EQ(kelFileInfo(path).GetType(), kelFileInfo::Directory);
+        EXPECT_EQ(kelFileInfo(path).GetPermissions(), 0x700);
+        EXPECT_EQ(kelFile(path + "/file", kWrite).Write('x'), kOk) << "its user can use it";
+    }
+    EXPECT_EQ(directory.Count(), 8) << "one for each, with its file";
+    path = "untouched";
+    const std::pair<zuString, int> rows[] = {
+        {"", kelStatusEmptyPath},         {odd, kFailed},
+        {odd + "XXXXX", kFailed},         {odd + "XXXXXXx", kFailed},
+        {"no/XXXXXX", kelStatusNotFound}, {odd + '\0' + "XXXXXX", kelStatusNotFound}};
+    for (const auto& [name, status] : rows) {
+        EXPECT_EQ(kelDirectory::CreateTemporary(name, path), status) << name;
+    }
+    EXPECT_EQ(path, "untouched");
+    EXPECT_EQ(directory.Count(), 8);
 }
 
 TEST_F(kelDirectoryTest, DeleteTree_RemovesAllOfItAndNothingElse) {
@@ -129,13 +154,12 @@ TEST_F(kelDirectoryTest, DeleteTree_TakesManyFilesAndDepth) {
     for (int number = 0; number < 2000; ++number) {
         directory.Write("tree/a file with a long name " + std::to_string(number));
     }
-    {
-        const Guard back = WorkingDirectory("tree");
-        for (int depth = 0; depth < (kOnWindows ? 60 : 3000); ++depth) {  // longer than a path
-            fs::create_directory("level");
-            fs::current_path("level");
-        }
+    const Guard back = WorkingDirectory(directory.Path());
+    fs::current_path("tree");
+    for (int depth = 0; depth < (kOnWindows ? 60 : 3000); ++depth) {  // longer than a path
+        fs::create_directory("level"), fs::current_path("level");
     }
+    fs::current_path(directory.Path());
     EXPECT_EQ(kelDirectory::DeleteTree("tree"), kOk);
     EXPECT_FALSE(fs::exists("tree"));
 }

@@ -85,15 +85,17 @@ TEST_F(kelFileOperationsTest, RenameNew_NeverReplaces) {
     directory.Write("from", "source"), directory.Write("to", "target");
     fs::create_directory("folder");
     const bool links = MakeLink("nowhere", "dangling");
-    const std::tuple<const char*, const char*, int> rows[] = {
-        {"from", "to", kelStatusExists},
-        {"from", "from", kelStatusExists},
-        {"from", "folder", kelStatusExists},
-        {"folder", "to", kelStatusExists},
-        {"no", "new", kFailed},
-        {"from", links ? "dangling" : "to", kelStatusExists},
-        {"from", "new", kOk},
-        {"folder", "moved", kOk}};
+    const struct {
+        const char *from, *to;
+        int status;
+    } rows[] = {{"from", "to", kelStatusExists},
+                {"from", "from", kelStatusExists},
+                {"from", "folder", kelStatusExists},
+                {"folder", "to", kelStatusExists},
+                {"no", "new", kFailed},
+                {"from", links ? "dangling" : "to", kelStatusExists},
+                {"from", "new", kOk},
+                {"folder", "moved", kOk}};
     for (const auto& [from, to, status] : rows) {
         EXPECT_EQ(kelFile::RenameNew(from, to), status) << from << " to " << to;
         EXPECT_EQ(ReadWhole("to"), "target");

@@ -21,9 +21,7 @@ int Put(kelFile& file, long long offset, const std::string& bytes) {
 /// Position and length, as text.
 std::string Place(kelFile& file) {
     long long position = -1, length = -1;
-    const int status[] = {file.GetPosition(position), file.GetLength(length)};
-    EXPECT_EQ(status[0], kOk);
-    EXPECT_EQ(status[1], kOk);
+    EXPECT_THAT(Statuses({file.GetPosition(position), file.GetLength(length)}), Each(kOk));
     return std::to_string(position) + " of " + std::to_string(length);
 }
 
@@ -44,24 +42,21 @@ TEST_P(kelFilePlaces, PositionAndLength_CountWhatStandsInTheBuffer) {
     EXPECT_EQ(Place(file), "1 of 10") << "whatever was read ahead";
     EXPECT_EQ(file.WriteLine("ab"), kOk);
     EXPECT_EQ(Place(file), "3 of 10");
-    EXPECT_EQ(file.SeekTo(9), kOk);
-    EXPECT_EQ(file.WriteLine("cde"), kOk);
+    EXPECT_THAT(Statuses({file.SeekTo(9), file.WriteLine("cde")}), Each(kOk));
     EXPECT_EQ(Place(file), "12 of 12");
     EXPECT_EQ(file.SetLength(5'000'000'000LL), kOk);
     EXPECT_EQ(Place(file), "12 of 5000000000");
     EXPECT_EQ(file.SetLength(4), kOk);
     EXPECT_EQ(Place(file), "12 of 4") << "the position stays";
-    EXPECT_EQ(file.Write('z'), kOk);
     EXPECT_EQ(file.SetLength(-1), kFailed);
-    EXPECT_EQ(file.Close(), kOk);
+    EXPECT_THAT(Statuses({file.Write('z'), file.Close()}), Each(kOk));
     EXPECT_EQ(ReadWhole("file"), std::string("0ab3\0\0\0\0\0\0\0\0z", 13));
 
     kelFile appending = Make("0123", kelFile::ModeAppend);
     EXPECT_EQ(appending.WriteLine("45"), kOk);
     EXPECT_EQ(Place(appending), "6 of 6");
-    EXPECT_EQ(appending.SetLength(1), kOk);
-    EXPECT_EQ(appending.WriteLine("x"), kOk);
-    EXPECT_EQ(appending.Close(), kOk);
+    EXPECT_THAT(Statuses({appending.SetLength(1), appending.WriteLine("x"), appending.Close()}),
+                Each(kOk));
     EXPECT_EQ(ReadWhole("file"), "0x");
 }
 
@@ -92,10 +87,7 @@ TEST_F(kelFilePlacesTest, ClosedAndUnfitFiles_AreRefused) {
     kelFile closed, reading(directory.Write("file", "abc"), kRead);
     kelFile device(kNullDevice, kReadWrite);
     long long place = -7;
-    const struct {
-        const char* name;
-        int status;
-    } rows[] = {
+    const std::pair<const char*, int> rows[] = {
         {"closed Sync", closed.Sync()},
         {"closed GetPosition", closed.GetPosition(place)},
         {"closed GetLength", closed.GetLength(place)},
@@ -107,11 +99,11 @@ TEST_F(kelFilePlacesTest, ClosedAndUnfitFiles_AreRefused) {
         {"WriteAt for reading", Put(reading, 0, "x")},
         {"an exclusive lock for reading", reading.Lock(kelFile::LockExclusive, 0)},
         {"Unlock without a lock", reading.Unlock()},
-        {"names of no directory", kelDirectory::Sync("file")},
-        {"names of a missing one", kelDirectory::Sync("no")},
+        {"Sync of a file as a directory", kelDirectory::Sync("file")},
+        {"Sync of a missing directory", kelDirectory::Sync("no")},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.status, kFailed) << row.name;
+    for (const auto& [call, status] : rows) {
+        EXPECT_EQ(status, kFailed) << call;
     }
     EXPECT_EQ(place, -7);
     EXPECT_EQ(At(closed, 0, 1), "failed");
@@ -124,12 +116,11 @@ TEST_F(kelFilePlacesTest, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
     constexpr auto kShared = kelFile::LockShared, kExclusive = kelFile::LockExclusive;
     const std::string name = directory.Write("file", "abc");
     kelFile one(name, kReadWrite), two(name, kReadWrite), three(name, kReadWrite);
-    EXPECT_EQ(one.Lock(kShared, 0), kOk);
-    EXPECT_EQ(two.Lock(kShared, 0), kOk) << "it is shared";
+    EXPECT_THAT(Statuses({one.Lock(kShared, 0), two.Lock(kShared, 0)}), Each(kOk));
     EXPECT_EQ(one.Lock(kShared, 0), kFailed) << "one for each object";
-    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy);
+    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy) << "for both";
     EXPECT_EQ(two.Unlock(), kOk);
-    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy);
+    EXPECT_EQ(three.Lock(kExclusive, 0), kelStatusBusy) << "for the other";
     EXPECT_EQ(two.Close(), kOk);
     { kelFile passing(name, kReadWrite); }
     const auto began = std::chrono::steady_clock::now();
@@ -137,9 +128,8 @@ TEST_F(kelFilePlacesTest, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
     EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(45));
     EXPECT_EQ(At(three, 0, 3), "abc") << "who does not ask is not hindered";
     EXPECT_EQ(one.Close(), kOk);
-    EXPECT_EQ(three.Lock(kExclusive, 0), kOk);
-    EXPECT_EQ(three.Unlock(), kOk);
-    EXPECT_EQ(three.Lock(kExclusive, 0), kOk) << "and again";
+    EXPECT_THAT(Statuses({three.Lock(kExclusive, 0), three.Unlock(), three.Lock(kExclusive, 0)}),
+                Each(kOk));
 }
 
 TEST_F(kelFilePlacesTest, Lock_IsHeldByProcessesAndEndsWithThem) {

@@ -100,22 +100,23 @@ make_builds() {
         die "$builds cannot be written. Name a folder of your own: ZUKEL_BUILD=FOLDER $0"
 }
 
-# configure FOLDER [OPTION...]: configures the folder below that of the builds, with ccache where there is one.
+# configure PRESET [OPTION...]: configures a preset of CMakePresets.json in the folder of its name below that of
+# the builds, with ccache where there is one.
 configure() {
-    local folder=$1 launcher=
+    local preset=$1 launcher=
     shift
     make_builds
     launcher=$(command -v ccache) || launcher=
-    cmake -S "$root" -B "$builds/$folder" -G Ninja -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
+    cmake -S "$root" -B "$builds/$preset" --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" \
         --log-level=WARNING "$@" >/dev/null
 }
 
-# build FOLDER [TARGET...] [-- OPTION...]: brings the targets up to date, everything when none is
+# build PRESET [TARGET...] [-- OPTION...]: brings the targets up to date, everything when none is
 # named.
 build() {
-    local folder=$1
+    local preset=$1
     shift
-    cmake --build "$builds/$folder" ${1:+--target "$@"}
+    cmake --build "$builds/$preset" ${1:+--target "$@"}
 }
 
 # run_ctest FOLDER [OPTION...]: runs the tests of a build folder.

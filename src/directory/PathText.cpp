@@ -29,7 +29,7 @@ bool IsRelative(const zuString& path) noexcept {
     return !path.empty() && path[0] != '/' && path[0] != '\\' && path.find(':') == zuString::npos;
 }
 
-zuString CanonicalPath(const zuString& path) {
+zuString NormalizedPath(const zuString& path) {
     if (path.empty()) {
         return {};
     }

@@ -10,6 +10,6 @@ bool IsRelative(const zuString& path) noexcept;
 
 /// The normalised form that `kelDirectory::GetAbsolutePath` describes. One pass over the text, and
 /// one allocation for the result.
-zuString CanonicalPath(const zuString& path);
+zuString NormalizedPath(const zuString& path);
 
 }  // namespace zukel

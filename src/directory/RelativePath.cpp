@@ -38,13 +38,13 @@ Components ReduceComponents(Components pieces) {
 
 }  // namespace
 
-void FoldName(zuString& name) noexcept {
+void FoldCase(zuString& name) noexcept {
     for (char& byte : name) {
         byte = byte == '\\' ? '/' : ToLowerAscii(byte);
     }
 }
 
-zuString WayBetween(const zuString& from, const zuString& to) {
+zuString RelativePathBetween(const zuString& from, const zuString& to) {
     if (from == to) {
         return "./";
     }

@@ -7,11 +7,10 @@
 /// removes whatever precedes it.
 namespace zukel {
 
-/// Lowers ASCII letters, in every locale, and replaces every `\` by `/`.
-void FoldName(zuString& name) noexcept;
+/// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.
+void FoldCase(zuString& name) noexcept;
 
-/// The relative path between two folded texts; empty if they differ and one of them has no
-/// component left.
-zuString WayBetween(const zuString& from, const zuString& to);
+/// The way between two folded texts; empty when they differ and one of them has no component left.
+zuString RelativePathBetween(const zuString& from, const zuString& to);
 
 }  // namespace zukel

@@ -13,17 +13,17 @@ bool kelDirectory::IsRelativePath(const zuString& path) {
 }
 
 zuString kelDirectory::GetAbsolutePath(const zuString& path) {
-    return zukel::CanonicalPath(path);
+    return zukel::NormalizedPath(path);
 }
 
 zuString kelDirectory::GetRelativePath(const zuString& from, const zuString& to) {
     zuString source = kelLibrary::GetAbsoluteFileName(from);
     zuString target = kelLibrary::GetAbsoluteFileName(to);
-    zukel::FoldName(source);
-    zukel::FoldName(target);
+    zukel::FoldCase(source);
+    zukel::FoldCase(target);
     if (kelFileInfo(source).GetType() != kelFileInfo::Directory ||
         kelFileInfo(target).GetType() != kelFileInfo::Directory) {
         return {};
     }
-    return zukel::WayBetween(source, target);
+    return zukel::RelativePathBetween(source, target);
 }

@@ -35,7 +35,7 @@ zuString JoinFileName(const zuStlVector<zuString>& components) {
     return name;
 }
 
-void LengthenName(zuString& name) {
+void ToLongName(zuString& name) {
     if (name.find('~') == zuString::npos) {
         return;
     }

@@ -37,32 +37,28 @@ struct Fact {
 }  // namespace
 
 int kelLibrary::GetEnvironmentVariable(zuString& value, const zuString& name) {
-    return zukel::FindVariable(name, value) ? kelStatusOk
-                                            : zukel::Fail(APR_ENOENT, kelStatusNoVariable);
+    return zukel::MapStatus(zukel::FindVariable(name, value) ? APR_SUCCESS : APR_ENOENT,
+                            kelStatusNoVariable);
 }
 
 int kelLibrary::SetEnvironmentVariable(const zuString& name, const zuString& value) {
-    if (!zukel::IsWhole(name) || !zukel::IsWhole(value)) {
-        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
-    }
-    return platform::WriteEnvironmentVariable(name.c_str(), value.c_str())
-               ? kelStatusOk
-               : zukel::FailAsToldBySystem(kelStatusNoVariable);
+    const bool whole = zukel::IsWhole(name) && zukel::IsWhole(value);
+    return zukel::MapStatus(
+        whole ? platform::WriteEnvironmentVariable(name.c_str(), value.c_str()) : APR_EINVAL,
+        kelStatusNoVariable);
 }
 
 int kelLibrary::UnsetEnvironmentVariable(const zuString& name) {
-    if (name.empty() || !zukel::IsWhole(name) || name.find('=') != zuString::npos) {
-        return zukel::Fail(APR_EINVAL, kelStatusNoVariable);
-    }
-    return platform::RemoveEnvironmentVariable(name.c_str())
-               ? kelStatusOk
-               : zukel::FailAsToldBySystem(kelStatusNoVariable);
+    const bool isName = !name.empty() && zukel::IsWhole(name) && name.find('=') == zuString::npos;
+    return zukel::MapStatus(isName ? platform::RemoveEnvironmentVariable(name.c_str()) : APR_EINVAL,
+                            kelStatusNoVariable);
 }
 
 int kelLibrary::GetEnvironmentNames(zuStlVector<zuString>& names) {
     zuStlVector<zuString> found;
-    if (!platform::ReadEnvironment(found)) {
-        return zukel::FailAsToldBySystem();
+    const apr_status_t status = platform::ReadEnvironment(found);
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     // Windows stores the current directories of drives under names that begin with it.
     const auto isHidden = [](const zuString& variable) { return variable[0] == '='; };
@@ -82,16 +78,15 @@ int kelLibrary::FindProgram(const zuString& name, zuString& path) {
     const apr_status_t status = !name.empty() && zukel::IsWhole(name)
                                     ? platform::FindProgramFile(name.c_str(), path)
                                     : APR_ENOENT;
-    return status == APR_SUCCESS ? kelStatusOk : zukel::Fail(status, kelStatusNotFound);
+    return zukel::MapStatus(status, kelStatusNotFound);
 }
 
 int kelLibrary::GetCurrentUserName(zuString& name) {
-    return platform::QueryUserName(name) ? kelStatusOk : zukel::FailAsToldBySystem(kelStatusNoUser);
+    return zukel::MapStatus(platform::QueryUserName(name), kelStatusNoUser);
 }
 
 int kelLibrary::GetUserDirectory(zuString& directory) {
-    return platform::QueryUserDirectory(directory) ? kelStatusOk
-                                                   : zukel::FailAsToldBySystem(kelStatusNoUser);
+    return zukel::MapStatus(platform::QueryUserDirectory(directory), kelStatusNoUser);
 }
 
 int kelLibrary::GetHostName(zuString& name) {

@@ -12,7 +12,7 @@ zuString kelLibrary::GetAbsoluteFileName(const zuString& name) {
             zukel::FindVariable(variable, component);
         });
     zuString expanded = zukel::JoinFileName(components);
-    zukel::LengthenName(expanded);
+    zukel::ToLongName(expanded);
     return expanded;
 }
 

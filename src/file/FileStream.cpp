@@ -191,7 +191,8 @@ apr_status_t FileStream::BeginWriting() noexcept {
     return status;
 }
 
-apr_status_t FileStream::WriteBuffered(const char* source, std::size_t& size, Unit unit) noexcept {
+apr_status_t FileStream::WriteBuffered(const char* source, std::size_t& size,
+                                       OnFailure onFailure) noexcept {
     const std::size_t wanted = std::exchange(size, 0);
     if (!Has(APR_FOPEN_WRITE)) {
         return APR_EBADF;  // before the buffer takes bytes that could never be written
@@ -202,7 +203,7 @@ apr_status_t FileStream::WriteBuffered(const char* source, std::size_t& size, Un
         size = wanted;
         return WritePast(source, size);
     }
-    if (status == APR_SUCCESS && unit == Unit::Whole && wanted <= kBufferSize &&
+    if (status == APR_SUCCESS && onFailure == OnFailure::TakeNothing && wanted <= kBufferSize &&
         wanted > writable_) {
         status = Flush();
     }
@@ -222,16 +223,17 @@ apr_status_t FileStream::WriteBuffered(const char* source, std::size_t& size, Un
     return status;
 }
 
-apr_status_t FileStream::Write(const void* source, std::size_t& size, Unit unit) noexcept {
+apr_status_t FileStream::Write(const void* source, std::size_t& size,
+                               OnFailure onFailure) noexcept {
     const auto* const bytes = static_cast<const char*>(source);
-    return Has(APR_FOPEN_BUFFERED) ? WriteBuffered(bytes, size, unit) : WritePast(bytes, size);
+    return Has(APR_FOPEN_BUFFERED) ? WriteBuffered(bytes, size, onFailure) : WritePast(bytes, size);
 }
 
 apr_status_t FileStream::WriteWhole(const char* source, std::size_t size) noexcept {
     apr_status_t status = APR_SUCCESS;
     do {  // at least once: writing 0 bytes to a file that is not writable must fail
         std::size_t piece = size;
-        status = Write(source, piece, Unit::Whole);
+        status = Write(source, piece, OnFailure::TakeNothing);
         source += piece;
         size -= piece;
     } while (size > 0 && status == APR_SUCCESS);

@@ -16,10 +16,10 @@
 
 namespace zukel {
 
-/// What a buffered write takes when it fails.
-enum class Unit {
-    Bytes,  ///< As many bytes as possible.
-    Whole   ///< None of it has been taken, unless it is longer than the buffer.
+/// What becomes of a buffered write that fails.
+enum class OnFailure {
+    ReportCount,  ///< As much of it as possible has been taken.
+    TakeNothing   ///< None of it has been taken, unless it is longer than the buffer.
 };
 
 /// An open file, with a buffer if its mode asks for one; or none.
@@ -108,8 +108,8 @@ public:
 
     /// Writes bytes. Buffered: all of them; unbuffered: what one system call takes.
     ///
-    /// @param size receives how many have reached the file or the buffer, also after a failure.
-    apr_status_t Write(const void* source, std::size_t& size, Unit unit) noexcept;
+    /// @param size receives how many have reached the file or the buffer, after a failure too.
+    apr_status_t Write(const void* source, std::size_t& size, OnFailure onFailure) noexcept;
 
     /// Writes all bytes, even if the system takes them in pieces.
     apr_status_t WriteWhole(const char* source, std::size_t size) noexcept;
@@ -170,7 +170,7 @@ private:
     apr_status_t WritePast(const char* source, std::size_t& size) noexcept;
     apr_status_t Refill() noexcept;
     apr_status_t ReadBuffered(char* target, std::size_t& size) noexcept;
-    apr_status_t WriteBuffered(const char* source, std::size_t& size, Unit unit) noexcept;
+    apr_status_t WriteBuffered(const char* source, std::size_t& size, OnFailure onFailure) noexcept;
     apr_status_t ReadLineBuffered(char* target, std::size_t& size) noexcept;
     apr_status_t ReadLineUnbuffered(char* target, std::size_t& size) noexcept;
 

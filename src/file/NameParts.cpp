@@ -23,7 +23,7 @@ NameCuts FindCuts(std::string_view name) noexcept {
     return cuts;
 }
 
-NameParts TakeApart(std::string_view name, const NameCuts& cuts) noexcept {
+NameParts SplitName(std::string_view name, const NameCuts& cuts) noexcept {
     NameParts parts;
     parts.path = name.substr(0, cuts.fileName);
     parts.fileName = name.substr(cuts.fileName);

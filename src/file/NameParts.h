@@ -21,6 +21,6 @@ struct NameCuts {
 };
 
 NameCuts FindCuts(std::string_view name) noexcept;
-NameParts TakeApart(std::string_view name, const NameCuts& cuts) noexcept;
+NameParts SplitName(std::string_view name, const NameCuts& cuts) noexcept;
 
 }  // namespace zukel

@@ -6,15 +6,15 @@
 #include "kelFile.h"
 
 namespace platform = zukel::platform;
-using zukel::Unit;
+using zukel::OnFailure;
 
 namespace {
 
 // Hot path: a typed value is a few instructions if the buffer has it, or has room for it. The slow
 // paths are kept out of line.
 
-/// Stores the status of an operation on an open file for `EndOfFile`, and maps it for the caller.
-int Keep(kelFileRecord& record, apr_status_t status) noexcept {
+/// Keeps the status of an operation on an open file for `EndOfFile`, and maps it for the caller.
+int StoreStatus(kelFileRecord& record, apr_status_t status) noexcept {
     record.status = status;
     return zukel::MapStatus(status);
 }
@@ -24,20 +24,21 @@ int Keep(kelFileRecord& record, apr_status_t status) noexcept {
         size = 0;
         return zukel::Fail(APR_EBADF);
     }
-    return Keep(record, record.stream.Read(target, size));
+    return StoreStatus(record, record.stream.Read(target, size));
 }
 
 [[gnu::noinline]] int WriteSlowly(kelFileRecord& record, const void* source,
                                   std::size_t size) noexcept {
-    return record.stream.IsOpen() ? Keep(record, record.stream.Write(source, size, Unit::Whole))
-                                  : zukel::Fail(APR_EBADF);
+    return record.stream.IsOpen()
+               ? StoreStatus(record, record.stream.Write(source, size, OnFailure::TakeNothing))
+               : zukel::Fail(APR_EBADF);
 }
 
 /// `size` receives the number of bytes read.
 template <typename T>
 int ReadBytes(kelFileRecord& record, T& value, std::size_t& size) noexcept {
     size = sizeof value;
-    return record.stream.Take(&value, sizeof value) ? Keep(record, APR_SUCCESS)
+    return record.stream.Take(&value, sizeof value) ? StoreStatus(record, APR_SUCCESS)
                                                     : ReadSlowly(record, &value, size);
 }
 
@@ -49,7 +50,7 @@ int ReadValue(kelFileRecord& record, T& value) noexcept {
 
 template <typename T>
 int WriteValue(kelFileRecord& record, T value) noexcept {
-    return record.stream.Put(&value, sizeof value) ? Keep(record, APR_SUCCESS)
+    return record.stream.Put(&value, sizeof value) ? StoreStatus(record, APR_SUCCESS)
                                                    : WriteSlowly(record, &value, sizeof value);
 }
 
@@ -72,7 +73,7 @@ template <typename Stored, typename T>
 int WriteNarrow(kelFileRecord& record, T value) noexcept {
     const auto stored = static_cast<Stored>(value);
     if (static_cast<T>(stored) != value) {
-        return Keep(record, APR_EINVAL);
+        return StoreStatus(record, APR_EINVAL);
     }
     return WriteValue(record, stored);
 }
@@ -83,11 +84,11 @@ int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noe
     }
     std::size_t bytes = size;
     if (bytes > 0 && record.stream.Take(buffer, bytes)) {
-        return Keep(record, APR_SUCCESS);
+        return StoreStatus(record, APR_SUCCESS);
     }
     const apr_status_t status = record.stream.Read(buffer, bytes);
     size = bytes;
-    return Keep(record, status);
+    return StoreStatus(record, status);
 }
 
 int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& size) noexcept {
@@ -96,15 +97,15 @@ int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& si
     }
     std::size_t bytes = size;
     if (bytes > 0 && record.stream.Put(buffer, bytes)) {
-        return Keep(record, APR_SUCCESS);
+        return StoreStatus(record, APR_SUCCESS);
     }
-    const apr_status_t status = record.stream.Write(buffer, bytes, Unit::Bytes);
+    const apr_status_t status = record.stream.Write(buffer, bytes, OnFailure::ReportCount);
     size = bytes;
-    return Keep(record, status);
+    return StoreStatus(record, status);
 }
 
 int Seek(kelFileRecord& record, platform::Origin from, long long offset) noexcept {
-    return record.stream.IsOpen() ? Keep(record, record.stream.Seek(from, offset))
+    return record.stream.IsOpen() ? StoreStatus(record, record.stream.Seek(from, offset))
                                   : zukel::Fail(APR_EBADF);
 }
 
@@ -200,19 +201,19 @@ int kelFile::ReadLine(char* buffer, unsigned long long size) {
     std::size_t length = room > 1 ? static_cast<std::size_t>(room) - 1 : 0;
     if (record_->stream.TakeLine(buffer, length)) {
         buffer[length] = '\0';
-        return Keep(*record_, APR_SUCCESS);
+        return StoreStatus(*record_, APR_SUCCESS);
     }
     const apr_status_t status =
         length > 0 ? record_->stream.ReadLine(buffer, length) : record_->stream.Flush();
     if (size != 0) {
         buffer[length] = '\0';
     }
-    return Keep(*record_, status);
+    return StoreStatus(*record_, status);
 }
 
 int kelFile::WriteLine(const char* text) {
     return record_->stream.IsOpen()
-               ? Keep(*record_, record_->stream.WriteWhole(text, std::strlen(text)))
+               ? StoreStatus(*record_, record_->stream.WriteWhole(text, std::strlen(text)))
                : zukel::Fail(APR_EBADF);
 }
 
@@ -237,6 +238,6 @@ bool kelFile::EndOfFile() {
 }
 
 int kelFile::Flush() {
-    return record_->stream.IsOpen() ? Keep(*record_, record_->stream.Flush())
+    return record_->stream.IsOpen() ? StoreStatus(*record_, record_->stream.Flush())
                                     : zukel::Fail(APR_EBADF);
 }

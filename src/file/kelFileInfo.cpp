@@ -67,7 +67,7 @@ zukel::NameParts Parts(kelFileInfoRecord& record) noexcept {
         record.cuts = zukel::FindCuts(record.filePath);
         record.isCut = true;
     }
-    return zukel::TakeApart(record.filePath, record.cuts);
+    return zukel::SplitName(record.filePath, record.cuts);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "file/kelFileRecord.h"
 #include "frame/Names.h"
-#include "frame/StatusMapping.h"
+#include "frame/OnName.h"
 #include "kelFile.h"
 #include "platform/FileFacts.h"
 #include "platform/FileOperations.h"
@@ -12,22 +12,9 @@ namespace platform = zukel::platform;
 
 namespace {
 
-int StatusOf(bool done) noexcept {
-    return done ? kelStatusOk : zukel::FailAsToldBySystem();
-}
-
-/// Frame of the operations on one name: tests the name, and makes the call with its bytes.
+/// The frame of the operations on two names.
 ///
-/// @param missing the status if nothing has the name.
-template <typename Call>
-int OnName(const zuString& name, Call call, int missing = kelStatusFailed) {
-    if (name.empty()) {
-        return zukel::Fail(APR_EINVAL, kelStatusEmptyPath);
-    }
-    return zukel::IsWhole(name) ? call(name.c_str()) : zukel::Fail(APR_ENOENT, missing);
-}
-
-/// Frame of the operations on two names.
+/// @param call takes the bytes of both and returns 0 or the reason.
 template <typename Call>
 int OnNames(const zuString& from, const zuString& to, Call call) {
     if (from.empty()) {
@@ -36,24 +23,23 @@ int OnNames(const zuString& from, const zuString& to, Call call) {
     if (to.empty()) {
         return zukel::Fail(APR_EINVAL, kelStatusEmptyTarget);
     }
-    return zukel::IsWhole(from) && zukel::IsWhole(to) ? call(from.c_str(), to.c_str())
-                                                      : zukel::Fail(APR_ENOENT);
+    const bool whole = zukel::IsWhole(from) && zukel::IsWhole(to);
+    return zukel::MapStatus(whole ? call(from.c_str(), to.c_str()) : APR_ENOENT);
+}
+
+int MapMissing(apr_status_t status) noexcept {
+    return zukel::MapStatus(status, kelStatusNotFound);
 }
 
 int ExistsByName(const zuString& name) noexcept {
-    const auto look = [](const char* file) {
-        return platform::FileExists(file) ? kelStatusOk
-                                          : zukel::FailAsToldBySystem(kelStatusNotFound);
-    };
-    return OnName(name, look, kelStatusNotFound);
+    return zukel::OnName(name, MapMissing, platform::FindFile);
 }
 
 }  // namespace
 
 int kelFile::Copy(const zuString& from, const zuString& to, int perms) {
     return OnNames(from, to, [perms](const char* source, const char* target) {
-        return StatusOf(platform::CopyWithPermissions(source, target, perms) ==
-                        platform::CopyEnd::Done);
+        return platform::CopyWithPermissions(source, target, perms);
     });
 }
 
@@ -63,20 +49,14 @@ int kelFile::Copy(const kelLibrary*, const zuString& from, const zuString& to, i
 
 int kelFile::NativeCopy(const zuString& from, const zuString& to, int perms) {
     return OnNames(from, to, [perms](const char* source, const char* target) {
-        const platform::CopyEnd end = platform::CopyWithAttributes(source, target);
-        const int status = StatusOf(end == platform::CopyEnd::Done);
-        if (perms == APR_FPROT_OS_DEFAULT && end != platform::CopyEnd::SameFile) {
-            platform::SetNormalAttributes(target);
-        }
-        return status;
+        return platform::CopyWithAttributes(source, target, perms == APR_FPROT_OS_DEFAULT);
     });
 }
 
 int kelFile::Rename(const zuString& from, const zuString& to) {
     return OnNames(from, to, [](const char* source, const char* target) {
         const apr_status_t status = platform::RenameFile(source, target);
-        return APR_STATUS_IS_EXDEV(status) ? StatusOf(platform::MoveAcrossVolumes(source, target))
-                                           : zukel::MapStatus(status);
+        return APR_STATUS_IS_EXDEV(status) ? platform::MoveAcrossVolumes(source, target) : status;
     });
 }
 
@@ -85,22 +65,19 @@ int kelFile::Rename(const kelLibrary*, const zuString& from, const zuString& to)
 }
 
 int kelFile::NativeRename(const zuString& from, const zuString& to) {
-    return OnNames(from, to, [](const char* source, const char* target) {
-        return StatusOf(platform::RenameInPlace(source, target));
-    });
+    return OnNames(from, to, platform::RenameInPlace);
 }
 
 int kelFile::RenameNew(const zuString& from, const zuString& to) {
-    return OnNames(from, to, [](const char* source, const char* target) {
-        const apr_status_t status = platform::RenameToNew(source, target);
-        const int mapped = zukel::MapStatus(status);
-        return APR_STATUS_IS_EEXIST(status) ? kelStatusExists : mapped;
+    apr_status_t reason = APR_SUCCESS;
+    const int status = OnNames(from, to, [&reason](const char* source, const char* target) {
+        return reason = platform::RenameToNew(source, target);
     });
+    return APR_STATUS_IS_EEXIST(reason) ? kelStatusExists : status;
 }
 
 int kelFile::Delete(const zuString& name) {
-    return OnName(name,
-                  [](const char* file) { return zukel::MapStatus(platform::RemoveFile(file)); });
+    return zukel::OnName(name, zukel::MapStatus, platform::RemoveFile);
 }
 
 int kelFile::Delete(const kelLibrary*, const zuString& name) {
@@ -118,8 +95,8 @@ int kelFile::Exists(const kelLibrary*, const zuString& name) {
 int kelFile::SetPermissions(const zuString& name, int perms) {
     const int mode = ((perms & APR_FPROT_UREAD) != 0 ? platform::kOwnerMayRead : 0) |
                      ((perms & APR_FPROT_UWRITE) != 0 ? platform::kOwnerMayWrite : 0);
-    return OnName(
-        name, [mode](const char* file) { return StatusOf(platform::ChangeAccess(file, mode)); });
+    return zukel::OnName(name, zukel::MapStatus,
+                         [mode](const char* file) { return platform::ChangeAccess(file, mode); });
 }
 
 int kelFile::SetPermissions(const kelLibrary*, const zuString& name, int perms) {

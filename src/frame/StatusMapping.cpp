@@ -1,7 +1,5 @@
 #include "frame/StatusMapping.h"
 
-#include "platform/Reasons.h"
-
 namespace zukel {
 
 namespace {
@@ -14,11 +12,6 @@ thread_local apr_status_t lastReason =
 int Fail(apr_status_t reason, int mapped) noexcept {
     lastReason = reason;
     return mapped;
-}
-
-int FailAsToldBySystem(int status) noexcept {
-    const apr_status_t reason = platform::SystemReason();
-    return Fail(reason != APR_SUCCESS ? reason : APR_EGENERAL, status);
 }
 
 apr_status_t LastReason() noexcept {

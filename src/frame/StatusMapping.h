@@ -12,11 +12,7 @@ namespace zukel {
 /// @returns `mapped`.
 [[gnu::cold]] int Fail(apr_status_t reason, int mapped = kelStatusFailed) noexcept;
 
-/// The same, with the error that the system has just reported to the calling thread: for functions
-/// of the platform that return no status. Call it before any other system call.
-[[gnu::cold]] int FailAsToldBySystem(int status = kelStatusFailed) noexcept;
-
-/// The reason stored last in the calling thread, or `APR_SUCCESS`.
+/// The reason that was kept last in the calling thread, or `APR_SUCCESS`.
 apr_status_t LastReason() noexcept;
 
 /// The default mapping: zero is success, every other status of APR is `kelStatusFailed`. Finer
@@ -24,6 +20,11 @@ apr_status_t LastReason() noexcept;
 /// `kelLibraryEnvironment.cpp`.
 inline int MapStatus(apr_status_t status) noexcept {
     return status == APR_SUCCESS ? kelStatusOk : Fail(status);
+}
+
+/// The same for an operation that has one status for all of its failures.
+inline int MapStatus(apr_status_t status, int failure) noexcept {
+    return status == APR_SUCCESS ? kelStatusOk : Fail(status, failure);
 }
 
 }  // namespace zukel

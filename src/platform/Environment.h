@@ -1,12 +1,13 @@
 #pragma once
 
+#include <apr_errno.h>
+
 #include <cstdint>
 
 #include "zuString.h"
 
-/// What the platform provides for the process's environment. Plain functions, chosen at link time:
-/// one folder below this one implements each of them. After a failure the reason is in the system's
-/// error number.
+/// What the portable code asks of the platform about the process's surroundings. Plain functions,
+/// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
 /// Reads a variable of the process's environment. Linux: `getenv`. Windows:
@@ -20,19 +21,20 @@ bool ReadEnvironmentVariable(const char* name, zuString& value);
 /// alike. Windows: the name is not empty and has no `=`, and neither text is longer than the
 /// system's 32766 units, beyond which its narrow call ends the process (Wine 8).
 ///
-/// @returns false, with nothing changed, if the system refuses.
-bool WriteEnvironmentVariable(const char* name, const char* value) noexcept;
+/// @returns 0, or the reason, with nothing changed, why the system cannot keep it.
+apr_status_t WriteEnvironmentVariable(const char* name, const char* value) noexcept;
 
 /// Removes a variable from the process's environment, for the system and for the C library alike.
 ///
-/// @returns whether there is none now.
-bool RemoveEnvironmentVariable(const char* name) noexcept;
+/// @returns 0 when there is none now, or the reason.
+apr_status_t RemoveEnvironmentVariable(const char* name) noexcept;
 
 /// All variables, "NAME=VALUE" each, in the system's order. Windows: some names begin with a `=`.
 /// Throws `std::bad_alloc`.
 ///
 /// @param variables unchanged on failure.
-bool ReadEnvironment(zuStlVector<zuString>& variables);
+/// @returns 0 or the reason.
+apr_status_t ReadEnvironment(zuStlVector<zuString>& variables);
 
 /// Whether two names are of one variable. Windows: in upper or lower case.
 bool IsSameVariable(const zuString& one, const zuString& other);
@@ -41,14 +43,14 @@ bool IsSameVariable(const zuString& one, const zuString& other);
 /// identifier.
 ///
 /// @param name unchanged on failure.
-/// @returns false when the system knows none. Throws `std::bad_alloc`.
-bool QueryUserName(zuString& name);
+/// @returns 0, or the reason when the system knows none. Throws `std::bad_alloc`.
+apr_status_t QueryUserName(zuString& name);
 
 /// Reports that user's home directory, as the system's user database has it.
 ///
 /// @param directory unchanged on failure.
-/// @returns false when the system knows none. Throws `std::bad_alloc`.
-bool QueryUserDirectory(zuString& directory);
+/// @returns 0, or the reason when the system knows none. Throws `std::bad_alloc`.
+apr_status_t QueryUserDirectory(zuString& directory);
 
 /// Identifies a locale by a value that need not be released. Windows: the LCID. Linux: as packed by
 /// the platform folder.

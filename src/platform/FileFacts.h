@@ -43,7 +43,9 @@ apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexce
 /// never called, since `QueryFile` reports them.
 apr_status_t QueryPermissions(const char* name, int& permissions) noexcept;
 
-/// Whether the name leads to anything: a file, a directory, a device.
-bool FileExists(const char* name) noexcept;
+/// Looks whether the name leads to anything: a file, a directory, a device.
+///
+/// @returns 0 or the reason why not.
+apr_status_t FindFile(const char* name) noexcept;
 
 }  // namespace zukel::platform

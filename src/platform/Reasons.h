@@ -8,10 +8,6 @@
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// The status of the system call that failed last in the calling thread. Linux: `errno`. Windows:
-/// `GetLastError`.
-apr_status_t SystemReason() noexcept;
-
 /// The system's own number for a status: `errno` (Linux) or an error code (Windows). A status that
 /// APR has added gets the number that is nearest in meaning.
 ///

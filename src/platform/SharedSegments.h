@@ -1,19 +1,32 @@
 #pragma once
 
-#include <cstdint>
+#include <apr_errno.h>
 
-/// What the platform provides for shared memory. Plain functions, chosen at link
-/// time: one folder below this one implements each of them.
+#include <cstdint>
+#include <memory>
+
+/// What the portable code asks of the platform about shared memory. Plain functions, chosen at link
+/// time: one folder below this one implements each of them. Those that return a status return 0 or
+/// the reason.
 namespace zukel::platform {
 
-/// A segment that this process has mapped, or none.
-struct Segment {
-    void* address = nullptr;  ///< Of the usable block; null while none is mapped.
-    std::uint64_t size = 0;   ///< In bytes, as its creator asked for.
-    /// The platform's own. Linux: device and inode, which identify the segment even after
-    /// `UnmapSegment`, when its name may be a later one's. Windows: its handles, until
-    /// `ReleaseSegment`.
-    std::uintptr_t identity[2] = {0, 0};
+/// A segment that this process holds, in the platform's own form. It tells the segment from a later
+/// one under its name, also after `UnmapSegment`.
+struct Segment;
+
+/// Unmaps the segment if it is mapped, and lets go of what else is held of it. Its name stays.
+void ReleaseSegment(Segment* segment) noexcept;
+
+struct ReleaseHeldSegment {
+    void operator()(Segment* segment) const noexcept { ReleaseSegment(segment); }
+};
+/// Holds a segment, or none.
+using SegmentHandle = std::unique_ptr<Segment, ReleaseHeldSegment>;
+
+/// The memory that its holders use.
+struct SegmentBlock {
+    void* address = nullptr;
+    std::uint64_t size = 0;  ///< In bytes, as its creator asked for.
 };
 
 /// Makes a segment of exactly `size` bytes under a name that is not in use, and maps it. Windows: a
@@ -21,39 +34,34 @@ struct Segment {
 /// not its calls, which reserve no memory, wrap near 2^64 and leave names behind; see there.
 ///
 /// @param name not empty.
-/// @returns false, with `segment` unchanged and no name made, when any of it fails.
-bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept;
+/// @param segment receives the segment; unchanged on failure, and then no name was made.
+/// @param block receives its memory; unchanged on failure.
+apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
+                           SegmentBlock& block) noexcept;
 
 /// Maps the segment `name`. Windows: a file whose header says what its size is, and which only the
 /// process's user, the system and its administrators own or may write.
 ///
 /// @param name not empty.
-/// @returns false, with `segment` unchanged and nothing left open, if there is none or it is
-/// incomplete. Linux: also when it belongs neither to the effective user nor to root, or when its
-/// group or others may write it.
-bool AttachSegment(const char* name, Segment& segment) noexcept;
+/// @param segment receives the segment; unchanged on failure: there is none, or it is not wholly
+/// made. Linux: also when it belongs neither to the effective user nor to root, or when its group
+/// or others may write it.
+/// @param block receives its memory; unchanged on failure.
+apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBlock& block) noexcept;
 
-/// Unmaps the segment and clears its address and size.
-///
-/// @returns false, with `segment` unchanged, when the system refuses.
-bool UnmapSegment(Segment& segment) noexcept;
-
-/// Releases what is still held of a segment that has been unmapped, or was never mapped. Linux:
-/// nothing.
-void ReleaseSegment(Segment& segment) noexcept;
+/// Unmaps a segment that is mapped. On failure it stays mapped.
+apr_status_t UnmapSegment(Segment& segment) noexcept;
 
 /// Removes whatever segment has this name. Linux: under the same lock as `RemoveSegmentName`.
 /// Windows: a mapped file cannot be removed; it is renamed to `NAME.NUMBER.zukel-removed`, and
 /// removed by its last user.
 ///
 /// @param name not empty.
-bool RemoveName(const char* name) noexcept;
+apr_status_t RemoveName(const char* name) noexcept;
 
-/// Removes the name of a segment that this process has or had mapped. A name that by now belongs to
-/// another segment, or to none, is left alone and counts as removed. Linux: even if the other
-/// segment is created at the same moment.
-///
-/// @returns false when the system refuses.
-bool RemoveSegmentName(const char* name, const Segment& segment) noexcept;
+/// Removes the name of a segment that this process has or had mapped. A name that stands for
+/// another segment by now, or for none, is left as it is and counts as removed. Linux: also when
+/// the other segment is made at the same moment.
+apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept;
 
 }  // namespace zukel::platform

@@ -44,9 +44,11 @@ void Append(std::vector<const char*>& vector, const zuStlVector<zuString>& texts
 }
 
 /// The child's variables, "NAME=VALUE" each.
-bool MakeEnvironment(const kelProcessOptions& options, zuStlVector<zuString>& variables) {
-    if (!options.emptyEnvironment && !platform::ReadEnvironment(variables)) {
-        return false;
+apr_status_t MakeEnvironment(const kelProcessOptions& options, zuStlVector<zuString>& variables) {
+    const apr_status_t status =
+        options.emptyEnvironment ? APR_SUCCESS : platform::ReadEnvironment(variables);
+    if (status != APR_SUCCESS) {
+        return status;
     }
     const auto remove = [&variables](const zuString& name) {
         const auto isOf = [&name](const zuString& variable) {
@@ -59,7 +61,7 @@ bool MakeEnvironment(const kelProcessOptions& options, zuStlVector<zuString>& va
         remove(name);
         variables.emplace_back(name).append(1, '=').append(value);
     }
-    return true;
+    return APR_SUCCESS;
 }
 
 /// The child's streams, open for the length of one start.
@@ -135,8 +137,9 @@ apr_status_t StartProgram(const kelProcessOptions& options, WithoutFile without,
     const bool changed = options.emptyEnvironment || !options.removedVariables.empty() ||
                          !options.setVariables.empty();
     if (changed) {
-        if (!MakeEnvironment(options, variables)) {
-            return APR_ENOMEM;
+        status = MakeEnvironment(options, variables);
+        if (status != APR_SUCCESS) {
+            return status;
         }
         Append(environment, variables);
     }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "kelProcessOptions.h"
-#include "platform/Processes.h"
+#include "platform/Children.h"
+#include "platform/Pipes.h"
 
 namespace zukel {
 

@@ -125,7 +125,7 @@ int kelProcess::NativeKill(int pid) {
     if (pid <= 0) {
         return zukel::Fail(APR_EINVAL);
     }
-    return platform::EndProcess(pid) ? kelStatusOk : zukel::FailAsToldBySystem();
+    return zukel::MapStatus(platform::EndProcess(pid));
 }
 
 zuString kelProcess::GetLastError() {

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "frame/SharedRecord.h"
-#include "platform/Processes.h"
+#include "platform/Children.h"
+#include "platform/Pipes.h"
 
 struct kelProcessRecord : zukel::SharedRecord {
     zukel::platform::ChildHandle child;   ///< Null while idle: this alone is the state.

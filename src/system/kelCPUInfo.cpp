@@ -1,7 +1,7 @@
 #include "kelCPUInfo.h"
 
 #include "platform/Machine.h"
-#include "system/ProcessorLeaves.h"
+#include "system/CpuidLeaves.h"
 
 kelCPUInfo& kelCPUInfo::operator=(const kelCPUInfo&) {
     return *this;

@@ -12,13 +12,8 @@ bool IsName(const zuString& name) noexcept {
     return !name.empty() && name.find('\0') == zuString::npos;
 }
 
-int StatusOf(bool succeeded) noexcept {
-    return succeeded ? kelStatusOk : zukel::FailAsToldBySystem();
-}
-
 int RemoveByName(const zuString& name) noexcept {
-    return IsName(name) ? StatusOf(zukel::platform::RemoveName(name.c_str()))
-                        : zukel::Fail(APR_ENOENT);
+    return zukel::MapStatus(IsName(name) ? zukel::platform::RemoveName(name.c_str()) : APR_ENOENT);
 }
 
 }  // namespace
@@ -50,8 +45,10 @@ int kelSharedMemory::Create(unsigned long long size, const zuString& name) {
     if (!IsName(name)) {
         return zukel::Fail(APR_EINVAL);
     }
-    if (!zukel::platform::CreateSegment(size, kept.c_str(), record_->segment)) {
-        return zukel::FailAsToldBySystem();
+    const apr_status_t status =
+        zukel::platform::CreateSegment(size, kept.c_str(), record_->segment, record_->block);
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     record_->name = std::move(kept);
     record_->creator = zukel::platform::CurrentProcess();
@@ -69,8 +66,10 @@ int kelSharedMemory::Attach(const zuString& name) {
     if (!IsName(name)) {
         return zukel::Fail(APR_ENOENT);
     }
-    if (!zukel::platform::AttachSegment(kept.c_str(), record_->segment)) {
-        return zukel::FailAsToldBySystem();
+    const apr_status_t status =
+        zukel::platform::AttachSegment(kept.c_str(), record_->segment, record_->block);
+    if (status != APR_SUCCESS) {
+        return zukel::Fail(status);
     }
     record_->name = std::move(kept);
     record_->attached = true;
@@ -81,9 +80,9 @@ int kelSharedMemory::Detach() {
     if (!IsValid()) {
         return zukel::Fail(APR_EBADF);
     }
-    const int status = record_->attached ? StatusOf(record_->Unmap()) : zukel::Fail(APR_EINVAL);
+    const apr_status_t status = record_->attached ? record_->Unmap() : APR_EINVAL;
     record_->End();
-    return status;
+    return zukel::MapStatus(status);
 }
 
 int kelSharedMemory::Destroy() {
@@ -91,10 +90,12 @@ int kelSharedMemory::Destroy() {
         return zukel::Fail(APR_EBADF);
     }
     record_->RemoveName();
-    const int status = record_->Owns() ? StatusOf(record_->Unmap() && record_->RemoveName())
-                                       : zukel::Fail(APR_EINVAL);
+    apr_status_t status = record_->Owns() ? record_->Unmap() : APR_EINVAL;
+    if (status == APR_SUCCESS) {
+        status = record_->RemoveName();
+    }
     record_->End();
-    return status;
+    return zukel::MapStatus(status);
 }
 
 int kelSharedMemory::Remove(const zuString& name) {
@@ -110,11 +111,11 @@ int kelSharedMemory::Remove(const zuString& name) {
 }
 
 void* kelSharedMemory::GetBaseAddress() const {
-    return record_->segment.address;
+    return record_->block.address;
 }
 
 unsigned long long kelSharedMemory::GetSize() const {
-    return record_->segment.size;
+    return record_->block.size;
 }
 
 bool kelSharedMemory::IsValid() const {

@@ -9,9 +9,10 @@
 /// Sharers keep an ended record until they are destroyed.
 struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
-    zukel::platform::Segment segment;
-    int creator = -1;       ///< The process that created the segment.
-    bool attached = false;  ///< The segment came from `Attach`.
+    zukel::platform::SegmentHandle segment;
+    zukel::platform::SegmentBlock block;  ///< Its memory; of none once it is unmapped.
+    int creator = -1;                     ///< The process that has made the segment.
+    bool attached = false;                ///< The segment came from `Attach`.
     bool ended = false;
 
     /// Ends the record. In a forked copy of the creator the name stays: the creator still holds the
@@ -23,22 +24,30 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
         End();
     }
 
-    bool Holds() const noexcept { return segment.address != nullptr; }
+    bool Holds() const noexcept { return block.address != nullptr; }
     bool Owns() const noexcept { return Holds() && !attached; }
 
-    /// Removes the segment's name, once: somebody may create a new segment under it. True if the
-    /// name is gone.
-    bool RemoveName() noexcept {
-        if (!name.empty() && zukel::platform::RemoveSegmentName(name.c_str(), segment)) {
+    /// Takes away the segment's name, once: somebody may make a new segment under it.
+    ///
+    /// @returns 0 when the name is gone, or the reason.
+    apr_status_t RemoveName() noexcept {
+        apr_status_t status = APR_SUCCESS;
+        if (!name.empty()) {
+            status = zukel::platform::RemoveSegmentName(name.c_str(), *segment);
+        }
+        if (status == APR_SUCCESS) {
             name.clear();
         }
-        return name.empty();
+        return status;
     }
 
-    bool Unmap() noexcept {
-        const bool unmapped = zukel::platform::UnmapSegment(segment);
-        attached = attached && !unmapped;
-        return unmapped;
+    apr_status_t Unmap() noexcept {
+        const apr_status_t status = zukel::platform::UnmapSegment(*segment);
+        if (status == APR_SUCCESS) {
+            block = {};
+            attached = false;
+        }
+        return status;
     }
 
     /// Releases what is held, and ends the record. The name of a segment that is still attached
@@ -50,11 +59,8 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
         if (!attached) {
             RemoveName();
         }
-        if (Holds()) {
-            Unmap();
-        }
-        zukel::platform::ReleaseSegment(segment);
-        segment = {};
+        segment.reset();
+        block = {};
         attached = false;
         ended = true;
     }

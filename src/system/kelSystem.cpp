@@ -5,6 +5,7 @@
 
 #include "frame/StatusMapping.h"
 #include "platform/Machine.h"
+#include "platform/Memory.h"
 
 namespace {
 
@@ -103,8 +104,9 @@ unsigned long long kelSystem::AvailablePagingMemory() {
 
 bool kelSystem::GetFreeDiskSpace(const char* path, zuDiskInfo& info) {
     zukel::platform::DiskBytes disk;
-    if (!zukel::platform::QueryDisk(path, disk)) {
-        zukel::FailAsToldBySystem();
+    const apr_status_t status = zukel::platform::QueryDisk(path, disk);
+    if (status != APR_SUCCESS) {
+        zukel::Fail(status);
         return false;
     }
     info.freeBytes = disk.available;

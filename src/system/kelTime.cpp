@@ -5,7 +5,7 @@
 #include <chrono>
 
 #include "frame/StatusMapping.h"
-#include "platform/Machine.h"
+#include "platform/Dates.h"
 #include "system/kelTimeRecord.h"
 
 #undef GetCurrentTime  // a macro of <windows.h>, which APR's headers may include

@@ -5,7 +5,7 @@
 
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "platform/Machine.h"
+#include "platform/Memory.h"
 #include "support/Faults.h"
 
 using namespace zukel::test;

@@ -130,39 +130,15 @@ TEST(LevelDB, KilledWriters_LoseNothingThatTheyHaveConfirmed) {
     EXPECT_GT(all, 100U) << "the writers were killed before they wrote";
 }
 
+/// What the databases above do not ask for.
 TEST(LevelDB, Environment_DoesWhatItsInterfaceTells) {
     const TemporaryDirectory directory;
     Environment environment;
-    const std::string name = directory / "file", other = directory / "other";
-    const std::string missing = directory / "missing";
-    std::string contents(200000, 'a');
-    contents += "end";
-
-    leveldb::WritableFile* made = nullptr;
-    ASSERT_TRUE(environment.NewWritableFile(name, &made).ok());
-    std::unique_ptr<leveldb::WritableFile> out(made);
-    for (std::size_t at = 0, size = 1; at < contents.size(); at += size, size = size * 3 + 1) {
-        EXPECT_TRUE(out->Append(contents.substr(at, size)).ok());
-    }
-    EXPECT_TRUE(out->Sync().ok());
-    EXPECT_EQ(ReadWhole(name), contents);
-    EXPECT_TRUE(out->Close().ok());
-    ASSERT_TRUE(environment.NewAppendableFile(name, &made).ok());
-    out.reset(made);
-    EXPECT_TRUE(out->Append("!").ok());
-    out.reset();
-    contents += '!';
-    EXPECT_EQ(ReadWhole(name), contents);
-
+    const std::string missing = directory / "missing", contents = std::string(200000, 'a') + "end!";
+    const std::string name = directory.Write("file", contents);
     std::uint64_t size = 0;
-    EXPECT_TRUE(environment.GetFileSize(name, &size).ok());
-    EXPECT_EQ(size, contents.size());
-    EXPECT_TRUE(environment.GetFileSize(missing, &size).IsNotFound());
-    EXPECT_TRUE(environment.RenameFile(name, other).ok());
-    EXPECT_FALSE(environment.FileExists(name));
     std::vector<std::string> names;
-    EXPECT_TRUE(environment.GetChildren(directory.Path(), &names).ok());
-    EXPECT_EQ(names, std::vector<std::string>{"other"});
+    EXPECT_TRUE(environment.GetFileSize(missing, &size).IsNotFound());
     EXPECT_TRUE(environment.GetChildren(missing, &names).IsNotFound());
 
     leveldb::Slice read;
@@ -170,25 +146,23 @@ TEST(LevelDB, Environment_DoesWhatItsInterfaceTells) {
     leveldb::SequentialFile* sequential = nullptr;
     EXPECT_TRUE(environment.NewSequentialFile(missing, &sequential).IsNotFound());
     EXPECT_EQ(sequential, nullptr);
-    ASSERT_TRUE(environment.NewSequentialFile(other, &sequential).ok());
+    ASSERT_TRUE(environment.NewSequentialFile(name, &sequential).ok());
     const std::unique_ptr<leveldb::SequentialFile> in(sequential);
     EXPECT_TRUE(in->Skip(199999).ok());
-    EXPECT_TRUE(in->Read(3, &read, room.data()).ok());
-    EXPECT_EQ(read.ToString(), "aen");
-    EXPECT_TRUE(in->Read(3, &read, room.data()).ok());
-    EXPECT_EQ(read.ToString(), "d!");
-    EXPECT_TRUE(in->Read(3, &read, room.data()).ok()) << "the end is no failure";
-    EXPECT_EQ(read.ToString(), "");
+    for (const char* const part : {"aen", "d!", ""}) {  // the end is no failure
+        EXPECT_TRUE(in->Read(3, &read, room.data()).ok());
+        EXPECT_EQ(read.ToString(), part);
+    }
 
     // More files than are mapped: the last of these are read by the system.
     std::vector<std::unique_ptr<leveldb::RandomAccessFile>> tables;
     for (int count = 0; count < 1003; ++count) {
         leveldb::RandomAccessFile* table = nullptr;
-        ASSERT_TRUE(environment.NewRandomAccessFile(other, &table).ok());
+        ASSERT_TRUE(environment.NewRandomAccessFile(name, &table).ok());
         tables.emplace_back(table);
         ASSERT_TRUE(table->Read(199998, 4, &read, room.data()).ok());
         ASSERT_EQ(read.ToString(), "aaen");
-        EXPECT_EQ(read.data() == room.data(), count >= 1000);
+        EXPECT_EQ(read.data() == room.data(), count >= 1000) << count;
     }
     EXPECT_FALSE(tables[0]->Read(contents.size(), 1, &read, room.data()).ok());
     EXPECT_FALSE(tables[0]->Read(1, contents.size(), &read, room.data()).ok());

@@ -16,7 +16,7 @@ namespace {
 
 bool Move(const std::string& from, const std::string& to) {
     return UnderFaults(
-        [&] { return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()); });
+        [&] { return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()) == 0; });
 }
 
 /// Opens the source, writes to it and closes it, as a logger does; false if it could not.

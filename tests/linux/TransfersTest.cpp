@@ -39,7 +39,7 @@ const Way kCopy{"Copy", [](auto& from, auto& to) {
 const Way kNativeCopy{"NativeCopy",
                       [](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0) == kOk; }};
 const Way kMove{"Move", [](auto& from, auto& to) {
-                    return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str());
+                    return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()) == 0;
                 }};
 const Way kCopies[] = {kCopy, kNativeCopy}, kWays[] = {kCopy, kNativeCopy, kMove};
 

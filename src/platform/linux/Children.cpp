@@ -1,4 +1,4 @@
-#include "platform/linux/Children.h"
+#include "platform/Children.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -12,6 +12,7 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/linux/Child.h"
 #include "platform/linux/ProcessDescriptor.h"
 #include "platform/linux/Uncancelled.h"
 
@@ -19,9 +20,9 @@ namespace zukel::platform {
 
 namespace {
 
-/// How many children one call tests, at half a microsecond each. Each start and each release makes
-/// such a call, so with n running children about n / 64 zombies remain.
-constexpr int kAtOnce = 32;
+/// How many children one call looks at, at half a microsecond each. Each start and each forgotten
+/// child makes such a call, so with n running children about n / 64 zombies wait to be reaped.
+constexpr int kReapBatch = 32;
 
 struct {
     std::mutex lock;
@@ -45,8 +46,8 @@ Child* TakeFirst() noexcept {
     return child;
 }
 
-void Drop(Child* child) noexcept {
-    if (--child->holders == 0) {
+void Unref(Child* child) noexcept {
+    if (--child->refs == 0) {
         delete child;
     }
 }
@@ -65,9 +66,9 @@ ino_t IdentityOf(const Descriptor& process) noexcept {
     return facts.st_ino;
 }
 
-/// For a child without handle and pidfd. Its pid is only tested; a process that may have reused the
-/// pid is not reaped.
-bool CollectByIdentity(Child& child) noexcept {
+/// Of a child without handle and descriptor. The number alone is only ever looked at; a process
+/// that may be another one by now is not reaped.
+bool ReapByIdentity(Child& child) noexcept {
     const ChildState state = AskForChild(P_PID, child.pid, WNOWAIT);
     if (state != ChildState::Ended) {
         return state == ChildState::Lost;
@@ -83,49 +84,49 @@ bool CollectByIdentity(Child& child) noexcept {
     return identity != 0;
 }
 
-/// Whether the child has ended; if so it is reaped, unless somebody else has done that.
-bool Collect(Child& child) noexcept {
+/// Whether the child has ended; it is reaped then, unless somebody else has done that.
+bool Reap(Child& child) noexcept {
     if (child.process) {
         const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0, child.end);
         // A forked copy of this process gets Lost too.
         return state == ChildState::Ended || (state == ChildState::Lost && HasEnded(child.process));
     }
     if (child.identity != 0) {
-        return CollectByIdentity(child);
+        return ReapByIdentity(child);
     }
     const ChildState state = AskForChild(P_PID, child.pid, 0, child.end);
     return state == ChildState::Ended || state == ChildState::Lost;
 }
 
-/// By its pidfd if it has one, else by its pid.
-ChildState LookOnly(Child& child) noexcept {
+/// By its descriptor if it has one, else by its number.
+ChildState Peek(Child& child) noexcept {
     return child.process ? AskForChild(kByDescriptor, child.process.Get(), WNOWAIT, child.end)
                          : AskForChild(P_PID, child.pid, WNOWAIT, child.end);
 }
 
-void LookAt(Child& child) noexcept {
+void ReapIfEnded(Child& child) noexcept {
     if (child.kept) {
         // Somebody else may have reaped it all the same.
-        child.kept = child.collected || LookOnly(child) != ChildState::Lost;
+        child.kept = child.reaped || Peek(child) != ChildState::Lost;
         if (child.kept) {
             return;
         }
     }
-    if (!child.collected && Collect(child)) {
-        child.collected = true;
+    if (!child.reaped && Reap(child)) {
+        child.reaped = true;
         child.process.Close();
     }
 }
 
-void LookAtSome() noexcept {
+void ReapSome() noexcept {
     bool all = children.first == nullptr;
     const Child* const newest = children.last;
-    for (int looked = 0; looked < kAtOnce && !all; ++looked) {
+    for (int looked = 0; looked < kReapBatch && !all; ++looked) {
         Child* const child = TakeFirst();
         all = child == newest;
-        LookAt(*child);
-        if (child->collected) {
-            Drop(child);
+        ReapIfEnded(*child);
+        if (child->reaped) {
+            Unref(child);
         } else {
             Append(child);
         }
@@ -134,30 +135,30 @@ void LookAtSome() noexcept {
 
 }  // namespace
 
-void CollectChildren() noexcept {
+void ReapChildren() noexcept {
     const Lock lock(children.lock);
-    LookAtSome();
+    ReapSome();
 }
 
 ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
     child->pid = pid;
     child->process = OpenProcessDescriptor(pid);
     if (child->process) {
-        // A program that reaps all its children may have reaped this one already, and its pid may
-        // have been reused: only a child of ours is accepted.
+        // Whoever reaps all children of the program may have reaped this one already, and
+        // its number may belong to a stranger: only a child of ours is accepted.
         const ChildState state =
             AskForChild(kByDescriptor, child->process.Get(), child->kept ? WNOWAIT : 0, child->end);
         const bool left = child->kept && state == ChildState::Ended;
-        child->collected = !left && (state == ChildState::Ended || state == ChildState::Lost);
+        child->reaped = !left && (state == ChildState::Ended || state == ChildState::Lost);
         if (state != ChildState::Running && !left) {
             child->process.Close();
         }
     } else {
-        child->collected = IsNoSuchProcess(errno);
+        child->reaped = IsNoSuchProcess(errno);
     }
-    if (!child->collected) {
+    if (!child->reaped) {
         const Lock lock(children.lock);
-        ++child->holders;
+        ++child->refs;
         Append(child.get());
     }
     return ChildHandle(child.release());
@@ -167,7 +168,7 @@ void Forget(Child* child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
     child->kept = false;
-    LookAt(*child);
+    ReapIfEnded(*child);
     if (child->process) {
         // An abandoned child must not hold a descriptor of the program.
         child->identity = IdentityOf(child->process);
@@ -175,8 +176,8 @@ void Forget(Child* child) noexcept {
             child->process.Close();
         }
     }
-    Drop(child);
-    LookAtSome();
+    Unref(child);
+    ReapSome();
 }
 
 int Identifier(const Child& child) noexcept {
@@ -186,15 +187,15 @@ int Identifier(const Child& child) noexcept {
 bool IsRunning(Child& child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
-    LookAt(child);
-    return !child.collected;
+    ReapIfEnded(child);
+    return !child.reaped;
 }
 
 apr_status_t End(Child& child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
-    LookAt(child);
-    if (child.collected) {
+    ReapIfEnded(child);
+    if (child.reaped) {
         return ESRCH;
     }
     const bool sent = child.process ? SendSignal(child.process, child.pid, SIGTERM)
@@ -205,9 +206,9 @@ apr_status_t End(Child& child) noexcept {
 void EndGroup(Child& child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
-    LookAt(child);
-    // 0 and 1 would signal the caller's own group and every process.
-    if (child.kept && !child.collected && child.pid > 1 && LookOnly(child) != ChildState::Lost &&
+    ReapIfEnded(child);
+    // 0 and 1 would mean the caller's own group and every process there is.
+    if (child.kept && !child.reaped && child.pid > 1 && Peek(child) != ChildState::Lost &&
         getpgid(child.pid) == child.pid) {
         kill(-child.pid, SIGKILL);
     }
@@ -216,8 +217,8 @@ void EndGroup(Child& child) noexcept {
 apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
-    LookAt(child);
-    if (!child.collected && !child.end.known) {
+    ReapIfEnded(child);
+    if (!child.reaped && !child.end.known) {
         return EBUSY;
     }
     if (!child.end.known) {
@@ -234,8 +235,8 @@ apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
         Descriptor process;
         {
             const Lock lock(children.lock);
-            LookAt(child);
-            if (ended || child.collected || child.end.known) {
+            ReapIfEnded(child);
+            if (ended || child.reaped || child.end.known) {
                 return APR_SUCCESS;
             }
             if (child.process) {

@@ -38,40 +38,51 @@ public:
     CopyByName(const char* from, const char* to, const CopyOptions& options) noexcept
         : from_(from), to_(to), options_(options) {}
 
-    CopyEnd Run() noexcept {
+    apr_status_t Run() noexcept {
         targetExists_ = stat(to_, &target_) == 0;
         // A pipe onto itself: opening it would block for ever.
         if (targetExists_ && !S_ISREG(target_.st_mode) && stat(from_, &source_) == 0 &&
             IsSameFile(source_, target_)) {
-            return CopyEnd::SameFile;
+            return OntoItself();
         }
         in_ = Open(from_, O_RDONLY);
-        if (!in_ || fstat(in_.Get(), &source_) != 0 || S_ISDIR(source_.st_mode)) {
-            return CopyEnd::Failed;
+        if (!in_ || fstat(in_.Get(), &source_) != 0) {
+            return LastStatus();
+        }
+        if (S_ISDIR(source_.st_mode)) {
+            return EISDIR;
         }
         // By name first: the target may refuse to be opened.
         if (targetExists_ && IsSameFile(source_, target_)) {
-            return CopyEnd::SameFile;
+            return OntoItself();
         }
         if ((S_ISREG(source_.st_mode) && !contents_.ReadFirst()) ||
             (options_.sourceMode && !permissions_.Read(in_.Get())) || !OpenTarget()) {
-            return CopyEnd::Failed;
+            return LastStatus();
         }
         // The descriptors decide: a name may lead elsewhere by now. Nothing has been truncated yet.
         if (!created_ && IsSameFile(source_, target_)) {
-            return CopyEnd::SameFile;
+            return OntoItself();
         }
         const bool regular = created_ || S_ISREG(target_.st_mode);
         if (Fill(regular) && out_.Close()) {
-            return CopyEnd::Done;
+            return APR_SUCCESS;
         }
+        const apr_status_t reason = LastStatus();
         if (regular && touched_) {
             RemoveTarget();
         }
-        return CopyEnd::Failed;
+        return reason;
     }
 
+    bool IsOntoItself() const noexcept { return ontoItself_; }
+
 private:
+    apr_status_t OntoItself() noexcept {
+        ontoItself_ = true;
+        return EINVAL;
+    }
+
     static Descriptor Open(const char* name, int flags, mode_t mode = 0) noexcept {
         return Descriptor(Uninterrupted([&] { return open(name, flags | O_CLOEXEC, mode); }));
     }
@@ -181,19 +192,33 @@ private:
     bool targetExists_ = false;
     bool created_ = false;
     bool touched_ = false;  ///< A failure from here on removes a regular target.
+    bool ontoItself_ = false;
 };
+
+/// As far as that is possible.
+void MakeWritable(const char* name) noexcept {
+    struct stat status {};
+    if (stat(name, &status) == 0 && (status.st_mode & S_IWUSR) == 0) {
+        chmod(name, (status.st_mode & kModeBits) | S_IWUSR);
+    }
+}
 
 }  // namespace
 
-CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
+apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
     const Uncancelled uncancelled;
     const bool sourceMode = perms == APR_FPROT_FILE_SOURCE_PERMS;
     return CopyByName(from, to, {ModeOfNew(perms), sourceMode, sourceMode, false}).Run();
 }
 
-CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
+apr_status_t CopyWithAttributes(const char* from, const char* to, bool normal) noexcept {
     const Uncancelled uncancelled;
-    return CopyByName(from, to, {0, true, false, true}).Run();
+    CopyByName copy(from, to, {0, true, false, true});
+    const apr_status_t status = copy.Run();
+    if (normal && !copy.IsOntoItself()) {
+        MakeWritable(to);
+    }
+    return status;
 }
 
 }  // namespace zukel::platform

@@ -1,10 +1,51 @@
-#include <apr_time.h>
+#include "platform/Dates.h"
 
+#include <cerrno>
+#include <ctime>
 #include <string>
 
-#include "platform/Machine.h"
-
 namespace zukel::platform {
+
+namespace {
+
+/// Splits a moment by a function of the C library.
+apr_status_t Split(apr_time_exp_t& date, apr_time_t moment,
+                   tm* (*split)(const time_t*, tm*)) noexcept {
+    // A moment between two seconds belongs to the one before it, also before 1970, where dividing
+    // rounds the other way.
+    const auto rest = static_cast<int>(moment % APR_USEC_PER_SEC);
+    const auto second = static_cast<time_t>(moment / APR_USEC_PER_SEC - (rest < 0 ? 1 : 0));
+    tm parts{};
+    if (split(&second, &parts) == nullptr) {
+        return errno;
+    }
+    date = {rest < 0 ? rest + static_cast<int>(APR_USEC_PER_SEC) : rest,
+            parts.tm_sec,
+            parts.tm_min,
+            parts.tm_hour,
+            parts.tm_mday,
+            parts.tm_mon,
+            parts.tm_year,
+            parts.tm_wday,
+            parts.tm_yday,
+            parts.tm_isdst,
+            static_cast<apr_int32_t>(parts.tm_gmtoff)};
+    return APR_SUCCESS;
+}
+
+}  // namespace
+
+apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
+    return Split(date, moment, gmtime_r);
+}
+
+apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
+    return Split(date, moment, localtime_r);
+}
+
+void ReadTimeZone() noexcept {
+    tzset();
+}
 
 bool FormatDate(const apr_time_exp_t& date, const char* pattern, char* buffer, std::size_t size,
                 std::size_t& length) {

@@ -21,10 +21,6 @@ DIR* ForSystem(DirectoryStream* directory) noexcept {
     return reinterpret_cast<DIR*>(directory);
 }
 
-apr_status_t StatusOf(int result) noexcept {
-    return result == 0 ? APR_SUCCESS : errno;
-}
-
 }  // namespace
 
 apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcept {

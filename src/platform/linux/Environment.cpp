@@ -14,6 +14,7 @@
 #include <type_traits>
 
 #include "platform/linux/LocaleName.h"
+#include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
@@ -29,8 +30,8 @@ const char* NameOf(const Locale& locale) noexcept {
     return nl_langinfo_l(_NL_LOCALE_NAME(LC_CTYPE), locale.get());
 }
 
-/// One text from the database record of the process's user.
-bool QueryUser(zuString& text, char* passwd::*field) {
+/// One text of the record of the process's user.
+apr_status_t QueryUser(zuString& text, char* passwd::*field) {
     const Uncancelled uncancelled;
     zuStlVector<char> room(1024);
     passwd user{};
@@ -41,11 +42,10 @@ bool QueryUser(zuString& text, char* passwd::*field) {
         room.resize(error == ERANGE ? room.size() * 2 : room.size());
     }
     if (error != 0 || found == nullptr || user.*field == nullptr) {
-        errno = error != 0 ? error : ENOENT;
-        return false;
+        return error != 0 ? error : ENOENT;
     }
     text.assign(user.*field);
-    return true;
+    return APR_SUCCESS;
 }
 
 }  // namespace
@@ -59,32 +59,32 @@ bool ReadEnvironmentVariable(const char* name, zuString& value) {
     return true;
 }
 
-bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
-    return setenv(name, value, 1) == 0;
+apr_status_t WriteEnvironmentVariable(const char* name, const char* value) noexcept {
+    return StatusOf(setenv(name, value, 1));
 }
 
-bool RemoveEnvironmentVariable(const char* name) noexcept {
-    return unsetenv(name) == 0;
+apr_status_t RemoveEnvironmentVariable(const char* name) noexcept {
+    return StatusOf(unsetenv(name));
 }
 
-bool ReadEnvironment(zuStlVector<zuString>& variables) {
+apr_status_t ReadEnvironment(zuStlVector<zuString>& variables) {
     zuStlVector<zuString> found;
     for (char** each = environ; each != nullptr && *each != nullptr; ++each) {
         found.emplace_back(*each);
     }
     variables = std::move(found);
-    return true;
+    return APR_SUCCESS;
 }
 
 bool IsSameVariable(const zuString& one, const zuString& other) {
     return one == other;
 }
 
-bool QueryUserName(zuString& name) {
+apr_status_t QueryUserName(zuString& name) {
     return QueryUser(name, &passwd::pw_name);
 }
 
-bool QueryUserDirectory(zuString& directory) {
+apr_status_t QueryUserDirectory(zuString& directory) {
     return QueryUser(directory, &passwd::pw_dir);
 }
 

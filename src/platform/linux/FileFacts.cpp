@@ -57,13 +57,14 @@ apr_status_t QueryPermissions(const char*, int&) noexcept {
     return APR_ENOTIMPL;
 }
 
-bool FileExists(const char* name) noexcept {
+apr_status_t FindFile(const char* name) noexcept {
     if (faccessat(AT_FDCWD, name, F_OK, AT_EACCESS) == 0) {
-        return true;
+        return APR_SUCCESS;
     }
     // A sandbox may refuse that call, and old kernels lack the flag.
     struct stat found {};
-    return errno != ENOENT && errno != ENOTDIR && stat(name, &found) == 0;
+    const bool missing = errno == ENOENT || errno == ENOTDIR;
+    return !missing && stat(name, &found) == 0 ? APR_SUCCESS : errno;
 }
 
 }  // namespace zukel::platform

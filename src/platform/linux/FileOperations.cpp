@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "platform/linux/CopyRules.h"
+#include "platform/linux/SystemCall.h"
 #include "zubase/zuWString.h"
 
 namespace zukel::platform {
@@ -43,23 +44,16 @@ bool IsGranted(const char* name, int access) noexcept {
 
 }  // namespace
 
-void SetNormalAttributes(const char* name) noexcept {
-    struct stat status {};
-    if (stat(name, &status) == 0 && (status.st_mode & S_IWUSR) == 0) {
-        chmod(name, (status.st_mode & kModeBits) | S_IWUSR);
-    }
-}
-
 apr_status_t RenameFile(const char* from, const char* to) noexcept {
-    return std::rename(from, to) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(std::rename(from, to));
 }
 
 apr_status_t RemoveFile(const char* name) noexcept {
-    return unlink(name) == 0 ? APR_SUCCESS : errno;
+    return StatusOf(unlink(name));
 }
 
-bool RenameInPlace(const char* from, const char* to) noexcept {
-    return std::rename(from, to) == 0;
+apr_status_t RenameInPlace(const char* from, const char* to) noexcept {
+    return RenameFile(from, to);
 }
 
 apr_status_t RenameToNew(const char* from, const char* to) noexcept {
@@ -82,13 +76,14 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     return error;
 }
 
-bool ChangeAccess(const char* name, int mode) noexcept {
+apr_status_t ChangeAccess(const char* name, int mode) noexcept {
     static_assert(kOwnerMayRead == S_IRUSR && kOwnerMayWrite == S_IWUSR);
     constexpr mode_t kOwnersBits = S_IRUSR | S_IWUSR;
     struct stat status {};
-    return stat(name, &status) == 0 &&
-           chmod(name, (status.st_mode & kModeBits & ~kOwnersBits) |
-                           (static_cast<mode_t>(mode) & kOwnersBits)) == 0;
+    const bool changed =
+        stat(name, &status) == 0 && chmod(name, (status.st_mode & kModeBits & ~kOwnersBits) |
+                                                    (static_cast<mode_t>(mode) & kOwnersBits)) == 0;
+    return changed ? APR_SUCCESS : errno;
 }
 
 bool IsAccessible(const wchar_t* name, int access) {

@@ -1,22 +1,12 @@
 #include "platform/Machine.h"
 
-#include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/statvfs.h>
-#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
-#include <ctime>
-#include <memory>
-#include <new>
-#include <optional>
-#include <string_view>
+#include <cerrno>
 
-#include "platform/linux/Descriptor.h"
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/Bytes.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
@@ -26,222 +16,15 @@
 
 namespace zukel::platform {
 
-namespace {
-
-/// Large enough for the fields that are read from each text and for the path of a cgroup;
-/// the rest is ignored. It is on the heap: the stack of a thread may have 16 KiB.
-struct Room {
-    char text[8192];
-    char path[4096];
-};
-using RoomHandle = std::unique_ptr<Room>;
-
-RoomHandle MakeRoom() noexcept {
-    return RoomHandle(new (std::nothrow) Room);
-}
-
-/// The start of a file of the system, or the empty text.
-std::string_view ReadText(const char* path, Room& room) noexcept {
-    const Descriptor file(Uninterrupted([&] { return open(path, O_RDONLY | O_CLOEXEC); }));
-    std::size_t length = 0;
-    while (file && length < sizeof room.text) {
-        const ssize_t got = Uninterrupted(
-            [&] { return read(file.Get(), room.text + length, sizeof room.text - length); });
-        if (got <= 0) {
-            break;
-        }
-        length += static_cast<std::size_t>(got);
-    }
-    return {room.text, length};
-}
-
-/// The files of one cgroup version.
-struct GroupFiles {
-    GroupKind kind;
-    const char* root;
-    const char* limit;
-    const char* used;
-    const char* reclaimable;  ///< The field of memory.stat.
-};
-
-/// cgroup v1 first: where its memory controller is mounted, v2 does not count memory.
-constexpr GroupFiles kGroupFiles[] = {
-    {GroupKind::One, "/sys/fs/cgroup/memory", "memory.limit_in_bytes", "memory.usage_in_bytes",
-     "total_inactive_file"},
-    {GroupKind::Two, "/sys/fs/cgroup", "memory.max", "memory.current", "inactive_file"},
-};
-
-/// The folder of a group, and its files.
-class GroupFolder {
-public:
-    /// A path that is too long is replaced by that of the nearest group above it that fits.
-    GroupFolder(const char* root, std::string_view group, Room& room) noexcept
-        : room_(room), rootSize_(std::strlen(root)), size_(rootSize_) {
-        constexpr std::size_t kRoomForName = 64;
-        while (rootSize_ + group.size() > sizeof room_.path - kRoomForName) {
-            group = group.substr(0, group.rfind('/'));
-        }
-        std::memcpy(room_.path, root, rootSize_);
-        std::memcpy(room_.path + rootSize_, group.data(), group.size());
-        size_ += group.size();
-    }
-
-    /// Goes to the group above; false at the root.
-    bool Up() noexcept {
-        if (size_ == rootSize_) {
-            return false;
-        }
-        size_ = std::string_view(room_.path, size_).rfind('/');
-        return true;
-    }
-
-    std::string_view Read(const char* name) noexcept {
-        std::snprintf(room_.path + size_, sizeof room_.path - size_, "/%s", name);
-        return ReadText(room_.path, room_);
-    }
-
-private:
-    Room& room_;
-    std::size_t rootSize_, size_;
-};
-
-void ApplyGroup(const GroupFiles& files, GroupFolder& folder, std::uint64_t machineTotal,
-                PhysicalMemory& memory) noexcept {
-    const std::uint64_t limit = NumberAt(folder.Read(files.limit));
-    if (limit >= machineTotal) {
-        return;  // no limit, or an irrelevant one; unknown is all ones
-    }
-    const std::uint64_t used = NumberAt(folder.Read(files.used));
-    const std::string_view details = folder.Read("memory.stat");
-    ApplyLimit(memory, limit, used, FieldOf(details, files.reclaimable, 1));
-}
-
-/// Walks from the process's own group up. In a container whose group is mounted as the root, the
-/// path may name nothing below it; the walk then finds the root itself.
-void ApplyGroups(PhysicalMemory& memory, Room& room) noexcept {
-    const std::string_view own = ReadText("/proc/self/cgroup", room);
-    const std::uint64_t machineTotal = memory.total;
-    for (const GroupFiles& files : kGroupFiles) {
-        if (const std::optional<std::string_view> group = GroupPathOf(own, files.kind)) {
-            GroupFolder folder(files.root, *group, room);
-            do {
-                ApplyGroup(files, folder, machineTotal, memory);
-            } while (folder.Up());
-            return;
-        }
-    }
-}
-
-/// The machine's memory, and the limits of cgroups.
-struct Figures {
-    PhysicalMemory physical;
-    std::uint64_t commitLimit, committed, freeSwap;
-};
-
-/// The buffer is reused for one text after the other.
-Figures ReadFigures(Room& room) noexcept {
-    const std::string_view text = ReadText("/proc/meminfo", room);
-    const auto field = [&](const char* name) { return FieldOf(text, name, 1024); };
-    Figures figures{{field("MemTotal"), field("MemAvailable"), false},
-                    field("CommitLimit"),
-                    field("Committed_AS"),
-                    field("SwapFree")};
-    ApplyGroups(figures.physical, room);
-    return figures;
-}
-
-/// The size of a process's address space.
-constexpr std::uint64_t AddressSpace() noexcept {
-#if defined(__x86_64__)
-    return std::uint64_t{1} << 47U;
-#else
-    return kUnknown;
-#endif
-}
-
-/// All ones (unknown) if it does not fit.
-std::uint64_t Product(std::uint64_t count, std::uint64_t size) noexcept {
-    std::uint64_t bytes = 0;
-    return __builtin_mul_overflow(count, size, &bytes) ? kUnknown : bytes;
-}
-
-void QueryAddressSpace(MemoryBytes& bytes, Room& room) noexcept {
-    rlimit limit{};
-    bytes.totalVirtual = AddressSpace();
-    if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
-        bytes.totalVirtual = std::min<std::uint64_t>(bytes.totalVirtual, limit.rlim_cur);
-    }
-    const std::uint64_t pages = NumberAt(ReadText("/proc/self/statm", room));
-    const auto pageSize = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    bytes.availableVirtual = Remaining(bytes.totalVirtual, Product(pages, pageSize));
-}
-
-/// Splits a moment by a function of the C library.
-apr_status_t Split(apr_time_exp_t& date, apr_time_t moment,
-                   tm* (*split)(const time_t*, tm*)) noexcept {
-    // A moment between two seconds belongs to the one before it, also before 1970, where dividing
-    // rounds the other way.
-    const auto rest = static_cast<int>(moment % APR_USEC_PER_SEC);
-    const auto second = static_cast<time_t>(moment / APR_USEC_PER_SEC - (rest < 0 ? 1 : 0));
-    tm parts{};
-    if (split(&second, &parts) == nullptr) {
-        return errno;
-    }
-    date = {rest < 0 ? rest + static_cast<int>(APR_USEC_PER_SEC) : rest,
-            parts.tm_sec,
-            parts.tm_min,
-            parts.tm_hour,
-            parts.tm_mday,
-            parts.tm_mon,
-            parts.tm_year,
-            parts.tm_wday,
-            parts.tm_yday,
-            parts.tm_isdst,
-            static_cast<apr_int32_t>(parts.tm_gmtoff)};
-    return APR_SUCCESS;
-}
-
-}  // namespace
-
-MemoryBytes QueryMemory() noexcept {
-    const Uncancelled uncancelled;
-    MemoryBytes bytes;
-    const RoomHandle room = MakeRoom();
-    if (room == nullptr) {
-        return bytes;
-    }
-    const Figures figures = ReadFigures(*room);
-    bytes.totalPhysical = figures.physical.total;
-    bytes.availablePhysical = figures.physical.available;
-    bytes.totalPaging = figures.commitLimit;
-    bytes.availablePaging = Remaining(figures.commitLimit, figures.committed);
-    QueryAddressSpace(bytes, *room);
-    return bytes;
-}
-
-std::uint64_t AvailableForSegments() noexcept {
-    const Uncancelled uncancelled;
-    const RoomHandle room = MakeRoom();
-    if (room == nullptr) {
-        return 0;
-    }
-    const Figures figures = ReadFigures(*room);
-    const std::uint64_t available = figures.physical.available;
-    if (figures.physical.limited || figures.freeSwap > kUnknown - available) {
-        return available;
-    }
-    return available + figures.freeSwap;
-}
-
-bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
+apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const Uncancelled uncancelled;
     struct statvfs facts {};
     if (Uninterrupted([&] { return statvfs(path, &facts); }) != 0) {
-        return false;
+        return errno;
     }
-    disk.available = Product(facts.f_bavail, facts.f_frsize);
-    disk.total = Product(facts.f_blocks, facts.f_frsize);
-    return true;
+    disk.available = Bytes(facts.f_bavail, facts.f_frsize);
+    disk.total = Bytes(facts.f_blocks, facts.f_frsize);
+    return APR_SUCCESS;
 }
 
 int NumberOfProcessors() noexcept {
@@ -256,18 +39,6 @@ CpuRegisters Cpuid(std::uint32_t leaf) noexcept {
     static_cast<void>(leaf);
 #endif
     return registers;
-}
-
-apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
-    return Split(date, moment, gmtime_r);
-}
-
-apr_status_t LocalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
-    return Split(date, moment, localtime_r);
-}
-
-void ReadTimeZone() noexcept {
-    tzset();
 }
 
 }  // namespace zukel::platform

@@ -32,12 +32,16 @@ struct Place {
     explicit Place(const char* path) {
         const char* const slash = std::strrchr(path, '/');
         name = slash == nullptr ? path : slash + 1;
+        if (*name == '\0') {
+            errno = EINVAL;
+            return;
+        }
         const std::string folder(path, name);
         directory = Descriptor(Uninterrupted([&] {
             return open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         }));
     }
-    explicit operator bool() const noexcept { return directory && *name != '\0'; }
+    explicit operator bool() const noexcept { return static_cast<bool>(directory); }
     bool LookAt(const char* entry, struct stat& status) const noexcept {
         return fstatat(directory.Get(), entry, &status, AT_SYMLINK_NOFOLLOW) == 0;
     }
@@ -68,9 +72,18 @@ class Move {
 public:
     Move(const char* from, const char* to) : origin_(from), place_(to) {}
 
-    bool Run() noexcept {
-        return origin_ && place_ && MakeCopy() && IsSourceUnchanged(origin_.name) &&
-               ReplaceTarget() && (RemoveSource() || RollBack());
+    apr_status_t Run() noexcept {
+        if (!origin_ || !place_) {
+            return LastStatus();
+        }
+        if (!MakeCopy() || !IsSourceUnchanged(origin_.name) || !ReplaceTarget()) {
+            return reason_ != APR_SUCCESS ? reason_ : LastStatus();
+        }
+        if (!RemoveSource()) {
+            reason_ = LastStatus();
+            RollBack();
+        }
+        return reason_;
     }
 
 private:
@@ -80,9 +93,11 @@ private:
         if (!origin_.LookAt(origin_.name, source_)) {
             return false;
         }
-        const bool made = S_ISREG(source_.st_mode)   ? CopyRegular()
-                          : S_ISLNK(source_.st_mode) ? CopyLink()
-                                                     : false;
+        if (!S_ISREG(source_.st_mode) && !S_ISLNK(source_.st_mode)) {
+            errno = EINVAL;
+            return false;
+        }
+        const bool made = S_ISREG(source_.st_mode) ? CopyRegular() : CopyLink();
         return made && place_.LookAt(copy_.Get(), moved_);
     }
 
@@ -96,7 +111,11 @@ private:
         }
         lease_.Take(in_.Get());
         struct stat opened {};
-        if (fstat(in_.Get(), &opened) != 0 || !IsSameFile(opened, source_)) {
+        if (fstat(in_.Get(), &opened) != 0) {
+            return false;
+        }
+        if (!IsSameFile(opened, source_)) {
+            errno = EBUSY;
             return false;
         }
         source_ = opened;
@@ -141,13 +160,17 @@ private:
                SucceededOrRefused(utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
     }
 
-    /// Whether the copy is still up to date: somebody may write to the source, or replace it, while
-    /// it is copied.
+    /// Whether the copy is still all there is: somebody may write to the source, or replace it,
+    /// while it is copied. If not, `errno` says so.
     bool IsSourceUnchanged(const char* name) const noexcept {
         struct stat now {};
-        return origin_.LookAt(name, now) && IsSameFile(now, source_) &&
-               now.st_size == source_.st_size && now.st_mode == source_.st_mode &&
-               IsSameTime(now.st_mtim, source_.st_mtim) && lease_.IsUnbroken();
+        if (!origin_.LookAt(name, now)) {
+            return false;
+        }
+        errno = EBUSY;
+        return IsSameFile(now, source_) && now.st_size == source_.st_size &&
+               now.st_mode == source_.st_mode && IsSameTime(now.st_mtim, source_.st_mtim) &&
+               lease_.IsUnbroken();
     }
 
     /// Renames the copy to the target's name. A file that had it gets a temporary name, from which
@@ -169,7 +192,11 @@ private:
             return false;
         }
         if (renameat(directory, copy_.Get(), directory, place_.name) != 0) {
-            return former_ != nullptr && RollBack();
+            reason_ = LastStatus();
+            if (former_ != nullptr) {
+                RollBack();
+            }
+            return false;
         }
         copy_.Release();
         return true;
@@ -191,7 +218,9 @@ private:
             unlinkat(origin_.directory.Get(), leaving_.Get(), 0) == 0) {
             return true;
         }
+        const int error = errno;
         leaving_.MoveBack(origin_.name);
+        errno = error;
         return false;
     }
 
@@ -209,8 +238,8 @@ private:
         }
     }
 
-    /// Restores the target. @returns false, for the move to return.
-    bool RollBack() noexcept {
+    /// Makes the target what it was.
+    void RollBack() noexcept {
         const int directory = Directory();
         struct stat now {};
         if (former_ != nullptr) {
@@ -222,7 +251,6 @@ private:
         } else if (place_.LookAt(place_.name, now) && IsSameFile(now, moved_)) {
             unlinkat(directory, place_.name, 0);
         }
-        return false;
     }
 
     Place origin_;
@@ -235,21 +263,22 @@ private:
     TemporaryName* former_ = nullptr;  ///< The file that had the target's name.
     struct stat source_ {};
     struct stat moved_ {};
+    apr_status_t reason_ = APR_SUCCESS;
 };
 
 }  // namespace
 
-bool MoveAcrossVolumes(const char* from, const char* to) {
+apr_status_t MoveAcrossVolumes(const char* from, const char* to) {
     const Uncancelled uncancelled;
     struct stat source {};
     struct stat target {};
     if (lstat(to, &target) == 0) {
         // The rules of a rename within a file system, which may be mounted at two places.
         if (lstat(from, &source) == 0 && IsSameFile(source, target)) {
-            return true;
+            return APR_SUCCESS;
         }
         if (S_ISDIR(target.st_mode)) {
-            return false;
+            return EISDIR;
         }
     }
     return Move(from, to).Run();

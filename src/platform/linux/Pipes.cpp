@@ -7,7 +7,7 @@
 #include <csignal>
 #include <memory>
 
-#include "platform/Processes.h"
+#include "platform/Pipes.h"
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/HeldSignals.h"
 #include "platform/linux/Uncancelled.h"

@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <csignal>
 
-#include "platform/Processes.h"
+#include "platform/Children.h"
 #include "platform/linux/Descriptor.h"
 
 /// pidfds (Linux 5.4): a pidfd refers to one process, even if its pid is reused. Called through
@@ -41,8 +41,8 @@ inline bool HasEnded(const Descriptor& process) noexcept {
 
 /// Signals the process; on failure the reason is in `errno`.
 ///
-/// @param pid its pid, which is signalled where a sandbox refuses the pidfd: that hits another
-/// process only if this one ends, and is reaped, at that very moment.
+/// @param pid its number, which takes the signal where a sandbox refuses the descriptor: the number
+/// is that of another process only if this one ends, and is reaped, at that very moment.
 inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcept {
     if (syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0) == 0) {
         return true;

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <utility>
 
-#include "platform/linux/Children.h"
 #include "platform/linux/ProcessDescriptor.h"
 #include "platform/linux/Spawn.h"
 #include "platform/linux/Uncancelled.h"
@@ -28,39 +27,22 @@ bool IsNumberRunning(pid_t pid) noexcept {
 
 }  // namespace
 
-apr_status_t Launch(const Program& program, ChildHandle& child) {
-    const Uncancelled uncancelled;
-    auto made = std::make_unique<Child>();
-    made->kept = program.group;
-    CollectChildren();
-    // Reserves a descriptor for the child's pidfd, so that exhaustion is found before anything is
-    // started.
-    Descriptor place = OpenProcessDescriptor(getpid());
-    if (!place && IsShortage(errno)) {
-        return errno;
-    }
-    pid_t pid = -1;
-    const int error = Spawn(program, pid);
-    if (error == 0) {
-        place.Close();
-        child = Adopt(std::move(made), pid);
-    }
-    return error;
-}
-
 bool IsProcessRunning(int pid) noexcept {
     const Uncancelled uncancelled;
     const Descriptor process = OpenProcessDescriptor(pid);
     return process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
 }
 
-bool EndProcess(int pid) noexcept {
+apr_status_t EndProcess(int pid) noexcept {
     const Uncancelled uncancelled;
     const Descriptor process = OpenProcessDescriptor(pid);
-    if (process) {
-        return !HasEnded(process) && SendSignal(process, pid, SIGKILL);
+    const bool runs =
+        process ? !HasEnded(process) : !IsNoSuchProcess(errno) && IsNumberRunning(pid);
+    if (!runs) {
+        return ESRCH;
     }
-    return !IsNoSuchProcess(errno) && IsNumberRunning(pid) && kill(pid, SIGKILL) == 0;
+    const bool sent = process ? SendSignal(process, pid, SIGKILL) : kill(pid, SIGKILL) == 0;
+    return sent ? APR_SUCCESS : errno;
 }
 
 apr_status_t QueryProgramPath(zuString& path) {

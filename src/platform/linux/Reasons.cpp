@@ -4,10 +4,6 @@
 
 namespace zukel::platform {
 
-apr_status_t SystemReason() noexcept {
-    return errno;
-}
-
 int SystemNumber(apr_status_t status) noexcept {
     if (status < APR_OS_START_ERROR) {
         return status;

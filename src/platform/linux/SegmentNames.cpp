@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/SharedSegments.h"
 #include "platform/linux/Repetition.h"
+#include "platform/linux/Segment.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
@@ -43,16 +43,16 @@ private:
     bool busy_;
 };
 
-/// Removes the name if it stands for this file.
-Removal RemoveIf(const SegmentPath& path, dev_t device, ino_t inode) noexcept {
+/// Removes the name if it stands for this file. @returns as `RemoveNameOf`.
+apr_status_t RemoveIf(const SegmentPath& path, dev_t device, ino_t inode) noexcept {
     struct stat facts {};
     if (lstat(path.Text(), &facts) != 0) {
-        return errno == ENOENT ? Removal::Another : Removal::Refused;
+        return errno;
     }
     if (facts.st_dev != device || facts.st_ino != inode) {
-        return Removal::Another;
+        return ENOENT;
     }
-    return unlink(path.Text()) == 0 ? Removal::Done : Removal::Refused;
+    return unlink(path.Text()) == 0 ? APR_SUCCESS : errno;
 }
 
 }  // namespace
@@ -74,15 +74,15 @@ bool IsTrusted(const struct stat& facts) noexcept {
            (facts.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-Removal RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept {
+apr_status_t RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept {
     struct stat facts {};
     if (fstat(file.Get(), &facts) != 0) {
-        return Removal::Refused;
+        return errno;
     }
     const RemovalLock lock(file);
     // Another user may hold the lock on a file of their own for ever.
     if (lock.IsBusy() && IsTrusted(facts)) {
-        return Removal::Refused;
+        return EBUSY;
     }
     return RemoveIf(path, facts.st_dev, facts.st_ino);
 }
@@ -92,31 +92,31 @@ Descriptor OpenToRemove(const SegmentPath& path) noexcept {
     return Descriptor(Uninterrupted([&] { return open(path.Text(), kFlags); }));
 }
 
-bool RemoveName(const char* name) noexcept {
+apr_status_t RemoveName(const char* name) noexcept {
     const Uncancelled uncancelled;
     const SegmentPath path(name);
     const Descriptor file = OpenToRemove(path);
     if (file) {
-        return RemoveNameOf(file, path) == Removal::Done;
+        return RemoveNameOf(file, path);
     }
-    // A file that cannot be opened is not a segment that this process could have attached to.
-    return errno != ENOENT && unlink(path.Text()) == 0;
+    // What cannot be opened is no segment that this process could have been attached to.
+    return errno != ENOENT && unlink(path.Text()) == 0 ? APR_SUCCESS : errno;
 }
 
-bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
+apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept {
     const Uncancelled uncancelled;
     const SegmentPath path(name);
-    const auto device = static_cast<dev_t>(segment.identity[0]);
-    const auto inode = static_cast<ino_t>(segment.identity[1]);
     const Descriptor file = OpenToRemove(path);
     struct stat facts {};
+    apr_status_t status = ENOENT;
     if (!file || fstat(file.Get(), &facts) != 0) {
-        // If descriptors are exhausted, removing the name without the lock is better than leaving
-        // it.
-        return RemoveIf(path, device, inode) != Removal::Refused;
+        // Where descriptors are short, it is better to remove the name without the lock than to
+        // leave it behind.
+        status = RemoveIf(path, segment.device, segment.inode);
+    } else if (facts.st_dev == segment.device && facts.st_ino == segment.inode) {
+        status = RemoveNameOf(file, path);
     }
-    const bool another = facts.st_dev != device || facts.st_ino != inode;
-    return another || RemoveNameOf(file, path) != Removal::Refused;
+    return status == ENOENT ? APR_SUCCESS : status;
 }
 
 }  // namespace zukel::platform

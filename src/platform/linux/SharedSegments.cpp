@@ -1,5 +1,3 @@
-#include "platform/SharedSegments.h"
-
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -11,10 +9,12 @@
 #include <csignal>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
+#include "platform/linux/AvailableMemory.h"
 #include "platform/linux/Descriptor.h"
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/Segment.h"
 #include "platform/linux/SegmentNames.h"
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
@@ -36,44 +36,47 @@ constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
 /// not fail: the system kills processes to get it.
 constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
 
-/// A mapping of a whole segment file, unmapped unless it is kept.
-class Mapping {
-public:
-    Mapping(int file, std::uint64_t bytes) noexcept
-        : base_(mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)), bytes_(bytes) {}
-    ~Mapping() {
-        if (*this) {
-            munmap(base_, bytes_);
-        }
+/// Maps the whole file of a segment.
+///
+/// @returns null with `errno` when that fails.
+SegmentHandle Map(int file, const struct stat& facts, std::uint64_t bytes) noexcept {
+    SegmentHandle segment(new (std::nothrow) Segment);
+    if (!segment) {
+        errno = ENOMEM;
+        return nullptr;
     }
-    Mapping(const Mapping&) = delete;
-    Mapping& operator=(const Mapping&) = delete;
-
-    explicit operator bool() const noexcept { return base_ != MAP_FAILED; }
-    void* Base() const noexcept { return base_; }
-
-    /// Releases ownership of the mapping.
-    Segment Keep(const struct stat& facts) noexcept {
-        char* const base = static_cast<char*>(std::exchange(base_, MAP_FAILED));
-        return {base + sizeof(Word), bytes_ - sizeof(Word), {facts.st_dev, facts.st_ino}};
+    void* const base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (base == MAP_FAILED) {
+        return nullptr;
     }
-
-private:
-    void* base_;
-    std::uint64_t bytes_;
-};
-
-/// Whether the size is possible. A file above the process's own limit would raise a signal.
-bool MayHave(std::uint64_t bytes) noexcept {
-    rlimit limit{};
-    return getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-           (limit.rlim_cur == RLIM_INFINITY || bytes <= limit.rlim_cur) &&
-           (bytes < kLarge || bytes <= AvailableForSegments());
+    segment->base = base;
+    segment->bytes = bytes;
+    segment->device = facts.st_dev;
+    segment->inode = facts.st_ino;
+    return segment;
 }
 
-/// Reserves memory for the whole file. The system releases it again if a signal arrives, so a
-/// second try blocks signals.
-bool Reserve(int file, std::uint64_t bytes) noexcept {
+SegmentBlock BlockOf(const Segment& segment) noexcept {
+    return {static_cast<char*>(segment.base) + sizeof(Word), segment.bytes - sizeof(Word)};
+}
+
+/// Whether it makes sense to try. A file above the process's own limit would bring it a signal.
+///
+/// @returns 0 or the reason why not.
+apr_status_t MayHave(std::uint64_t bytes) noexcept {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_FSIZE, &limit) != 0) {
+        return errno;
+    }
+    if (limit.rlim_cur != RLIM_INFINITY && bytes > limit.rlim_cur) {
+        return EFBIG;
+    }
+    return bytes < kLarge || bytes <= AvailableForSegments() ? APR_SUCCESS : ENOMEM;
+}
+
+/// Puts memory behind the whole file. The system takes back what it has when a signal comes in
+/// between, so a second try holds signals back.
+apr_status_t Reserve(int file, std::uint64_t bytes) noexcept {
     const auto length = static_cast<off_t>(bytes);
     int error = posix_fallocate(file, 0, length);
     if (error == EINTR) {
@@ -84,81 +87,105 @@ bool Reserve(int file, std::uint64_t bytes) noexcept {
         error = posix_fallocate(file, 0, length);
         pthread_sigmask(SIG_SETMASK, &former, nullptr);
     }
-    return error == 0;
+    return error;
 }
 
-/// Makes the new, empty file a complete segment of `bytes`, including the first word, and maps it.
-bool Fill(int file, const struct stat& facts, std::uint64_t bytes, Segment& segment) noexcept {
-    // The umask may have removed bits that the owner needs.
+/// Makes the new, empty file a whole segment of `bytes`, the first word included, and maps it.
+apr_status_t Fill(int file, std::uint64_t bytes, SegmentHandle& segment) noexcept {
+    struct stat facts {};
+    if (fstat(file, &facts) != 0) {
+        return errno;
+    }
+    // A umask may have taken bits away that the owner needs.
     if ((facts.st_mode & ALLPERMS) != kOwnerAlone && fchmod(file, kOwnerAlone) != 0) {
-        return false;
+        return errno;
     }
-    Mapping mapping(file, bytes);  // before the memory is taken: the address space may be too small
-    if (!mapping || !Reserve(file, bytes)) {
-        return false;
+    // Mapped before the memory is taken: the address space may be too small.
+    SegmentHandle mapped = Map(file, facts, bytes);
+    const apr_status_t status = mapped ? Reserve(file, bytes) : LastStatus();
+    if (status == APR_SUCCESS) {
+        // Until here the first word is zero, and whoever attaches sees a segment that is not whole.
+        std::memcpy(mapped->base, &bytes, sizeof(Word));
+        segment = std::move(mapped);
     }
-    // Until here the first word is zero, which marks the segment as incomplete.
-    std::memcpy(mapping.Base(), &bytes, sizeof(Word));
-    segment = mapping.Keep(facts);
-    return true;
+    return status;
 }
 
 }  // namespace
 
-bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept {
+Segment::~Segment() {
+    if (base != nullptr) {
+        munmap(base, bytes);
+    }
+}
+
+void ReleaseSegment(Segment* segment) noexcept {
+    delete segment;
+}
+
+apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
+                           SegmentBlock& block) noexcept {
     const Uncancelled uncancelled;
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
-    if (size > kMost - sizeof(Word) || !MayHave(size + sizeof(Word))) {
-        return false;
+    if (size > kMost - sizeof(Word)) {
+        return EFBIG;
+    }
+    apr_status_t status = MayHave(size + sizeof(Word));
+    if (status != APR_SUCCESS) {
+        return status;
     }
     const SegmentPath path(name);
     constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW;
     const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags, kOwnerAlone); }));
     if (!file) {
-        return false;
+        return errno;
     }
-    struct stat facts {};
-    if (fstat(file.Get(), &facts) != 0 || !Fill(file.Get(), facts, size + sizeof(Word), segment)) {
+    status = Fill(file.Get(), size + sizeof(Word), segment);
+    if (status == APR_SUCCESS) {
+        block = BlockOf(*segment);
+    } else {
         RemoveNameOf(file, path);
-        return false;
     }
-    return true;
+    return status;
 }
 
-bool AttachSegment(const char* name, Segment& segment) noexcept {
+apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBlock& block) noexcept {
     const Uncancelled uncancelled;
     const SegmentPath path(name);
     constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     const Descriptor file(Uninterrupted([&] { return open(path.Text(), kFlags); }));
     struct stat facts {};
-    Word bytes = 0;
-    // Another user could truncate the file while it is mapped: touching it would end the process.
-    if (!file || fstat(file.Get(), &facts) != 0 || !IsTrusted(facts)) {
-        return false;
+    if (!file || fstat(file.Get(), &facts) != 0) {
+        return errno;
     }
+    // A stranger could cut the file while it is mapped: touching it would end the process.
+    if (!IsTrusted(facts)) {
+        return EACCES;
+    }
+    Word bytes = 0;
     const auto read = Uninterrupted([&] { return pread(file.Get(), &bytes, sizeof bytes, 0); });
+    if (read < 0) {
+        return errno;
+    }
     if (read != sizeof bytes || bytes < sizeof bytes ||
         bytes != static_cast<std::uint64_t>(facts.st_size)) {
-        return false;
+        return EINVAL;  // it is not whole
     }
-    Mapping mapping(file.Get(), bytes);
-    if (!mapping) {
-        return false;
+    SegmentHandle mapped = Map(file.Get(), facts, bytes);
+    if (!mapped) {
+        return LastStatus();
     }
-    segment = mapping.Keep(facts);
-    return true;
+    block = BlockOf(*mapped);
+    segment = std::move(mapped);
+    return APR_SUCCESS;
 }
 
-bool UnmapSegment(Segment& segment) noexcept {
-    char* const base = static_cast<char*>(segment.address) - sizeof(Word);
-    if (munmap(base, segment.size + sizeof(Word)) != 0) {
-        return false;
+apr_status_t UnmapSegment(Segment& segment) noexcept {
+    if (munmap(segment.base, segment.bytes) != 0) {
+        return errno;
     }
-    segment.address = nullptr;
-    segment.size = 0;
-    return true;
+    segment.base = nullptr;
+    return APR_SUCCESS;
 }
-
-void ReleaseSegment(Segment&) noexcept {}
 
 }  // namespace zukel::platform

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Processes.h"
+#include "platform/Children.h"
 
 namespace zukel::platform {
 

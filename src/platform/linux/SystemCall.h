@@ -1,5 +1,6 @@
 #pragma once
 
+#include <apr_errno.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
@@ -9,6 +10,16 @@
 #include <cstddef>
 
 namespace zukel::platform {
+
+/// The reason of the call that has just failed; never 0.
+inline apr_status_t LastStatus() noexcept {
+    return errno != 0 ? errno : APR_EGENERAL;
+}
+
+/// Of a call that returns 0 when it succeeds and otherwise leaves its reason in `errno`.
+inline apr_status_t StatusOf(int result) noexcept {
+    return result == 0 ? APR_SUCCESS : LastStatus();
+}
 
 // The four calls below are those of an open file. The C library's functions for them are
 // cancellation points, at which a thread may be unwound, and functions of the platform are

@@ -55,7 +55,7 @@ int TemporaryName::Find(Make make) noexcept {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         timespec now{};
         clock_gettime(CLOCK_REALTIME, &now);
-        std::snprintf(name_.data(), name_.size(), ".zukel-%x-%llx", static_cast<unsigned>(getpid()),
+        std::snprintf(name_.data(), name_.size(), ".zukel-%llx",
                       static_cast<unsigned long long>(now.tv_sec) << 30U |
                           static_cast<unsigned long long>(now.tv_nsec));
         result = make(Get());

@@ -24,11 +24,7 @@ namespace zukel::platform {
 
 namespace {
 
-apr_status_t StatusOf(int result) noexcept {
-    return result == 0 ? APR_SUCCESS : errno;
-}
-
-/// The last component of a name, and its directory.
+/// The last component of a name, and the directory that it is read in.
 struct Entry {
     Descriptor directory;  ///< Open for reading: it is synced through this descriptor.
     std::string name;

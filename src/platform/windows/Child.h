@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Processes.h"
+#include "platform/Children.h"
 #include "platform/windows/Handle.h"
 
 namespace zukel::platform {
@@ -11,5 +11,8 @@ struct Child {
     Handle job;  ///< Of what was started for a group.
     DWORD identifier = 0;
 };
+
+/// Whether the process of the handle runs.
+bool HandleRuns(const Handle& process) noexcept;
 
 }  // namespace zukel::platform

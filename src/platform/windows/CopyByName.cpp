@@ -17,7 +17,7 @@ Handle OpenSource(const wchar_t* name) noexcept {
 
 /// Some files open and then cannot be read, as where another process has locked a part: the target
 /// must not suffer from that.
-bool GivesAByte(const Handle& file) noexcept {
+bool CanBeRead(const Handle& file) noexcept {
     char first = 0;
     DWORD got = 0;
     return GetFileType(file.Get()) != FILE_TYPE_DISK ||
@@ -54,21 +54,24 @@ void CarryOver(const Handle& source, const Handle& copy) noexcept {
     SetFileInformationByHandle(copy.Get(), FileBasicInfo, &wanted, sizeof wanted);
 }
 
+/// What a copy onto the file itself returns.
+constexpr apr_status_t kSameFile = APR_FROM_OS_ERROR(ERROR_INVALID_PARAMETER);
+
 }  // namespace
 
-CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
+apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept {
     const WideName source(from);
     const WideName target(to);
     if (!source || !target) {
-        return CopyEnd::Failed;
+        return source ? target.Status() : source.Status();
     }
     // By name first: the target may not open for writing.
-    if (Identify(source.Get(), Links::Followed) == Identify(target.Get(), Links::Followed)) {
-        return CopyEnd::SameFile;
+    if (Identify(source.Get(), Symlinks::Follow) == Identify(target.Get(), Symlinks::Follow)) {
+        return kSameFile;
     }
     const Handle in = OpenSource(source.Get());
-    if (!in || !GivesAByte(in)) {
-        return CopyEnd::Failed;
+    if (!in || !CanBeRead(in)) {
+        return LastStatus();
     }
     Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -77,29 +80,30 @@ CopyEnd CopyWithPermissions(const char* from, const char* to, apr_fileperms_t pe
                                  FILE_ATTRIBUTE_NORMAL, nullptr));
     }
     if (!out) {
-        return CopyEnd::Failed;
+        return LastStatus();
     }
     const FileId file = Identify(in);
-    if (file == Identify(out)) {  // and for certain now
-        return CopyEnd::SameFile;
+    if (file == Identify(out)) {  // the handles decide: a name may lead elsewhere by now
+        return kSameFile;
     }
     const bool regular = GetFileType(out.Get()) == FILE_TYPE_DISK;
     if (regular && SetEndOfFile(out.Get()) == 0) {
-        return CopyEnd::Failed;
+        return LastStatus();
     }
     const bool takesMark = regular && perms == APR_FPROT_FILE_SOURCE_PERMS;
     if (!CopyContents(in, out) || (takesMark && !TakeReadOnlyMark(out, file.attributes))) {
+        const apr_status_t reason = LastStatus();
         DropOpenFile(std::move(out));
-        return CopyEnd::Failed;
+        return reason;
     }
-    return out.Close() ? CopyEnd::Done : CopyEnd::Failed;
+    return out.Close() ? APR_SUCCESS : LastStatus();
 }
 
-CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
+apr_status_t CopyWithAttributes(const char* from, const char* to, bool normal) noexcept {
     const WideName sourceName(from);
     const WideName targetName(to);
     if (!sourceName || !targetName) {
-        return CopyEnd::Failed;
+        return sourceName ? targetName.Status() : sourceName.Status();
     }
     const auto open = [](const WideName& name, DWORD access) {
         return Handle(
@@ -108,18 +112,21 @@ CopyEnd CopyWithAttributes(const char* from, const char* to) noexcept {
     const FileId source = Identify(open(sourceName, FILE_READ_ATTRIBUTES));
     const Handle present = open(targetName, FILE_READ_ATTRIBUTES);
     if (source == Identify(present)) {
-        return CopyEnd::SameFile;
+        return kSameFile;
     }
+    apr_status_t status = APR_SUCCESS;
     if (!open(sourceName, GENERIC_READ) || (present && !open(targetName, GENERIC_WRITE))) {
-        return CopyEnd::Failed;
-    }
-    if (CopyFileW(sourceName.Get(), targetName.Get(), FALSE) != 0) {
+        status = LastStatus();
+    } else if (CopyFileW(sourceName.Get(), targetName.Get(), FALSE) != 0) {
         CarryOver(open(sourceName, FILE_READ_ATTRIBUTES), open(targetName, FILE_WRITE_ATTRIBUTES));
-        return CopyEnd::Done;
+    } else {  // both ends could be had, so it is the writing that has failed
+        status = LastStatus();
+        DropOpenFile(open(targetName, GENERIC_WRITE));
     }
-    // Both ends could be had, so it is the writing that has failed.
-    DropOpenFile(open(targetName, GENERIC_WRITE));
-    return CopyEnd::Failed;
+    if (normal) {
+        SetFileAttributesW(targetName.Get(), FILE_ATTRIBUTE_NORMAL);
+    }
+    return status;
 }
 
 }  // namespace zukel::platform

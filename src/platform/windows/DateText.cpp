@@ -3,7 +3,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "platform/windows/Dates.h"
+#include "platform/windows/DateText.h"
 
 namespace zukel::platform {
 

@@ -1,8 +1,8 @@
-#include "platform/windows/Dates.h"
+#include "platform/windows/DateText.h"
 
 #include <cstring>
 
-#include "platform/Machine.h"
+#include "platform/Dates.h"
 #include "platform/windows/System.h"
 
 namespace zukel::platform {

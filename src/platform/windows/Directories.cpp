@@ -50,7 +50,7 @@ apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcep
         return wide.Status();
     }
     Handle opened = OpenForFacts(
-        wide.Get(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | SYNCHRONIZE, Links::Followed);
+        wide.Get(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES | SYNCHRONIZE, Symlinks::Follow);
     FILE_BASIC_INFO facts{};
     if (!opened ||
         GetFileInformationByHandleEx(opened.Get(), FileBasicInfo, &facts, sizeof facts) == 0) {
@@ -137,7 +137,7 @@ bool IsDirectory(const char* path) noexcept {
         return attributes != INVALID_FILE_ATTRIBUTES &&
                (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     }
-    return (Identify(wide.Get(), Links::Followed).attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return (Identify(wide.Get(), Symlinks::Follow).attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept {

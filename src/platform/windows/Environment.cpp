@@ -1,3 +1,5 @@
+#include "platform/windows/System.h"
+
 #include "platform/Environment.h"
 
 #include <algorithm>
@@ -38,12 +40,15 @@ bool ReadEnvironmentVariable(const char* name, zuString& value) {
     return true;
 }
 
-bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
+apr_status_t WriteEnvironmentVariable(const char* name, const char* value) noexcept {
     constexpr int kMost = 32766;
     constexpr std::size_t kSize = kMost + 1;
     const std::unique_ptr<wchar_t[]> room(new (std::nothrow) wchar_t[2 * kSize]);
-    if (!room || *name == '\0' || std::strchr(name, '=') != nullptr) {
-        return false;
+    if (!room) {
+        return APR_ENOMEM;
+    }
+    if (*name == '\0' || std::strchr(name, '=') != nullptr) {
+        return APR_EINVAL;
     }
     wchar_t* const wideName = room.get();
     wchar_t* const wideValue = wideName + kSize;
@@ -51,33 +56,37 @@ bool WriteEnvironmentVariable(const char* name, const char* value) noexcept {
         return std::strlen(text) <= 3 * kSize &&
                MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, -1, wide, kSize) > 0;
     };
-    if (!convert(name, wideName) || !convert(value, wideValue) || _putenv_s(name, value) != 0) {
-        return false;
+    if (!convert(name, wideName) || !convert(value, wideValue)) {
+        return APR_EINVAL;
+    }
+    if (_putenv_s(name, value) != 0) {
+        return LastStatus();
     }
     // The C library hands the narrow texts on to the system, which reads them in the code page of
     // the process. This tells the system what they are.
-    return SetEnvironmentVariableW(wideName, *wideValue == L'\0' ? nullptr : wideValue) != 0 ||
-           *wideValue == L'\0';
+    const wchar_t* const kept = *wideValue == L'\0' ? nullptr : wideValue;
+    return SetEnvironmentVariableW(wideName, kept) != 0 || kept == nullptr ? APR_SUCCESS
+                                                                           : LastStatus();
 }
 
-bool RemoveEnvironmentVariable(const char* name) noexcept {
+apr_status_t RemoveEnvironmentVariable(const char* name) noexcept {
     return WriteEnvironmentVariable(name, "");
 }
 
-bool ReadEnvironment(zuStlVector<zuString>& variables) {
+apr_status_t ReadEnvironment(zuStlVector<zuString>& variables) {
     struct Free {
         void operator()(wchar_t* block) const noexcept { FreeEnvironmentStringsW(block); }
     };
     const std::unique_ptr<wchar_t, Free> block(GetEnvironmentStringsW());
     if (!block) {
-        return false;
+        return LastStatus();
     }
     zuStlVector<zuString> found;
     for (const wchar_t* each = block.get(); *each != L'\0'; each += std::wcslen(each) + 1) {
         found.push_back(ToUtf8(each));
     }
     variables = std::move(found);
-    return true;
+    return APR_SUCCESS;
 }
 
 bool IsSameVariable(const zuString& one, const zuString& other) {
@@ -87,7 +96,7 @@ bool IsSameVariable(const zuString& one, const zuString& other) {
            CompareStringOrdinal(first.c_str(), -1, second.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
-bool QueryUserName(zuString& name) {
+apr_status_t QueryUserName(zuString& name) {
     SecurityId user{};
     SID_NAME_USE use{};
     // What an account's name has at most, and its domain's.
@@ -97,28 +106,28 @@ bool QueryUserName(zuString& name) {
     auto domainSize = static_cast<DWORD>(domain.size());
     if (!CurrentUser(user) || LookupAccountSidW(nullptr, user.Get(), account.data(), &accountSize,
                                                 domain.data(), &domainSize, &use) == 0) {
-        return false;
+        return LastStatus();
     }
     name = ToUtf8(account.data());
-    return true;
+    return APR_SUCCESS;
 }
 
-bool QueryUserDirectory(zuString& directory) {
+apr_status_t QueryUserDirectory(zuString& directory) {
     HANDLE opened = nullptr;
     if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened) == 0) {
-        return false;
+        return LastStatus();
     }
     const Handle token(opened);
     DWORD size = 0;
     GetUserProfileDirectoryW(token.Get(), nullptr, &size);
     std::wstring path(size, L'\0');
     if (size == 0 || GetUserProfileDirectoryW(token.Get(), path.data(), &size) == 0) {
-        return false;
+        return LastStatus();
     }
     zuString told = ToUtf8(path.c_str());
     std::replace(told.begin(), told.end(), '\\', '/');
     directory = std::move(told);
-    return true;
+    return APR_SUCCESS;
 }
 
 LocaleId ThreadLocale() noexcept {

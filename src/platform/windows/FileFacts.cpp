@@ -44,14 +44,14 @@ apr_filetype_e TypeOf(const Handle& file, DWORD attributes) noexcept {
 }  // namespace
 
 apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexcept {
-    const Links links = mode == LinkMode::Itself ? Links::Themselves : Links::Followed;
+    const Symlinks symlinks = mode == LinkMode::Itself ? Symlinks::NoFollow : Symlinks::Follow;
     const WideName wide(name, Devices::Taken);
     if (!wide) {
         return wide.Status();
     }
-    Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, links);
+    Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, symlinks);
     if (!file && GetLastError() == ERROR_ACCESS_DENIED) {  // without its owner, then
-        file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, links);
+        file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, symlinks);
     }
     if (!file) {
         return LastStatus();
@@ -85,7 +85,7 @@ apr_status_t QueryPermissions(const char* name, int& permissions) noexcept {
         return wide.Status();
     }
     const Handle file =
-        OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, Links::Followed);
+        OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, Symlinks::Follow);
     if (!file) {
         return LastStatus();
     }
@@ -101,18 +101,19 @@ apr_status_t QueryPermissions(const char* name, int& permissions) noexcept {
     return APR_SUCCESS;
 }
 
-bool FileExists(const char* name) noexcept {
+apr_status_t FindFile(const char* name) noexcept {
     const WideName wide(name, Devices::Taken);
     if (!wide || *wide.Get() == L'\0') {
-        return false;
+        return wide ? APR_ENOENT : wide.Status();
     }
     const DWORD attributes = GetFileAttributesW(wide.Get());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
-        return GetLastError() ==
-               ERROR_SHARING_VIOLATION;  // the system's own, such as its paging file
+        // Of a file of the system's own, such as its paging file.
+        return GetLastError() == ERROR_SHARING_VIOLATION ? APR_SUCCESS : LastStatus();
     }
-    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||
-           OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Followed);
+    const bool found = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||
+                       OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Symlinks::Follow);
+    return found ? APR_SUCCESS : LastStatus();
 }
 
 }  // namespace zukel::platform

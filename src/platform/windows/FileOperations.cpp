@@ -12,7 +12,7 @@ namespace zukel::platform {
 namespace {
 
 /// The names, or the reason of the first that the system cannot take.
-apr_status_t StatusOf(const WideName& first, const WideName& second) noexcept {
+apr_status_t StatusOfNames(const WideName& first, const WideName& second) noexcept {
     return first ? second.Status() : first.Status();
 }
 
@@ -27,13 +27,13 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
     WideName target(to);
     // A short name would be read from where the file is.
     if (!source || !target || !target.MakeExtended()) {
-        return StatusOf(source, target);
+        return StatusOfNames(source, target);
     }
-    const FileId present = Identify(target.Get(), Links::Themselves);
+    const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     Handle file;
     const DWORD opened = RepeatWhileShared([&] {
         file = OpenForFacts(source.Get(), DELETE | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
-                            Links::Themselves);
+                            Symlinks::NoFollow);
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (!file) {
@@ -51,27 +51,23 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
-void SetNormalAttributes(const char* name) noexcept {
-    const WideName wide(name);
-    if (wide) {
-        SetFileAttributesW(wide.Get(), FILE_ATTRIBUTE_NORMAL);
-    }
-}
-
-bool RenameInPlace(const char* from, const char* to) noexcept {
+apr_status_t RenameInPlace(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
-    return source && target && MoveFileExW(source.Get(), target.Get(), 0) != 0;
+    if (!source || !target) {
+        return StatusOfNames(source, target);
+    }
+    return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     const WideName source(from);
     const WideName target(to);
     if (!source || !target) {
-        return StatusOf(source, target);
+        return StatusOfNames(source, target);
     }
-    const FileId present = Identify(target.Get(), Links::Themselves);
-    if (present.known && Identify(source.Get(), Links::Themselves) == present &&
+    const FileId present = Identify(target.Get(), Symlinks::NoFollow);
+    if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
         std::wcscmp(source.Get(), target.Get()) == 0) {
         return APR_FROM_OS_ERROR(ERROR_ALREADY_EXISTS);  // the system calls that done
     }
@@ -86,7 +82,7 @@ apr_status_t RemoveFile(const char* name) noexcept {
     Handle file;
     DWORD error = RepeatWhileShared([&] {
         // A link to a directory goes as any other link.
-        file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Links::Themselves);
+        file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Symlinks::NoFollow);
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (file) {
@@ -97,9 +93,12 @@ apr_status_t RemoveFile(const char* name) noexcept {
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }
 
-bool ChangeAccess(const char* name, int mode) noexcept {
+apr_status_t ChangeAccess(const char* name, int mode) noexcept {
     const WideName wide(name);
-    return wide && _wchmod(wide.Get(), mode) == 0;
+    if (!wide) {
+        return wide.Status();
+    }
+    return _wchmod(wide.Get(), mode) == 0 ? APR_SUCCESS : LastStatus();
 }
 
 bool IsAccessible(const wchar_t* name, int access) {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Processes.h"
+#include "platform/Children.h"
 #include "platform/windows/Child.h"
 #include "platform/windows/CommandLine.h"
 #include "platform/windows/OpenFile.h"
@@ -127,7 +127,7 @@ apr_status_t CheckDirectory(const char* name, std::wstring& directory) {
     if (!wide) {
         return wide.Status();
     }
-    const FileId found = Identify(wide.Get(), Links::Followed);
+    const FileId found = Identify(wide.Get(), Symlinks::Follow);
     if (!found.known) {
         return LastStatus();
     }

@@ -9,21 +9,14 @@
 
 namespace zukel::platform {
 
-MemoryBytes QueryMemory() noexcept {
-    MEMORYSTATUSEX status{};
-    status.dwLength = sizeof status;
-    if (GlobalMemoryStatusEx(&status) == 0) {
-        return {};
-    }
-    return {status.ullTotalPhys,    status.ullAvailPhys,     status.ullTotalVirtual,
-            status.ullAvailVirtual, status.ullTotalPageFile, status.ullAvailPageFile};
-}
-
-bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
+apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const std::size_t length = std::strlen(path);
     const std::unique_ptr<char[]> directory(new (std::nothrow) char[length + 2]);
-    if (!directory || length == 0) {  // the empty name would stand for the current disk
-        return false;
+    if (!directory) {
+        return APR_ENOMEM;
+    }
+    if (length == 0) {  // which would stand for the current disk
+        return APR_ENOENT;
     }
     std::memcpy(directory.get(), path, length + 1);
     if (std::strchr("/\\:", path[length - 1]) == nullptr) {  // which the name of a share needs
@@ -33,12 +26,15 @@ bool QueryDisk(const char* path, DiskBytes& disk) noexcept {
     ULARGE_INTEGER available{};
     ULARGE_INTEGER total{};
     ULARGE_INTEGER free{};
-    if (!name || GetDiskFreeSpaceExW(name.Get(), &available, &total, &free) == 0) {
-        return false;
+    if (!name) {
+        return name.Status();
+    }
+    if (GetDiskFreeSpaceExW(name.Get(), &available, &total, &free) == 0) {
+        return LastStatus();
     }
     disk.available = available.QuadPart;
     disk.total = total.QuadPart;
-    return true;
+    return APR_SUCCESS;
 }
 
 int NumberOfProcessors() noexcept {

@@ -42,20 +42,21 @@ public:
     const Handle& File() const noexcept { return file_; }
 
     /// Gives another file this one's times and attributes.
-    bool GiveFacts(const Handle& copy) const noexcept {
+    bool CopyMetadataTo(const Handle& copy) const noexcept {
         FILE_BASIC_INFO facts = facts_;
         return SetFileInformationByHandle(copy.Get(), FileBasicInfo, &facts, sizeof facts) != 0;
     }
 
-    /// Whether the system will let it go. A read-only file does not until it is no longer one.
-    bool MayGo() noexcept {
+    /// Whether the system will let it be deleted: a read-only file first has to lose that
+    /// attribute.
+    bool CanDelete() noexcept {
         if ((facts_.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
             unprotected_ = SetAttributes(FILE_ATTRIBUTE_NORMAL);
         }
         return MarkForRemoval(file_, true) && MarkForRemoval(file_, false);
     }
 
-    bool Go() noexcept {
+    bool Delete() noexcept {
         const bool gone = MarkForRemoval(file_, true);
         unprotected_ = unprotected_ && !gone;
         return gone;
@@ -113,21 +114,27 @@ bool CopyStreams(const Source& source, const wchar_t* from, const wchar_t* to) {
 
 }  // namespace
 
-bool MoveAcrossVolumes(const char* from, const char* to) {
+apr_status_t MoveAcrossVolumes(const char* from, const char* to) {
     WideName sourceName(from);
     WideName targetName(to);
-    if (!sourceName || !targetName || !sourceName.MakeExtended() || !targetName.MakeExtended()) {
-        return false;
+    if (!sourceName || !sourceName.MakeExtended()) {
+        return sourceName.Status();
     }
+    if (!targetName || !targetName.MakeExtended()) {
+        return targetName.Status();
+    }
+    SetLastError(ERROR_SUCCESS);
     Source source(sourceName.Get());
     if (!source) {
-        return false;
+        return LastStatus();
     }
     TemporaryFile copy(targetName.Get());
-    return copy && CopyContents(source.File(), copy.File()) &&
-           CopyStreams(source, sourceName.Get(), copy.Name()) && source.GiveFacts(copy.File()) &&
-           FlushFileBuffers(copy.File().Get()) != 0 && source.MayGo() && copy.TakeTargetsName() &&
-           source.Go();
+    const bool moved = copy && CopyContents(source.File(), copy.File()) &&
+                       CopyStreams(source, sourceName.Get(), copy.Name()) &&
+                       source.CopyMetadataTo(copy.File()) &&
+                       FlushFileBuffers(copy.File().Get()) != 0 && source.CanDelete() &&
+                       copy.TakeTargetsName() && source.Delete();
+    return moved ? APR_SUCCESS : LastStatus();
 }
 
 }  // namespace zukel::platform

@@ -9,9 +9,9 @@
 
 namespace zukel::platform {
 
-Handle OpenForFacts(const wchar_t* name, DWORD access, Links links) noexcept {
+Handle OpenForFacts(const wchar_t* name, DWORD access, Symlinks symlinks) noexcept {
     constexpr DWORD kDirectoriesToo = FILE_FLAG_BACKUP_SEMANTICS;
-    const DWORD link = links == Links::Themselves ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
+    const DWORD link = symlinks == Symlinks::NoFollow ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
     return Handle(CreateFileW(name, access, kShareAll, nullptr, OPEN_EXISTING,
                               kDirectoriesToo | link, nullptr));
 }
@@ -36,8 +36,8 @@ FileId Identify(const Handle& file) noexcept {
     return found;
 }
 
-FileId Identify(const wchar_t* name, Links links) noexcept {
-    return Identify(OpenForFacts(name, FILE_READ_ATTRIBUTES, links));
+FileId Identify(const wchar_t* name, Symlinks symlinks) noexcept {
+    return Identify(OpenForFacts(name, FILE_READ_ATTRIBUTES, symlinks));
 }
 
 std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noexcept {

@@ -30,13 +30,13 @@ struct FileId {
 };
 
 /// Whether a symbolic link stands for itself or for what it leads to.
-enum class Links { Themselves, Followed };
+enum class Symlinks { NoFollow, Follow };
 
 /// Opens what exists, a directory too, without access to its contents.
-Handle OpenForFacts(const wchar_t* name, DWORD access, Links links) noexcept;
+Handle OpenForFacts(const wchar_t* name, DWORD access, Symlinks symlinks) noexcept;
 
 FileId Identify(const Handle& file) noexcept;
-FileId Identify(const wchar_t* name, Links links) noexcept;
+FileId Identify(const wchar_t* name, Symlinks symlinks) noexcept;
 
 /// The absolute name of an open file, in the extended form, with room for `extra` more units; null
 /// when the system does not tell it, or for want of memory.

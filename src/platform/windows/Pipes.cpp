@@ -3,7 +3,7 @@
 #include <iterator>
 #include <memory>
 
-#include "platform/Processes.h"
+#include "platform/Pipes.h"
 #include "platform/windows/Handle.h"
 #include "platform/windows/WideName.h"
 

@@ -39,10 +39,6 @@ constexpr Pair kPairs[] = {
 
 }  // namespace
 
-apr_status_t SystemReason() noexcept {
-    return apr_get_os_error();
-}
-
 int SystemNumber(apr_status_t status) noexcept {
     if (status == APR_SUCCESS || status >= APR_OS_START_SYSERR) {
         return APR_TO_OS_ERROR(status);

@@ -29,16 +29,27 @@ static_assert(sizeof(Header) == 16 && std::atomic<std::uint64_t>::is_always_lock
 
 constexpr wchar_t kRemoved[] = L".zukel-removed";
 
+struct Unmap {
+    void operator()(Header* header) const noexcept { UnmapViewOfFile(header); }
+};
+using Mapping = std::unique_ptr<Header, Unmap>;
+
+}  // namespace
+
 /// What a process holds of a segment.
-struct Held {
+struct Segment {
+    Segment() = default;
+    ~Segment();
+    Segment(const Segment&) = delete;
+    Segment& operator=(const Segment&) = delete;
+
     Handle file;
     FileId id;
     std::unique_ptr<wchar_t[]> removed;  ///< The name of the file once its own is freed.
+    Mapping mapping;
 };
 
-Held* HeldBy(const Segment& segment) noexcept {
-    return reinterpret_cast<Held*>(segment.identity[0]);
-}
+namespace {
 
 constexpr DWORD kRights = GENERIC_READ | GENERIC_WRITE | DELETE;
 
@@ -67,11 +78,11 @@ bool SetSize(const Handle& file, std::uint64_t bytes) noexcept {
 }
 
 /// The whole file, or null.
-Header* Map(const Handle& file) noexcept {
+Mapping Map(const Handle& file) noexcept {
+    constexpr DWORD kBoth = FILE_MAP_READ | FILE_MAP_WRITE;
     const Handle mapping(CreateFileMappingW(file.Get(), nullptr, PAGE_READWRITE, 0, 0, nullptr));
-    return mapping ? static_cast<Header*>(
-                         MapViewOfFile(mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0))
-                   : nullptr;
+    return Mapping(mapping ? static_cast<Header*>(MapViewOfFile(mapping.Get(), kBoth, 0, 0, 0))
+                           : nullptr);
 }
 
 /// The name that frees a file's own, or null.
@@ -85,124 +96,144 @@ std::unique_ptr<wchar_t[]> RemovedName(const Handle& file, const FileId& id) noe
     return name;
 }
 
-/// Hands the file and its mapping over to the segment; for want of memory gives the mapping up.
-bool Hold(Handle& file, Header* header, Segment& segment) noexcept {
-    std::unique_ptr<Held> held(new (std::nothrow) Held);
+/// Makes the file and its mapping a segment.
+///
+/// @param file is moved from on success alone.
+apr_status_t Hold(Handle& file, Mapping mapping, SegmentHandle& segment,
+                  SegmentBlock& block) noexcept {
+    SegmentHandle held(new (std::nothrow) Segment);
     if (held) {
         held->id = Identify(file);
         held->removed = RemovedName(file, held->id);
     }
     if (!held || !held->removed) {
-        UnmapViewOfFile(header);
-        return false;
+        return APR_ENOMEM;
     }
+    block = {mapping.get() + 1, mapping->usable};
     held->file = std::move(file);
-    segment.address = header + 1;
-    segment.size = header->usable;
-    segment.identity[0] = reinterpret_cast<std::uintptr_t>(held.release());
-    return true;
+    held->mapping = std::move(mapping);
+    segment = std::move(held);
+    return APR_SUCCESS;
 }
 
 /// The system removes no file that is mapped. So the name is freed by giving the file another one,
 /// under which the last who lets go of it can remove it.
-bool FreeName(const Handle& file) noexcept {
+apr_status_t FreeName(const Handle& file) noexcept {
     if (RemoveOpenFile(file) == ERROR_SUCCESS) {
-        return true;
+        return APR_SUCCESS;
     }
     const std::unique_ptr<wchar_t[]> name = RemovedName(file, Identify(file));
-    return name && RenameOpenFile(file, name.get()) == ERROR_SUCCESS;
+    return name ? SystemStatus(RenameOpenFile(file, name.get())) : APR_ENOMEM;
 }
 
 /// Removes a file whose name has been freed, unless somebody still maps it.
-void RemoveIfFreed(const Held& held) noexcept {
-    if (Identify(held.removed.get(), Links::Themselves) == held.id) {
-        DeleteFileW(held.removed.get());
+void RemoveIfFreed(const Segment& segment) noexcept {
+    if (Identify(segment.removed.get(), Symlinks::NoFollow) == segment.id) {
+        DeleteFileW(segment.removed.get());
     }
 }
 
 }  // namespace
 
-bool CreateSegment(std::uint64_t size, const char* name, Segment& segment) noexcept {
+Segment::~Segment() {
+    if (mapping) {
+        UnmapSegment(*this);
+    }
+}
+
+void ReleaseSegment(Segment* segment) noexcept {
+    delete segment;
+}
+
+apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
+                           SegmentBlock& block) noexcept {
     constexpr std::uint64_t kRest = std::uint64_t{1} << 20U;  // what the volume keeps beside it
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     const WideName wide(name);
-    if (!wide || size > kMost - kRest) {
-        return false;
+    if (!wide) {
+        return wide.Status();
+    }
+    if (size > kMost - kRest) {
+        return SystemStatus(ERROR_DISK_FULL);
     }
     Handle file = MakeFile(wide.Get());
     if (!file) {
-        return false;
+        return LastStatus();
     }
-    Header* const header =
-        VolumeHasRoom(wide.Get(), size + kRest) && SetSize(file, sizeof(Header) + size) ? Map(file)
-                                                                                        : nullptr;
-    if (header != nullptr) {
-        header->usable = size;
-        header->mapped.store(sizeof(Header) + size, std::memory_order_release);
+    apr_status_t status = SystemStatus(ERROR_DISK_FULL);
+    if (VolumeHasRoom(wide.Get(), size + kRest)) {
+        Mapping mapping = SetSize(file, sizeof(Header) + size) ? Map(file) : nullptr;
+        status = LastStatus();
+        if (mapping) {
+            mapping->usable = size;
+            mapping->mapped.store(sizeof(Header) + size, std::memory_order_release);
+            status = Hold(file, std::move(mapping), segment, block);
+        }
     }
-    if (header == nullptr || !Hold(file, header, segment)) {
+    if (status != APR_SUCCESS) {
         RemoveOpenFile(file);
-        return false;
     }
-    return true;
+    return status;
 }
 
-bool AttachSegment(const char* name, Segment& segment) noexcept {
+apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBlock& block) noexcept {
     const WideName wide(name);
     if (!wide) {
-        return false;
+        return wide.Status();
     }
     Handle file(CreateFileW(wide.Get(), kRights, kShareAll, nullptr, OPEN_EXISTING,
                             FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    if (!file) {
+        return LastStatus();
+    }
     LARGE_INTEGER size{};
-    if (!file || GetFileType(file.Get()) != FILE_TYPE_DISK ||
-        !SecurityOfFile(file).IsOwnAndClosed() || GetFileSizeEx(file.Get(), &size) == 0 ||
+    if (GetFileType(file.Get()) != FILE_TYPE_DISK || GetFileSizeEx(file.Get(), &size) == 0 ||
         size.QuadPart < static_cast<long long>(sizeof(Header))) {
-        return false;
+        return APR_EINVAL;
     }
-    Header* const header = Map(file);
-    if (header == nullptr) {
-        return false;
+    if (!SecurityOfFile(file).IsOwnAndClosed()) {
+        return APR_EACCES;
     }
-    const std::uint64_t mapped = header->mapped.load(std::memory_order_acquire);
+    Mapping mapping = Map(file);
+    if (!mapping) {
+        return LastStatus();
+    }
+    const std::uint64_t mapped = mapping->mapped.load(std::memory_order_acquire);
     if (mapped != static_cast<std::uint64_t>(size.QuadPart) ||
-        header->usable != mapped - sizeof(Header)) {
-        UnmapViewOfFile(header);
-        return false;
+        mapping->usable != mapped - sizeof(Header)) {
+        return APR_EINVAL;  // it is not whole
     }
-    return Hold(file, header, segment);
+    return Hold(file, std::move(mapping), segment, block);
 }
 
-bool UnmapSegment(Segment& segment) noexcept {
-    if (UnmapViewOfFile(static_cast<Header*>(segment.address) - 1) == 0) {
-        return false;
+apr_status_t UnmapSegment(Segment& segment) noexcept {
+    if (UnmapViewOfFile(segment.mapping.get()) == 0) {
+        return LastStatus();
     }
-    segment.address = nullptr;
-    segment.size = 0;
-    RemoveIfFreed(*HeldBy(segment));
-    return true;
+    static_cast<void>(segment.mapping.release());
+    RemoveIfFreed(segment);
+    return APR_SUCCESS;
 }
 
-void ReleaseSegment(Segment& segment) noexcept {
-    delete HeldBy(segment);
-    segment.identity[0] = 0;
-}
-
-bool RemoveName(const char* name) noexcept {
+apr_status_t RemoveName(const char* name) noexcept {
     const WideName wide(name);
     if (!wide) {
-        return false;
+        return wide.Status();
     }
     const Handle file(CreateFileW(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                   OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-    return file && (Identify(file).attributes & FILE_ATTRIBUTE_READONLY) == 0 && FreeName(file);
+    if (!file) {
+        return LastStatus();
+    }
+    const bool readOnly = (Identify(file).attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    return readOnly ? APR_EACCES : FreeName(file);
 }
 
-bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
+apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept {
     const WideName wide(name);
-    const Held& held = *HeldBy(segment);
+    const bool isOurs = wide && Identify(wide.Get(), Symlinks::NoFollow) == segment.id;
     // By the handle: whatever takes the name in the meantime is not touched.
-    return !wide || !(Identify(wide.Get(), Links::Themselves) == held.id) || FreeName(held.file);
+    return isOurs ? FreeName(segment.file) : APR_SUCCESS;
 }
 
 }  // namespace zukel::platform

@@ -30,7 +30,7 @@ std::wstring FromLink(const std::wstring& target, const std::wstring& name) {
 bool LeadsToDirectory(const std::wstring& path) noexcept {
     const WideName name(path.c_str());
     return name &&
-           (Identify(name.Get(), Links::Followed).attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+           (Identify(name.Get(), Symlinks::Follow).attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 /// The path without the prefix of the extended form, where the system reads it as the same one.
@@ -69,7 +69,7 @@ apr_status_t MakeSymbolicLink(const char* target, const char* name) {
     // Wine 8 makes none and calls that a success.
     constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
     if (error == ERROR_SUCCESS &&
-        (Identify(link.Get(), Links::Themselves).attributes & kLink) == 0) {
+        (Identify(link.Get(), Symlinks::NoFollow).attributes & kLink) == 0) {
         error = ERROR_NOT_SUPPORTED;
     }
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
@@ -81,7 +81,7 @@ apr_status_t ReadSymbolicLink(const char* name, zuString& target) {
     if (!wide) {
         return wide.Status();
     }
-    const Handle link = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Themselves);
+    const Handle link = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Symlinks::NoFollow);
     if (!link) {
         return LastStatus();
     }
@@ -105,7 +105,7 @@ apr_status_t QueryRealPath(const char* name, zuString& path) {
     if (!wide) {
         return wide.Status();
     }
-    const Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Links::Followed);
+    const Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, Symlinks::Follow);
     if (!file) {
         return LastStatus();
     }

@@ -17,9 +17,10 @@ inline apr_status_t SystemStatus(DWORD error) noexcept {
     return APR_FROM_OS_ERROR(static_cast<apr_status_t>(error));
 }
 
-/// The reason of the call that has just failed.
+/// The reason of the call that has just failed; never 0.
 inline apr_status_t LastStatus() noexcept {
-    return SystemStatus(GetLastError());
+    const DWORD error = GetLastError();
+    return error != ERROR_SUCCESS ? SystemStatus(error) : APR_EGENERAL;
 }
 
 }  // namespace zukel::platform

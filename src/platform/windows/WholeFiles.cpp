@@ -20,10 +20,10 @@ struct Former {
 
 /// @returns 0, also when there is none, or the system's error.
 DWORD Find(const wchar_t* name, Former& former) noexcept {
-    Handle file = OpenForFacts(name, FILE_READ_ATTRIBUTES | READ_CONTROL, Links::Followed);
+    Handle file = OpenForFacts(name, FILE_READ_ATTRIBUTES | READ_CONTROL, Symlinks::Follow);
     if (!file) {
         const DWORD error = GetLastError();
-        const Handle link = OpenForFacts(name, FILE_READ_ATTRIBUTES, Links::Themselves);
+        const Handle link = OpenForFacts(name, FILE_READ_ATTRIBUTES, Symlinks::NoFollow);
         return error == ERROR_FILE_NOT_FOUND && !link ? ERROR_SUCCESS : error;
     }
     FILE_BASIC_INFO facts{};
@@ -34,7 +34,7 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
     }
     // Whoever may not write to the file does not get around that by its directory.
     if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ||
-        !OpenForFacts(name, FILE_WRITE_DATA, Links::Followed)) {
+        !OpenForFacts(name, FILE_WRITE_DATA, Symlinks::Follow)) {
         return ERROR_ACCESS_DENIED;
     }
     former.name = FinalName(file);
@@ -49,7 +49,7 @@ DWORD CarryOver(const Former& former, const TemporaryFile& made) noexcept {
     DWORD size = 0;
     GetKernelObjectSecurity(former.file.Get(), kList, nullptr, 0, &size);
     const std::unique_ptr<char[]> list(new (std::nothrow) char[size]);
-    const Handle changing = OpenForFacts(made.Name(), WRITE_DAC, Links::Themselves);
+    const Handle changing = OpenForFacts(made.Name(), WRITE_DAC, Symlinks::NoFollow);
     if (!list || !changing ||
         GetKernelObjectSecurity(former.file.Get(), kList, list.get(), size, &size) == 0 ||
         SetKernelObjectSecurity(changing.Get(), kList, list.get()) == 0) {

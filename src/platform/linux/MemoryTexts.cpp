@@ -1,8 +1,8 @@
-#include "platform/linux/MemoryFigures.h"
+#include "platform/linux/MemoryTexts.h"
 
 #include <algorithm>
 
-#include "platform/Machine.h"
+#include "platform/Memory.h"
 
 namespace zukel::platform {
 
@@ -65,7 +65,8 @@ std::uint64_t FieldOf(std::string_view text, std::string_view name, std::uint64_
     return kUnknown;
 }
 
-std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept {
+std::optional<std::string_view> CgroupPathOf(std::string_view text,
+                                             CgroupVersion version) noexcept {
     while (!text.empty()) {
         const std::string_view line = TakeLine(text);  // number:controllers:path
         const std::size_t first = line.find(':');
@@ -75,8 +76,8 @@ std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kin
             continue;
         }
         const std::string_view controllers = line.substr(first + 1, second - first - 1);
-        if (kind == GroupKind::One ? !CountsMemory(controllers)
-                                   : !(line.substr(0, first) == "0" && controllers.empty())) {
+        if (version == CgroupVersion::V1 ? !CountsMemory(controllers)
+                                         : !(line.substr(0, first) == "0" && controllers.empty())) {
             continue;
         }
         const std::string_view path = line.substr(second + 1);

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-/// Parsing of /proc and cgroup files, as functions of their text, and the limits of cgroups.
+/// Parsing of /proc and cgroup files, as functions of their text.
 namespace zukel::platform {
 
 /// The number that the text begins with, or `kUnknown` when it begins with none ("max") or with one
@@ -15,13 +15,13 @@ std::uint64_t NumberAt(std::string_view text) noexcept;
 /// `kUnknown`. For `/proc/meminfo` (`unit` 1024) and `memory.stat` (1).
 std::uint64_t FieldOf(std::string_view text, std::string_view name, std::uint64_t unit) noexcept;
 
-/// The version of cgroups that counts memory.
-enum class GroupKind { One, Two };
+/// Which version of cgroup counts memory.
+enum class CgroupVersion { V1, V2 };
 
 /// The path of the process's group in the hierarchy of this version that may count memory, from
-/// `/proc/self/cgroup`; nothing if there is no such hierarchy. Empty for the root, and for a group
-/// that is not visible to the process.
-std::optional<std::string_view> GroupPathOf(std::string_view text, GroupKind kind) noexcept;
+/// `/proc/self/cgroup`; nothing when there is no such hierarchy. Empty for the root, and for a
+/// group outside of what the process can see.
+std::optional<std::string_view> CgroupPathOf(std::string_view text, CgroupVersion version) noexcept;
 
 /// The whole minus the part: 0 if the part is larger, unknown if one of the two is.
 std::uint64_t Remaining(std::uint64_t whole, std::uint64_t part) noexcept;
@@ -36,9 +36,5 @@ struct PhysicalMemory {
 /// part of `used` that the system can reclaim. Without `used` the available memory is unknown.
 void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,
                 std::uint64_t reclaimable) noexcept;
-
-/// What a new segment could take at most: available memory and, where no group sets a limit, free
-/// swap space.
-std::uint64_t AvailableForSegments() noexcept;
 
 }  // namespace zukel::platform
