@@ -47,7 +47,7 @@ zukel_debian_package(ZUKEL_DEVELOPMENT libzukel-dev libdevel "development files"
   "This package holds the headers, the static library, and the files by which
 CMake and pkg-config find them.")
 set(CPACK_COMPONENT_ZUKEL_DEVELOPMENT_DEPENDS zukel_runtime)
-# The headers of the runtime: only who links the static library needs them.
+# The headers of APR: only who links the static library needs them.
 set(CPACK_DEBIAN_ZUKEL_DEVELOPMENT_PACKAGE_SUGGESTS "libapr1-dev, libzukel-doc")
 
 zukel_debian_package(ZUKEL_DOCUMENTATION libzukel-doc doc "documentation"

@@ -1,4 +1,4 @@
-# The runtime, found where the system keeps it. Its headers count as system headers: their warnings
+# APR, found where the system keeps it. Its headers count as system headers: their warnings
 # are not ours.
 set(ZUKEL_RUNTIME_VERSION 1.7)
 set(ZUKEL_RUNTIME apr-1>=${ZUKEL_RUNTIME_VERSION})
@@ -17,7 +17,7 @@ else()
 endif()
 find_package(Threads REQUIRED)
 
-# For packages that somebody without the runtime takes: the static library has it in itself, and what it
+# For packages that somebody without APR takes: the static library has it in itself, and what it
 # needs of the system is named.
 option(ZUKEL_BUNDLE_RUNTIME "Install the runtime within the static library" OFF)
 set(ZUKEL_RUNTIME_NEEDS ${APR_STATIC_LIBRARIES})

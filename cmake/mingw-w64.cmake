@@ -1,5 +1,5 @@
 # Tool chain file: 64-bit Windows by Debian's mingw-w64, in its variant with POSIX threads (the other
-# one, by GCC 12, has no std::mutex). ZUKEL_APR_FOLDER is where tools/windows-apr has put the runtime.
+# one, by GCC 12, has no std::mutex). ZUKEL_APR_FOLDER is where tools/windows-apr has put APR.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

@@ -199,7 +199,7 @@ std::string CheckTimePattern(const std::string& bytes) {
             time.MakeLocalTime();
         }
         constexpr long long kFirst = -62135596800, kLast = 253402300799;  // years 1 to 9999
-        const bool valid = second + date.tm_gmtoff >= 0;  // the runtime's fields begin in 1970
+        const bool valid = second + date.tm_gmtoff >= 0;  // APR's fields begin in 1970
         const long long back = FromFields(date, 0).GetNumericEpochTime();
         const std::string number = second < kFirst || second > kLast
                                        ? ""

@@ -4,8 +4,8 @@
 
 struct kelAtomicRecord;
 
-/// A counter of 32 bits that any number of threads may change at once. It starts at 0, wraps both
-/// ways, and can only be counted up and down.
+/// A 32-bit counter that any number of threads may change at once. It starts at 0, can only be
+/// incremented and decremented, and wraps both ways.
 ///
 /// @code
 /// kelAtomic users;
@@ -15,22 +15,22 @@ struct kelAtomicRecord;
 /// }
 /// @endcode
 ///
-/// Threads: `Increment` and `Decrement` are atomic, and what one thread wrote before its call the
-/// thread that counts after it sees. Assignment and destruction are not.
+/// Threads: `Increment` and `Decrement` are atomic, and each synchronises with every later call on
+/// the same counter (acquire-release). Assignment and destruction are not atomic.
 class KEL_API kelAtomic {
 public:
     /// Makes a counter at 0. Throws `std::bad_alloc` without memory.
     kelAtomic();
     kelAtomic(const kelAtomic& other) = delete;
-    /// Gives the counter up, unless another object counts on it.
+    /// Releases the counter, unless another object shares it.
     ~kelAtomic();
-    /// Counts on the counter of `other` from now on; it lives as long as either object.
+    /// Shares the counter of `other`, which lives as long as either object.
     kelAtomic& operator=(const kelAtomic& other);
 
-    /// Adds one and returns the value before. 4294967295 goes to 0.
+    /// Adds one and returns the value before. 4294967295 wraps to 0.
     unsigned int Increment();
-    /// Takes one off and returns the value after; 0 when it has come to zero, -1 from 0. A count of
-    /// 2^31 and more comes out negative.
+    /// Subtracts one and returns the value after: 0 when the counter has reached zero, -1 from 0. A
+    /// count of 2^31 and more is returned as a negative number.
     int Decrement();
 
 private:

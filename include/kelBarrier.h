@@ -7,7 +7,7 @@
 
 class kelLibrary;
 
-/// The interface of a meeting point of threads, to derive from. The class itself makes nobody wait.
+/// Base class for a thread barrier. Its own operations return at once.
 ///
 /// @code
 /// class Barrier : public kelBarrier {
@@ -38,19 +38,20 @@ class kelLibrary;
 /// @endcode
 class KEL_API kelBarrier {
 public:
-    /// The count is not read: `Block` is given one of its own.
+    /// The count is ignored: `Block` has one of its own.
     explicit kelBarrier(std::size_t count = 0);
-    /// The same, for numbers of other types: a plain 0 could be meant for the pointer as well.
+    /// The same, for numbers of other types: without it, a literal 0 would be ambiguous with the
+    /// pointer.
     template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
     explicit kelBarrier(Number count) : kelBarrier(static_cast<std::size_t>(count)) {}
     /// The same. The pointer is not read and may be null.
     explicit kelBarrier(kelLibrary* library, std::size_t count = 0);
-    kelBarrier(const kelBarrier& other) = delete;  ///< A meeting point is one.
+    kelBarrier(const kelBarrier& other) = delete;
     virtual ~kelBarrier();
-    /// There is nothing to take over: the base holds no state.
+    /// Does nothing: the base has no state.
     kelBarrier& operator=(const kelBarrier& other);
 
-    /// Returns at once; the count is not read.
+    /// Returns at once; the count is ignored.
     virtual void Block(unsigned long long count);
     /// Returns at once.
     virtual void Reset();

@@ -3,14 +3,14 @@
 #include "kelExport.h"
 #include "zuString.h"
 
-/// What the processor tells of itself by its CPUID instruction, and how many processors there are.
-/// There is no state: all operations are static, may be called from any thread and ask anew at
-/// every call. The runtime is neither needed nor started.
+/// What the processor reports by its CPUID instruction, and the number of processors. The class has
+/// no state: all operations are static, may be called from any thread, query again at every call,
+/// and do not need APR.
 ///
-/// CPUID answers for the processor that runs the calling thread, and a virtual machine may change
-/// the answer. The figures of a package are those of the vendors "GenuineIntel" and "AuthenticAMD"
-/// alone, by the leaves 1, 0x80000001 and 0x80000008. On a processor without the instruction the
-/// vendor text is empty and the answers are those for any other vendor.
+/// CPUID describes the processor that runs the calling thread, and a virtual machine may change its
+/// answers. Package values are known for the vendors "GenuineIntel" and "AuthenticAMD" only, from
+/// the leaves 1, 0x80000001 and 0x80000008. On a processor without the instruction the vendor text
+/// is empty, and the other results are those for any other vendor.
 ///
 /// @code
 /// const int workers = std::max(1, kelCPUInfo::GetNumProcessors());
@@ -23,20 +23,20 @@ public:
     /// The same.
     kelCPUInfo& operator=(kelCPUInfo&& other) noexcept;
 
-    /// The vendor's text of twelve characters, such as "GenuineIntel". No model, no serial number.
+    /// The vendor's twelve characters, such as "GenuineIntel"; not a model or a serial number.
     static zuString GetCPUID();
 
-    /// How many processors the system runs, each hardware thread counted. Linux: those online, also
-    /// when the process is bound to fewer of them. Windows: those of the process's group. 0 when
-    /// the platform cannot tell.
+    /// The number of processors that the system runs, counting each hardware thread; 0 if unknown.
+    /// Linux: those online, even if the process is bound to fewer of them. Windows: those of the
+    /// process's processor group.
     static int GetNumProcessors();
 
-    /// How many logical processors a package holds, as its leaves tell; 1 for any other vendor.
-    /// "GenuineIntel" tells the room for processor numbers, which can be more than there are, and a
-    /// 0 is handed on.
+    /// The number of logical processors in a package, as its CPUID leaves report it; 1 for any
+    /// other vendor. Intel: the number of APIC ids reserved, which may exceed the real count; a 0
+    /// is passed through.
     static int GetLogicalProcsPerPackage();
 
-    /// Whether the package reports multi-threading: the flag of leaf 1, which "AuthenticAMD" sets
-    /// for several cores too, and is then not believed. False for any other vendor.
+    /// Whether the package reports multi-threading: the HTT flag of leaf 1. AMD: ignored if
+    /// CmpLegacy says that it stands for cores. False for any other vendor.
     static bool HasCMT();
 };

@@ -4,8 +4,8 @@
 
 class kelLibrary;
 
-/// The base of a condition that threads wait for, to derive from. It has no operations: those of
-/// the derived class are called by its own type.
+/// Base class for a condition variable. It has no operations: those of a derived class are called
+/// through its own type.
 ///
 /// @code
 /// class Ready : public kelCondition {
@@ -30,7 +30,7 @@ public:
     explicit kelCondition(kelLibrary* library);
     kelCondition(const kelCondition& other) = delete;
     virtual ~kelCondition();
-    /// There is nothing to take over: the base holds no state.
+    /// Does nothing: the base has no state.
     kelCondition& operator=(const kelCondition& other);
 
 private:

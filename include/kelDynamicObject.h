@@ -9,13 +9,12 @@
 class kelLibrary;
 struct kelDynamicObjectRecord;
 
-// <windows.h> has a macro of this name. It must not rename the member, whether that header comes
-// before this one or after it; see the two forwarding members below.
+// <windows.h> defines a macro of this name. It must not rename the member, wherever that header is
+// included: for calls that the macro renames there are aliases at the end of the class.
 #pragma push_macro("LoadLibrary")
 #undef LoadLibrary
 
-/// A module (a shared library) that is loaded while the program runs: load it, find its symbols,
-/// unload it.
+/// A module (a shared library) loaded at run time: load it, find its symbols, unload it.
 ///
 /// | State    | `GetLibraryName` | `FindSymbol`       | entered by                               |
 /// |----------|------------------|--------------------|------------------------------------------|
@@ -24,19 +23,19 @@ struct kelDynamicObjectRecord;
 /// | failed   | empty            | `kelStatusFailed`  | a load that failed                       |
 /// | unloaded | the module       | `kelStatusFailed`  | `UnloadLibrary` of a loaded one          |
 ///
-/// A load is allowed in every state. It does not unload the module that the object held before:
-/// that one stays in memory, and its symbols usable, until the object is destroyed; the object from
-/// then on speaks of the new load alone.
+/// A load is allowed in every state. It does not unload the module that the object held before,
+/// which stays in memory, with its symbols usable, until the object is destroyed. All operations
+/// then refer to the new module.
 ///
 /// The destructor unloads everything that the object still holds. The system counts loads: a module
-/// leaves memory when everybody who loaded it has unloaded it, and some never do. Symbols must not
-/// be used after that.
+/// leaves memory when everybody who loaded it has unloaded it, and some modules never do. Do not
+/// use its symbols after that.
 ///
-/// Failure: no operation throws but for `std::bad_alloc` and `std::length_error`, before anything
+/// Failure: no operation throws except `std::bad_alloc` and `std::length_error`, before anything
 /// has happened; output arguments change only on success.
 ///
-/// Threads: one object is used by one thread at a time; different objects are independent. Code of
-/// the module may run in the thread that loads or unloads it.
+/// Threads: one thread at a time may use an object; different objects are independent. Code of the
+/// module may run in the thread that loads or unloads it.
 ///
 /// @code
 /// kelDynamicObject module;
@@ -53,58 +52,59 @@ public:
     kelDynamicObject();
     /// The same. The pointer is not read and may be null.
     explicit kelDynamicObject(kelLibrary* library);
-    /// Unloads what the object, alone, still holds.
+    /// Unloads what only this object still holds.
     ~kelDynamicObject();
     kelDynamicObject(const kelDynamicObject&) = delete;
-    /// Shares all that `other` holds: what is loaded or unloaded through one object is so for both,
-    /// and the last one unloads. What this object held alone is unloaded.
+    /// Shares all that `other` holds: a load or unload through either object holds for both, and
+    /// the last one unloads. What only this object held is unloaded.
     kelDynamicObject& operator=(const kelDynamicObject& other);
 
-    /// Loads the file `name`, as it stands: no directory, prefix or suffix is added. All symbols
-    /// that the module needs are bound at once. Linux: its own serve modules loaded later, and take
-    /// the place of symbols of the same name in them: give a module hidden visibility but for its
-    /// entry points.
+    /// Loads the file `name`, as it is: no directory, prefix or suffix is added. All symbols that
+    /// the module needs are bound at once. Linux: its own symbols are global (RTLD_NOW |
+    /// RTLD_GLOBAL): they resolve and override those of the same name in modules loaded later.
+    /// Build modules with hidden visibility except for their entry points.
     ///
-    /// Linux: a name without `/` is looked for where the system keeps its libraries, not in the
-    /// current directory. Windows: a name without `/`, `\` and `:` is looked for beside the program
-    /// and where the system keeps its own, another one stands for that file alone; what the module
-    /// was linked with is looked for there and beside the module. The empty name fails: it never
-    /// gives the program itself.
+    /// Linux: a name without `/` is searched for in the system's library directories, not in the
+    /// current directory. Windows: a name without `/`, `\` and `:` is searched for beside the
+    /// program and in the system's directories; any other name is a path. The libraries that the
+    /// module was linked with are searched for there and beside the module. The empty name fails:
+    /// it never stands for the program itself.
     ///
     /// @returns `kelStatusOk`, or `kelStatusFailed` with the reason in `GetError`.
     int LoadLibrary(const zuString& name);
 
     /// Loads the first of `directory/name.dll` and `directory/libname.dll` that can be loaded,
-    /// where `.dll` stands for `kelLibrary::GetSharedLibSuffix`. `GetLibraryName` tells which.
+    /// where `.dll` stands for `kelLibrary::GetSharedLibSuffix`. `GetLibraryName` returns which one
+    /// it was.
     ///
-    /// @returns `kelStatusOk`; `kelStatusFailed` when neither can be loaded (`GetError` tells of
-    /// the second), and when an argument is empty: nothing has changed then.
+    /// @returns `kelStatusOk`; `kelStatusFailed` if neither can be loaded (`GetError` is about the
+    /// second), or if an argument is empty, with nothing changed.
     int kelLoadLibraryEx(const std::string& directory, const std::string& name);
 
     /// Finds the address of the symbol `name`, a function or a variable, in the module of the last
     /// load. Linux: the libraries that the module itself was linked with are searched after it.
     ///
-    /// @param symbol receives the address, to be cast to the symbol's true type. It is good until
+    /// @param symbol receives the address, to be cast to the symbol's true type. It is valid until
     /// the module is unloaded.
-    /// @returns `kelStatusFailed` when there is no such symbol and when no module is held; the rest
-    /// of the process is never searched.
+    /// @returns `kelStatusFailed` if there is no such symbol or no module is held; the rest of the
+    /// process is never searched.
     int FindSymbol(long long (**symbol)(), const zuString& name);
 
     /// Unloads the module of the last load. The name stays.
     ///
-    /// @returns `kelStatusOk`, also when none is held; `kelStatusFailed` when the system reports a
-    /// failure. The object holds no module afterwards either way.
+    /// @returns `kelStatusOk`, also if none is held; `kelStatusFailed` if the system reports a
+    /// failure. The object holds no module afterwards in either case.
     int UnloadLibrary();
 
-    /// The system's text on the last attempt to load, at most 4095 bytes: why it failed, or that
-    /// there was no error. Empty before the first. Nothing but a load changes it.
+    /// The system's text for the last attempt to load, at most 4095 bytes: why it failed, or that
+    /// there was no error. Empty before the first. Only a load changes it.
     zuString GetError();
 
     /// The file name of the last load that succeeded; empty before the first load and after a load
     /// that failed.
     zuString GetLibraryName() const;
 
-    /// @name Under the names that windows.h makes of a call to LoadLibrary
+    /// @name Aliases for callers that have included <windows.h>
     /// @{
 
     /// The same as `LoadLibrary`.

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Visibility of the exported classes, and the standard that all headers need. An application needs
-/// nothing from this file; one that links the static library on Windows defines `ZUKEL_STATIC`
+/// Visibility of the exported classes, and a check for C++17. An application needs nothing from
+/// this file, except that one which links the static library on Windows defines `ZUKEL_STATIC`
 /// before it includes any header.
 
 #if __cplusplus < 201703L && (!defined(_MSVC_LANG) || _MSVC_LANG < 201703L)

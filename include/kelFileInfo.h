@@ -6,30 +6,29 @@
 class kelLibrary;
 struct kelFileInfoRecord;
 
-/// One file's name, taken apart, and what the system knows of the file: kind, size, times,
-/// permissions.
+/// The parts of a file's name, and the file's metadata: kind, size, times, permissions.
 ///
-/// The facts come from one query of the file, made when they are first asked for: building the
-/// object touches no file, which need not exist.
+/// The metadata comes from one query of the file, made when it is first needed. Making the object
+/// touches no file, and the file need not exist.
 ///
-/// | State    | entered by                  | a fact that is asked for                           |
+/// | State    | entered by                  | a metadata value                                   |
 /// |----------|-----------------------------|----------------------------------------------------|
-/// | nothing  | construction, copying       | makes the query                                    |
-/// | nothing  | a query that failed         | makes the query again                              |
-/// | answered | a query that gave something | comes from that query, however the file changes    |
+/// | empty    | construction, copying       | makes the query                                    |
+/// | empty    | a query that failed         | makes the query again                              |
+/// | filled   | a query that succeeded      | comes from that query, however the file changes    |
 ///
-/// There is no refresh: for fresh facts make a new object, or a copy, which begins with nothing.
+/// There is no refresh: for current metadata make a new object, or a copy, which begins empty.
 ///
-/// Failure: no operation throws but for `std::bad_alloc`; a fact that cannot be had shows in the
-/// failure value alone (-1, or `NoFile`). A missing file and a directory on the way that may not be
-/// searched look alike.
+/// Failure: no operation throws except `std::bad_alloc`; a failed query is reported by the failure
+/// value alone (-1, or `NoFile`). A missing file and a directory that is not searchable look the
+/// same.
 ///
-/// Linux: a symbolic link is described itself, not what it points to, unless a `/` stands behind
-/// its name or the object was made with `LinksFollowed`. The file is not opened, and no right to
-/// read it is needed. Windows: the file is opened without access to its contents.
+/// Linux: the metadata is that of a symbolic link itself, not of its target, unless its name ends
+/// in `/` or the object was made with `LinksFollowed`. The file is not opened, and need not be
+/// readable. Windows: the file is opened without access to its contents.
 ///
-/// Threads: one object is used by one thread at a time, also for mere questions, because they fill
-/// the object in; different objects are independent.
+/// Threads: one thread at a time may use an object, const operations included, because they fill
+/// it; different objects are independent.
 ///
 /// @code
 /// const kelFileInfo info("notes/today.txt");
@@ -42,7 +41,7 @@ class KEL_API kelFileInfo {
 public:
     /// The kinds of file.
     enum FileType : int {
-        NoFile = 0,       ///< There is none, or nothing could be learnt of it.
+        NoFile = 0,       ///< There is none, or the query failed.
         RegularFile = 1,  ///< Plain contents.
         Directory = 2,    ///< A directory.
         Pipe = 3,         ///< A named pipe.
@@ -51,9 +50,9 @@ public:
         OtherFile = 127   ///< A device, or a kind without a number here.
     };
 
-    /// The bits of a permission word, wherever the library takes or gives one. Each class of user
+    /// The bits of a permission mask, wherever the library takes or returns one. Each class of user
     /// has a hexadecimal digit of its own: what a shell calls 0755 is 0x755 here. The values are
-    /// those of the runtime's `APR_FPROT_` words.
+    /// those of APR's `APR_FPROT_` constants.
     ///
     /// |               | read   | write  | execute |
     /// |---------------|--------|--------|---------|
@@ -73,32 +72,33 @@ public:
         PermissionSetUser = 0x8000,   ///< Runs as the file's owner.
         PermissionSetGroup = 0x4000,  ///< Runs as the file's group.
         PermissionSticky = 0x2000,    ///< Directory: only its owner removes an entry.
-        PermissionDefault = 0x0FFF,   ///< A whole word, to give only: what the system sets itself.
-        PermissionOfSource = 0x1000   ///< A whole word, for a copy only: those of the source.
+        PermissionDefault = 0x0FFF,  ///< Complete value, as an argument only: the system's default.
+        PermissionOfSource = 0x1000  ///< Complete value, for a copy only: those of the source.
     };
 
-    /// Keeps the name; makes no query. It is any bytes, used as it stands (nothing is expanded) and
-    /// relative to the current directory at the time of the query. Throws `std::bad_alloc`.
+    /// Keeps the name and makes no query. The name is any bytes, used as it is (nothing is
+    /// expanded) and relative to the current directory at the time of the query. Throws
+    /// `std::bad_alloc`.
     explicit kelFileInfo(const zuString& name);
     /// The same. The pointer is not read and may be null.
     kelFileInfo(kelLibrary* library, const zuString& name);
-    /// Whether a symbolic link is described itself, or what it leads to.
+    /// Whether the metadata is that of a symbolic link itself or of its target.
     enum LinkMode : int { LinksThemselves = 0, LinksFollowed = 1 };
-    /// The same as with the name alone; with `LinksFollowed` the facts are those of the file that
-    /// the name leads to through symbolic links, and of no file when it leads nowhere.
+    /// As with the name alone. With `LinksFollowed` symbolic links are followed; a dangling link
+    /// counts as a missing file.
     kelFileInfo(const zuString& name, LinkMode mode);
-    /// Makes an object on the same name, with the same mode, that has asked nothing yet.
+    /// Copies the name and the mode only; the metadata is queried again.
     kelFileInfo(const kelFileInfo& other);
     ~kelFileInfo();
-    /// Shares the name and the facts of `other`: a query through one object answers for both.
+    /// Shares the name and the metadata of `other`: a query through one object serves both.
     kelFileInfo& operator=(const kelFileInfo& other);
 
     /// Does nothing. The pointer is not read and may be null.
     void SetLibrary(kelLibrary* library);
 
     /// @name Parts of the name
-    /// Separators are `/`, the backslash and `:`. The parts are those of the text; only
-    /// `GetFileExtension` asks the system.
+    /// Separators are `/`, the backslash and `:`. The parts are taken from the text alone; only
+    /// `GetFileExtension` queries the file too.
     ///
     /// | name            | `GetPath` | `GetFileName`  | `GetBaseName` | `GetFileExtension` |
     /// |-----------------|-----------|----------------|---------------|--------------------|
@@ -112,48 +112,49 @@ public:
 
     /// The name given to the constructor.
     zuString GetFilePath() const;
-    /// Up to the last separator, which is part of it; empty without one.
+    /// Everything up to and including the last separator; empty without one.
     zuString GetPath() const;
-    /// What follows the last separator.
+    /// Everything after the last separator.
     zuString GetFileName() const;
-    /// The file name up to its last dot. A name whose only dot is its first byte is whole.
+    /// The file name up to its last dot. A name whose only dot is its first byte is returned whole.
     zuString GetBaseName() const;
-    /// What follows the last dot in the part behind the last `/` or backslash: a colon does not
-    /// count here, and neither does it matter that a dot comes first. Empty for a directory, which
-    /// is found out by the query; a file that cannot be queried has its extension all the same.
+    /// The text after the last dot of the last component. Only `/` and backslash separate here, and
+    /// a leading dot counts (`.profile` gives `profile`). Empty for a directory, which the query
+    /// shows; a file whose query fails has its extension all the same.
     zuString GetFileExtension() const;
     /// @}
 
-    /// @name Facts
-    /// Times are microseconds since 1970-01-01 00:00:00 universal time.
+    /// @name Metadata
+    /// Times are microseconds since 1970-01-01 00:00:00 UTC.
     /// @{
 
     /// The kind of file; `NoFile` on failure.
     FileType GetType() const;
-    /// The size in bytes, its low 32 bits: negative from 2 GiB up to 4 GiB, and small again from
-    /// there. Linux: of a link, the length of what it holds. -1 on failure.
+    /// The low 32 bits of the size in bytes: negative from 2 GiB up to 4 GiB, and small again from
+    /// there. Linux: the size of a link is the length of its text. -1 on failure.
     int GetSize() const;
-    /// When the file was made; -1 on failure. Linux: when its contents or its properties (name,
+    /// When the file was created; -1 on failure. Linux: when its contents or its metadata (name,
     /// owner, permissions, links) last changed.
     long long GetCreationTime() const;
-    /// When the contents were last read, as far as the file system keeps that; -1 on failure.
+    /// When the contents were last read, as far as the file system records it; -1 on failure.
     long long GetLastAccessTime() const;
     /// When the contents last changed; -1 on failure.
     long long GetLastModifiedTime() const;
-    /// A word of `Permission` bits; -1 on failure. Windows: asked apart on the first call, and
-    /// again after a failure, which gives 0 then; as the access list tells them by itself, without
-    /// the other groups that a user is in, and without the right to write for a read-only file.
+    /// A mask of `Permission` bits; -1 on failure. Windows: needs a query of its own, made at the
+    /// first call; 0 if that fails, and the next call tries again. The bits come from the access
+    /// list alone, without other groups that a user is in; a read-only file has no write bits.
     int GetPermissions() const;
-    /// 0 when the file's owner is known, -1 when not. The identifier itself is not told.
+    /// 0 if the file's owner is known, -1 if not. For the identifier see `GetOwnerNumber`.
     int GetUserId() const;
-    /// 0 when the file's group is known, -1 when not. The identifier itself is not told.
+    /// 0 if the file's group is known, -1 if not. For the identifier see `GetGroupNumber`.
     int GetGroupId() const;
-    /// The size in bytes, whole, where `GetSize` reports its low 32 bits. -1 on failure.
+    /// The full size in bytes, of which `GetSize` returns the low 32 bits. -1 on failure.
     long long GetLength() const;
-    /// How many names (hard links) the file has; -1 on failure. Linux: of a directory, what its
-    /// file system counts.
+    /// The number of names (hard links) of the file; -1 on failure. Linux: for a directory,
+    /// whatever its file system counts.
     long long GetLinkCount() const;
-    /// The identifier of the file's owner; -1 on failure. Windows: -1, an owner has no number.
+    /// The identifier of the file's owner; -1 on failure. Windows: always -1, since an owner has no
+    /// number.
     long long GetOwnerNumber() const;
     /// The identifier of the file's group; otherwise as `GetOwnerNumber`.
     long long GetGroupNumber() const;

@@ -2,11 +2,12 @@
 
 #include "kelExport.h"
 
-/// The figures of `kelSystem::GetMemoryDetails`, in kilobytes of 1024 bytes, each rounded down. All
-/// ones (0xFFFFFFFFFFFFFFFF) mark a figure that was never filled or that the platform cannot tell.
+/// The memory statistics of `kelSystem::GetMemoryDetails`, in units of 1024 bytes, rounded down.
+/// All ones (0xFFFFFFFFFFFFFFFF) mark a value that was never filled, or that the platform does not
+/// provide.
 ///
-/// A used figure is the difference of the other two, which were read together; it is all ones where
-/// one of them is.
+/// A used value is the difference of the other two, which are read together; it is all ones if one
+/// of them is.
 ///
 /// @code
 /// kelMemoryInfo memory;
@@ -17,43 +18,43 @@
 /// @endcode
 class KEL_API kelMemoryInfo {
 public:
-    /// Sets all figures to all ones.
+    /// Sets all values to all ones.
     kelMemoryInfo();
-    /// Copies the nine figures.
+    /// Copies the nine values.
     kelMemoryInfo(const kelMemoryInfo& other) = default;
     ~kelMemoryInfo();
-    /// Copies the nine figures.
+    /// Copies the nine values.
     kelMemoryInfo& operator=(const kelMemoryInfo& other);
 
     /// @name Physical memory
-    /// Linux: what the process can have: the machine's memory, or the smallest limit of its control
-    /// group and the groups above it, as they stand below `/sys/fs/cgroup`, when that is less.
-    /// Available is what can be had without swapping: unused memory and what the system would give
-    /// up of its caches. Windows: the machine's memory, and what of it is available.
+    /// Linux: total memory of the machine, or the lowest cgroup (v1 or v2) limit in
+    /// `/sys/fs/cgroup` that applies to the process, whichever is less. Available is what can be
+    /// allocated without swapping: unused memory and reclaimable caches. Windows: the machine's
+    /// memory, and the available part of it.
     /// @{
     unsigned long long totalPhysical;      ///< All of it.
-    unsigned long long usedPhysical;       ///< Total less available.
+    unsigned long long usedPhysical;       ///< Total minus available.
     unsigned long long availablePhysical;  ///< What is left.
     /// @}
 
     /// @name Address space of the process
-    /// Linux: total is the process's own limit (`RLIMIT_AS`) or, without one, what the processor
-    /// offers a process (x86-64: 128 TiB; all ones on others); used is what is mapped. Windows: the
-    /// user part of the address space, and what of it is neither reserved nor committed.
+    /// Linux: total is the process's own limit (`RLIMIT_AS`) or, without one, the size of its
+    /// address space (x86-64: 128 TiB; all ones on others); used is what is mapped. Windows: the
+    /// user part of the address space; available is what is neither reserved nor committed.
     /// @{
     unsigned long long totalVirtual;      ///< All of it.
-    unsigned long long usedVirtual;       ///< Total less available.
+    unsigned long long usedVirtual;       ///< Total minus available.
     unsigned long long availableVirtual;  ///< What is left.
     /// @}
 
     /// @name Paging memory
-    /// What the system can promise to processes, in memory and on disk. Linux: its commit limit
-    /// (`CommitLimit`), and what of it is not yet promised; under the usual policy the system goes
-    /// on promising when nothing of it is available. Windows: the commit limit of the system or the
-    /// process, and what the process can still commit.
+    /// What the system can commit to processes, in memory and on disk. Linux: its commit limit
+    /// (`CommitLimit`), and the part of it that is not yet committed; under the default overcommit
+    /// policy the system continues to commit when nothing is available. Windows: the commit limit
+    /// of the system or the process, and what the process can still commit.
     /// @{
     unsigned long long totalPaging;      ///< All of it.
-    unsigned long long usedPaging;       ///< Total less available.
+    unsigned long long usedPaging;       ///< Total minus available.
     unsigned long long availablePaging;  ///< What is left.
     /// @}
 };

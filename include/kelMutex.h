@@ -5,8 +5,8 @@
 
 class kelLibrary;
 
-/// The interface of a lock, to derive from. The class itself locks nothing: every operation fails,
-/// at all times and without effect, and a caller that goes on has no mutual exclusion.
+/// Base class for a mutex. It locks nothing itself: every operation always fails, and a caller that
+/// ignores this has no mutual exclusion.
 ///
 /// @code
 /// class Mutex : public kelMutex {
@@ -38,7 +38,7 @@ public:
     explicit kelMutex(kelLibrary* library);
     kelMutex(const kelMutex& other) = delete;
     virtual ~kelMutex();
-    /// There is nothing to take over: the base holds no state.
+    /// Does nothing: the base has no state.
     kelMutex& operator=(const kelMutex& other);
 
     /// Always `kelStatusFailed`.

@@ -4,9 +4,8 @@
 
 #include "zuString.h"
 
-/// How a program is to be started: a plain record, for `kelProcess::Start` and `kelProcess::Run`.
-/// As it is made, only the command is missing: the child then has the caller's directory,
-/// environment and streams.
+/// How a program is to be started, for `kelProcess::Start` and `kelProcess::Run`. Only the command
+/// must be set: by default the child has the caller's directory, environment and streams.
 ///
 /// @code
 /// kelProcessOptions options;
@@ -23,9 +22,9 @@ struct kelProcessOptions {
     /// Where a stream of the child leads.
     enum StreamKind {
         StreamInherited,  ///< To where the caller's own stream leads.
-        StreamNothing,    ///< Input: at its end at once. Output: any amount is taken and dropped.
-        StreamFile,       ///< To a file: read from its start, or made if need be and appended to.
-        StreamPipe        ///< To the object, for `WriteInput`, `ReadOutput` and `ReadErrors`.
+        StreamNothing,    ///< Input: empty. Output: discarded.
+        StreamFile,  ///< To a file: read from its start, or created if necessary and appended to.
+        StreamPipe   ///< To the object, for `WriteInput`, `ReadOutput` and `ReadErrors`.
     };
     /// One stream of the child.
     struct Stream {
@@ -33,7 +32,7 @@ struct kelProcessOptions {
         zuString file;  ///< For `StreamFile`: relative to the caller's current directory.
     };
 
-    /// One program name or path, as in the other forms of `kelProcess::Start`. It is looked for
+    /// One program name or path, as in the other forms of `kelProcess::Start`. It is searched for
     /// along the caller's search path, whatever the child's environment.
     zuString command;
     /// What the program gets after its own name, each unchanged.
@@ -41,20 +40,20 @@ struct kelProcessOptions {
     /// The child's working directory; empty: the caller's.
     zuString directory;
 
-    /// Whether the child's environment begins empty, and not as the caller's. Windows: some
-    /// programs do not start without the variable `SystemRoot`.
+    /// Whether the child's environment starts empty, instead of as a copy of the caller's. Windows:
+    /// some programs do not start without the variable `SystemRoot`.
     bool emptyEnvironment = false;
-    /// Variables that the child does not get from the caller.
+    /// Variables that the child does not inherit from the caller.
     zuStlVector<zuString> removedVariables;
-    /// Variables that the child gets, each a name and its value, in the place of the caller's and
-    /// of earlier ones in this list. Linux: an empty value is kept.
+    /// Variables that the child gets, each a name and its value. They replace the caller's, and
+    /// earlier ones in this list. Linux: an empty value is kept.
     zuStlVector<std::pair<zuString, zuString>> setVariables;
 
     /// Standard input.
     Stream input;
     /// Standard output.
     Stream output;
-    /// Standard error. If both outputs are the same file, they share it in the order written.
+    /// Standard error. If both outputs are the same file, it has them in the order written.
     Stream errors;
 
     /// As in the other forms of `kelProcess::Start`.

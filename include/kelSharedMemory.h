@@ -7,40 +7,39 @@
 class kelLibrary;
 struct kelSharedMemoryRecord;
 
-/// One process's hold on a named block of memory that other processes see as well: as the creator
-/// of the segment, or attached to it.
+/// A named shared-memory segment as seen by one process, which either created it (Owner) or
+/// attached to it (Attached).
 ///
-/// | Operation  | Empty         | Owner            | Attached                         | Ended    |
-/// |------------|---------------|------------------|----------------------------------|----------|
-/// | `Create`   | to Owner      | no effect        | no effect                        | fails    |
-/// | `Attach`   | to Attached   | fails, no effect | no effect                        | fails    |
-/// | `Detach`   | fails; ends   | fails; destroys  | detaches, removes the name       | fails    |
-/// | `Destroy`  | fails; ends   | destroys         | fails; removes the name, lets go | fails    |
-/// | `Remove`   | any name      | any; destroys    | any; lets go                     | any name |
-/// | destructor | nothing to do | destroys         | lets go, the name stays          | nothing  |
+/// | Operation  | Empty       | Owner            | Attached                          | Ended     |
+/// |------------|-------------|------------------|-----------------------------------|-----------|
+/// | `Create`   | to Owner    | no effect        | no effect                         | fails     |
+/// | `Attach`   | to Attached | fails, no effect | no effect                         | fails     |
+/// | `Detach`   | fails; ends | fails; destroys  | detaches, removes the name        | fails     |
+/// | `Destroy`  | fails; ends | destroys         | fails; removes the name, detaches | fails     |
+/// | `Remove`   | any name    | any; destroys    | any; detaches                     | any name  |
+/// | destructor | no effect   | destroys         | detaches, the name stays          | no effect |
 ///
-/// What fails gives `kelStatusFailed`, the rest `kelStatusOk`; there is no other status. `Detach`,
-/// `Destroy` and `Remove` end the object for good, whatever their status: make a new one for the
-/// next segment. A `Create` or an `Attach` that fails leaves an Empty object Empty and may be
-/// called again.
+/// The only statuses are `kelStatusOk` and `kelStatusFailed`. `Detach`, `Destroy` and `Remove` end
+/// the object for good, whatever their status: make a new one for the next segment. A `Create` or
+/// an `Attach` that fails leaves an Empty object Empty and may be called again.
 ///
-/// A segment that is destroyed has no name any more, and no process can attach to it; those that
-/// are attached keep its memory until they let go. The library puts no layout and no lock into it.
+/// A destroyed segment has no name any more, and no process can attach to it; those that are
+/// attached keep its memory until they detach. The library puts no header and no lock into a
+/// segment.
 ///
-/// No operation but `Remove` removes a name under which somebody else has created a new segment.
-/// Linux: that holds also when the new segment is created at the same moment. If a process was
-/// stopped while it removed the name, another process that removes it gives up after a second: its
-/// operation fails, and the name stays.
+/// Only `Remove` removes a name under which somebody else has created a new segment. Linux: that
+/// holds even if the new segment is created at the same moment. If a process is suspended while it
+/// removes the name, another one that tries to remove it gives up after a second: its operation
+/// fails, and the name stays.
 ///
-/// Linux: in a copy of the process that `fork` makes, the end of an object, or an assignment to it,
-/// leaves the name of a segment that the parent has created. `Detach`, `Destroy` and `Remove` do as
-/// they are told there too.
+/// Linux: in a forked copy of the process, destroying an object or assigning to it leaves the name
+/// of a segment that the parent has created. `Detach`, `Destroy` and `Remove` work there as usual.
 ///
-/// Copies share: what one object does to the segment the others see, and when one of them ends,
-/// all of them are Ended (`IsValid` false, address null). The last one to be destroyed lets go.
+/// Copies share one segment: if one of them ends, all are Ended (`IsValid` false, address null).
+/// The last one to be destroyed releases it.
 ///
-/// A creator that was killed leaves its segment behind, and nobody can create it anew. Clear it
-/// with `Remove` on an object of its own, which that ends, and create with a second one:
+/// A creator that was killed leaves its segment behind, and nobody can create it again. Remove it
+/// through a temporary object, which `Remove` ends, then create it with another one:
 ///
 /// @code
 /// kelSharedMemory board;
@@ -57,16 +56,16 @@ struct kelSharedMemoryRecord;
 /// }
 /// @endcode
 ///
-/// Names: any text without a NUL but the empty one, of any length; every operation fails for the
-/// others. Processes meet when they give the same bytes. Linux: a name is no path; segments live in
-/// the system's shared memory
-/// (`/dev/shm`) under two hashes of 32 bits of their names, which differ for names that differ in
-/// one byte, and programs that use the runtime directly find them there. Windows: a name is a path,
-/// and a file is made under it: two ways to write it name one segment.
+/// Names: any text without a NUL, of any length, but not the empty one; every operation fails for
+/// other names. The same bytes name the same segment. Linux: a name is not a path. Segments are
+/// files in the system's shared memory (`/dev/shm`), named by two 32-bit hashes of their names,
+/// which differ for names that differ in one byte. That is APR's layout, so programs that use APR
+/// directly can attach. Windows: a name is the path of a file that is created, and two spellings of
+/// the path name one segment.
 ///
-/// Threads: one object, or objects that share, are used by one thread at a time; others are
-/// independent. Child processes inherit no descriptor. Linux: no operation is a cancellation point
-/// of `pthread_cancel`.
+/// Threads: one thread at a time may use an object, or objects that share; others are independent.
+/// Child processes inherit no descriptor. Linux: no operation is a cancellation point of
+/// `pthread_cancel`.
 class KEL_API kelSharedMemory {
 public:
     /// Makes an Empty object. Throws `std::bad_alloc` without memory.
@@ -75,53 +74,53 @@ public:
     explicit kelSharedMemory(kelLibrary* library);
     /// Shares the state and the segment of `other`.
     kelSharedMemory(const kelSharedMemory& other);
-    /// Lets go of the segment as the table tells, if no copy is left.
+    /// Releases the segment as the table shows, if no copy is left.
     virtual ~kelSharedMemory();
-    /// Shares the state and the segment of `other`; lets go of its own first, as the destructor
-    /// does.
+    /// Shares the state and the segment of `other`; releases its own first, as the destructor does.
     kelSharedMemory& operator=(const kelSharedMemory& other);
 
-    /// Makes a segment of `size` bytes, all zero, under a name that is not in use. 0 is a size.
+    /// Creates a segment of `size` bytes, all zero, under a name that is not in use. A size of 0 is
+    /// allowed.
     ///
-    /// The segment is readable and writable by its owner alone. Windows: on a volume that keeps
-    /// access lists; on another one nobody can attach. The volume must have the room and 1 MiB
-    /// more. Linux: its memory is reserved before the call returns, so touching it never fails; a
-    /// size that the system cannot hold at the time fails. Nobody can attach before it is whole,
-    /// and a failure leaves no name.
+    /// The segment is readable and writable by its owner alone. Nobody can attach before it is
+    /// complete, and a failure leaves no name. Linux: its memory is reserved before the call
+    /// returns, so touching it never fails; a size that the system cannot hold at the time is a
+    /// failure. Windows: nobody can attach on a volume without access lists, and the volume must
+    /// have room for `size` and 1 MiB more.
     int Create(unsigned long long size, const zuString& name);
 
-    /// Attaches to the segment that somebody has made under this name. Fails while there is none,
-    /// and while it is not whole: its creator is in the middle of it, or was killed there.
+    /// Attaches to the segment of this name. Fails if there is none, or if its creator has not
+    /// finished making it (or was killed before).
     ///
     /// Also fails for a segment that belongs neither to the caller (Linux: the effective user) nor
-    /// to root (Windows: the system or its administrators), and for one that others may write: a
-    /// stranger who can cut a segment can end every process that touches it.
+    /// to root (Windows: the system or its administrators). The same holds for one that others may
+    /// write: whoever can truncate a segment can crash every process that touches it.
     int Attach(const zuString& name);
 
-    /// Lets go of an attached segment and removes its name, if the name still stands for that
-    /// segment: the creator's hold and those of others stay, but nobody can attach any more. Let
-    /// the destructor do it to leave the name. An Owner fails, and its segment is destroyed.
+    /// Detaches and removes the name, if the name still stands for that segment: the creator and
+    /// other processes keep the segment, but nobody can attach afterwards. To keep the name, let
+    /// the destructor detach. On an Owner it fails, and the segment is destroyed.
     int Detach();
 
-    /// Destroys the segment that this object created. An Attached object fails, and its name is
-    /// removed all the same.
+    /// Destroys the segment that this object created. On an Attached object it fails, but removes
+    /// the name all the same.
     int Destroy();
 
-    /// Removes the segment `name`, whoever has made it, and lets go of the object's own segment,
-    /// whatever its name. `kelStatusOk` when there was such a name. Also an Ended object can do it.
-    /// Windows: any plain file of that name goes. One that is mapped is called
-    /// `NAME.NUMBER.zukel-removed` until the last who holds it lets go of it; one who was killed
-    /// may leave that file.
+    /// Removes the segment `name`, whoever created it, and ends the object's own segment, whatever
+    /// its name. `kelStatusOk` if there was such a name. Works on an Ended object too. Windows: any
+    /// regular file of that name is removed. One that is mapped is renamed to
+    /// `NAME.NUMBER.zukel-removed` until its last user detaches; a process that is killed may leave
+    /// that file.
     int Remove(const zuString& name);
 
-    /// The block in this process, aligned to 8 bytes; other processes have it at other addresses.
-    /// Valid until the object, or a copy of it, lets go.
+    /// The address of the segment in this process, aligned to 8 bytes; it differs between
+    /// processes. Valid until the object, or a copy of it, ends.
     void* GetBaseAddress() const;
 
-    /// Its size in bytes, in every process as its creator asked for.
+    /// The size in bytes that the creator asked for.
     unsigned long long GetSize() const;
 
-    /// Whether the object is not Ended. It says nothing of a segment: see `GetBaseAddress`.
+    /// Whether the object is not Ended. True also without a segment: see `GetBaseAddress`.
     bool IsValid() const;
 
 private:

@@ -4,7 +4,8 @@
 
 #include "kelExport.h"
 
-/// Formatting into a buffer. There is no state, and the operation may be called from any thread.
+/// Formatting into a buffer. The class has no state, and its operation may be called from any
+/// thread.
 ///
 /// @code
 /// int Format(char* buffer, int size, char* format, ...) {
@@ -32,25 +33,22 @@ public:
 
     /// Writes at most `size` - 1 characters and a NUL into `buffer`.
     ///
-    /// The directives are those of the runtime's formatter, which is not the C library's: `d i u o
-    /// x X c s f e E g G n %` and `pp` for a pointer, with the lengths `h`, `l` and `q` (64 bits).
-    /// Mind that
-    /// - the letter behind `%p` is a part of it, and all but `%pp` read what is pointed to;
-    /// - the lengths `ll`, `z` and `j` of the C library are taken before `d i u o x X`, on every
+    /// The directives are those of APR's formatter, not of the C library's: `d i u o x X c s f e E
+    /// g G n %` and `pp` for a pointer. The lengths are `h`, `l` and `q` (64 bits). Note that
+    /// - the letter after `%p` is a part of it, and all but `%pp` read what is pointed to;
+    /// - the lengths `ll`, `z` and `j` of the C library are accepted before `d i u o x X`, on every
     ///   platform;
-    /// - `%hhd` gives the text `%hd`, while `%a` stays as it is; neither takes an argument from the
+    /// - `%hhd` produces the text `%hd`, and `%a` the text `%a`; neither takes an argument from the
     ///   list;
     /// - `f`, `e` and `g` serve magnitudes below 1e73.
     ///
     /// Windows: `I64` is a length as well.
     ///
     /// @param size not negative. With 0 nothing is written and `buffer` may be null.
-    /// @param format is not changed.
-    /// Throws `std::bad_alloc`, for want of memory, only when such a length stands in a format of
-    /// more than 255 bytes.
+    /// @param format is not changed. Throws `std::bad_alloc` only for a format of more than 255
+    /// bytes that contains one of the lengths `ll`, `z` and `j`.
     ///
-    /// @returns the length of the text, without the NUL. A text that does not fit is cut and gives
-    /// `size` - 1, just as one that fits to the last character. With `size` 0 the length of the
-    /// whole text.
+    /// @returns the length of the text, without the NUL. Text that does not fit is truncated and
+    /// gives `size` - 1, as an exact fit does. With `size` 0: the length of the whole text.
     static int vsnprintf(char* buffer, int size, char* format, va_list arguments);
 };

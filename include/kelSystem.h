@@ -4,9 +4,8 @@
 #include "kelMemoryInfo.h"
 #include "zuDiskInfo.h"
 
-/// How much memory there is, and how much room a disk has. There is no state: all operations are
-/// static, may be called from any thread and ask the platform at every call. The runtime is neither
-/// needed nor started.
+/// Memory statistics, and the free space of a disk. The class has no state: all operations are
+/// static, may be called from any thread, query the platform at every call, and do not need APR.
 ///
 /// @code
 /// zuDiskInfo disk;
@@ -21,16 +20,16 @@ public:
     /// The same.
     kelSystem& operator=(kelSystem&& other) noexcept;
 
-    /// Fills all figures of `info`; see `kelMemoryInfo` for what each one is. One that the platform
-    /// cannot tell is all ones.
+    /// Fills all values of `info`, which `kelMemoryInfo` describes. One that the platform does not
+    /// provide is all ones.
     static void GetMemoryDetails(kelMemoryInfo& info);
 
-    /// @name Single figures
-    /// In kilobytes of 1024 bytes. Each call asks the platform anew: figures that are to fit
-    /// together come from one call of `GetMemoryDetails`.
+    /// @name Single values
+    /// In units of 1024 bytes. Each call queries the platform again: for values that belong
+    /// together call `GetMemoryDetails` once.
     /// @{
 
-    /// The figure of that name in `kelMemoryInfo`; all ones when the platform cannot tell it.
+    /// The value of that name in `kelMemoryInfo`; all ones if the platform does not provide it.
     static unsigned long long TotalPhysicalMemory();
     static unsigned long long UsedPhysicalMemory();
     static unsigned long long AvailablePhysicalMemory();
@@ -42,10 +41,10 @@ public:
     static unsigned long long AvailablePagingMemory();
     /// @}
 
-    /// The room on the disk that holds the directory `path`, in bytes.
+    /// The size and the free space of the disk that holds the directory `path`.
     ///
-    /// @param path not null; relative to the current directory. Linux: any bytes; a path that is
-    /// not a directory is answered as well. Windows: UTF-8; malformed text names no directory.
-    /// @returns false, with `info` unchanged, when the platform refuses the path.
+    /// @param path not null; relative to the current directory. Linux: any bytes; need not be a
+    /// directory. Windows: UTF-8; invalid UTF-8 is refused.
+    /// @returns false, with `info` unchanged, if the platform refuses the path.
     static bool GetFreeDiskSpace(const char* path, zuDiskInfo& info);
 };

@@ -4,8 +4,8 @@
 
 class kelLibrary;
 
-/// The interface of a thread, to derive from. Nothing in the library starts a thread or calls
-/// `ThreadBody`: the deriving application does both.
+/// Base class for a thread. Nothing in the library starts a thread or calls `ThreadBody`: the
+/// deriving application does both.
 ///
 /// @code
 /// class Greeting : public kelThread {
@@ -24,10 +24,10 @@ public:
     explicit kelThread(kelLibrary* library);
     kelThread(const kelThread& other) = delete;
     virtual ~kelThread();
-    /// There is nothing to take over: the base holds no state.
+    /// Does nothing: the base has no state.
     kelThread& operator=(const kelThread& other);
 
-    /// What the thread is to do.
+    /// The work of the thread.
     virtual void ThreadBody() = 0;
 
 private:

@@ -2,7 +2,7 @@
 
 #include "kelExport.h"
 
-/// The figures of `kelSystem::GetFreeDiskSpace`, in bytes.
+/// The size and the free space of a disk, from `kelSystem::GetFreeDiskSpace`, in bytes.
 ///
 /// @code
 /// zuDiskInfo disk;
@@ -12,19 +12,19 @@
 /// @endcode
 class KEL_API zuDiskInfo {
 public:
-    /// Sets both figures to 0.
+    /// Sets both values to 0.
     zuDiskInfo() = default;
-    /// Copies both figures.
+    /// Copies both values.
     zuDiskInfo(const zuDiskInfo& other) = default;
     ~zuDiskInfo() = default;
-    /// Copies both figures.
+    /// Copies both values.
     zuDiskInfo& operator=(const zuDiskInfo& other);
     /// The same.
     zuDiskInfo& operator=(zuDiskInfo&& other) noexcept;
 
-    /// Free room that the calling user may take: without what is kept back for the administrator.
-    /// Windows: within the user's quota.
+    /// Bytes available to the calling user, excluding those reserved for root. Windows: within the
+    /// user's quota.
     unsigned long long freeBytes = 0;
-    /// Size of the disk. Windows: as the user's quota has it.
+    /// Size of the disk. Windows: as limited by the user's quota.
     unsigned long long totalBytes = 0;
 };

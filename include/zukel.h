@@ -6,7 +6,7 @@
 /// | For                                           | Header                                 |
 /// |-----------------------------------------------|----------------------------------------|
 /// | reading and writing files; files by name      | kelFile.h                              |
-/// | the parts of a file's name, and its facts     | kelFileInfo.h                          |
+/// | the parts of a file's name, and its metadata     | kelFileInfo.h                          |
 /// | directories, and the text of paths            | kelDirectory.h                         |
 /// | environment, user, host, names; APR           | kelLibrary.h                           |
 /// | starting, feeding, watching, ending programs  | kelProcess.h, kelProcessOptions.h      |
@@ -14,22 +14,26 @@
 /// | memory that processes share                   | kelSharedMemory.h                      |
 /// | files in memory                               | kelMappedFile.h                        |
 /// | moments, dates as text, sleeping              | kelTime.h                              |
-/// | figures of memory and of disks                | kelSystem.h                            |
-/// | figures of the processor                      | kelCPUInfo.h                           |
+/// | memory and disk statistics                    | kelSystem.h                            |
+/// | the processor                                 | kelCPUInfo.h                           |
 /// | a counter for many threads                    | kelAtomic.h                            |
 /// | formatting into a buffer                      | kelString.h                            |
-/// | interfaces without a function, to derive from | kelMutex.h, kelThread.h and two others |
+/// | base classes to derive from                   | kelMutex.h, kelThread.h and two others |
 /// | statuses; text and lists                      | kelStatus.h, zuString.h                |
 ///
-/// What holds for all of them, unless one says otherwise: an operation with an `int` result returns
-/// `kelStatusOk`, which is 0, or another status of kelStatus.h; output arguments change only on
-/// success; nothing throws but `std::bad_alloc`; what comes back by value belongs to the caller; a
-/// destructor closes what its object holds and drops the status; one object is used by one thread
-/// at a time, different objects and static operations by any number; after `fork` in a program with
-/// other threads nothing is called before `exec`.
+/// Unless a header says otherwise:
+/// - an operation with an `int` result returns `kelStatusOk`, which is 0, or another status of
+///   kelStatus.h;
+/// - output arguments change only on success;
+/// - nothing throws except `std::bad_alloc`;
+/// - the caller owns what is returned by value;
+/// - a destructor closes what its object holds and ignores the status;
+/// - one thread at a time may use an object; any number may use different objects and static
+///   operations;
+/// - after `fork` in a program with other threads, call nothing before `exec`.
 ///
 /// APR is the Apache Portable Runtime, on which the library is built. The operations that need it,
-/// which kelLibrary.h names, start it themselves; memory that it lacks then ends the process.
+/// which kelLibrary.h names, start it themselves. If APR runs out of memory it aborts the process.
 
 #include "kelAtomic.h"
 #include "kelBarrier.h"

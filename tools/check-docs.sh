@@ -80,9 +80,64 @@ step_reference() {
         try_example "$1"' check
 }
 
+# The rows of the table that compares the libraries: what it says; the part of the page that the cells come
+# from; what is right there, an extended regular expression.
+comparisons=(
+    'Copying a file onto itself through a link keeps it' 'A file is copied onto itself through a symbolic link'
+    'file is whole;.*file is whole$'
+    'A move to another file system keeps permissions and times' 'A file is moved to another volume'
+    '^says done, source absent, target whole, permissions kept, time kept$'
+    'Replacing a file on a full disk keeps the old contents' 'A file is replaced by a larger one, and the volume is full'
+    '^refuses.*, the file is whole$'
+    'Deleting a tree touches nothing outside, even if a link appears in it'
+    'A tree is deleted, and meanwhile a directory in it is swapped for a link' 'no file outside is touched$'
+    'A lock survives closing another object on the file' 'A file is locked, and another object on it is closed'
+    'after the other object is closed it is refused$'
+    'Starting a missing program fails and leaves no zombie' 'A program that does not exist is started'
+    '^refuses.*, 0 zombies$'
+    'Starting a program in a missing directory fails' 'A program is started in a directory that does not exist'
+    '^refuses.*, the program did not run$'
+    'Abandoned children run on and are reaped' '50 children are started and forgotten'
+    '^50 did their work, .*; 0 zombies after one more start$'
+    'Reading both outputs of a child never hangs' 'A child writes 1 MB to each output, and both are collected'
+    '^says done, both are whole$'
+)
+
+# compare_libraries PAGE: their table, from a page of the form of docs/behaviour.md.
+compare_libraries() {
+    printf '%s\n' "${comparisons[@]}" | awk -F ' \\| |^\\| | \\|$' '
+        NR == FNR {
+            if (FNR % 3 == 1) row[++rows] = $0
+            else if (FNR % 3 == 2) part[rows] = $0
+            else right[rows] = $0
+            next
+        }
+        /^## / { heading = substr($0, 4) }
+        heading != "" && /^\| / && $2 != "Library" {
+            if (!($2 in seen)) { seen[$2]; name[++names] = $2 }
+            said[heading, $2] = $3
+        }
+        END {
+            line = "| |"
+            for (i = 1; i <= names; ++i) { sub(/^The runtime \(APR\)$/, "APR", name[i]); line = line " " name[i] " |" }
+            print line
+            gsub(/[^|]+/, "---", line)
+            print line
+            for (r = 1; r <= rows; ++r) {
+                line = "| " row[r] " |"
+                for (i = 1; i <= names; ++i) {
+                    what = said[part[r], name[i] == "APR" && !(("APR") in seen) ? "The runtime (APR)" : name[i]]
+                    if (what == "") { print "there is no such part: " part[r]; exit }
+                    line = line " " (what == "no such operation" ? "–" : what ~ right[r] ? "yes" : "no") " |"
+                }
+                print line
+            }
+        }' - "$1"
+}
+
 # render_document FILE: the document with its marked blocks made anew. Below `<!-- source: FILE -->` the
 # block is that file; below `<!-- output -->` it is what its lines `$ COMMAND` print in an empty folder
-# beside the programs of the guide; below `<!-- excerpt: FILE: HEADING -->` stands the table of that part.
+# beside the programs of the guide; below `<!-- compare: FILE -->` stands the table of `comparisons`.
 render_document() {
     local line mark=text command printed
     while IFS= read -r line; do
@@ -92,17 +147,15 @@ render_document() {
                 mark=source:${mark% -->}
                 ;;
             text'<!-- output -->') mark=output ;;
-            text'<!-- excerpt: '*' -->')
+            text'<!-- compare: '*' -->')
                 printf '%s\n\n' "$line"
-                line=${line#<!-- excerpt: }
-                line=${line% -->}
-                awk -v heading="## ${line#*: }" '/^## / { there = $0 == heading } there && /^\|/' \
-                    "$root/${line%%: *}" | grep . || say "there is no such table"
-                mark=excerpt
+                line=${line#<!-- compare: }
+                compare_libraries "$root/${line% -->}"
+                mark=table
                 continue
                 ;;
-            excerpt | excerpt'|'* | excerpt'there is no'*) continue ;;
-            excerpt*) # the first line behind the table
+            table | table'|'* | table'there is no'*) continue ;;
+            table*) # the first line behind the table
                 mark=text
                 printf '\n'
                 ;;
@@ -137,7 +190,7 @@ render_document() {
 
 # The documents with marked blocks, from the root of the project.
 shown_documents() {
-    (cd "$root" && grep -rlE '^<!-- (source: .*|excerpt: .*|output) -->$' README.md docs)
+    (cd "$root" && grep -rlE '^<!-- (source: .*|compare: .*|output) -->$' README.md docs)
 }
 
 build_guide() {

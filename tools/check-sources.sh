@@ -65,17 +65,112 @@ step_conditionals() {
     ! directives "${files[@]}" | grep -E ':#(if|elif|else|endif)'
 }
 
-# Documents name only files and folders that exist, and nothing names a place on the machine where
-# it was written.
 # test_names: the tests of all platforms, SUITE.NAME each, as the sources write them.
 test_names() {
     find "$root/tests" -name '*.cpp' -exec cat {} + | tr -s '\n ' ' ' |
         grep -oE '\bTEST(_[FP])?\([A-Za-z]+, [A-Za-z_]+\)' | sed -E 's/.*\(([A-Za-z]+), ([A-Za-z_]+)\)/\1.\2/'
 }
 
+# House words, as extended regular expressions for whole words, each with the term that the field has for it. In
+# public headers, the documents and the comments of the sources:
+house_words=(
+    'the runtime' 'APR'
+    'collect(s|ed)? (it|a child|the child|children|them all)' 'reap'
+    'cut to nothing' 'truncate'
+    'process descriptors?' 'pidfd'
+    'control groups?' 'cgroup'
+    'stand-ins?' 'fake'
+    'canonical (form|text)' 'normalised: canonical means that links are resolved'
+    'in one step that' 'atomic'
+    'is no UTF-8' 'invalid UTF-8'
+)
+# In public headers besides:
+header_words=(
+    '(tells?|told)' 'returns, reports'
+    'anew' 'again'
+    'figures?' 'values, statistics'
+    'facts?' 'metadata'
+    'universal time' 'UTC'
+    'volume (has|is) full' 'file system'
+    'gives `kelStatus[A-Za-z]*`' 'returns'
+    'included\.' 'including: no inverted inclusion'
+    'nothing but|but for' 'except, only'
+)
+longest_sentence=35
+
+# header_sentences FILE...: the sentences of the comments `///`, FILE:LINE:SENTENCE each, of items of lists and of
+# cells of tables too. The programs between @code and @endcode are none.
+header_sentences() {
+    awk '
+        function flush() {
+            gsub(/[.?!] +/, "&\n", text)
+            count = split(text, parts, "\n")
+            for (i = 1; i <= count; ++i) if (parts[i] ~ /[A-Za-z]/) print file ":" start ":" parts[i]
+            text = ""
+        }
+        FNR == 1 { if (file != "") flush(); file = FILENAME; code = 0 }
+        !match($0, /\/\/\/<?( |$)/) { flush(); next }
+        {
+            line = substr($0, RSTART + RLENGTH)
+            if (line ~ /^@code/) code = 1
+            if (line ~ /^@endcode/) { code = 0; next }
+            if (code) next
+            if (line == "" || line ~ /^(@|[|]|- |[0-9]+[.] )/ || $0 ~ /\/\/\/</) flush()
+            if (line ~ /^[|]/) { gsub(/[|]/, ". ", line) }
+            if (text == "") start = FNR
+            sub(/^[0-9]+[.] /, "", line)
+            text = text line " "
+            if (line ~ /^@(name|file|\{|\})/) flush()
+        }
+        END { flush() }' "$@"
+}
+
+# find_house_words NAME...: shows where an array of house words is met in the lines read, FILE:LINE:TEXT each.
+find_house_words() {
+    local lines words found=0 i
+    lines=$(cat)
+    local -n words=$1
+    for ((i = 0; i < ${#words[@]}; i += 2)); do
+        if grep -iE ":[0-9]+:(.*[^A-Za-z-])?${words[i]}([^A-Za-z-]|$)" <<<"$lines"; then
+            say "    the field says: ${words[i + 1]}"
+            found=1
+        fi
+    done
+    return $found
+}
+
+# The words and the length of sentences.
+check_wording() {
+    local bad=0 headers prose
+    mapfile -t headers < <(printf '%s\n' include/*.h)
+    [[ $(header_sentences "${headers[@]}" | wc -l) -gt 1000 ]] || die "the sentences of the headers are not found"
+    header_sentences "${headers[@]}" | find_house_words header_words || bad=1
+    header_sentences "${headers[@]}" | awk -v most=$longest_sentence '
+        {
+            words = 0
+            sentence = $0
+            sub(/^[^:]*:[0-9]*:/, "", sentence)
+            count = split(sentence, parts, / +/)
+            for (i = 1; i <= count; ++i) words += parts[i] ~ /[A-Za-z0-9]/
+            if (words > most) { print $0; print "    a sentence of " words " words: the most are " most; bad = 1 }
+        }
+        END { exit bad }' || bad=1
+    # Documents and tables that tools write have the words of their programs.
+    mapfile -t prose < <(find README.md CONTRIBUTING.md SECURITY.md docs src examples -type f \
+        \( -name '*.md' -o -name '*.h' -o -name '*.cpp' \) ! -path docs/behaviour.md ! -path 'docs/benchmarks/*' | sort)
+    { header_sentences "${headers[@]}"
+        grep -nHE '//|^[^/]*$' "${prose[@]}" | awk -F: '$1 ~ /[.]md$/ || /\/\//'
+    } | find_house_words house_words || bad=1
+    return $bad
+}
+
+# Documents name only files and folders that exist, nothing names a place on the machine where it was written,
+# and the wording holds.
 step_words() {
     cd "$root"
-    local document name bad=0 documents texts
+    local wording=0
+    check_wording || wording=1
+    local document name bad=$wording documents texts
     mapfile -t texts < <(find . \( -path ./build -o -path ./.git -o -path "./${builds#"$root/"}" \) -prune -o -type f -print | sort)
     mapfile -t documents < <(printf '%s\n' "${texts[@]}" | grep '\.md$')
     for document in "${documents[@]}"; do

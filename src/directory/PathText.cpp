@@ -7,7 +7,7 @@ namespace zukel {
 
 namespace {
 
-/// What stands in front of the components and is never removed.
+/// The prefix of the components, which is never removed.
 struct Prefix {
     std::string_view text;
     std::size_t rest;  ///< Where the components begin in the path.
@@ -34,8 +34,7 @@ zuString NormalizedPath(const zuString& path) {
         return {};
     }
     const Prefix prefix = FindPrefix(path);
-    // A relative path gains its root, nothing else grows: what is written never overtakes what is
-    // yet to be read.
+    // Only the root of a relative path is added: writing never overtakes reading.
     zuString result;
     result.reserve(path.size() + 1);
     result.push_back('/');

@@ -8,7 +8,7 @@ namespace zukel {
 /// Not empty, no separator of either kind in front, no colon anywhere.
 bool IsRelative(const zuString& path) noexcept;
 
-/// The canonical form that `kelDirectory::GetAbsolutePath` tells of. One pass over the text, and
+/// The normalised form that `kelDirectory::GetAbsolutePath` describes. One pass over the text, and
 /// one allocation for the result.
 zuString NormalizedPath(const zuString& path);
 

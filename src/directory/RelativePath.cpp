@@ -11,7 +11,7 @@ namespace {
 
 using Components = zuStlVector<std::string_view>;
 
-/// The stretches between separators, the empty ones included; a trailing separator opens none.
+/// The components between separators, including empty ones; a trailing separator adds none.
 Components SplitBySeparator(std::string_view text) {
     Components pieces;
     while (!text.empty()) {
@@ -22,7 +22,7 @@ Components SplitBySeparator(std::string_view text) {
     return pieces;
 }
 
-/// Works out `.` and `..` in place.
+/// Resolves `.` and `..` in place.
 Components ReduceComponents(Components pieces) {
     std::size_t kept = 0;
     for (const std::string_view piece : pieces) {

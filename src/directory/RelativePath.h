@@ -2,9 +2,9 @@
 
 #include "zuString.h"
 
-/// The way from one path to another, as functions of the two texts alone. The rules for components
-/// are not those of the canonical path: an empty component is a level, and `..` removes whatever
-/// stands before it.
+/// The relative path from one path to another, as functions of the two texts alone. The rules for
+/// components differ from those of the normalised path: an empty component is a level, and `..`
+/// removes whatever precedes it.
 namespace zukel {
 
 /// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.

@@ -90,7 +90,7 @@ int kelDirectory::Close() {
     if (!record_->open) {
         return zukel::Fail(APR_EBADF, kelStatusNotOpen);
     }
-    // The system gives the directory up even when the close fails: it must not be touched again.
+    // The system releases the handle even if the close fails: it must not be used again.
     platform::DirectoryStream* const stream = record_->stream.release();
     const apr_status_t status = stream != nullptr ? platform::CloseDirectory(stream) : APR_EBADF;
     if (status != APR_SUCCESS) {

@@ -14,13 +14,13 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// Makes one level of a path; one that is there already will do, as long as it is a directory.
+/// Creates one level of a path; an existing directory is a success.
 apr_status_t MakeLevel(const char* path, int perms) noexcept {
     const apr_status_t status = platform::MakeDirectory(path, perms);
     return APR_STATUS_IS_EEXIST(status) && platform::IsDirectory(path) ? APR_SUCCESS : status;
 }
 
-/// How much of a path names the parent of what it names; 0 when it names none.
+/// The length of the part of a path that names its parent; 0 if there is none.
 std::size_t ParentLength(const zuString& path, std::size_t length) noexcept {
     const auto skip = [&](bool separators) {
         while (length > 0 && platform::IsSeparator(path[length - 1]) == separators) {

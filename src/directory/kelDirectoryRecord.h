@@ -5,8 +5,9 @@
 #include "zuString.h"
 
 struct kelDirectoryRecord : zukel::SharedRecord {
-    zuString name;      ///< Of the last opening that succeeded; stays after a close.
-    bool open = false;  ///< What the caller is told. True without a `stream` after a close that
-                        ///< failed: the system has given it up by then.
-    zukel::platform::DirectoryHandle stream;  ///< Null when there is nothing to read or to close.
+    zuString name;  ///< Of the last opening that succeeded; kept by a close.
+    /// As reported to the caller. True without a `stream` after a failed close, which has released
+    /// the handle.
+    bool open = false;
+    zukel::platform::DirectoryHandle stream;  ///< Null if there is nothing to read or to close.
 };

@@ -50,7 +50,7 @@ void ToLongName(zuString& name) {
         buffer.assign(size, '\0');
         result = platform::LongName(name.c_str(), buffer.data(), size);
     }
-    // An answer beyond the room says that the name has changed since it was measured.
+    // A result that exceeds the buffer means that the name has changed since it was measured.
     if (result != 0 && result < size) {
         name.assign(buffer.data(), result);
     }

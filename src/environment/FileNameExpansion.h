@@ -4,17 +4,17 @@
 
 #include "zuString.h"
 
-/// The expansion of file names, taken apart so that each step can be looked at without a machine.
+/// The steps of the expansion of file names, each testable without touching the system.
 namespace zukel {
 
-/// The stretches between separators, `/` or `\`, in order and the empty ones included: n separators
-/// give n + 1 components, the empty name gives one.
+/// The components between separators, `/` or `\`, in order, including empty ones: n separators make
+/// n + 1 components, the empty name has one.
 zuStlVector<zuString> SplitFileName(const zuString& name);
 
-/// The components with a `/` between each two; nothing gives an empty text.
+/// The components, joined by `/`; an empty text for none.
 zuString JoinFileName(const zuStlVector<zuString>& components);
 
-/// Replaces the components that are shorthands. What cannot be found stays.
+/// Replaces the components that are shorthands. One that cannot be expanded stays.
 ///
 /// @param platform what `$PLATFORM` stands for.
 /// @param userDirectory called with the component that is `~`; sets it if there is a directory.

@@ -1,5 +1,5 @@
-// The platform in fixed words. cmake/PlatformTexts.cmake chooses them and gives them to this file
-// alone.
+// The texts that name the platform. cmake/PlatformTexts.cmake selects them and defines them for
+// this file alone.
 
 #include "kelLibrary.h"
 

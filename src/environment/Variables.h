@@ -5,8 +5,8 @@
 
 namespace zukel {
 
-/// Reads a variable of the environment. No variable has a `=` in its name: looked up, such a name
-/// would find a part of another one's value.
+/// Reads an environment variable. No name contains a `=`: such a name would find a part of another
+/// variable's value.
 ///
 /// @param value unchanged when there is none.
 inline bool FindVariable(const zuString& name, zuString& value) {

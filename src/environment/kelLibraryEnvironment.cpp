@@ -17,16 +17,16 @@
 
 namespace platform = zukel::platform;
 
-// Macros of <windows.h>, which the runtime's headers may include.
+// Macros of <windows.h>, which APR's headers may include.
 #undef GetEnvironmentVariable
 #undef SetEnvironmentVariable
 
 namespace {
 
-/// One fact about a locale, as the platform writes it.
+/// One text about a locale, as the platform writes it.
 struct Fact {
     std::array<char, 16> text{};
-    int size = 0;  ///< With the terminating NUL; 0 or less when it could not be told.
+    int size = 0;  ///< With the terminating NUL; 0 or less if unknown.
 
     bool Ask(platform::LocaleId locale, platform::LocaleFact fact) noexcept {
         size = platform::LocaleText(locale, fact, text.data(), static_cast<int>(text.size()));
@@ -60,7 +60,7 @@ int kelLibrary::GetEnvironmentNames(zuStlVector<zuString>& names) {
     if (status != APR_SUCCESS) {
         return zukel::Fail(status);
     }
-    // Windows keeps directories of drives under names that begin with it.
+    // Windows stores the current directories of drives under names that begin with it.
     const auto isHidden = [](const zuString& variable) { return variable[0] == '='; };
     found.erase(std::remove_if(found.begin(), found.end(), isHidden), found.end());
     for (zuString& variable : found) {
@@ -98,7 +98,7 @@ int kelLibrary::GetHostName(zuString& name) {
     if (status != APR_SUCCESS) {
         return zukel::Fail(status);
     }
-    text.back() = '\0';  // a name that fills the buffer is not told to end in it
+    text.back() = '\0';  // a name that fills the buffer may lack its NUL
     name.assign(text.data());
     return kelStatusOk;
 }
@@ -128,8 +128,8 @@ const char* kelLibrary::GetLocale() const {
 }
 
 zuString kelLibrary::GetTempDir() const {
-    // Trying a directory can leave an open file in the pool, when the device is full; a pool for
-    // this call alone takes it away at once.
+    // Testing a directory on a full device can leave an open file in the pool; a pool for this call
+    // alone closes it at once.
     const zukel::Pool scratch;
     const char* directory = nullptr;
     const apr_status_t status = scratch ? apr_temp_dir_get(&directory, scratch.Get()) : APR_ENOPOOL;

@@ -35,7 +35,7 @@ FileStream::~FileStream() {
     Close();
 }
 
-/// Forgets what was read ahead. Nothing is to be written any more.
+/// Drops what was read ahead. The buffer must not hold bytes to be written.
 void FileStream::EmptyBuffer() noexcept {
     cursor_ = buffer_.get();
     unwritten_ = nullptr;
@@ -51,7 +51,7 @@ apr_status_t FileStream::NeedBuffer() noexcept {
     return buffer_ ? APR_SUCCESS : APR_ENOMEM;
 }
 
-/// Reads once, past the buffer.
+/// Reads once, bypassing the buffer.
 apr_status_t FileStream::ReadPast(void* target, std::size_t& size) noexcept {
     if (size == 0) {
         return APR_SUCCESS;
@@ -66,7 +66,7 @@ apr_status_t FileStream::ReadPast(void* target, std::size_t& size) noexcept {
     return size == 0 ? APR_EOF : APR_SUCCESS;
 }
 
-/// Writes once, past the buffer.
+/// Writes once, bypassing the buffer.
 apr_status_t FileStream::WritePast(const char* source, std::size_t& size) noexcept {
     size = std::min(size, kMostAtOnce);
     const apr_status_t status = platform::WriteBytes(file_, source, size);
@@ -136,8 +136,8 @@ apr_status_t FileStream::ReadLineBuffered(char* target, std::size_t& size) noexc
     return size > 0 ? APR_SUCCESS : status;
 }
 
-/// Where the file may be read ahead, reads a block and goes back behind the line feed; elsewhere
-/// byte by byte, so that nothing is taken from whoever reads the pipe next.
+/// Reads a block and moves the position back to just after the line feed. Where reading ahead is
+/// not possible (a pipe), reads byte by byte, so that the rest remains for the next reader.
 apr_status_t FileStream::ReadLineUnbuffered(char* target, std::size_t& size) noexcept {
     readsAhead_ = readsAhead_ || platform::MayReadAhead(file_);
     const std::size_t wanted = std::exchange(size, 0);
@@ -175,7 +175,7 @@ apr_status_t FileStream::ReadLine(char* target, std::size_t& size) noexcept {
                                    : ReadLineUnbuffered(target, size);
 }
 
-/// Makes the buffer ready for bytes to be written where the caller stands.
+/// Prepares the buffer for writing at the caller's position.
 apr_status_t FileStream::BeginWriting() noexcept {
     apr_status_t status = NeedBuffer();
     if (status == APR_SUCCESS && readable_ > 0) {
@@ -195,11 +195,11 @@ apr_status_t FileStream::WriteBuffered(const char* source, std::size_t& size,
                                        OnFailure onFailure) noexcept {
     const std::size_t wanted = std::exchange(size, 0);
     if (!Has(APR_FOPEN_WRITE)) {
-        return APR_EBADF;  // before anything is taken that could never be written
+        return APR_EBADF;  // before the buffer takes bytes that could never be written
     }
     apr_status_t status = unwritten_ == nullptr ? BeginWriting() : APR_SUCCESS;
     if (APR_STATUS_IS_ESPIPE(status)) {
-        // What was read ahead of a terminal cannot be read again: it stays.
+        // What was read ahead from a terminal cannot be read again: keep it.
         size = wanted;
         return WritePast(source, size);
     }
@@ -231,7 +231,7 @@ apr_status_t FileStream::Write(const void* source, std::size_t& size,
 
 apr_status_t FileStream::WriteWhole(const char* source, std::size_t size) noexcept {
     apr_status_t status = APR_SUCCESS;
-    do {  // once for nothing too, which a file that cannot be written refuses
+    do {  // at least once: writing 0 bytes to a file that is not writable must fail
         std::size_t piece = size;
         status = Write(source, piece, OnFailure::TakeNothing);
         source += piece;
@@ -263,7 +263,7 @@ apr_status_t FileStream::Seek(platform::Origin from, long long offset) noexcept 
     }
     metEnd_ = false;
     if (from == platform::Origin::Start && position_ != kUnknown && unwritten_ == nullptr) {
-        // A place within what was read ahead needs no new reading.
+        // A position within the bytes read ahead needs no new read.
         const long long beforeEnd = position_ - offset;
         const long long held = buffer_ ? cursor_ + readable_ - buffer_.get() : 0;
         if (beforeEnd >= 0 && beforeEnd <= held && held > 0) {
@@ -287,7 +287,8 @@ apr_status_t FileStream::Close() noexcept {
     }
     const apr_status_t flushed = Flush();
     if (locker_ != kNobody && locker_ == platform::CurrentProcess()) {
-        platform::UnlockWholeFile(file_);  // a forked copy of the process has the file open still
+        platform::UnlockWholeFile(
+            file_);  // a forked copy of the process may still have the file open
     }
     const apr_status_t closed = platform::CloseFile(file_);
     if (removed_) {

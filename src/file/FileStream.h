@@ -24,10 +24,9 @@ enum class OnFailure {
 
 /// An open file, with a buffer if its mode asks for one; or none.
 ///
-/// The buffer holds either bytes that were read ahead of the caller or bytes that are yet to be
-/// written. `cursor_` is the next byte to be taken from it or put into it, and a count for each of
-/// the two says how far that goes before the system has to be asked. Both counts are 0 while the
-/// stream is closed or unbuffered.
+/// The buffer holds either bytes read ahead or bytes yet to be written. `cursor_` is the next byte
+/// to be taken from it or put into it, and `readable_` and `writable_` are how many follow before a
+/// system call is needed. Both are 0 while the stream is closed or unbuffered.
 ///
 /// Results are 0 or the reason, `APR_EOF` at the end of the file.
 class FileStream {
@@ -40,11 +39,11 @@ public:
         Swap(other);
         return *this;
     }
-    /// Closes an open file, dropping the result. In a forked copy of the process that wrote to it,
-    /// or that is to remove it, what is left to be done is left to that process.
+    /// Closes an open file and ignores the result. In a forked copy of the process, the last write
+    /// and the removal are left to the process that owns them.
     ~FileStream();
 
-    /// Takes over a file that has just been opened. None must be open.
+    /// Takes over a newly opened file. None must be open.
     ///
     /// @param mode the `APR_FOPEN_` flags that it was opened with.
     /// @param removed the name to remove when the file has been closed, or null; see
@@ -58,10 +57,10 @@ public:
 
     bool IsOpen() const noexcept { return static_cast<bool>(file_); }
     int Mode() const noexcept { return mode_; }
-    /// Whether a read has met the end of the file since the position was last set.
+    /// Whether a read has reached the end of the file since the position was last set.
     bool HasMetEnd() const noexcept { return metEnd_; }
 
-    /// Takes `size` bytes from the buffer, if it has so many.
+    /// Takes `size` bytes from the buffer, if it has that many.
     bool Take(void* target, std::size_t size) noexcept {
         if (size > readable_) {
             return false;
@@ -72,9 +71,9 @@ public:
         return true;
     }
 
-    /// Takes the next line from the buffer, if it is there as a whole and has at most `size` bytes.
+    /// Takes the next line from the buffer, if it is complete there and has at most `size` bytes.
     ///
-    /// @param size receives how many bytes it has, with its line feed; otherwise unchanged.
+    /// @param size receives its number of bytes, with the line feed; otherwise unchanged.
     bool TakeLine(char* target, std::size_t& size) noexcept {
         const std::size_t within = std::min<std::size_t>(size, readable_);
         const void* const feed = within > 0 ? std::memchr(cursor_, '\n', within) : nullptr;
@@ -85,7 +84,7 @@ public:
         return Take(target, size);
     }
 
-    /// Puts `size` bytes into the buffer, if it has room for so many.
+    /// Puts `size` bytes into the buffer, if it has room for that many.
     bool Put(const void* source, std::size_t size) noexcept {
         if (size > writable_) {
             return false;
@@ -96,8 +95,8 @@ public:
         return true;
     }
 
-    /// Reads bytes. Buffered: `size` of them unless the file ends before; unbuffered: what one call
-    /// of the system gives.
+    /// Reads bytes. Buffered: `size` of them unless the file ends before; unbuffered: what one
+    /// system call returns.
     ///
     /// @param size receives how many have come; 0 after a failure.
     apr_status_t Read(void* target, std::size_t& size) noexcept;
@@ -107,12 +106,12 @@ public:
     /// @param size not 0; receives how many have come; 0 after a failure.
     apr_status_t ReadLine(char* target, std::size_t& size) noexcept;
 
-    /// Writes bytes. Buffered: all of them; unbuffered: what one call of the system takes.
+    /// Writes bytes. Buffered: all of them; unbuffered: what one system call takes.
     ///
     /// @param size receives how many have reached the file or the buffer, after a failure too.
     apr_status_t Write(const void* source, std::size_t& size, OnFailure onFailure) noexcept;
 
-    /// Writes all of the bytes, also where the system takes them in pieces.
+    /// Writes all bytes, even if the system takes them in pieces.
     apr_status_t WriteWhole(const char* source, std::size_t size) noexcept;
 
     /// Sets the position. Writes out the buffer first.
@@ -121,42 +120,43 @@ public:
     /// Writes out the buffer. After a failure it holds what the system has not taken.
     apr_status_t Flush() noexcept;
 
-    /// Writes out the buffer and waits until what was written is on the disk.
+    /// Writes out the buffer and waits until what was written is on disk.
     apr_status_t Sync() noexcept;
 
-    /// Tells where the next byte is read or written. The buffer stays.
+    /// Reports where the next byte is read or written. The buffer stays.
     ///
     /// @param position unchanged on failure.
     apr_status_t Position(long long& position) noexcept;
 
-    /// Tells how long the file is, or will be when the buffer has been written out.
+    /// Reports the length that the file has, or will have when the buffer has been written out.
     ///
     /// @param length unchanged on failure.
     apr_status_t Length(long long& length) noexcept;
 
-    /// Truncates the file or extends it by zeros, after writing out the buffer. The position stays.
+    /// Truncates the file or extends it with zeros, after writing out the buffer. The position
+    /// stays.
     apr_status_t SetLength(long long length) noexcept;
 
     /// Reads `size` bytes at `offset` unless the file ends before. The position stays. Unbuffered,
     /// any number of threads may do so at once, with `WriteAt` too.
     ///
-    /// @param size receives how many have come, after a failure too.
+    /// @param size receives the number of bytes read, also after a failure.
     apr_status_t ReadAt(long long offset, char* target, std::size_t& size) noexcept;
 
     /// Writes bytes at `offset`, all of them. Otherwise as `ReadAt`.
     apr_status_t WriteAt(long long offset, const char* source, std::size_t& size) noexcept;
 
-    /// Locks the file against everybody else who asks; see `platform::LockWholeFile`. A stream that
-    /// has a lock gets no other one.
+    /// Locks the file; see `platform::LockWholeFile`. Fails for a stream that has a lock already.
     apr_status_t Lock(platform::LockKind kind, long long microseconds) noexcept;
 
-    /// Gives the lock back; fails without one.
+    /// Releases the lock; fails without one.
     apr_status_t Unlock() noexcept;
 
-    /// Writes out the buffer and closes the file, which is gone also when one of the two fails.
+    /// Writes out the buffer and closes the file. The stream is closed even if one of the two
+    /// fails.
     apr_status_t Close() noexcept;
 
-    /// Lets go of an open file without writing to it or closing it.
+    /// Abandons an open file without writing to it or closing it.
     void Abandon() noexcept;
 
 private:
@@ -185,12 +185,12 @@ private:
     std::uint32_t writable_ = 0;  ///< Room from `cursor_` on for bytes yet to be written.
     char* cursor_ = nullptr;
     char* unwritten_ = nullptr;       ///< The first byte yet to be written. Null while reading.
-    std::unique_ptr<char[]> buffer_;  ///< From the first need to the close.
-    /// Where the system reads and writes next: behind what was read ahead, or where the first byte
-    /// yet to be written goes. Unknown after bytes were appended.
+    std::unique_ptr<char[]> buffer_;  ///< From its first use to the close.
+    /// The system's position: after the bytes read ahead, or where the first byte yet to be written
+    /// goes. Unknown after bytes were appended.
     long long position_ = 0;
     std::unique_ptr<zuString> removed_;
-    int owner_ = kNobody;   ///< The process that has something to do at the end, once it has.
+    int owner_ = kNobody;   ///< The process that must write or remove at the close, if any.
     int locker_ = kNobody;  ///< The process that holds a lock on the file.
 };
 

@@ -9,10 +9,11 @@ namespace zukel {
 
 namespace {
 
-/// Moves all of the bytes, or as many as come before the call moves none.
+/// Transfers all bytes, or as many as come before a call transfers none.
 ///
-/// @param move moves one piece: it takes how many bytes are done and the size of the piece.
-/// @param size receives how many were moved.
+/// @param move transfers one piece: its arguments are the bytes done so far and the size of the
+/// piece.
+/// @param size receives the number of bytes transferred.
 template <typename Move>
 apr_status_t MoveAll(std::size_t& size, Move move) noexcept {
     const std::size_t wanted = std::exchange(size, 0);
@@ -29,8 +30,8 @@ apr_status_t MoveAll(std::size_t& size, Move move) noexcept {
 
 }  // namespace
 
-/// Writes out the buffer and forgets what was read ahead, so that the file stands where the caller
-/// does.
+/// Writes out the buffer and drops what was read ahead, so that the file's position is the
+/// caller's.
 apr_status_t FileStream::LeaveBuffer() noexcept {
     apr_status_t status = Flush();
     if (status == APR_SUCCESS && unwritten_ == nullptr && buffer_) {

@@ -6,7 +6,7 @@ NameCuts FindCuts(std::string_view name) noexcept {
     constexpr std::size_t kNone = std::string_view::npos;
     NameCuts cuts;
     std::size_t start = kNone;
-    // Backwards to the last slash: no dot before it counts for anything.
+    // Backwards to the last slash: dots before it do not count.
     for (std::size_t at = name.size(); at-- > 0;) {
         const char byte = name[at];
         const bool slash = byte == '/' || byte == '\\';

@@ -32,7 +32,7 @@ bool Shorten(const std::u16string& wide, std::u16string& shortPath) {
     }
     shortPath.resize(size);
     const unsigned length = platform::ShortPath(wide.c_str(), shortPath.data(), size);
-    // An answer beyond the room says that the path has changed since it was measured.
+    // A result that exceeds the buffer means that the path has changed since it was measured.
     if (length == 0 || length > size) {
         return false;
     }

@@ -4,12 +4,12 @@
 
 namespace zukel {
 
-/// Finds the short name under which a file that exists is opened in a process on a single-byte code
-/// page: its units cut to their low 8 bits, without conversion.
+/// Finds the short name by which an existing file is opened in a process with a single-byte code
+/// page: the low 8 bits of each of its units, without conversion.
 ///
-/// @returns false, with `shortName` of no meaning, when the name is empty or not convertible, when
-/// the platform has no short name for it (every file that does not exist yet), and when memory runs
-/// out on the way. The caller then opens by the name it was given.
+/// @returns false, with `shortName` undefined, if the name is empty or not convertible, if the
+/// platform has no short name for it (as for a new file), or if memory runs out. The caller then
+/// opens by the name it was given.
 bool FindShortName(const zuString& name, zuString& shortName) noexcept;
 
 }  // namespace zukel

@@ -33,9 +33,9 @@ namespace {
 constexpr int kTemporaryMode =
     APR_FOPEN_READ | APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_EXCL | APR_FOPEN_DELONCLOSE;
 
-/// Puts the current directory before a relative template, which is not empty. A temporary file is
-/// removed by the name it was made under, so a relative one would miss it, or hit another file,
-/// once the current directory has changed.
+/// Makes a relative template, which is not empty, absolute. A temporary file is removed by its
+/// name, and a relative name would miss it, or hit another file, once the current directory has
+/// changed.
 apr_status_t MakeAbsolute(const char* name, zuString& absolute) {
     absolute.clear();
     if (platform::IsReadFromCurrentDirectory(name)) {

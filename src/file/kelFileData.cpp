@@ -10,8 +10,8 @@ using zukel::OnFailure;
 
 namespace {
 
-// A typed value is a few instructions when the buffer has it or has room for it. Everything else
-// stays out of line.
+// Hot path: a typed value is a few instructions if the buffer has it, or has room for it. The slow
+// paths are kept out of line.
 
 /// Keeps the status of an operation on an open file for `EndOfFile`, and maps it for the caller.
 int StoreStatus(kelFileRecord& record, apr_status_t status) noexcept {
@@ -34,7 +34,7 @@ int StoreStatus(kelFileRecord& record, apr_status_t status) noexcept {
                : zukel::Fail(APR_EBADF);
 }
 
-/// `size` comes back as the bytes that were read.
+/// `size` receives the number of bytes read.
 template <typename T>
 int ReadBytes(kelFileRecord& record, T& value, std::size_t& size) noexcept {
     size = sizeof value;
@@ -54,8 +54,8 @@ int WriteValue(kelFileRecord& record, T value) noexcept {
                                                    : WriteSlowly(record, &value, sizeof value);
 }
 
-/// Reads a value that is narrower in the file than in memory. A value cut by the end of the file
-/// changes the leading bytes only, as with the other types.
+/// Reads a value that is narrower in the file than in memory. If the file ends within it, only the
+/// leading bytes change, as with the other types.
 template <typename Stored, typename T>
 int ReadNarrow(kelFileRecord& record, T& value) noexcept {
     Stored stored = 0;

@@ -26,7 +26,7 @@ static_assert(kelFileInfo::PermissionOwnerRead == APR_FPROT_UREAD &&
 
 namespace {
 
-/// What is known of the file: asks the system unless an earlier query has been answered.
+/// The file's metadata: queries it unless an earlier query has succeeded.
 const FileFacts& Facts(kelFileInfoRecord& record) noexcept {
     if (!record.answered) {
         const apr_status_t status =
@@ -57,7 +57,7 @@ kelFileInfo::FileType MapType(apr_filetype_e type) noexcept {
     }
 }
 
-/// A number of the system's, or -1.
+/// A number from the system, or -1.
 long long Known(std::uint32_t number) noexcept {
     return number == FileFacts::kNoNumber ? -1LL : number;
 }

@@ -10,9 +10,9 @@ struct kelFileInfoRecord : zukel::SharedRecord {
         : filePath(name), mode(links) {}
 
     const zuString filePath;
-    zukel::NameCuts cuts;              ///< Once a part of the name has been asked for.
-    zukel::platform::FileFacts facts;  ///< Until `answered`, each has its failure value.
+    zukel::NameCuts cuts;              ///< Set when a part of the name is first needed.
+    zukel::platform::FileFacts facts;  ///< Failure values until `answered`.
     const zukel::platform::LinkMode mode;
     bool isCut = false;     ///< `cuts` has been set.
-    bool answered = false;  ///< A query has brought the facts: none is made again.
+    bool answered = false;  ///< A query has succeeded: no further one is made.
 };

@@ -6,8 +6,8 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// The frame of the operations below. They leave the status alone that `EndOfFile` reads: threads
-/// share a record in some of them.
+/// Frame of the operations below. They do not store a status for `EndOfFile`, because in some of
+/// them threads share a record.
 template <typename Call>
 int OnOpen(kelFileRecord& record, Call call) noexcept {
     return record.stream.IsOpen() ? zukel::MapStatus(call(record.stream)) : kelStatusFailed;

@@ -13,10 +13,10 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// Reads to the end, wherever that is when it is reached.
+/// Reads up to wherever the end is when it is reached.
 apr_status_t ReadToEnd(const platform::FileHandle& file, zuString& contents) {
     constexpr long long kLeast = 4096;
-    constexpr long long kMost = 1LL << 30;  // a length may be told that is not there
+    constexpr long long kMost = 1LL << 30;  // a reported length may exceed the contents
     long long expected = 0;
     platform::QueryLength(file, expected);
     contents.resize(static_cast<std::size_t>(std::clamp(expected + 1, kLeast, kMost)));

@@ -24,14 +24,14 @@ void ReleaseIfAny(kelMappedFileRecord* record) noexcept {
     }
 }
 
-/// Which part of a file is meant.
+/// A part of a file.
 struct Part {
     long long offset;
     unsigned long long length;
-    bool toTheEnd;  ///< Whatever `length` says.
+    bool toTheEnd;  ///< `length` is ignored.
 };
 
-/// Maps the part into the record, which holds nothing.
+/// Maps the part into the record, which must be empty.
 apr_status_t Map(const zuString& name, const Part& part, kelMappedFileRecord& record) noexcept {
     const int mode = APR_FOPEN_READ | (record.writes ? APR_FOPEN_WRITE : 0);
     platform::FileHandle file;

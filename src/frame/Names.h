@@ -6,14 +6,14 @@
 
 namespace zukel {
 
-/// Whether a text ends where the system, which takes it up to its first NUL, sees it end. Cut there
-/// it would be the name of something else; such a name is treated as that of nothing.
+/// Whether a text contains no NUL. The system reads a name up to its first NUL, which may be the
+/// name of something else; such a name is treated as missing.
 inline bool IsWhole(const zuString& text) noexcept {
     return text.find('\0') == zuString::npos;
 }
 
-/// Whether the template of a temporary name has room for enough names. Without six `X` Windows
-/// would try the few names of a shorter one over and over.
+/// Whether the template of a temporary name has enough possible names. Windows would try the few
+/// names of a shorter template for ever.
 inline bool EndsInSixX(std::string_view name) noexcept {
     constexpr std::string_view kSix = "XXXXXX";
     return name.size() >= kSix.size() && name.substr(name.size() - kSix.size()) == kSix;

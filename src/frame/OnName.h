@@ -5,10 +5,10 @@
 
 namespace zukel {
 
-/// The frame of the operations on one name: the tests of the name, and the call with its bytes.
+/// Frame of the operations on one name: tests the name, and makes the call with its bytes.
 ///
 /// @param call takes the bytes and returns 0 or the reason.
-/// @param map makes the caller's status of that: `MapStatus` or `MapOpenStatus`.
+/// @param map converts that to the caller's status: `MapStatus` or `MapOpenStatus`.
 template <typename Call>
 int OnName(const zuString& name, int (*map)(apr_status_t) noexcept, Call call) {
     if (name.empty()) {

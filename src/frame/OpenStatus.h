@@ -4,7 +4,7 @@
 
 namespace zukel {
 
-/// The finer rule for an opening by name.
+/// The mapping for opening by name.
 inline int MapOpenStatus(apr_status_t status) noexcept {
     if (APR_STATUS_IS_ENOENT(status)) {
         return Fail(status, kelStatusNotFound);

@@ -6,11 +6,11 @@
 
 namespace zukel {
 
-/// A root pool of the runtime together with the use of the runtime that keeps it valid.
+/// A root pool of APR, together with the use of APR that keeps it valid.
 ///
-/// In a record it is the last member: it is made when the other fields are set, and it is gone
-/// before they are freed. What the record holds open in the pool is closed before, in the body of
-/// the record's destructor.
+/// In a record it is the last member: made after the other fields are set, and destroyed before
+/// them. What the record holds open in the pool is closed before that, in the body of the record's
+/// destructor.
 class Pool {
 public:
     Pool() noexcept {
@@ -26,8 +26,8 @@ public:
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
 
-    /// The runtime's pool, or null when the runtime could not be started or had no memory for it.
-    /// An operation that needs the pool then answers its failure value.
+    /// APR's pool, or null when APR could not be started or had no memory for it. An operation that
+    /// needs the pool then returns its failure value.
     apr_pool_t* Get() const noexcept { return pool_; }
     explicit operator bool() const noexcept { return pool_ != nullptr; }
 

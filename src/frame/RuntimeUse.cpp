@@ -14,7 +14,7 @@ namespace {
 struct {
     std::mutex lock;
     std::size_t count = 0;
-} uses;  // of this copy of the library; constant-initialised: loading the library runs nothing
+} uses;  // one for each copy of the library; constant-initialised, so that loading it runs no code
 
 /// Guards the count of users that APR keeps for the whole process, against other copies of the
 /// library.
@@ -33,7 +33,7 @@ bool Start() noexcept {
     const ProcessLock alone;
     const bool started = apr_initialize() == APR_SUCCESS;
     if (!started) {
-        // APR counts a user before it tries to start. If that count stayed, the next call would
+        // APR counts a user before it tries to start. If that count remained, the next call would
         // succeed without the global pool.
         apr_terminate();
     }

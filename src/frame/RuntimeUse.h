@@ -6,8 +6,8 @@ namespace zukel {
 /// it.
 ///
 /// Any number of threads may make and end uses at once, also in several copies of the library in
-/// one process: APR counts its users, those copies, in a plain integer, so the two calls that
-/// change it are made under a lock that the whole process shares.
+/// one process. APR counts its users in a plain integer, so the two calls that change it are made
+/// under a lock that the whole process shares.
 class RuntimeUse {
 public:
     RuntimeUse() noexcept;
@@ -15,7 +15,7 @@ public:
     RuntimeUse(const RuntimeUse&) = delete;
     RuntimeUse& operator=(const RuntimeUse&) = delete;
 
-    /// False when the runtime could not be started. Such a use holds no count.
+    /// False if APR could not be started. Such a use holds no count.
     bool IsStarted() const noexcept { return started_; }
 
 private:

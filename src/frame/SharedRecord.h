@@ -15,7 +15,7 @@ struct SharedRecord {
     std::atomic<std::size_t> owners{1};
 };
 
-/// Gives up one owner's hold on the record. The last hold deletes it.
+/// Removes an owner from the record. The last one deletes it.
 template <typename Record>
 void Release(Record* record) noexcept {
     if (record->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {

@@ -4,7 +4,8 @@ namespace zukel {
 
 namespace {
 
-thread_local apr_status_t lastReason = APR_SUCCESS;  // a plain number: a thread runs nothing for it
+thread_local apr_status_t lastReason =
+    APR_SUCCESS;  // a plain number needs no constructor or destructor per thread
 
 }  // namespace
 

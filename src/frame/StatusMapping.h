@@ -6,16 +6,18 @@
 
 namespace zukel {
 
-/// Keeps the reason of a failure for the calling thread, until the next one.
+/// Stores the reason of a failure for the calling thread, until the next one.
 ///
-/// @param reason a status of the runtime or of the platform; not `APR_SUCCESS`.
+/// @param reason a status of APR or of the platform; not `APR_SUCCESS`.
 /// @returns `mapped`.
 [[gnu::cold]] int Fail(apr_status_t reason, int mapped = kelStatusFailed) noexcept;
 
 /// The reason that was kept last in the calling thread, or `APR_SUCCESS`.
 apr_status_t LastReason() noexcept;
 
-/// The general rule: zero is success, every other status of the runtime is a plain failure.
+/// The default mapping: zero is success, every other status of APR is `kelStatusFailed`. Finer
+/// mappings are beside their calls: `OpenStatus.h`, `kelDirectory.cpp`, `kelFileOperations.cpp`,
+/// `kelLibraryEnvironment.cpp`.
 inline int MapStatus(apr_status_t status) noexcept {
     return status == APR_SUCCESS ? kelStatusOk : Fail(status);
 }

@@ -7,14 +7,14 @@
 
 #include "zuString.h"
 
-/// What the portable code asks of the platform about directories. Names are the caller's bytes.
+/// What the platform provides for directories. Names are the caller's bytes.
 /// Plain functions, chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// A directory that is being read, in the platform's own form.
+/// An open directory, in the platform's own form.
 struct DirectoryStream;
 
-/// Stops reading, closed in child processes too.
+/// Closes it. No child process inherits it.
 ///
 /// @returns 0 or the reason. The stream is gone either way.
 apr_status_t CloseDirectory(DirectoryStream* directory) noexcept;
@@ -22,7 +22,7 @@ apr_status_t CloseDirectory(DirectoryStream* directory) noexcept;
 struct ReleaseDirectory {
     void operator()(DirectoryStream* directory) const noexcept { CloseDirectory(directory); }
 };
-/// Holds a directory that is being read, or none.
+/// Holds an open directory, or none.
 using DirectoryHandle = std::unique_ptr<DirectoryStream, ReleaseDirectory>;
 
 /// Opens a directory, to be read from its first entry on. Windows: the name is UTF-8.
@@ -31,14 +31,15 @@ using DirectoryHandle = std::unique_ptr<DirectoryStream, ReleaseDirectory>;
 /// @returns 0 or the reason.
 apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcept;
 
-/// Goes back before the first entry.
+/// Rewinds to before the first entry.
 ///
 /// @returns 0 or the reason.
 apr_status_t RewindDirectory(DirectoryStream& directory) noexcept;
 
-/// The name of the next entry, "." and ".." included where the system has them, in its order.
+/// The name of the next entry, including "." and ".." where the system has them, in the system's
+/// order.
 ///
-/// @returns null at the end and after an error. The text is good until the next call for the
+/// @returns null at the end and after an error. The text is valid until the next call for the
 /// directory. Windows: UTF-8.
 const char* NextEntry(DirectoryStream& directory) noexcept;
 
@@ -55,7 +56,7 @@ apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept;
 /// `APR_STATUS_IS_EEXIST` when something has the name.
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept;
 
-/// Makes a new directory that its owner alone may use.
+/// Creates a directory that only its owner may use.
 ///
 /// @param name ends in at least six `X`, the last of which are replaced until the name is free.
 /// Linux: six of them; Windows: all.
@@ -70,27 +71,27 @@ bool IsDirectory(const char* path) noexcept;
 /// @returns 0 or the reason.
 apr_status_t RemoveEmptyDirectory(const char* path) noexcept;
 
-/// Waits until the names in a directory are on the disk. Linux: `fsync`, which needs the right to
+/// Waits until the names in a directory are on disk. Linux: `fsync`, which needs the right to
 /// read it. Windows: a success without effect for every directory; see `kelDirectory::Sync`.
 ///
 /// @returns 0 or the reason.
 apr_status_t SyncNames(const char* path) noexcept;
 
-/// Tells the current directory of the process, with the system's own separators.
+/// Reports the current directory of the process, with the system's own separators.
 ///
 /// @returns 0, or the reason with `path` unchanged. Throws `std::bad_alloc`.
 apr_status_t QueryCurrentDirectory(zuString& path);
 
-/// Makes another directory the current one of the process.
+/// Changes the current directory of the process.
 ///
 /// @returns 0 or the reason.
 apr_status_t ChangeCurrentDirectory(const char* path) noexcept;
 
-/// Whether a byte parts the components of a path.
+/// Whether a byte separates components of a path.
 bool IsSeparator(char byte) noexcept;
 
-/// Whether a path is read from the current directory. Windows: also one with a drive and no root,
-/// or a root and no drive.
+/// Whether a path is relative to the current directory. Windows: also one with a drive but no root,
+/// or a root but no drive.
 bool IsReadFromCurrentDirectory(const char* path) noexcept;
 
 }  // namespace zukel::platform

@@ -5,17 +5,17 @@
 
 #include <cstdint>
 
-/// What the portable code asks of the platform to describe a file by its name. Plain functions,
-/// chosen at link time.
+/// What the platform provides for the metadata of a file by its name. Plain functions, chosen at
+/// link time.
 namespace zukel::platform {
 
-/// What the system tells of a file. A fact that it does not tell keeps the value it has here. The
-/// order and the narrow types keep the objects small that hold one each.
+/// The metadata of a file. A value that the system does not report keeps the one it has here. Order
+/// and narrow types keep the objects small that hold one each.
 struct FileFacts {
     static constexpr std::uint32_t kNoNumber = 0xFFFFFFFF;  ///< Which no file and no user has.
 
     long long size = -1;  ///< In bytes.
-    /// In microseconds since 1970-01-01 00:00:00 universal time.
+    /// In microseconds since 1970-01-01 00:00:00 UTC.
     long long created = -1, accessed = -1, modified = -1;
     std::uint32_t links = kNoNumber;  ///< How many names the file has.
     /// Linux: the numbers of owner and group. Windows has none.
@@ -26,21 +26,21 @@ struct FileFacts {
     bool hasGroup = false;  ///< The group is known.
 };
 
-/// Whether a symbolic link is described itself, or what it leads to.
+/// Whether to query a symbolic link itself or its target.
 enum class LinkMode : std::uint8_t { Itself, Followed };
 
-/// Describes the file. Nothing is created, and no right to read the contents is needed.
+/// Queries the file's metadata. The file need not be readable.
 ///
 /// @param facts unchanged on failure.
 /// @returns 0 or the reason. Linux: `lstat` or `stat`. Windows: from a handle without access to the
-/// contents; leaves the permissions to `QueryPermissions`.
+/// contents; without the permissions, see `QueryPermissions`.
 apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexcept;
 
-/// The permissions of the same file, where `QueryFile` has not brought them.
+/// The permissions of the file, where `QueryFile` does not report them.
 ///
 /// @param permissions `APR_FPROT_` bits; unchanged on failure.
-/// @returns 0 or the reason. Windows: of the file that a link leads to. Linux: `APR_ENOTIMPL`;
-/// `QueryFile` brings them, so this is not called.
+/// @returns 0 or the reason. Windows: of the file that a link leads to. Linux: `APR_ENOTIMPL`,
+/// never called, since `QueryFile` reports them.
 apr_status_t QueryPermissions(const char* name, int& permissions) noexcept;
 
 /// Looks whether the name leads to anything: a file, a directory, a device.

@@ -16,7 +16,7 @@ namespace zukel::platform {
 apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
 
 /// Copies a file as the platform does: contents, permissions, modification time, over an existing
-/// target. Windows: `CopyFileW(from, to, 0)`, where both ends can be had. Linux: as
+/// target. Windows: `CopyFileW(from, to, 0)`, if both files can be opened. Linux: as
 /// `CopyWithPermissions` with the source's permissions, and the modification time.
 ///
 /// @param normal the target gets normal attributes as far as that is possible, so that its owner
@@ -25,7 +25,7 @@ apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms
 apr_status_t CopyWithAttributes(const char* from, const char* to, bool normal) noexcept;
 
 /// Renames within a volume, over an existing target, with the result of `apr_file_rename`. Two
-/// names of one file stay both, and a directory does not take the place of a file.
+/// names of one file both stay, and a directory does not replace a file.
 ///
 /// @returns one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux: `rename`. Windows:
 /// `SetFileInformationByHandle` with POSIX semantics where the volume has them, so that the target
@@ -36,9 +36,8 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept;
 /// which fails when the target exists.
 apr_status_t RenameInPlace(const char* from, const char* to) noexcept;
 
-/// Renames within a volume when nothing has the new name, in one step of the system. Linux:
-/// `renameat2`, or a second link and the removal of the first. Windows: `MoveFileExW` without
-/// flags.
+/// Renames within a volume if nothing has the new name, atomically. Linux: `renameat2`, or a second
+/// link and the removal of the first. Windows: `MoveFileExW` without flags.
 ///
 /// @returns one of `APR_STATUS_IS_EEXIST` when something has the name.
 apr_status_t RenameToNew(const char* from, const char* to) noexcept;
@@ -63,8 +62,8 @@ apr_status_t ChangeAccess(const char* name, int mode) noexcept;
 inline constexpr int kForReading = 4;
 inline constexpr int kForWriting = 2;
 
-/// Whether the system grants this process that access to the file. Windows: `_waccess` gives 0.
-/// Linux: by the effective user, as an opening would. An empty name is never granted.
+/// Whether the system grants this process that access to the file. Windows: `_waccess` returns 0.
+/// Linux: by the effective user, as an opening would. False for an empty name.
 ///
 /// @param name the `c_str` of a `zuWString`.
 bool IsAccessible(const wchar_t* name, int access);

@@ -14,8 +14,8 @@ struct DiskBytes {
     std::uint64_t total = 0;
 };
 
-/// The room on the disk that holds the directory `path`. Windows: `GetDiskFreeSpaceExW` on the
-/// UTF-16 form of the UTF-8 `path`. Linux: `statvfs` on its bytes.
+/// The size and the free space of the disk that holds the directory `path`. Windows:
+/// `GetDiskFreeSpaceExW` on the UTF-16 form of the UTF-8 `path`. Linux: `statvfs` on its bytes.
 ///
 /// @returns 0, or the reason, with `disk` unchanged, when the platform refuses the path.
 apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept;
@@ -23,7 +23,7 @@ apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept;
 /// The number of logical processors that the system runs, or 0. Windows: `GetSystemInfo`.
 int NumberOfProcessors() noexcept;
 
-/// What the CPUID instruction leaves in the registers.
+/// The registers after the CPUID instruction.
 struct CpuRegisters {
     std::uint32_t eax = 0;
     std::uint32_t ebx = 0;
@@ -31,7 +31,7 @@ struct CpuRegisters {
     std::uint32_t edx = 0;
 };
 
-/// Runs CPUID for `leaf` with sub-leaf 0. A processor without the instruction answers zeros.
+/// Runs CPUID for `leaf` with sub-leaf 0. All zeros on a processor without the instruction.
 CpuRegisters Cpuid(std::uint32_t leaf) noexcept;
 
 }  // namespace zukel::platform

@@ -4,15 +4,15 @@
 
 #include "platform/Files.h"
 
-/// What the portable code asks of the platform about files in memory. Plain functions, chosen at
+/// What the platform provides for mapped files. Plain functions, chosen at
 /// link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// A part of a file in the memory of the process, or none. It is unmapped with the object.
+/// A mapped part of a file, or none. It is unmapped with the object.
 struct FileView {
     void* address = nullptr;  ///< Of the first byte asked for.
     std::size_t size = 0;     ///< As asked for.
-    std::size_t lead = 0;     ///< Bytes that are mapped before it, to the start of a page.
+    std::size_t lead = 0;     ///< Bytes mapped before it, from the start of a page.
     FileHandle file;          ///< Windows: kept for `SyncView` when the view is written to.
 
     FileView() noexcept = default;
@@ -23,7 +23,7 @@ struct FileView {
 
 /// Maps a part of a file, shared with everybody else who maps it.
 ///
-/// @param file is taken over; it is closed where the mapping does not need it.
+/// @param file is taken over, and closed where the mapping does not need it.
 /// @param writes whether the memory may be written to, for which the file has to be open for
 /// reading and writing; otherwise it is open for reading.
 /// @param offset not negative; the part lies within the file.
@@ -33,7 +33,7 @@ struct FileView {
 apr_status_t MapFile(FileHandle file, bool writes, long long offset, std::size_t size,
                      FileView& view) noexcept;
 
-/// Waits until what was written to the memory is on the disk. Linux: `msync`. Windows:
+/// Waits until what was written to the memory is on disk. Linux: `msync`. Windows:
 /// `FlushViewOfFile` and `FlushFileBuffers`.
 ///
 /// @param view holds a mapping that is written to.

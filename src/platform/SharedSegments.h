@@ -30,9 +30,8 @@ struct SegmentBlock {
 };
 
 /// Makes a segment of exactly `size` bytes under a name that is not in use, and maps it. Windows: a
-/// file that its maker alone may open, mapped without a name of the mapping's own. Linux: the
-/// runtime's names and layout, but not its calls, which reserve no memory, wrap near 2^64 and leave
-/// names behind; see there.
+/// file that only its creator may open, with an unnamed mapping. Linux: APR's names and layout, but
+/// not its calls, which reserve no memory, wrap near 2^64 and leave names behind; see there.
 ///
 /// @param name not empty.
 /// @param segment receives the segment; unchanged on failure, and then no name was made.
@@ -40,8 +39,8 @@ struct SegmentBlock {
 apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
                            SegmentBlock& block) noexcept;
 
-/// Maps the segment `name`. Windows: a file whose header says what its size is, and that nobody but
-/// the process's user, the system and its administrators owns or may write.
+/// Maps the segment `name`. Windows: a file whose header says what its size is, and which only the
+/// process's user, the system and its administrators own or may write.
 ///
 /// @param name not empty.
 /// @param segment receives the segment; unchanged on failure: there is none, or it is not wholly
@@ -53,10 +52,9 @@ apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBloc
 /// Unmaps a segment that is mapped. On failure it stays mapped.
 apr_status_t UnmapSegment(Segment& segment) noexcept;
 
-/// Removes whatever segment has this name. Linux: nobody else is removing it at the time, see
-/// `RemoveSegmentName`. Windows: the system removes no file that is mapped; such a one is given
-/// another name, `NAME.NUMBER.zukel-removed`, and removed under that by the last who lets go of the
-/// segment.
+/// Removes whatever segment has this name. Linux: under the same lock as `RemoveSegmentName`.
+/// Windows: a mapped file cannot be removed; it is renamed to `NAME.NUMBER.zukel-removed`, and
+/// removed by its last user.
 ///
 /// @param name not empty.
 apr_status_t RemoveName(const char* name) noexcept;

@@ -2,17 +2,16 @@
 
 #include <apr_errno.h>
 
-/// What the portable code asks of the platform about whole trees of directories. Plain functions,
+/// What the platform provides for whole trees of directories. Plain functions,
 /// chosen at link time.
 namespace zukel::platform {
 
 /// Removes a directory with everything below it. What cannot be removed stays, and the rest goes.
-/// Symbolic links are removed themselves, and no directory is entered through one, not even one
-/// that takes a directory's place meanwhile; nor is a directory of another volume. Depth costs
-/// memory, but no stack.
+/// Symbolic links are removed, not followed, even one that replaces a directory meanwhile. A
+/// directory of another volume is not entered either. Depth costs memory, but no stack.
 ///
-/// Linux: at most a few descriptors at once, relative to each of which the next name is read.
-/// Windows: every directory on the way down is held open, so that nobody can move it.
+/// Linux: at most a few descriptors at once, each relative to the one before. Windows: every
+/// directory on the way down is held open, so that nobody can move it.
 ///
 /// @param path the caller's bytes, not empty.
 /// @param entered receives whether it led to a directory, from which something may have been

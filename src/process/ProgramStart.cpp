@@ -18,7 +18,7 @@ bool IsVariableName(const zuString& name) noexcept {
     return !name.empty() && IsWhole(name) && name.find('=') == zuString::npos;
 }
 
-/// The system would take each text up to its first NUL.
+/// The system would read each text up to its first NUL.
 apr_status_t Check(const kelProcessOptions& options) noexcept {
     if (!IsWhole(options.command) || !IsWhole(options.directory)) {
         return APR_ENOENT;
@@ -34,7 +34,7 @@ apr_status_t Check(const kelProcessOptions& options) noexcept {
     return valid ? APR_SUCCESS : APR_EINVAL;
 }
 
-/// The texts as the system takes them: the strings' own, and null at the end.
+/// Pointers to the strings' texts, ended by a null, as the system takes them.
 void Append(std::vector<const char*>& vector, const zuStlVector<zuString>& texts) {
     vector.reserve(vector.size() + texts.size() + 1);
     for (const zuString& text : texts) {
@@ -77,7 +77,7 @@ public:
         if (options.errors.kind == Option::StreamFile &&
             options.output.kind == Option::StreamFile &&
             options.errors.file == options.output.file) {
-            error = output;  // one file, in which both keep their order
+            error = output;  // one descriptor, so that the file has both in the order written
         } else {
             OpenOne(options.errors, kAppend, false, pipes.errors, files_[2], error);
         }

@@ -6,10 +6,10 @@
 
 namespace zukel {
 
-/// What becomes of a stream whose file cannot be opened.
+/// What to do with a stream whose file cannot be opened.
 enum class WithoutFile { Fails, GoesNowhere };
 
-/// Starts a program as `kelProcessOptions` tells. Throws `std::bad_alloc`, before anything was
+/// Starts a program as `kelProcessOptions` describes. Throws `std::bad_alloc`, before anything is
 /// started.
 ///
 /// @param group for `platform::EndGroup`.

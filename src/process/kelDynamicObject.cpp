@@ -11,16 +11,16 @@
 #include "kelLibrary.h"
 #include "process/kelDynamicObjectRecord.h"
 
-#undef LoadLibrary  // a macro of <windows.h>, which the runtime's headers may include
+#undef LoadLibrary  // a macro of <windows.h>, which APR's headers may include
 
 namespace {
 
 constexpr std::size_t kMostText = 4095;
 
-/// Keeps the text of the load that has just been tried: APR's own pointer to it is good only until
-/// the thread's next call of the kind, whoever makes it.
+/// Copies the text of the load just tried: APR's pointer to it is valid only until the thread's
+/// next such call.
 ///
-/// Where the status is all that is known, the name goes before its text.
+/// Where only the status is known, its text is preceded by the name.
 ///
 /// @param text has room for `kMostText` bytes.
 void KeepText(zuString& text, const char* name, apr_dso_handle_t* tried,
@@ -47,7 +47,7 @@ int Load(kelDynamicObjectRecord& record, zuString name) {
     }
     record.name.clear();
     apr_dso_handle_t* tried = nullptr;
-    // The system takes the empty name for the program itself.
+    // To the system the empty name is the program itself.
     const bool isName = !name.empty() && zukel::IsWhole(name);
     const apr_status_t status = isName ? module->Load(name.c_str(), tried) : APR_EDSOOPEN;
     KeepText(text, name.c_str(), tried, status);

@@ -13,12 +13,12 @@
 
 namespace zukel {
 
-/// One load of a module: the module, unless the load has failed, and what APR keeps of the load.
+/// One load of a module: the module, unless the load has failed, and the pool of the load.
 class Module {
 public:
     ~Module() { Unload(); }
 
-    /// Tries to load it. @returns the status, with a handle to ask for the reason if there is one.
+    /// Tries to load it. @returns the status; the handle, if there is one, has the reason.
     apr_status_t Load(const char* name, apr_dso_handle_t*& tried) noexcept {
         apr_status_t status = pool_ ? platform::LoadModule(name, pool_.Get(), tried) : APR_ENOPOOL;
         handle_ = status == APR_SUCCESS ? tried : nullptr;
@@ -37,8 +37,8 @@ private:
 }  // namespace zukel
 
 struct kelDynamicObjectRecord : zukel::SharedRecord {
-    zuString name;   ///< Of the last load, if it succeeded; outlives an unload.
-    zuString error;  ///< The text of the last load; APR keeps it nowhere.
+    zuString name;   ///< Of the last load, if it succeeded; kept by an unload.
+    zuString error;  ///< The text of the last load, which APR does not keep.
     std::unique_ptr<zukel::Module> module;  ///< Of the last load, while it is held; else null.
-    std::forward_list<std::unique_ptr<zukel::Module>> forgotten;  ///< Loaded still.
+    std::forward_list<std::unique_ptr<zukel::Module>> forgotten;  ///< Still loaded.
 };

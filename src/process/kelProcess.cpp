@@ -20,7 +20,7 @@ zuString Text(apr_status_t status) {
     return apr_strerror(status, buffer.data(), buffer.size());
 }
 
-/// The stream of the older forms for a file: without a name it goes nowhere.
+/// The stream of the older forms: to a file or, without a name, discarded.
 kelProcessOptions::Stream ToFile(const zuStlVector<zuString>& names, std::size_t index) {
     if (names.empty()) {
         return {kelProcessOptions::StreamNothing, {}};
@@ -121,7 +121,7 @@ int kelProcess::Kill() {
 }
 
 int kelProcess::NativeKill(int pid) {
-    // 0 and below are groups of processes, the caller's own or all there are.
+    // 0 and below are process groups: the caller's own, or all processes.
     if (pid <= 0) {
         return zukel::Fail(APR_EINVAL);
     }

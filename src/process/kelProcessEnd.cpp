@@ -30,7 +30,7 @@ apr_status_t QueryEnd(const kelProcessRecord& record, platform::ChildEnd& end) n
     return record.Last() != nullptr ? platform::QueryEnd(*record.Last(), end) : APR_EPROC_UNKNOWN;
 }
 
-/// Reads what one of the pipes has given or gives.
+/// Reads what has arrived, or arrives, in one of the pipes.
 int Read(kelProcessRecord& record, platform::FileHandle& pipe, zuString& kept,
          platform::Until until, void* buffer, unsigned long long& size) {
     if (kept.empty() && pipe) {
@@ -48,7 +48,7 @@ int Read(kelProcessRecord& record, platform::FileHandle& pipe, zuString& kept,
     return kelStatusOk;
 }
 
-/// A running program, which is ended unless it has been waited for.
+/// A running program, which is terminated unless it has been waited for.
 struct Running {
     platform::ChildHandle child;
     platform::Pipes pipes;
@@ -58,7 +58,7 @@ struct Running {
         if (child != nullptr && !waited) {
             platform::EndGroup(*child);
             pipes = {};
-            // It ends now, unless the system keeps it: then it is left.
+            // Terminated, it ends now; if the system does not let it end, it is left behind.
             platform::WaitForEnd(*child, DeadlineIn(1000000));
         }
     }

@@ -5,15 +5,15 @@
 #include "platform/Pipes.h"
 
 struct kelProcessRecord : zukel::SharedRecord {
-    zukel::platform::ChildHandle child;   ///< Null while idle: this alone tells the state.
+    zukel::platform::ChildHandle child;   ///< Null while idle: this alone is the state.
     zukel::platform::ChildHandle killed;  ///< The last one, after `Kill`.
     zukel::platform::Pipes pipes;
     bool hasOutput = false;  ///< The pipes of the process, open or at their end.
     bool hasErrors = false;
-    zuString output;  ///< What was read from the pipes and not asked for yet.
+    zuString output;  ///< Read from the pipes, and not yet returned.
     zuString errors;
 
-    /// The child whose end can be asked for, or null.
+    /// The child whose end can be queried, or null.
     zukel::platform::Child* Last() const noexcept {
         return child != nullptr ? child.get() : killed.get();
     }

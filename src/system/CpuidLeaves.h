@@ -6,11 +6,11 @@
 #include "platform/Machine.h"
 #include "zuString.h"
 
-/// What the registers of CPUID say, as functions of the registers alone. `Reader` gives the
-/// `platform::CpuRegisters` of a leaf; only the leaves that an answer needs are read.
+/// Decoding of CPUID, as functions of the registers alone. `Reader` returns the
+/// `platform::CpuRegisters` of a leaf; only leaves that are needed are read.
 namespace zukel {
 
-/// The vendor's text: three registers of leaf 0, their bytes from the lowest on, up to a zero.
+/// The vendor's text: three registers of leaf 0, lowest byte first, up to a zero.
 inline zuString VendorText(const platform::CpuRegisters& leaf0) {
     zuString text;
     for (const std::uint32_t part : {leaf0.ebx, leaf0.edx, leaf0.ecx}) {
@@ -22,7 +22,7 @@ inline zuString VendorText(const platform::CpuRegisters& leaf0) {
     return text;
 }
 
-/// What leaf 1 and the vendor's own leaf say of the package.
+/// The package, as leaf 1 and the vendor's own leaf report it.
 struct Package {
     enum class Vendor { Intel, Amd, Other };
 

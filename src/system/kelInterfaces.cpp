@@ -1,4 +1,4 @@
-// The classes that an application derives from. They have an interface and no function.
+// Base classes that applications derive from; their own operations do nothing.
 
 #include "kelBarrier.h"
 #include "kelCondition.h"

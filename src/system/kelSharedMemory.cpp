@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The system would take a name up to its first NUL, and the empty one as well.
+/// The system would read a name up to its first NUL, and accept the empty one.
 bool IsName(const zuString& name) noexcept {
     return !name.empty() && name.find('\0') == zuString::npos;
 }

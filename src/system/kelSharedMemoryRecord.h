@@ -5,7 +5,7 @@
 #include "platform/SharedSegments.h"
 #include "zuString.h"
 
-/// Where the objects that share a record stand: Empty, Owner, Attached or, once `ended`, Ended.
+/// The state of the objects that share a record: Empty, Owner, Attached or, once `ended`, Ended.
 /// Sharers keep an ended record until they are destroyed.
 struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
@@ -15,8 +15,8 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
     bool attached = false;                ///< The segment came from `Attach`.
     bool ended = false;
 
-    /// Ends the record. In the copy of the creator that a fork has made the name stays: the creator
-    /// still holds the segment.
+    /// Ends the record. In a forked copy of the creator the name stays: the creator still holds the
+    /// segment.
     ~kelSharedMemoryRecord() {
         if (Owns() && creator != zukel::platform::CurrentProcess()) {
             name.clear();
@@ -50,7 +50,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
         return status;
     }
 
-    /// Lets go of what is held, and ends the record. The name of a segment that is still attached
+    /// Releases what is held, and ends the record. The name of a segment that is still attached
     /// stays.
     void End() noexcept {
         if (ended) {

@@ -16,14 +16,14 @@ bool IsOneOf(char letter, const char* letters) noexcept {
     return letter != '\0' && std::strchr(letters, letter) != nullptr;
 }
 
-/// How many bytes at `at` are a length of the C library that the runtime does not know, before a
+/// The number of bytes at `at` that are a length of the C library, unknown to APR, before a
 /// directive for an integer.
 int ForeignLength(const char* at) noexcept {
     const int length = at[0] == 'l' && at[1] == 'l' ? 2 : IsOneOf(at[0], "zj") ? 1 : 0;
     return length > 0 && IsOneOf(at[length], "diouxX") ? length : 0;
 }
 
-/// Behind the flags, the width and the precision of a directive.
+/// Skips the flags, the width and the precision of a directive.
 const char* BehindWidth(const char* at) noexcept {
     return at + std::strspn(at, "-+ #0123456789.*");
 }
@@ -39,7 +39,7 @@ bool HasForeignLength(const char* format) noexcept {
     return false;
 }
 
-/// Writes the format with the runtime's own length, `q`, in the place of those. It gets no longer.
+/// Writes the format with APR's length `q` in their place. It never gets longer.
 void Translate(const char* format, char* to) noexcept {
     while (*format != '\0') {
         if (*format != '%') {

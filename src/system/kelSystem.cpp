@@ -15,8 +15,8 @@ std::uint64_t Kilobytes(std::uint64_t bytes) noexcept {
     return bytes == kUnknown ? kUnknown : bytes >> 10U;
 }
 
-/// Settles one kind of memory: the used figure is the difference of the two rounded ones, and no
-/// figure wraps when the platform tells more available than there is.
+/// Completes one kind of memory: used is the difference of the two rounded values, and does not
+/// wrap if the platform reports more available than there is.
 void Fill(std::uint64_t totalBytes, std::uint64_t availableBytes, unsigned long long& total,
           unsigned long long& used, unsigned long long& available) noexcept {
     total = Kilobytes(totalBytes);

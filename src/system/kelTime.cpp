@@ -8,13 +8,13 @@
 #include "platform/Dates.h"
 #include "system/kelTimeRecord.h"
 
-#undef GetCurrentTime  // a macro of <windows.h>, which the runtime's headers may include
+#undef GetCurrentTime  // a macro of <windows.h>, which APR's headers may include
 
 namespace {
 
 constexpr apr_time_t kNoTime = -1;
 
-/// Takes a moment, with its date in universal time.
+/// Takes a moment, with its date in UTC.
 void Set(kelTimeRecord& record, apr_time_t moment) noexcept {
     // Up to the year 9999 every moment has a date, which is made when it is asked for.
     constexpr apr_time_t kEnd = 253402300800 * APR_USEC_PER_SEC;
@@ -33,9 +33,9 @@ bool MakeDate(kelTimeRecord& record) noexcept {
     return record.dated;
 }
 
-/// Whether the microseconds of a date fit into 64 bits. The runtime multiplies without looking, so
-/// this counts before it does, roughly: right to within four days. The last moment that fits is on
-/// the tenth of January 294247, and all of the year before it passes.
+/// Whether the microseconds of a date fit 64 bits, to within four days: APR multiplies without a
+/// check. The last moment that fits is on 10 January 294247, and every moment before that year
+/// passes.
 bool FitsMicroSeconds(const apr_time_exp_t& exp) noexcept {
     constexpr double kDay = 24 * 60 * 60;
     constexpr double kYear = 365.2425 * kDay;
@@ -136,7 +136,7 @@ int kelTime::Sleep(long long microSeconds) {
     using std::chrono::duration_cast;
     using std::chrono::microseconds;
     using std::chrono::steady_clock;
-    // The runtime's sleep is cut short by signals, and on Windows its length to 32 bits of
+    // Signals interrupt APR's sleep, and on Windows its length is limited to 32 bits of
     // milliseconds.
     constexpr long long kLongest = 3600LL * APR_USEC_PER_SEC;
     const auto start = steady_clock::now();

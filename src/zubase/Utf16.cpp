@@ -4,8 +4,8 @@ namespace zukel {
 
 namespace {
 
-/// What a lead byte announces: how many bytes follow, and the range of the first of them, which
-/// keeps out overlong forms, surrogates and values above U+10FFFF.
+/// What follows a lead byte: how many bytes, and the range of the first of them, which excludes
+/// overlong forms, surrogates and values above U+10FFFF.
 struct Lead {
     unsigned following;
     unsigned low;

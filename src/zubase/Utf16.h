@@ -2,16 +2,14 @@
 
 #include <cstddef>
 
-/// UTF-8 to UTF-16, the little that the sibling library has to give. Malformed text is read as
-/// replacement characters (U+FFFD), one for each longest part of a character that could have become
-/// one, and never past its end.
+/// UTF-8 to UTF-16. Malformed text is read as replacement characters (U+FFFD), one for each longest
+/// part that could begin a character, and never beyond its end.
 namespace zukel {
 
-/// What stands for malformed text.
+/// Replaces malformed text.
 constexpr char32_t kReplacement = 0xFFFD;
 
-/// Takes the next character, or the malformed part that a replacement stands for, off the front of
-/// the text, which is not empty.
+/// Removes the next character, or malformed part, from the front of the text, which is not empty.
 char32_t TakeCharacter(const char*& at, const char* end) noexcept;
 
 /// The number of 16-bit units that `length` bytes of UTF-8 take in UTF-16, without a terminator.

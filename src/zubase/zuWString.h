@@ -7,8 +7,8 @@
 /// The wide form of a file name, which is read as UTF-8: one `wchar_t` for each character, or for
 /// each UTF-16 unit where that is its size.
 ///
-/// A name of any bytes survives: a byte that is no UTF-8 becomes U+DC00 plus its value, which no
-/// UTF-8 gives, and `zukel::Narrow` turns it back.
+/// Any bytes survive: a byte of invalid UTF-8 becomes U+DC00 plus its value, which valid UTF-8
+/// never produces, and `zukel::Narrow` converts it back.
 class zuWString {
 public:
     /// Takes the name up to its first NUL.

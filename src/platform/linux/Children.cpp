@@ -52,9 +52,9 @@ void Unref(Child* child) noexcept {
     }
 }
 
-/// A number that no other process has had or will have since the system started, or 0 where there
-/// is none. File systems of process descriptors give it out from Linux 6.9 on; before, all of them
-/// show one inode, and where a long has 32 bits the number is cut.
+/// A number that identifies the process until the system restarts, or 0 where there is none. It is
+/// the inode of a pidfd from Linux 6.9 on; before, all pidfds share one inode, and where a long has
+/// 32 bits the number is truncated.
 ino_t IdentityOf(const Descriptor& process) noexcept {
     constexpr auto kProcessFileSystem = 0x50494446;
     struct statfs system {};
@@ -88,7 +88,7 @@ bool ReapByIdentity(Child& child) noexcept {
 bool Reap(Child& child) noexcept {
     if (child.process) {
         const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0, child.end);
-        // Lost is also what the copy of this process that a fork has made finds.
+        // A forked copy of this process gets Lost too.
         return state == ChildState::Ended || (state == ChildState::Lost && HasEnded(child.process));
     }
     if (child.identity != 0) {
@@ -170,7 +170,7 @@ void Forget(Child* child) noexcept {
     child->kept = false;
     ReapIfEnded(*child);
     if (child->process) {
-        // A child that runs on for long must not cost the program a descriptor.
+        // An abandoned child must not hold a descriptor of the program.
         child->identity = IdentityOf(child->process);
         if (child->identity != 0) {
             child->process.Close();
@@ -240,7 +240,7 @@ apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
                 return APR_SUCCESS;
             }
             if (child.process) {
-                // Another thread may collect the child and close its descriptor meanwhile.
+                // Another thread may reap the child and close its descriptor meanwhile.
                 process = Descriptor(fcntl(child.process.Get(), F_DUPFD_CLOEXEC, 0));
             }
         }

@@ -19,7 +19,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// What a copy carries over beside the contents.
+/// What a copy copies besides the contents.
 struct CopyOptions {
     mode_t newMode;           ///< Of a new target, less the umask; not with `sourceMode`.
     bool sourceMode;          ///< The target gets the source's mode,
@@ -32,7 +32,7 @@ mode_t ModeOfNew(apr_fileperms_t perms) noexcept {
     return perms == APR_FPROT_OS_DEFAULT ? kSystemDefault : ModeOf(perms);
 }
 
-/// One copy from name to name: what is known of both ends, and what has happened to the target.
+/// One copy from name to name: the state of both files, and what has been done to the target.
 class CopyByName {
 public:
     CopyByName(const char* from, const char* to, const CopyOptions& options) noexcept
@@ -40,7 +40,7 @@ public:
 
     apr_status_t Run() noexcept {
         targetExists_ = stat(to_, &target_) == 0;
-        // A pipe onto itself: opening it would wait for ever.
+        // A pipe onto itself: opening it would block for ever.
         if (targetExists_ && !S_ISREG(target_.st_mode) && stat(from_, &source_) == 0 &&
             IsSameFile(source_, target_)) {
             return OntoItself();
@@ -87,16 +87,16 @@ private:
         return Descriptor(Uninterrupted([&] { return open(name, flags | O_CLOEXEC, mode); }));
     }
 
-    /// Opens the target as it is: it may turn out to be the source. One that exists is opened
-    /// without O_CREAT, which the system refuses in sticky directories of others. A new one that
-    /// is to have the source's permissions is its owner's alone until it has them.
+    /// Opens the target without truncating it, since it may be the source. An existing one is
+    /// opened without O_CREAT, which the system refuses in sticky directories of other users. A new
+    /// one that is to get the source's permissions is accessible to its owner alone until then.
     bool OpenTarget() noexcept {
         const mode_t mode = options_.sourceMode ? source_.st_mode & S_IRWXU : options_.newMode;
         if (targetExists_) {
             out_ = Open(to_, O_WRONLY);
             if (!out_ && errno == EACCES && options_.modeFirst && S_ISREG(target_.st_mode) &&
                 target_.st_uid == geteuid() && chmod(to_, mode) == 0) {
-                // As the runtime: the mode that the target is to have may let it be written.
+                // As APR does: the mode that the target is to get may make it writable.
                 out_ = Open(to_, O_WRONLY);
                 if (!out_) {
                     chmod(to_, target_.st_mode & kModeBits);
@@ -110,7 +110,7 @@ private:
                 return true;
             }
             if (errno == EEXIST) {
-                // A symbolic link that leads nowhere, or somebody has just been quicker.
+                // A dangling symbolic link, or somebody has just created it.
                 out_ = Open(to_, O_WRONLY | O_CREAT, mode);
             }
         }
@@ -139,7 +139,7 @@ private:
         if (!WriteContents(regular)) {
             return false;
         }
-        // Writing takes the set-ID bits away.
+        // Writing clears the set-ID bits.
         if ((takesMode && !permissions_.GiveSpecialBitsTo(out_.Get())) ||
             (hasSetId && !SucceededOrRefused(fchmod(out_.Get(), target_.st_mode & kModeBits)))) {
             return false;
@@ -149,8 +149,8 @@ private:
                SucceededOrRefused(futimens(out_.Get(), times));
     }
 
-    /// A limit on the size of files, and a pipe that nobody reads any more, are failures and not
-    /// the end of the process.
+    /// Without this, SIGXFSZ (file size limit) and SIGPIPE (a pipe without a reader) would end the
+    /// process.
     bool WriteContents(bool regular) noexcept {
         const HeldSignals held{SIGXFSZ, SIGPIPE};
         const bool written = (S_ISREG(source_.st_mode) || contents_.ReadFirst()) &&
@@ -161,10 +161,10 @@ private:
         return written;
     }
 
-    /// Leaves nothing half-written under the target's name, which may be a link to the file.
+    /// Removes a partial target. Its name may be a link to the file.
     void RemoveTarget() noexcept {
         const bool known = out_ ? fstat(out_.Get(), &target_) == 0 : !created_;
-        // Truncated first, so that other names of the file show no part either.
+        // Truncate first, so that other names of the file have no partial contents either.
         if (out_ && ftruncate(out_.Get(), 0) != 0) {
             // Best effort: unlink even then.
         }
@@ -173,7 +173,7 @@ private:
         if (!path || lstat(path.get(), &now) != 0) {
             return;
         }
-        // Of a new target that could not be closed only the name is known.
+        // A new target whose descriptor is gone is known by name only.
         const bool ours = S_ISREG(now.st_mode) && now.st_uid == geteuid() && now.st_nlink == 1;
         if (known ? IsSameFile(now, target_) : ours) {
             unlink(path.get());

@@ -24,10 +24,10 @@ constexpr off_t kLarge = off_t{1024} * 1024;  ///< From here mapping pays.
 constexpr std::size_t kPage = 4096;
 
 /// Lets the kernel copy up to `length` bytes, from and to the positions of the descriptors, and
-/// sets `copied` to what it has.
+/// sets `copied` to how many it did.
 ///
-/// @returns false after an error, and when it refuses (another volume, a sandbox). True does not
-/// mean that everything is there: some file systems report the end too early.
+/// @returns false after an error or a refusal (another file system, a sandbox). True does not mean
+/// that everything was copied: some file systems report the end too early.
 bool CopyInKernel(int from, int to, off_t length, off_t& copied) noexcept {
     constexpr off_t kAtOnce = off_t{1} << 30;
     ssize_t moved = 1;
@@ -74,14 +74,14 @@ bool CopyThroughMemory(int from, int to, off_t length) noexcept {
     return true;
 }
 
-/// What the kernel did not copy is tried again through memory, where a real error recurs.
+/// What the kernel did not copy is copied through memory, where a real error recurs.
 bool CopyRange(int from, int to, off_t length) noexcept {
     off_t copied = 0;
     CopyInKernel(from, to, length, copied);
     return copied == length || CopyThroughMemory(from, to, length - copied);
 }
 
-/// Copies the data of a file with holes and leaves the holes out.
+/// Copies the data of a sparse file and skips the holes.
 bool CopyAroundHoles(int from, int to) noexcept {
     off_t data = 0;
     while ((data = lseek(from, data, SEEK_DATA)) >= 0) {
@@ -92,14 +92,15 @@ bool CopyAroundHoles(int from, int to) noexcept {
         }
         data = hole;
     }
-    if (errno != ENXIO) {  // which says that only a hole follows
+    if (errno != ENXIO) {  // ENXIO: only a hole follows
         return false;
     }
     const off_t end = lseek(from, 0, SEEK_END);
     return end >= 0 && Uninterrupted([&] { return ftruncate(to, end); }) == 0;
 }
 
-/// Whether a file has fewer blocks than bytes to fill them. Compressed files have, too.
+/// Whether a file is sparse: its blocks hold fewer bytes than its length. True for compressed files
+/// too.
 bool MayBeSparse(const struct stat& source) noexcept {
     constexpr off_t kBytesInBlock = 512;  // whatever the file system's own block is
     return source.st_blocks < source.st_size / kBytesInBlock;
@@ -138,10 +139,11 @@ private:
 /// at once instead of when the file is closed. Together that takes two thirds of the time of the
 /// kernel's own copy there (Linux 6.18); other file systems gain nothing, and get nothing copied.
 ///
-/// The size of the target grows with what is written, so no zeros stand behind it. Pages that have
-/// gone because the source was truncated make the write fail with EFAULT, without a signal.
+/// The target's size grows with what is written, so no zeros follow it. Pages lost because the
+/// source was truncated make the write fail with EFAULT, without a signal.
 ///
-/// @returns how many bytes were copied. Where they are fewer than `size`, other ways tell why.
+/// @returns how many bytes were copied. If fewer than `size`, the caller continues with another
+/// method, which finds the reason.
 off_t CopyFromPages(int from, int to, off_t size) noexcept {
     constexpr off_t kWindow = off_t{2} * 1024 * 1024;  // what one entry of a page table can map
     constexpr off_t kPiece = off_t{512} * 1024;
@@ -171,7 +173,7 @@ off_t CopyFromPages(int from, int to, off_t size) noexcept {
 bool Contents::ReadFirst() noexcept {
     const off_t size = source_.st_size;
     const bool small = size > 0 && size <= kSmall && (size < off_t{kPage} || !MayBeSparse(source_));
-    // One byte more than there are, so that a read which falls short has met the end.
+    // One byte more than there are, so that a short read means the end.
     const std::size_t room = small ? static_cast<std::size_t>(size) + 1 : kPage;
     first_.reset(new (std::nothrow) char[room]);
     if (!first_) {
@@ -207,7 +209,7 @@ bool Contents::WriteRegular(int to) noexcept {
     if (HasHoles(from_.Get(), source_)) {
         return CopyAroundHoles(from_.Get(), to);
     }
-    // From the start once more: behind a first page the kernel's copy takes a third longer.
+    // Start again at 0: after a first page the kernel's copy takes a third longer.
     const off_t size = source_.st_size;
     const off_t inPages = CopyFromPages(from_.Get(), to, size);
     if (lseek(from_.Get(), inPages, SEEK_SET) != inPages) {

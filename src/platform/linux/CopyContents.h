@@ -10,25 +10,26 @@ namespace zukel::platform {
 
 /// The contents of one open file on their way into another. The first block is read before the
 /// target need be touched: some files (/proc/self/mem) open but cannot be read. A small file is
-/// then in memory as a whole.
+/// then completely in memory.
 class Contents {
 public:
     /// @param from a file, a device or a pipe, of which nothing has been read.
-    /// @param source what `fstat` reports of it. Both are looked at when there is something to do.
+    /// @param source what `fstat` reports of it. Both are first used by the operations.
     Contents(const Descriptor& from, const struct stat& source) noexcept
         : from_(from), source_(source) {}
 
     /// Reads the first block. @returns false with `errno` when it cannot be read.
     bool ReadFirst() noexcept;
 
-    /// Whether one write of at most a page is all there is to write, and covers a target of
-    /// `targetSize` bytes. Such a target need not be truncated first: whoever kills the process
-    /// finds the former contents or the new ones.
+    /// Whether a single write of at most a page is needed, and covers a target of `targetSize`
+    /// bytes. Such a target need not be truncated first: if the process is killed it has the former
+    /// contents or the new ones.
     bool CoversInOneWrite(off_t targetSize) const noexcept;
 
-    /// Writes everything to the open file `to`: a clone where the volume shares blocks, otherwise
-    /// by the kernel or through memory. Holes of a regular file stay holes of a regular target.
-    /// Requires: `ReadFirst` has succeeded; a regular target is empty, or is covered in one write.
+    /// Writes everything to the open file `to`: as a clone where the file system shares blocks,
+    /// otherwise by the kernel or through memory. Holes of a regular file stay holes of a regular
+    /// target. Requires: `ReadFirst` has succeeded; a regular target is empty, or is covered in one
+    /// write.
     ///
     /// @param regular whether the target is a regular file.
     /// @returns false with `errno` when reading or writing failed; a part may have been written.
@@ -41,7 +42,7 @@ private:
     const struct stat& source_;
     std::unique_ptr<char[]> first_;
     std::size_t firstSize_ = 0;
-    bool whole_ = false;  ///< The first block is all there is.
+    bool whole_ = false;  ///< The first block is the whole file.
 };
 
 /// Both steps at once, into an empty regular file.

@@ -4,10 +4,10 @@
 
 #include <cerrno>
 
-/// What copying and moving agree on.
+/// Rules shared by copies and moves.
 namespace zukel::platform {
 
-/// Whether two answers of `stat` are about one and the same file.
+/// Whether two results of `stat` are of the same file.
 inline bool IsSameFile(const struct stat& one, const struct stat& other) noexcept {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
@@ -18,14 +18,14 @@ constexpr mode_t kModeBits = 07777;
 /// The extended attribute that holds a POSIX access list.
 constexpr const char* kAccessList = "system.posix_acl_access";
 
-/// Whether an error says that the system, a sandbox or the volume does not do what was asked, or
-/// not for this user; EINVAL also says that an owner has no number there.
+/// Whether an error means that the system, a sandbox or the file system does not support the call,
+/// or not for this user; EINVAL also means that an owner is not mapped there.
 inline bool IsRefusal(int error) noexcept {
     return error == EPERM || error == EACCES || error == ENOTSUP || error == ENOSYS ||
            error == EINVAL;
 }
 
-/// Whether a call that sets an attribute has succeeded or was refused: a copy does without it then.
+/// Whether a call that sets an attribute has succeeded, or was refused, which a copy may ignore.
 inline bool SucceededOrRefused(int result) noexcept {
     return result == 0 || IsRefusal(errno);
 }

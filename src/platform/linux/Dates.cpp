@@ -57,8 +57,8 @@ bool FormatDate(const apr_time_exp_t& date, const char* pattern, char* buffer, s
     if (length != 0) {
         return true;
     }
-    // No text, or one that does not fit: a character before it tells the two apart. Behind it, the
-    // character could end a directive.
+    // Length 0 means no text, or one that does not fit: a leading space distinguishes the two. At
+    // the end, it could complete a directive.
     const std::string marked = std::string(" ") + pattern;
     const bool empty =
         apr_strftime(buffer, &length, size, marked.c_str(), exp) == APR_SUCCESS && length != 0;

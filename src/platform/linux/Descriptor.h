@@ -22,11 +22,11 @@ public:
     int Get() const noexcept { return descriptor_; }
     explicit operator bool() const noexcept { return descriptor_ >= 0; }
 
-    /// Hands the descriptor over: it is not closed any more.
+    /// Releases ownership: the descriptor is not closed any more.
     int Release() noexcept { return std::exchange(descriptor_, kNone); }
 
-    /// Closes it if it is open. False when the system tells only now that what was written did not
-    /// arrive; the descriptor is gone all the same.
+    /// Closes it if it is open. False if the system reports only now that written data was lost;
+    /// the descriptor is closed all the same.
     bool Close() noexcept {
         const int descriptor = std::exchange(descriptor_, kNone);
         return descriptor < 0 || CloseDescriptor(descriptor) == 0;

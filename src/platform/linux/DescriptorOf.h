@@ -4,7 +4,7 @@
 
 namespace zukel::platform {
 
-/// The descriptor stays the file's.
+/// The file keeps the descriptor.
 inline int DescriptorOf(const FileHandle& file) noexcept {
     return static_cast<int>(file.Get());
 }

@@ -16,7 +16,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// The seam's name for a directory that is being read stands for the C library's.
+/// The contract's type for an open directory stands for the C library's.
 DIR* ForSystem(DirectoryStream* directory) noexcept {
     return reinterpret_cast<DIR*>(directory);
 }
@@ -26,7 +26,7 @@ DIR* ForSystem(DirectoryStream* directory) noexcept {
 apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcept {
     DIR* opened = nullptr;
     do {
-        opened = opendir(name);  // which marks the descriptor close-on-exec
+        opened = opendir(name);  // which sets close-on-exec
     } while (opened == nullptr && errno == EINTR);
     if (opened == nullptr) {
         return errno;

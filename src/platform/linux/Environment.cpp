@@ -90,7 +90,7 @@ apr_status_t QueryUserDirectory(zuString& directory) {
 
 LocaleId ThreadLocale() noexcept {
     const Uncancelled uncancelled;
-    // A copy, because the program's own may be changed by another thread while it is looked at.
+    // A copy, because another thread may change the program's locale meanwhile.
     Locale locale(duplocale(uselocale(static_cast<locale_t>(nullptr))));
     if (locale && std::strcmp(NameOf(locale), "C") == 0) {
         locale.reset(newlocale(LC_CTYPE_MASK, "", static_cast<locale_t>(nullptr)));

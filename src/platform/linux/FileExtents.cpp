@@ -36,7 +36,7 @@ ssize_t WriteDescriptorAt(int descriptor, const void* source, std::size_t size,
     return pwrite(descriptor, source, size, offset);
 }
 
-/// The result of a call that has moved some bytes, or of one that has failed.
+/// The result of a call that has transferred some bytes, or has failed.
 apr_status_t Moved(ssize_t moved, std::size_t& size) noexcept {
     size = moved < 0 ? 0 : static_cast<std::size_t>(moved);
     return moved < 0 ? errno : APR_SUCCESS;
@@ -83,7 +83,7 @@ apr_status_t WriteBytesAt(const FileHandle& file, long long offset, const void* 
     const bool wanted = size > 0;
     const auto write = [&] { return WriteDescriptorAt(DescriptorOf(file), source, size, offset); };
     const apr_status_t status = Moved(Uninterrupted(write), size);
-    // No file takes nothing. If one did, the caller would try for ever.
+    // No file returns 0 here. If one did, the caller would retry for ever.
     return status == APR_SUCCESS && wanted && size == 0 ? EIO : status;
 }
 

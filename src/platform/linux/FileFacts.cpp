@@ -61,7 +61,7 @@ apr_status_t FindFile(const char* name) noexcept {
     if (faccessat(AT_FDCWD, name, F_OK, AT_EACCESS) == 0) {
         return APR_SUCCESS;
     }
-    // A sandbox may refuse that call, and an old system has no such flag.
+    // A sandbox may refuse that call, and old kernels lack the flag.
     struct stat found {};
     const bool missing = errno == ENOENT || errno == ENOTDIR;
     return !missing && stat(name, &found) == 0 ? APR_SUCCESS : errno;

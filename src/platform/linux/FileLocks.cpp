@@ -15,11 +15,11 @@ namespace zukel::platform {
 
 namespace {
 
-/// `fcntl` that waits is a cancellation point.
+/// A blocking `fcntl` is a cancellation point.
 apr_status_t ControlLock(const FileHandle& file, int command, short type) noexcept {
     struct flock lock {};
     lock.l_type = type;
-    lock.l_whence = SEEK_SET;  // from 0 for 0 bytes: all there are and will be
+    lock.l_whence = SEEK_SET;  // from 0, length 0: the whole file, however long
     const auto control = [&] { return syscall(SYS_fcntl, DescriptorOf(file), command, &lock); };
     return Uninterrupted(control) == 0 ? APR_SUCCESS : errno;
 }
@@ -32,7 +32,7 @@ long long MonotonicMicroseconds() noexcept {
 
 void Pause(long long microseconds) noexcept {
     const timespec time{0, static_cast<long>(microseconds * 1000)};
-    nanosleep(&time, nullptr);  // after a signal the lock is asked for a little earlier
+    nanosleep(&time, nullptr);  // a signal makes the next try a little earlier
 }
 
 }  // namespace

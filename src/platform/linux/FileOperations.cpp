@@ -27,9 +27,10 @@ bool IsGrantedByMode(const char* name, int access) noexcept {
     return geteuid() == 0 || ((facts.st_mode >> shift) & wanted) == wanted;
 }
 
-/// `access` is a bit set of R_OK and W_OK. The kernel's newer call alone knows the effective user
-/// (`faccessat2`, Linux 5.8); the C library (2.36) makes it for `faccessat` in every case. Where a
-/// sandbox refuses it, `access` answers if the real user is the same one, and the mode if not.
+/// `access` is a bit set of R_OK and W_OK. Only the kernel's newer call tests for the effective
+/// user (`faccessat2`, Linux 5.8); the C library (2.36) always uses it for `faccessat`. Where a
+/// sandbox refuses it, `access` decides if real and effective user are the same, and the mode if
+/// not.
 bool IsGranted(const char* name, int access) noexcept {
     if (faccessat(AT_FDCWD, name, access, AT_EACCESS) == 0) {
         return true;
@@ -63,7 +64,7 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     if (!IsRefusal(refusal)) {
         return refusal;
     }
-    // As the system did before it had that call.
+    // As on systems without that call.
     if (linkat(AT_FDCWD, from, AT_FDCWD, to, 0) != 0) {
         return errno == EEXIST ? EEXIST : refusal;
     }

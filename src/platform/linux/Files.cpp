@@ -33,7 +33,7 @@ apr_status_t Opened(int descriptor, FileHandle& file) noexcept {
     return APR_SUCCESS;
 }
 
-/// The result of a call that has moved some bytes, or of one that has failed.
+/// The result of a call that has transferred some bytes, or has failed.
 apr_status_t Moved(ssize_t moved, std::size_t& size) noexcept {
     size = moved < 0 ? 0 : static_cast<std::size_t>(moved);
     return moved < 0 ? errno : APR_SUCCESS;
@@ -65,7 +65,7 @@ apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t&
     const bool wanted = size > 0;
     const apr_status_t status = Moved(
         Uninterrupted([&] { return WriteDescriptor(DescriptorOf(file), source, size); }), size);
-    // No file takes nothing. If one did, the caller would try for ever.
+    // No file returns 0 here. If one did, the caller would retry for ever.
     return status == APR_SUCCESS && wanted && size == 0 ? EIO : status;
 }
 
@@ -88,7 +88,7 @@ bool MayReadAhead(const FileHandle& file) noexcept {
 }
 
 apr_status_t CloseFile(FileHandle& file) noexcept {
-    // Interrupted, the descriptor is closed all the same: once more could close another's.
+    // On EINTR the descriptor is closed all the same: a second close could close another file.
     if (!file || CloseDescriptor(static_cast<int>(file.Release())) == 0 || errno == EINTR) {
         return APR_SUCCESS;
     }

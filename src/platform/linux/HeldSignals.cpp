@@ -11,7 +11,7 @@ HeldSignals::HeldSignals(std::initializer_list<int> signals) noexcept {
         sigaddset(&held_, signal);
     }
     pthread_sigmask(SIG_BLOCK, &held_, &former_);
-    // Pending now can only be what the program has blocked itself.
+    // Signals that are pending now were blocked by the program itself.
     sigset_t pending;
     sigemptyset(&pending);
     for (const int signal : signals) {

@@ -5,8 +5,8 @@
 
 namespace zukel::platform {
 
-/// Blocks signals in the calling thread that its own system calls may raise, for as long as this
-/// object lives. All of them are sent to that thread alone, so no other one gets them meanwhile.
+/// While this object lives, blocks signals in the calling thread that its own system calls may
+/// raise. They are sent to that thread alone, so no other thread gets them.
 class HeldSignals {
 public:
     HeldSignals(std::initializer_list<int> signals) noexcept;
@@ -14,7 +14,7 @@ public:
     HeldSignals(const HeldSignals&) = delete;
     HeldSignals& operator=(const HeldSignals&) = delete;
 
-    /// Takes back those that a system call has raised since: the program never sees them. One that
+    /// Discards those that a system call has raised since: the program never sees them. One that
     /// was pending before stays.
     void Discard() const noexcept;
 

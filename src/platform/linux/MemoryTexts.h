@@ -23,19 +23,17 @@ enum class CgroupVersion { V1, V2 };
 /// group outside of what the process can see.
 std::optional<std::string_view> CgroupPathOf(std::string_view text, CgroupVersion version) noexcept;
 
-/// What is left of the whole without the part: nothing when the part is larger, unknown when one of
-/// the two is.
+/// The whole minus the part: 0 if the part is larger, unknown if one of the two is.
 std::uint64_t Remaining(std::uint64_t whole, std::uint64_t part) noexcept;
 
 struct PhysicalMemory {
     std::uint64_t total;
     std::uint64_t available;
-    bool limited;  ///< By a control group.
+    bool limited;  ///< By a cgroup.
 };
 
-/// Takes the limit of one group into account; those of all groups above hold as well. `reclaimable`
-/// is what of `used` the system would give up when the group needs it. Without `used` nobody knows
-/// what is available.
+/// Applies the limit of one group; those of all groups above apply as well. `reclaimable` is the
+/// part of `used` that the system can reclaim. Without `used` the available memory is unknown.
 void ApplyLimit(PhysicalMemory& memory, std::uint64_t limit, std::uint64_t used,
                 std::uint64_t reclaimable) noexcept;
 

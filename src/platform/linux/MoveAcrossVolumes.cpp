@@ -50,7 +50,7 @@ struct Place {
     const char* name;
 };
 
-/// Waits until it is on the disk. File systems that know no such thing are content without.
+/// Waits until it is on disk. A file system that does not support this counts as success.
 bool Sync(const Descriptor& descriptor) noexcept {
     return Uninterrupted([&] { return fsync(descriptor.Get()); }) == 0 || errno == EINVAL ||
            errno == ENOSYS || errno == ENOTSUP || errno == EROFS;
@@ -59,7 +59,7 @@ bool Sync(const Descriptor& descriptor) noexcept {
 bool SyncDirectory(const Place& place) noexcept {
     const Descriptor directory(Uninterrupted(
         [&] { return openat(place.directory.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    // One that may be written but not read cannot be waited for.
+    // A directory that is writable but not readable cannot be synced.
     return directory ? Sync(directory) : errno == EACCES;
 }
 
@@ -123,7 +123,7 @@ private:
         return out && CopyWithoutSignals(out) && CarryOver(out) && Sync(out) && out.Close();
     }
 
-    /// A limit on the size of files is a failure and not the end of the process.
+    /// Without this, SIGXFSZ (file size limit) would end the process.
     bool CopyWithoutSignals(const Descriptor& out) noexcept {
         const HeldSignals held{SIGXFSZ};
         const bool copied = CopyContents(in_, out.Get(), source_);
@@ -133,8 +133,7 @@ private:
         return copied;
     }
 
-    /// Gives the copy what the source has beside its contents. The owner comes first: a change of
-    /// the owner takes set-ID bits away.
+    /// Copies everything but the contents. The owner comes first: changing it clears set-ID bits.
     bool CarryOver(const Descriptor& out) noexcept {
         const int copy = out.Get();
         const timespec times[] = {source_.st_atim, source_.st_mtim};
@@ -174,8 +173,8 @@ private:
                lease_.IsUnbroken();
     }
 
-    /// Gives the copy the target's name. A file that had it goes to a temporary name, from where it
-    /// can come back.
+    /// Renames the copy to the target's name. A file that had it gets a temporary name, from which
+    /// it can be restored.
     bool ReplaceTarget() noexcept {
         const int directory = Directory();
         if (renameat2(directory, copy_.Get(), directory, place_.name, RENAME_EXCHANGE) == 0) {
@@ -203,10 +202,10 @@ private:
         return true;
     }
 
-    /// The new file is on the disk, and so must its name be before the source goes.
+    /// The new file is on disk; its name must be too before the source is removed.
     ///
-    /// The source first gets a name of our own, and only then the last look: under its former name
-    /// somebody could open it, or put another file there, between the look and the removal.
+    /// The source first gets a temporary name, and only then the last check: under its former name
+    /// somebody could open or replace it between the check and the removal.
     bool RemoveSource() noexcept {
         if (!SyncDirectory(place_)) {
             return false;
@@ -225,9 +224,9 @@ private:
         return false;
     }
 
-    /// Waits for those who opened the source by its former name and are about to write: whoever is
-    /// in the middle of opening it becomes visible to the lease, and whoever has it open for
-    /// writing mostly closes it soon. One who does not is left to the last look alone.
+    /// Waits for programs that opened the source by its former name and are about to write: one
+    /// that is just opening it breaks the lease, and one that has it open for writing usually
+    /// closes it soon. If it does not, only the last check can detect a change.
     void AwaitWriters() noexcept {
         constexpr timespec kOneMillisecond{0, 1000000};
         constexpr int kAttempts = 50;
@@ -245,7 +244,7 @@ private:
         struct stat now {};
         if (former_ != nullptr) {
             // Between two hard links of one file this does nothing; the destructor then removes the
-            // temporary name. If it fails, the former file stays under its temporary name.
+            // temporary name. If the rename fails, keep the former file under its temporary name.
             if (renameat(directory, former_->Get(), directory, place_.name) != 0) {
                 former_->Release();
             }
@@ -257,11 +256,11 @@ private:
     Place origin_;
     Place place_;
     Descriptor in_;
-    ReadLease lease_;  ///< Given back when everything else is done.
+    ReadLease lease_;  ///< Released last.
     TemporaryName copy_{Directory()};
     TemporaryName aside_{Directory()};
     TemporaryName leaving_{origin_.directory.Get()};
-    TemporaryName* former_ = nullptr;  ///< Where the file that had the target's name is now.
+    TemporaryName* former_ = nullptr;  ///< The file that had the target's name.
     struct stat source_ {};
     struct stat moved_ {};
     apr_status_t reason_ = APR_SUCCESS;
@@ -274,7 +273,7 @@ apr_status_t MoveAcrossVolumes(const char* from, const char* to) {
     struct stat source {};
     struct stat target {};
     if (lstat(to, &target) == 0) {
-        // The rules of a rename on one volume. One volume may be mounted at two places.
+        // The rules of a rename within a file system, which may be mounted at two places.
         if (lstat(from, &source) == 0 && IsSameFile(source, target)) {
             return APR_SUCCESS;
         }

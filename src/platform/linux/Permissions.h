@@ -3,7 +3,7 @@
 #include <apr_file_info.h>
 #include <sys/stat.h>
 
-/// The mode of a file and the permission word of the interface, each from the other.
+/// Conversion between the mode of a file and the permission mask of the interface.
 namespace zukel::platform {
 
 /// A pair of bits that mean the same.
@@ -14,7 +14,7 @@ struct PermissionBit {
 inline constexpr PermissionBit kSpecialBits[] = {
     {APR_FPROT_USETID, S_ISUID}, {APR_FPROT_GSETID, S_ISGID}, {APR_FPROT_WSTICKY, S_ISVTX}};
 
-/// Owner, group and everybody else have a digit each: of 4 bits in the word, of 3 in the mode.
+/// Owner, group and everybody else have a digit each: 4 bits in the mask, 3 in the mode.
 constexpr mode_t ModeOf(apr_fileperms_t perms) noexcept {
     const auto word = static_cast<mode_t>(perms);
     mode_t mode = (word >> 8U & 07U) << 6U | (word >> 4U & 07U) << 3U | (word & 07U);

@@ -69,7 +69,7 @@ apr_status_t MakePipe(bool write, FileHandle& own, FileHandle& child) noexcept {
     }
     Descriptor read(ends[0]);
     Descriptor written(ends[1]);
-    // Of this end alone: the other is a file of its own.
+    // O_NONBLOCK of this end alone: the other end has flags of its own.
     if (fcntl(ends[write ? 1 : 0], F_SETFL, O_NONBLOCK | (write ? O_WRONLY : O_RDONLY)) != 0) {
         return errno;
     }

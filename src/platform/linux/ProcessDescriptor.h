@@ -11,25 +11,24 @@
 #include "platform/Children.h"
 #include "platform/linux/Descriptor.h"
 
-/// Process descriptors (Linux 5.4): they name a process for good, however often its number is given
-/// out again. The system calls stand here by their numbers, because the C library has names for
-/// them from 2.36 on only, and there (2.36) without C linkage.
+/// pidfds (Linux 5.4): a pidfd refers to one process, even if its pid is reused. Called through
+/// syscall(): glibc has wrappers only from 2.36, where the header lacks extern "C".
 namespace zukel::platform {
 
-/// The descriptor of the process that has this number now; `errno` tells why there is none. It is
-/// close-on-exec from the start.
+/// The pidfd of the process that has this pid now, close-on-exec; on failure the reason is in
+/// `errno`.
 inline Descriptor OpenProcessDescriptor(pid_t pid) noexcept {
     return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
 }
 
-/// Whether a failed `OpenProcessDescriptor` says that there is no such process (the number of a
-/// mere thread included), and not that descriptors are short or withheld.
+/// Whether a failed `OpenProcessDescriptor` means that there is no such process (or only a thread
+/// of that id), and not that descriptors are exhausted or refused.
 inline bool IsNoSuchProcess(int error) noexcept {
     return error == ESRCH || error == EINVAL || error == ENOENT;
 }
 
-/// Whether it says that descriptors are short. What else keeps them back, a sandbox or an older
-/// system, keeps all of them back.
+/// Whether it means that descriptors are exhausted. Other refusals, by a sandbox or an old kernel,
+/// hold for every process.
 inline bool IsShortage(int error) noexcept {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
@@ -40,7 +39,7 @@ inline bool HasEnded(const Descriptor& process) noexcept {
     return poll(&entry, 1, 0) > 0;
 }
 
-/// Signals the process; `errno` tells why that failed.
+/// Signals the process; on failure the reason is in `errno`.
 ///
 /// @param pid its number, which takes the signal where a sandbox refuses the descriptor: the number
 /// is that of another process only if this one ends, and is reaped, at that very moment.
@@ -55,13 +54,13 @@ inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcep
     return kill(pid, signal) == 0;
 }
 
-/// Waits until the process has ended or the time is over; gives what `poll` gives.
+/// Waits until the process has ended or the time is over; returns the result of `poll`.
 inline int AwaitEnd(const Descriptor& process, int milliSeconds) noexcept {
     pollfd entry{process.Get(), POLLIN, 0};
     return poll(&entry, 1, milliSeconds);
 }
 
-/// What `AskForChild` finds.
+/// The result of `AskForChild`.
 enum class ChildState {
     Running,  ///< A child of this process that runs.
     Ended,    ///< A child of this process that has ended and, without WNOWAIT, is now reaped.
@@ -69,11 +68,11 @@ enum class ChildState {
     Unknown   ///< The system did not tell.
 };
 
-/// Asks about a child without waiting.
+/// Queries a child without waiting.
 ///
-/// @param type P_PID for a number, `kByDescriptor` for a process descriptor.
-/// @param flags WNOWAIT to leave an ended child uncollected, or 0.
-/// @param end receives how it has ended, if it has.
+/// @param type P_PID for a pid, `kByDescriptor` for a pidfd.
+/// @param flags WNOWAIT to leave an ended child unreaped, or 0.
+/// @param end receives how it ended, if it has.
 inline ChildState AskForChild(idtype_t type, int id, int flags, ChildEnd& end) noexcept {
     siginfo_t info{};
     if (waitid(type, static_cast<id_t>(id), &info, WEXITED | WNOHANG | flags) != 0) {

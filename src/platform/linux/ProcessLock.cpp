@@ -7,10 +7,9 @@
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
-// Copies of the library share no memory that they could find without a lock. The system has one
-// directory for each process that only its own user can open, so it is the directory that is
-// locked: nobody else can hold up the process, and the copy that a fork makes has another
-// directory.
+// Copies of the library have no common memory that they could find without a lock. So they lock the
+// process's directory in /proc: only its own user can open it, so nobody else can block the
+// process, and a forked copy has another one.
 
 namespace zukel::platform {
 

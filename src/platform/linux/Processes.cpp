@@ -16,7 +16,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// Where there are no process descriptors. The zombie of a stranger counts as running here.
+/// Without pidfds. The zombie of a foreign process counts as running here.
 bool IsNumberRunning(pid_t pid) noexcept {
     const ChildState state = AskForChild(P_PID, pid, WNOWAIT);
     if (state == ChildState::Lost) {

@@ -14,9 +14,9 @@ ReadLease::~ReadLease() {
 }
 
 bool ReadLease::Take(int file) noexcept {
-    // The system announces the end of a lease by SIGIO, which ends a program without a handler. A
-    // file without an owner sends none, but a lease gives the file one: until that has been taken
-    // back it is this thread, where the signal is held.
+    // The system announces the break of a lease by SIGIO, which ends a program without a handler. A
+    // file without an owner sends none, but taking a lease sets an owner: until that is reset it is
+    // this thread, where the signal is blocked.
     const HeldSignals held{SIGIO};
     const f_owner_ex thread{F_OWNER_TID, gettid()};
     if (fcntl(file, F_SETOWN_EX, &thread) != 0 || fcntl(file, F_SETLEASE, F_RDLCK) != 0) {

@@ -2,9 +2,9 @@
 
 namespace zukel::platform {
 
-/// A lease on a file that nobody has open for writing: whoever opens it for writing, or truncates
-/// it, is made to wait until the lease is given back, and the holder can ask whether somebody does.
-/// After a time (45 seconds, /proc/sys/fs/lease-break-time) the system takes the lease back.
+/// A lease on a file that nobody has open for writing: a program that opens it for writing, or
+/// truncates it, waits until the lease is released, and the holder can test whether one does. After
+/// a time (45 seconds, /proc/sys/fs/lease-break-time) the system revokes the lease.
 class ReadLease {
 public:
     ReadLease() noexcept = default;
@@ -12,17 +12,18 @@ public:
     ReadLease(const ReadLease&) = delete;
     ReadLease& operator=(const ReadLease&) = delete;
 
-    /// Takes the lease, if the system lends one: not to a stranger, and not on every volume.
+    /// Takes the lease, if the system grants it: not for another user's file, and not on every file
+    /// system.
     ///
     /// @param file open for reading alone; it stays open for as long as this object lives.
     /// @returns false with EAGAIN while somebody has the file open for writing, and with another
-    /// `errno` when no lease can be had.
+    /// `errno` if no lease is granted.
     bool Take(int file) noexcept;
 
     /// Whether the lease was taken; it may be broken by now.
     bool IsTaken() const noexcept { return file_ != kNone; }
 
-    /// Whether nobody has asked for the file since. True without a lease.
+    /// Whether nobody has tried to open the file for writing since. True without a lease.
     bool IsUnbroken() const noexcept;
 
 private:

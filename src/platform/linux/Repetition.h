@@ -5,10 +5,9 @@
 
 namespace zukel::platform {
 
-/// Makes a call, and makes it again for as long as its result says that it is worth it: after 1 ms,
-/// 2 ms, 4 ms and so on.
+/// Makes a call, and repeats it while its result asks for that: after 1 ms, 2 ms, 4 ms and so on.
 ///
-/// @param times how often it is made again at most: 7 times take 127 ms, 10 times a second.
+/// @param times the number of repetitions at most: 7 take 127 ms, 10 take a second.
 template <typename Call, typename Again>
 auto Repeated(int times, Call call, Again again) noexcept {
     auto result = call();

@@ -19,8 +19,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// The lock under which the name of a segment is removed. It is held for two system calls, so who
-/// does not get it within a second has met a process that was stopped there.
+/// The lock under which the name of a segment is removed. It is held for two system calls, so a
+/// wait of a second means that its holder was suspended.
 class RemovalLock {
 public:
     explicit RemovalLock(const Descriptor& file) noexcept : file_(file.Get()) {
@@ -80,7 +80,7 @@ apr_status_t RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexc
         return errno;
     }
     const RemovalLock lock(file);
-    // A stranger may hold the lock on a file of its own for ever.
+    // Another user may hold the lock on a file of their own for ever.
     if (lock.IsBusy() && IsTrusted(facts)) {
         return EBUSY;
     }

@@ -9,7 +9,7 @@ struct stat;
 /// The names of segments in the system's shared memory.
 namespace zukel::platform {
 
-/// Where APR keeps the segment of a name: under two hashes of it.
+/// The path of a named segment in APR's layout: two hashes of the name.
 class SegmentPath {
 public:
     explicit SegmentPath(const char* name) noexcept;
@@ -34,7 +34,7 @@ bool IsTrusted(const struct stat& facts) noexcept;
 /// name to the removal.
 apr_status_t RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
 
-/// Opens the file of a segment as far as its name can be removed.
+/// Opens the file of a segment, to remove its name.
 Descriptor OpenToRemove(const SegmentPath& path) noexcept;
 
 }  // namespace zukel::platform

@@ -19,11 +19,10 @@
 #include "platform/linux/SystemCall.h"
 #include "platform/linux/Uncancelled.h"
 
-// The runtime (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind
-// it, its size written by the first touch, which ends the process when the memory is not there. A
-// size near 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in the
-// runtime's place and layout: a file in the system's shared memory whose first word is its whole
-// size.
+// APR (1.7.2) makes a segment in steps under its final name: mode 0644, no memory behind it, its
+// size written by the first touch, which ends the process when the memory is not there. A size near
+// 2^64 wraps. Attaching takes whatever it finds. So segments are made here, in APR's place and
+// layout: a file in the system's shared memory whose first word is its total size.
 
 namespace zukel::platform {
 
@@ -33,8 +32,8 @@ using Word = std::uint64_t;
 
 constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
 
-/// From this size on it is worth the time to ask whether the machine has the memory at all.
-/// Reserving more than that does not fail: the system ends processes to get it.
+/// From this size on it is checked first whether the machine has the memory. Reserving more does
+/// not fail: the system kills processes to get it.
 constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
 
 /// Maps the whole file of a segment.

@@ -17,8 +17,8 @@ namespace {
 
 constexpr mode_t kGroupShift = 3;
 
-/// Takes the access list away that a file has from its directory. To look whether there is one
-/// costs less than to remove none.
+/// Removes the access list that a file has inherited from its directory. Testing for one costs less
+/// than removing none.
 bool RemoveAccessList(int file) noexcept {
     const bool none = fgetxattr(file, kAccessList, nullptr, 0) < 0 && errno == ENODATA;
     return none || SucceededOrRefused(fremovexattr(file, kAccessList)) || errno == ENODATA;
@@ -51,7 +51,7 @@ bool SourcePermissions::GiveTo(int copy, mode_t present) noexcept {
         }
         given_ = ModeWithoutList();
     }
-    // The mode first: it limits what a list of the copy's own grants.
+    // The mode first: it limits what an inherited list grants.
     const bool hasMode = present != kUnknown && (present & kModeBits) == given_;
     return (hasMode || SucceededOrRefused(fchmod(copy, given_))) && RemoveAccessList(copy);
 }
@@ -70,8 +70,8 @@ bool SourcePermissions::GiveSpecialBitsTo(int copy) const noexcept {
     return SucceededOrRefused(fchmod(copy, given_ | special));
 }
 
-/// The bits of the owning group and of the others, less what the list denies to a user or group
-/// that it names and that would be one of those without it.
+/// The bits of the owning group and of others, less what the list denies to a user or group that it
+/// names and that would belong to those without it.
 mode_t SourcePermissions::ModeWithoutList() const noexcept {
     mode_t group = 07;
     mode_t others = 07;

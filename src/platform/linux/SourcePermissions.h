@@ -13,24 +13,24 @@ class SourcePermissions {
 public:
     static constexpr mode_t kUnknown = ~mode_t{0};
 
-    /// @param source what `fstat` reports of the source, when there is something to do.
+    /// @param source the result of `fstat` for the source, valid when an operation is called.
     explicit SourcePermissions(const struct stat& source) noexcept : source_(source) {}
 
     /// Reads the access list of the source. @returns false with `errno` when that failed.
     bool Read(int source) noexcept;
 
-    /// Gives the open file `copy` the permissions, without set-ID and sticky bits, and takes away a
-    /// list that it has from its directory. Where the list cannot be had, the mode leaves out what
-    /// the list alone allowed. A file of somebody else's, and a volume that keeps no permissions,
-    /// stay as they are.
+    /// Sets the permissions of the open file `copy`, without set-ID and sticky bits, and removes a
+    /// list that it has inherited from its directory. If the source's list cannot be copied, the
+    /// mode leaves out what the list alone allowed. A file of another user, or on a file system
+    /// without permissions, stays as it is.
     ///
     /// @param present the mode that `copy` has, if it is known.
-    /// @returns false with `errno` when that failed for another reason, such as a full volume.
+    /// @returns false with `errno` when that failed for another reason, such as a full file system.
     bool GiveTo(int copy, mode_t present = kUnknown) noexcept;
 
-    /// Gives `copy` the set-ID and sticky bits as well, after `GiveTo` and the last write, which
-    /// takes them away. A program that runs as its owner (group) does so as a copy only when the
-    /// copy has that owner (group) too: otherwise it would run as whoever copied it.
+    /// Sets the set-ID and sticky bits of `copy`, after `GiveTo` and the last write, which clears
+    /// them. A set-user-ID (set-group-ID) bit is copied only if the copy has the same owner
+    /// (group): otherwise the program would run as whoever copied it.
     bool GiveSpecialBitsTo(int copy) const noexcept;
 
 private:
@@ -38,7 +38,7 @@ private:
 
     const struct stat& source_;
     std::unique_ptr<char[]> list_;
-    std::size_t size_ = 0;  ///< 0: the mode is all.
+    std::size_t size_ = 0;  ///< 0: there is only the mode.
     mode_t given_ = 0;
 };
 

@@ -21,8 +21,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// What the child does before it becomes the program. The first call that fails keeps the others
-/// from being made, and is the error.
+/// What the child does before it executes the program. After the first failed call the others are
+/// not made, and its result is the error.
 class Preparation {
 public:
     Preparation() noexcept
@@ -44,7 +44,7 @@ public:
     const posix_spawn_file_actions_t* Actions() const noexcept { return &actions_; }
     const posix_spawnattr_t* Attributes() const noexcept { return &attributes_; }
 
-    /// Gives the child its streams.
+    /// Sets the child's streams.
     void Redirect(const Program& program) noexcept {
         const Stream& output = program.output;
         const Stream& error = program.error;
@@ -64,8 +64,7 @@ public:
         }
     }
 
-    /// A session has a group of its own. The number of the group is that of the child: so it is
-    /// when nothing else is set.
+    /// A session has a group of its own. The group's id is the child's pid, which is the default.
     void SetAttributes(bool detach, bool group) noexcept {
         const int own = detach ? POSIX_SPAWN_SETSID : group ? POSIX_SPAWN_SETPGROUP : 0;
         const int flags = POSIX_SPAWN_SETSIGDEF | own;
@@ -78,9 +77,8 @@ public:
     }
 
 private:
-    /// Gives a stream its file. Into nothing it goes to the device for that, rather than to a pipe
-    /// that nobody reads, which blocks its writer and then kills it, or to the caller's streams,
-    /// which may be such pipes.
+    /// Sets the file of a stream. Discarded output goes to /dev/null: a pipe that nobody reads
+    /// would block its writer and then kill it, and the caller's streams may be such pipes.
     void Redirect(int stream, const Stream& to, int mode, Descriptor& moved) noexcept {
         if (error_ != 0 || to.kind == Stream::Kind::Inherited) {
             return;
@@ -91,8 +89,8 @@ private:
         }
         auto source = static_cast<int>(to.file->Get());
         if (source <= STDERR_FILENO) {
-            // The caller has closed a standard stream, and the file took its number: out of the way
-            // before the streams of the child are put there.
+            // The caller has closed a standard stream, and the file has its number: move the file
+            // before the child's streams are set.
             moved = Descriptor(fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
             source = moved.Get();
         }
@@ -136,16 +134,16 @@ bool CanBeScript(const char* directory, const std::string& name) {
     return text.substr(0, text.find('\n')).find('\0') == std::string_view::npos;
 }
 
-/// Starts a program, and starts it again for as long as its file is busy, 127 ms at most: a child
-/// of another thread inherits the descriptor by which a file is written, and holds it until it
-/// becomes its own program.
+/// Starts a program, and retries while its file is busy (ETXTBSY), for 127 ms at most: a child of
+/// another thread inherits the descriptor by which the file is written, and holds it until its own
+/// exec.
 template <typename Start>
 int WhileBusy(Start start) noexcept {
     return Repeated(7, start, [](int error) { return error == ETXTBSY; });
 }
 
-/// Runs by the shell a script that the system does not know for a program, as `execvp` does. Where
-/// the search has found it, `posix_spawnp` does not tell, so it is searched for again.
+/// Runs a script without an interpreter line by the shell, as `execvp` does. `posix_spawnp` does
+/// not report where it found it, so it is searched for again.
 int SpawnByShell(Arguments arguments, const char* directory, char* const* environment,
                  const Preparation& preparation, pid_t& pid) {
     constexpr const char* kShell = "/bin/sh";

@@ -24,7 +24,7 @@ apr_status_t ReadSymbolicLink(const char* name, zuString& target) {
             return errno;
         }
         const auto read = static_cast<std::size_t>(length);
-        if (read < text.size()) {  // a full buffer may hold a part of it
+        if (read < text.size()) {  // a full buffer may hold only a part of it
             text.resize(read);
             target = std::move(text);
             return APR_SUCCESS;

@@ -23,7 +23,7 @@ inline apr_status_t StatusOf(int result) noexcept {
 
 // The four calls below are those of an open file. The C library's functions for them are
 // cancellation points, at which a thread may be unwound, and functions of the platform are
-// `noexcept`. `Uncancelled` prevents that too, but takes a tenth of the time of an opening.
+// `noexcept`. `Uncancelled` would prevent that too, but costs a tenth of an opening.
 
 inline int OpenDescriptor(const char* name, int flags, mode_t mode) noexcept {
     return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags | O_LARGEFILE, mode));
@@ -41,8 +41,7 @@ inline int CloseDescriptor(int descriptor) noexcept {
     return static_cast<int>(syscall(SYS_close, descriptor));
 }
 
-/// Makes a system call that gives -1 when it fails, and makes it again for as long as a signal
-/// interrupts it.
+/// Makes a system call that returns -1 on failure, and repeats it while a signal interrupts it.
 template <typename Call>
 auto Uninterrupted(Call call) noexcept {
     auto result = call();

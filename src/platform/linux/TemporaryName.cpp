@@ -23,8 +23,7 @@ int RenameToFree(int directory, const char* from, const char* to) noexcept {
     if (!IsRefusal(errno)) {
         return -1;
     }
-    // As the system did before it had that call; and where there are no hard links either, by a
-    // look at the name.
+    // Without that call: by a hard link; and without hard links, by testing the name first.
     if (linkat(directory, from, directory, to, 0) == 0) {
         if (unlinkat(directory, from, 0) == 0) {
             return 0;

@@ -6,7 +6,7 @@
 
 namespace zukel::platform {
 
-/// A name of our own in a directory. What stands under it at the end is removed.
+/// A temporary name in a directory. A file that has it at the end is removed.
 class TemporaryName {
 public:
     /// @param directory stays open for as long as this object lives.
@@ -21,25 +21,24 @@ public:
     Descriptor MakeFile(mode_t mode = kOwnerAlone) noexcept;
     /// Makes a symbolic link.
     bool MakeLink(const char* text) noexcept;
-    /// Gives the entry `name` of the directory this name: as a second name where the file system
-    /// has hard links, so that the first never goes missing, and otherwise instead of the first.
+    /// Gives the entry `name` of the directory this name too: as a hard link where the file system
+    /// has them, so that the first name never goes missing, otherwise by a rename.
     bool TakeOver(const char* name) noexcept;
 
-    /// Gives the entry `name` of the directory this name instead of its own. It stays under it at
-    /// the end.
+    /// Renames the entry `name` of the directory to this name. It is not removed at the end.
     bool MoveAside(const char* name) noexcept;
-    /// Gives what stands under this name the name `name`, unless something has that by now.
+    /// Renames the file of this name to `name`, unless something has that name by now.
     bool MoveBack(const char* name) const noexcept;
 
     const char* Get() const noexcept { return name_.data(); }
-    /// What stands under the name stays, or has another name by now.
+    /// The file of this name is kept, or has another name by now.
     void Release() noexcept { used_ = false; }
     bool IsUsed() const noexcept { return used_; }
 
 private:
     static constexpr mode_t kOwnerAlone = 0600;
 
-    /// Finds a name that is free, as `make` tells: it gives -1 with EEXIST for one that is not.
+    /// Finds a free name: `make` returns -1 with EEXIST for one that is taken.
     template <typename Make>
     int Find(Make make) noexcept;
 

@@ -23,8 +23,8 @@ namespace {
 /// A directory on the way from the root of the tree to the current one.
 struct Level {
     std::string name;                  ///< In the directory above.
-    struct stat facts;                 ///< To know it again on the way up.
-    std::vector<std::string> folders;  ///< Yet to be removed.
+    struct stat facts;                 ///< To recognise it on the way up.
+    std::vector<std::string> folders;  ///< Still to be removed.
 };
 
 class TreeRemoval {
@@ -46,7 +46,7 @@ public:
             }
             const std::string next = std::move(folders.back());
             folders.pop_back();
-            // One that cannot be entered may be empty all the same.
+            // A directory that cannot be entered may still be empty.
             if (!Enter(next)) {
                 const int error = errno;
                 if (error != ENOENT && unlinkat(current_.Get(), next.c_str(), AT_REMOVEDIR) != 0) {
@@ -60,9 +60,8 @@ public:
 private:
     void Note(int error) noexcept { reason_ = reason_ == APR_SUCCESS ? error : reason_; }
 
-    /// Makes a directory below the current one the current one, and removes what is in it but for
-    /// directories. @returns false with `errno` when it is no directory of this volume, or may not
-    /// be read.
+    /// Enters a directory below the current one, and removes everything in it except directories.
+    /// @returns false with `errno` if it is not a directory of this file system, or not readable.
     bool Enter(const std::string& name) {
         const int from = levels_.empty() ? start_.Get() : current_.Get();
         Descriptor opened(Uninterrupted([&] {
@@ -115,7 +114,7 @@ private:
             folders.emplace_back(name);
         } else if (unlinkat(current_.Get(), name, 0) != 0) {
             const int error = errno;
-            if (error == EISDIR) {  // not every file system tells the type
+            if (error == EISDIR) {  // not every file system reports the type
                 folders.emplace_back(name);
             } else if (error != ENOENT) {
                 Note(error);
@@ -123,8 +122,8 @@ private:
         }
     }
 
-    /// Goes back up and removes the directory that was the current one. @returns false when the
-    /// directory above is not where it was: then nothing more can be removed safely.
+    /// Goes back up and removes the directory it was in. @returns false if the directory above has
+    /// moved: then nothing more can be removed safely.
     bool Leave() {
         const std::string name = std::move(levels_.back().name);
         levels_.pop_back();
@@ -145,16 +144,16 @@ private:
         if (!gone) {
             Note(errno);
         } else if (levels_.empty()) {
-            reason_ = APR_SUCCESS;  // whatever failed on the way, nothing has stayed
+            reason_ = APR_SUCCESS;  // nothing is left, whatever failed before
         }
         return true;
     }
 
-    Descriptor start_;  ///< Where the tree stands.
+    Descriptor start_;  ///< The directory that contains the tree.
     Descriptor current_;
     Descriptor above_;  ///< The directory of the current one, where it is still open.
     std::vector<Level> levels_;
-    std::unique_ptr<char[]> room_;  ///< For entries.
+    std::unique_ptr<char[]> room_;  ///< The buffer for entries.
     apr_status_t reason_ = APR_SUCCESS;
 };
 
@@ -164,7 +163,7 @@ apr_status_t RemoveTree(const char* path, bool& entered) {
     entered = false;
     const Uncancelled uncancelled;
     std::string whole(path);
-    // With a separator behind it a symbolic link would be followed.
+    // A trailing separator would make the system follow a symbolic link.
     whole.erase(whole.find_last_not_of('/') + 1);
     const std::size_t slash = whole.rfind('/');
     const std::size_t begin = slash == std::string::npos ? 0 : slash + 1;

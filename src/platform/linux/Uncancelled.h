@@ -4,9 +4,9 @@
 
 namespace zukel::platform {
 
-/// Keeps `pthread_cancel` from acting on the calling thread: many system calls are cancellation
-/// points, and functions of the platform are `noexcept`, through which a thread cannot be unwound.
-/// A cancellation acts at the next cancellation point after the end of the object.
+/// Defers `pthread_cancel` for the calling thread: many system calls are cancellation points, and
+/// functions of the platform are `noexcept`, through which a thread cannot be unwound. A
+/// cancellation takes effect at the next cancellation point after the end of the object.
 class Uncancelled {
 public:
     Uncancelled() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }

@@ -30,7 +30,7 @@ struct Entry {
     std::string name;
 };
 
-/// Opens the directory of `path`, which is read from the directory `from`.
+/// Opens the directory of `path`, relative to the directory `from`.
 apr_status_t Open(int from, const std::string& path, Entry& entry) {
     const std::size_t slash = path.rfind('/');
     const std::size_t begin = slash == std::string::npos ? 0 : slash + 1;
@@ -53,7 +53,7 @@ apr_status_t Open(int from, const std::string& path, Entry& entry) {
 ///
 /// @param facts of the file there; of no type when there is none.
 apr_status_t Find(const char* name, Entry& entry, struct stat& facts) {
-    constexpr int kMostLinks = 40;  // as the system
+    constexpr int kMostLinks = 40;  // the system's own limit
     apr_status_t status = Open(AT_FDCWD, name, entry);
     for (int links = 0; status == APR_SUCCESS; ++links) {
         facts = {};
@@ -75,12 +75,12 @@ apr_status_t Find(const char* name, Entry& entry, struct stat& facts) {
     return status;
 }
 
-/// Gives the new file what the former one has beside its contents. The owner comes first: a change
-/// of the owner takes permissions away. Set-ID bits and capabilities do not survive a write either.
+/// Copies everything but the contents from the former file. The owner comes first: changing it
+/// clears permissions. Set-ID bits and capabilities do not survive a write either.
 apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) noexcept {
     const int directory = entry.directory.Get();
     const char* const name = entry.name.c_str();
-    // Whoever may not write to the file does not get around that by its directory.
+    // A caller who may not write the file must not replace it by way of its directory.
     if (faccessat(directory, name, W_OK, AT_EACCESS) != 0) {
         return errno;
     }
@@ -97,7 +97,7 @@ apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) 
         return errno;
     }
     if (!IsSameFile(opened, former)) {
-        return EBUSY;  // somebody is replacing it too
+        return EBUSY;  // somebody else is replacing it too
     }
     SourcePermissions permissions(opened);
     const bool hasAttributes = HasExtendedAttributes(from.Get());
@@ -115,7 +115,7 @@ apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) 
     return APR_SUCCESS;
 }
 
-/// A limit on the size of files is a failure and not the end of the process.
+/// Without this, SIGXFSZ (file size limit) would end the process.
 apr_status_t WriteAll(const Descriptor& to, const char* contents, std::size_t size) noexcept {
     const HeldSignals held{SIGXFSZ};
     for (std::size_t done = 0; done < size;) {

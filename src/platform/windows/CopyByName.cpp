@@ -1,9 +1,9 @@
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
 
-// The runtime's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it
+// APR's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it
 // is not the source, or leave a part of it when the writing fails. So the first is done here, with
-// the result of the runtime's, and the second only where both ends can be had.
+// the result of APR's, and the second only where both ends can be had.
 
 namespace zukel::platform {
 

@@ -163,7 +163,7 @@ apr_status_t MovePosition(const FileHandle& file, Origin from, long long offset,
     LARGE_INTEGER place{};
     distance.QuadPart = offset;
     if (SetFilePointerEx(HandleOf(file), distance, &place, method) == 0) {
-        // Of the runtime's tests one takes this for a file without a place.
+        // Of APR's tests one takes this for a file without a place.
         return GetLastError() == ERROR_NEGATIVE_SEEK ? APR_EINVAL : LastStatus();
     }
     position = place.QuadPart;

@@ -12,8 +12,8 @@ struct FoundProgram {
     bool batch = false;  ///< A batch file, which the command interpreter has to run.
 };
 
-/// Looks for a program. A name without `/`, `\` and `:` is looked for in the system's directory, in
-/// that of Windows, and along the absolute entries of `PATH`, and so never in the current
+/// Looks for a program. A name without `/`, `\` and `:` is searched for in the system's directory,
+/// in that of Windows, and along the absolute entries of `PATH`, and so never in the current
 /// directory; another name is read from `directory`. To a name that does not end in one of them
 /// `.com`, `.exe`,
 /// `.bat` and `.cmd` are added in turn, before it is taken as it is.

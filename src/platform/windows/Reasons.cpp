@@ -13,7 +13,7 @@ struct Pair {
     DWORD number;
 };
 
-/// The C library's numbers, and what the runtime has added to them.
+/// The C library's numbers, and what APR has added to them.
 constexpr Pair kPairs[] = {
     {ENOENT, ERROR_FILE_NOT_FOUND},
     {EACCES, ERROR_ACCESS_DENIED},

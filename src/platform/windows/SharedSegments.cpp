@@ -13,7 +13,7 @@
 
 // A segment is a file under its name, mapped by everyone who holds it. The mappings have no names
 // of their own, so it is the file and its access list that say which segment it is and who may
-// attach. The runtime (1.7.2) maps the file under a name made of the file's, which others can take,
+// attach. APR (1.7.2) maps the file under a name made of the file's, which others can take,
 // and asks each time for a token that it never closes.
 
 namespace zukel::platform {

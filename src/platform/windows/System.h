@@ -1,6 +1,6 @@
 #pragma once
 
-// The system's headers, in the order in which they take each other. The runtime's would leave parts
+// The system's headers, in the order in which they take each other. APR's would leave parts
 // of them out.
 
 // clang-format off
@@ -12,7 +12,7 @@
 
 namespace zukel::platform {
 
-/// An error of the system in the runtime's numbering.
+/// An error of the system in APR's numbering.
 inline apr_status_t SystemStatus(DWORD error) noexcept {
     return APR_FROM_OS_ERROR(static_cast<apr_status_t>(error));
 }
