@@ -38,8 +38,9 @@ public:
 
     /// @name Address space of the process
     /// Linux: total is the process's own limit (`RLIMIT_AS`) or, without one, what the processor
-    /// offers a process (x86-64: 128 TiB; all ones on others); used is what is mapped. Windows: the
-    /// user part of the address space, and what of it is neither reserved nor committed.
+    /// offers a process (x86-64: 128 TiB; others: up to where the process's stack begins, rounded
+    /// up to a power of two, with 32 bits to a GiB); used is what is mapped. Windows: the user part
+    /// of the address space, and what of it is neither reserved nor committed.
     /// @{
     unsigned long long totalVirtual;      ///< All of it.
     unsigned long long usedVirtual;       ///< Total less available.

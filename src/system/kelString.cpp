@@ -7,8 +7,7 @@
 #include <cstring>
 #include <memory>
 
-static_assert(sizeof(std::size_t) == sizeof(apr_int64_t) &&
-              sizeof(std::intmax_t) == sizeof(apr_int64_t));
+static_assert(sizeof(std::intmax_t) == sizeof(apr_int64_t));
 
 namespace {
 
@@ -39,7 +38,8 @@ bool HasForeignLength(const char* format) noexcept {
     return false;
 }
 
-/// Writes the format with the runtime's own length, `q`, in the place of those. It gets no longer.
+/// Writes the format with the runtime's own length, `q`, in the place of those, or with none where
+/// a size is no longer than an `int`. It gets no longer.
 void Translate(const char* format, char* to) noexcept {
     while (*format != '\0') {
         if (*format != '%') {
@@ -50,7 +50,10 @@ void Translate(const char* format, char* to) noexcept {
         to = std::copy(format, end, to);
         format = end;
         if (const int length = ForeignLength(format)) {
-            *to++ = 'q';
+            constexpr bool kLongSize = sizeof(std::size_t) > sizeof(int);
+            if (kLongSize || *format != 'z') {
+                *to++ = 'q';
+            }
             format += length;
         }
         if (*format != '\0') {

@@ -102,6 +102,11 @@ TEST_F(Operations, FiguresAreThoseOfTheSystem) {
             << ": " << row.given() << " for " << row.expected();
     }
     EXPECT_EQ(disk.totalBytes, fs::space("/dev/shm").capacity);
+#ifndef __x86_64__
+    EXPECT_GT(kelSystem::TotalVirtualMemory() << 10U, reinterpret_cast<std::uintptr_t>(&disk));
+    EXPECT_LT(kelSystem::TotalVirtualMemory() << 8U, reinterpret_cast<std::uintptr_t>(&disk))
+        << "the stack is at the upper end";
+#endif
 #if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 37U) << "what the processor offers";
     const rlimit limit{rlim_t{1} << 42U, RLIM_INFINITY};
