@@ -136,7 +136,7 @@ TEST_F(Processes, EndWhereTheProgramIgnoresItsChildrenAndDoNotIgnoreTheirOwn) {
     EXPECT_TRUE(ignored[SIGUSR1 - 1]) << ignored;
 }
 
-TEST_F(Processes, OfBusyProgramsAndThroughSignals_AreTriedAgain) {
+TEST_F(Processes, OfProgramsThatAreBusyAndThroughSignals_AreTriedAgain) {
     const std::string script = directory.Write("script"),
                       alien = directory.Write("alien", {"\x7f\0\n", 3});
     fs::permissions(script, fs::perms::owner_all), fs::permissions(alien, fs::perms::owner_all);

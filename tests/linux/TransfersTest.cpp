@@ -64,7 +64,7 @@ void InSandbox(unsigned call, std::size_t argument, unsigned bits, unsigned erro
     }).join();
 }
 
-TEST_F(Transfers, AboveTheLimitOfSizes_FailWithoutAPartOrASignalOfTheProgram) {
+TEST_F(Transfers, LimitsOfSizes_AreFailuresWithoutAPartOrASignal) {
     directory.Write("from", Noise(400000));
     sigset_t own, pending, blocked;
     sigemptyset(&own);
