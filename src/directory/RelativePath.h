@@ -7,10 +7,11 @@
 /// removes whatever precedes it.
 namespace zukel {
 
-/// Brings the letters of ASCII to lower case, in every locale, and every `\` to `/`.
+/// Lowers ASCII letters, in every locale, and replaces every `\` by `/`.
 void FoldCase(zuString& name) noexcept;
 
-/// The way between two folded texts; empty when they differ and one of them has no component left.
+/// The relative path between two folded texts; empty if they differ and one of them has no
+/// component left.
 zuString RelativePathBetween(const zuString& from, const zuString& to);
 
 }  // namespace zukel

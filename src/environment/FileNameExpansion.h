@@ -34,8 +34,8 @@ void ExpandComponents(zuStlVector<zuString>& components, const char* platform,
     }
 }
 
-/// The long-name step: asks the platform for the long form of a name that has a `~` in it, and
-/// leaves the name as it is when there is none.
+/// The long-name step: replaces a name that contains a `~` by its long form from the platform, if
+/// there is one.
 void ToLongName(zuString& name);
 
 }  // namespace zukel

@@ -16,9 +16,9 @@
 
 namespace zukel {
 
-/// What becomes of a buffered write that fails.
+/// What a buffered write takes when it fails.
 enum class OnFailure {
-    ReportCount,  ///< As much of it as possible has been taken.
+    ReportCount,  ///< As many bytes as possible.
     TakeNothing   ///< None of it has been taken, unless it is longer than the buffer.
 };
 
@@ -108,7 +108,7 @@ public:
 
     /// Writes bytes. Buffered: all of them; unbuffered: what one system call takes.
     ///
-    /// @param size receives how many have reached the file or the buffer, after a failure too.
+    /// @param size receives how many have reached the file or the buffer, also after a failure.
     apr_status_t Write(const void* source, std::size_t& size, OnFailure onFailure) noexcept;
 
     /// Writes all bytes, even if the system takes them in pieces.

@@ -14,7 +14,7 @@ namespace {
 // Hot path: a typed value is a few instructions if the buffer has it, or has room for it. The slow
 // paths are kept out of line.
 
-/// Keeps the status of an operation on an open file for `EndOfFile`, and maps it for the caller.
+/// Stores the status of an operation on an open file for `EndOfFile`, and maps it for the caller.
 int StoreStatus(kelFileRecord& record, apr_status_t status) noexcept {
     record.status = status;
     return zukel::MapStatus(status);

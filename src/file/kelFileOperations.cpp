@@ -12,7 +12,7 @@ namespace platform = zukel::platform;
 
 namespace {
 
-/// The frame of the operations on two names.
+/// Frame of the operations on two names.
 ///
 /// @param call takes the bytes of both and returns 0 or the reason.
 template <typename Call>

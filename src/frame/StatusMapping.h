@@ -12,7 +12,7 @@ namespace zukel {
 /// @returns `mapped`.
 [[gnu::cold]] int Fail(apr_status_t reason, int mapped = kelStatusFailed) noexcept;
 
-/// The reason that was kept last in the calling thread, or `APR_SUCCESS`.
+/// The reason stored last in the calling thread, or `APR_SUCCESS`.
 apr_status_t LastReason() noexcept;
 
 /// The default mapping: zero is success, every other status of APR is `kelStatusFailed`. Finer

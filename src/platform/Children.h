@@ -7,7 +7,7 @@
 #include "platform/Deadline.h"
 #include "platform/Files.h"
 
-/// What the portable code asks of the platform about the processes that it starts. Plain functions,
+/// What the platform provides for the processes that it starts. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
@@ -34,8 +34,7 @@ struct Program {
 /// A process that `Launch` has started, in the platform's own form.
 struct Child;
 
-/// Gives a child up: it runs on, and whatever the system keeps of it until somebody has collected
-/// it is released in due time. Windows: closes its handle.
+/// Abandons a child: it runs on, and is reaped some time after its end. Windows: closes its handle.
 void Forget(Child* child) noexcept;
 
 struct ForgetChild {
@@ -44,25 +43,25 @@ struct ForgetChild {
 /// Holds a child, or none.
 using ChildHandle = std::unique_ptr<Child, ForgetChild>;
 
-/// Starts a program. The name is looked for along the search path unless it has a `/`; the child
-/// inherits the environment and standard input, and nothing else that this library has opened.
-/// Windows: `CreateProcessW`; the program is looked for in the
-/// system's directories and along the absolute entries of `PATH`, a batch file runs under the
-/// system's `cmd.exe` with quoted arguments or is refused, and what the child inherits is listed.
-/// Linux: `posix_spawnp`, with the visible behaviour of the runtime's
-/// fork: signal mask and ignored signals inherited, SIGCHLD at its default, a script without an
-/// interpreter line run by `/bin/sh`, relative names found from the child's working directory.
+/// Starts a program. The name is searched for along the search path unless it contains a `/`; the
+/// child inherits the environment and standard input, and nothing else that this library has
+/// opened. Windows: `CreateProcessW`; the program is searched for in the system's directories and
+/// along the absolute entries of `PATH`, a batch file runs under the system's `cmd.exe` with quoted
+/// arguments or is refused, and what the child inherits is listed. Linux: `posix_spawnp`, with the
+/// visible behaviour of APR's fork: signal mask and ignored signals inherited, SIGCHLD at its
+/// default, a script without an interpreter line run by `/bin/sh`, relative names found from the
+/// child's working directory.
 ///
 /// Throws `std::bad_alloc`, before anything was started.
 ///
 /// @param child receives the child; unchanged on failure.
-/// @returns the reason when the program was not started, a working directory that cannot be entered
-/// and a program that cannot be found or run included. No child is left then.
+/// @returns the reason if the program was not started, including a working directory that cannot be
+/// entered and a program that cannot be found or run. No child is left then.
 apr_status_t Launch(const Program& program, ChildHandle& child);
 
-/// Waits until a child has ended. Any number of threads may wait for one. Linux: `poll` on its
-/// descriptor, and on a copy of that, as another thread may collect the child; without a descriptor
-/// it is looked at again and again. Windows: `WaitForSingleObject`.
+/// Waits until a child has ended. Any number of threads may wait for one. Linux: `poll` on a copy
+/// of its pidfd, as another thread may reap the child; without a pidfd it is polled. Windows:
+/// `WaitForSingleObject`.
 ///
 /// @returns 0, or one of `APR_STATUS_IS_TIMEUP`.
 apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept;
@@ -74,16 +73,16 @@ struct ChildEnd {
     int signal = 0;  ///< That signal, or 0. Windows: 0.
 };
 
-/// Tells how a child has ended, however long ago.
+/// Reports how a child ended, however long ago.
 ///
 /// @param end unchanged on failure.
-/// @returns the reason when it runs (`EBUSY`), or nobody knows any more (Linux: `ECHILD`).
+/// @returns the reason: it still runs (`EBUSY`), or its end is unknown (Linux: `ECHILD`).
 apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept;
 
-/// Ends a child that was started with `group`, and what it has started and has not taken out of
-/// that group. Nothing else is ever ended: where the group's number may be another's by now nothing
-/// is done. Linux: SIGKILL to the process group; the child is not collected before `Forget`, which
-/// keeps its number from being used again. Windows: `TerminateJobObject`.
+/// Terminates a child that was started with `group`, and every process that it has started in that
+/// group. Nothing else is ever terminated: if the group's id may have been reused, nothing is done.
+/// Linux: SIGKILL to the process group; the child is not reaped before `Forget`, so its pid is not
+/// reused. Windows: `TerminateJobObject`.
 void EndGroup(Child& child) noexcept;
 
 /// The identifier of a child, also after it has ended.

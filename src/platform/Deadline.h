@@ -10,9 +10,9 @@ namespace zukel::platform {
 using Deadline = std::chrono::steady_clock::time_point;
 inline constexpr Deadline kNoDeadline = Deadline::max();
 
-/// The time up to a deadline as `poll` and the waiting calls of Windows take it: rounded up, so
-/// that nothing is asked too early and then again and again; 0 when it is over, -1 when there is
-/// none. It may be less than is left.
+/// The time up to a deadline as `poll` and the waiting calls of Windows take it: rounded up, to
+/// avoid busy polling just before it; 0 if it is over, -1 if there is none. It may be less than is
+/// left.
 inline int MilliSecondsTo(Deadline deadline) noexcept {
     using std::chrono::milliseconds;
     if (deadline == kNoDeadline) {

@@ -6,8 +6,8 @@
 
 #include "zuString.h"
 
-/// What the portable code asks of the platform about the process's surroundings. Plain functions,
-/// chosen at link time: one folder below this one implements each of them.
+/// What the platform provides for the process's environment. Plain functions, chosen at link time:
+/// one folder below this one implements each of them.
 namespace zukel::platform {
 
 /// Reads a variable of the process's environment. Linux: `getenv`. Windows:

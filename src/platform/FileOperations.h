@@ -2,15 +2,16 @@
 
 #include <apr_file_info.h>
 
-/// What the portable code asks of the platform to act on files by name. Names are the caller's
-/// bytes and not empty. Plain functions, chosen at link time: one folder below this one implements
-/// each. Those that return a status return 0 or the reason.
+/// What the platform provides for operations on files by name. Names are the caller's bytes and not
+/// empty, except for `IsAccessible`, which takes a wide name that may be empty. Plain functions,
+/// chosen at link time: one folder below this one implements each. Those that return a status
+/// return 0 or the reason.
 namespace zukel::platform {
 
 /// Copies the contents of a file with the result of `apr_file_copy`: the target is made or
-/// overwritten, with those permissions. APR's own copy would empty a file that is copied onto
-/// itself, leave a part when the writing fails, and move 8 KiB at a time, so it is done here, by
-/// the rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
+/// overwritten, with those permissions. APR's copy would empty a file that is copied onto itself,
+/// leave a partial target after a failure, and copy 8 KiB at a time, so it is done here, by the
+/// rules that `kelFile::Copy` promises. Windows: `perms` is ignored, except that
 /// `PermissionOfSource` copies the read-only attribute. Two names of one file are refused before
 /// anything is touched.
 apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms_t perms) noexcept;
@@ -29,7 +30,7 @@ apr_status_t CopyWithAttributes(const char* from, const char* to, bool normal) n
 ///
 /// @returns one of `APR_STATUS_IS_EXDEV` for names on two volumes. Linux: `rename`. Windows:
 /// `SetFileInformationByHandle` with POSIX semantics where the volume has them, so that the target
-/// may be open; sharing violations are waited for, about a tenth of a second.
+/// may be open; sharing violations are retried for about a tenth of a second.
 apr_status_t RenameFile(const char* from, const char* to) noexcept;
 
 /// Renames as the platform's own call does. Linux: `rename`. Windows: `MoveFileExW` without flags,

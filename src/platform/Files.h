@@ -61,15 +61,15 @@ inline constexpr std::size_t kMostAtOnce = 0x7ffff000;
 
 /// Reads up to `size` bytes at the file's position.
 ///
-/// @param size at most `kMostAtOnce`; receives the bytes that were read, which may be fewer. 0 is
+/// @param size at most `kMostAtOnce`; receives the number of bytes read, which may be less. 0 is
 /// the end of the file.
 /// @returns 0 or the reason, with `size` 0.
 apr_status_t ReadBytes(const FileHandle& file, void* target, std::size_t& size) noexcept;
 
 /// Writes up to `size` bytes at the file's position, or at its end if it was opened to append.
 ///
-/// @param size at most `kMostAtOnce`; receives the bytes that were written, which may be fewer,
-/// but not none unless it was 0.
+/// @param size at most `kMostAtOnce`; receives the number of bytes written, which may be less, but
+/// is 0 only if it was 0.
 /// @returns 0 or the reason, with `size` 0.
 apr_status_t WriteBytes(const FileHandle& file, const void* source, std::size_t& size) noexcept;
 

@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-/// What the portable code asks of the platform about the machine. Plain functions,
+/// What the platform provides for the machine. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// Room on a disk in bytes.
+/// Size of a disk, and space on it, in bytes.
 struct DiskBytes {
     std::uint64_t available = 0;  ///< To the calling user.
     std::uint64_t total = 0;

@@ -2,14 +2,14 @@
 
 #include <cstdint>
 
-/// What the portable code asks of the platform about memory: one folder below this one implements
+/// What the platform provides for memory: one folder below this one implements
 /// it.
 namespace zukel::platform {
 
-/// Marks a figure that the platform cannot tell.
+/// Marks a value that the platform does not provide.
 inline constexpr std::uint64_t kUnknown = ~std::uint64_t{0};
 
-/// Memory in bytes. An available figure may be above its total: the caller settles that.
+/// Memory in bytes. An available value may be above its total: the caller handles that.
 struct MemoryBytes {
     std::uint64_t totalPhysical = kUnknown;
     std::uint64_t availablePhysical = kUnknown;
@@ -19,8 +19,8 @@ struct MemoryBytes {
     std::uint64_t availablePaging = kUnknown;
 };
 
-/// The six figures that the platform can tell, as `kelMemoryInfo` explains them. Windows:
-/// `GlobalMemoryStatusEx`. Linux: `/proc` and the control groups below `/sys/fs/cgroup`.
+/// The six values that the platform provides, as `kelMemoryInfo` explains them. Windows:
+/// `GlobalMemoryStatusEx`. Linux: `/proc` and the cgroups below `/sys/fs/cgroup`.
 MemoryBytes QueryMemory() noexcept;
 
 }  // namespace zukel::platform

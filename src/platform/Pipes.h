@@ -8,7 +8,7 @@
 #include "platform/Files.h"
 #include "zuString.h"
 
-/// What the portable code asks of the platform about pipes to and from children. Plain functions,
+/// What the platform provides for pipes to and from children. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
@@ -20,7 +20,7 @@ struct Pipes {
     FileHandle errors;
 };
 
-/// Makes a pipe between the program and a child. Neither end reaches a child by itself.
+/// Makes a pipe between the program and a child. No child inherits either end by itself.
 ///
 /// @param own the program's end; unchanged on failure, as is `child`.
 /// @param write whether the program writes to it.
@@ -35,7 +35,7 @@ enum class Until {
     AllEnded     ///< The input is written and closed, and both outputs are at their end.
 };
 
-/// What an `Exchange` moves.
+/// What an `Exchange` transfers.
 struct Transfer {
     const char* source;  ///< What is to be written.
     std::size_t size;    ///< How much of it is left.
@@ -43,8 +43,7 @@ struct Transfer {
     zuString& errors;
 };
 
-/// Whether an `Exchange` has come to its end: there is nothing more to wait for; closes an input of
-/// which all is written.
+/// Whether an `Exchange` is complete; closes an input that is completely written.
 inline bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept {
     switch (until) {
         case Until::Written:
@@ -61,9 +60,9 @@ inline bool IsDone(Pipes& pipes, const Transfer& transfer, Until until) noexcept
     }
 }
 
-/// Writes and reads the pipes at the same time, until what is waited for has come about or cannot
-/// any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
-/// `std::bad_alloc`; what was moved until then has been.
+/// Writes and reads the pipes at the same time, until what is waited for has happened or cannot
+/// happen any more. A pipe at its end is closed, and so is an input that nobody reads. Throws
+/// `std::bad_alloc`; transfers made until then stay made.
 ///
 /// @returns 0; one of `APR_STATUS_IS_TIMEUP`; for `Written` the reason when the input is closed;
 /// or why the system could not wait.

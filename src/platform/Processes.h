@@ -4,20 +4,19 @@
 
 #include "zuString.h"
 
-/// What the portable code asks of the platform about processes of any origin. Plain functions,
+/// What the platform provides for processes of any origin. Plain functions,
 /// chosen at link time: one folder below this one implements each of them.
 namespace zukel::platform {
 
-/// Whether a process with this identifier runs; one that has ended and waits to be collected does
-/// not. Windows: `OpenProcess`, `GetExitCodeProcess`, `CloseHandle`; one that may not be opened
-/// runs.
+/// Whether a process with this identifier runs; a zombie does not. Windows: `OpenProcess`,
+/// `GetExitCodeProcess`, `CloseHandle`; one that may not be opened runs.
 ///
 /// @param pid above 0.
 bool IsProcessRunning(int pid) noexcept;
 
 /// Ends any process. Windows: `OpenProcess`, `TerminateProcess`, `CloseHandle`. Linux: SIGKILL.
 ///
-/// @param pid above 0: other numbers mean groups of processes to some systems.
+/// @param pid above 0: on some systems other numbers mean process groups.
 /// @returns 0, or the reason: there is no such process, or the system refuses.
 apr_status_t EndProcess(int pid) noexcept;
 

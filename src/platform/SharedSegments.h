@@ -5,16 +5,16 @@
 #include <cstdint>
 #include <memory>
 
-/// What the portable code asks of the platform about shared memory. Plain functions, chosen at link
+/// What the platform provides for shared memory. Plain functions, chosen at link
 /// time: one folder below this one implements each of them. Those that return a status return 0 or
 /// the reason.
 namespace zukel::platform {
 
-/// A segment that this process holds, in the platform's own form. It tells the segment from a later
-/// one under its name, also after `UnmapSegment`.
+/// A segment that this process holds, in the platform's own form. It identifies the segment even
+/// after `UnmapSegment`, when its name may be a later one's.
 struct Segment;
 
-/// Unmaps the segment if it is mapped, and lets go of what else is held of it. Its name stays.
+/// Unmaps the segment if it is mapped, and releases what else is held of it. Its name stays.
 void ReleaseSegment(Segment* segment) noexcept;
 
 struct ReleaseHeldSegment {
@@ -43,9 +43,9 @@ apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& 
 /// process's user, the system and its administrators own or may write.
 ///
 /// @param name not empty.
-/// @param segment receives the segment; unchanged on failure: there is none, or it is not wholly
-/// made. Linux: also when it belongs neither to the effective user nor to root, or when its group
-/// or others may write it.
+/// @param segment receives the segment; unchanged on failure: there is none, or it is incomplete.
+/// Linux: also when it belongs neither to the effective user nor to root, or when its group or
+/// others may write it.
 /// @param block receives its memory; unchanged on failure.
 apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBlock& block) noexcept;
 
@@ -59,9 +59,9 @@ apr_status_t UnmapSegment(Segment& segment) noexcept;
 /// @param name not empty.
 apr_status_t RemoveName(const char* name) noexcept;
 
-/// Removes the name of a segment that this process has or had mapped. A name that stands for
-/// another segment by now, or for none, is left as it is and counts as removed. Linux: also when
-/// the other segment is made at the same moment.
+/// Removes the name of a segment that this process has or had mapped. A name that by now belongs to
+/// another segment, or to none, is left alone and counts as removed. Linux: even if the other
+/// segment is created at the same moment.
 apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept;
 
 }  // namespace zukel::platform

@@ -11,7 +11,7 @@ struct kelSharedMemoryRecord : zukel::SharedRecord {
     zuString name;  ///< As given; empty while no segment is held, and once the name is removed.
     zukel::platform::SegmentHandle segment;
     zukel::platform::SegmentBlock block;  ///< Its memory; of none once it is unmapped.
-    int creator = -1;                     ///< The process that has made the segment.
+    int creator = -1;                     ///< The process that created the segment.
     bool attached = false;                ///< The segment came from `Attach`.
     bool ended = false;
 

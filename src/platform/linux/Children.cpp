@@ -66,8 +66,8 @@ ino_t IdentityOf(const Descriptor& process) noexcept {
     return facts.st_ino;
 }
 
-/// Of a child without handle and descriptor. The number alone is only ever looked at; a process
-/// that may be another one by now is not reaped.
+/// For a child without handle and pidfd. Its pid is only tested; a process that may have reused the
+/// pid is not reaped.
 bool ReapByIdentity(Child& child) noexcept {
     const ChildState state = AskForChild(P_PID, child.pid, WNOWAIT);
     if (state != ChildState::Ended) {
@@ -84,7 +84,7 @@ bool ReapByIdentity(Child& child) noexcept {
     return identity != 0;
 }
 
-/// Whether the child has ended; it is reaped then, unless somebody else has done that.
+/// Whether the child has ended; if so it is reaped, unless somebody else has done that.
 bool Reap(Child& child) noexcept {
     if (child.process) {
         const ChildState state = AskForChild(kByDescriptor, child.process.Get(), 0, child.end);
@@ -98,7 +98,7 @@ bool Reap(Child& child) noexcept {
     return state == ChildState::Ended || state == ChildState::Lost;
 }
 
-/// By its descriptor if it has one, else by its number.
+/// By its pidfd if it has one, else by its pid.
 ChildState Peek(Child& child) noexcept {
     return child.process ? AskForChild(kByDescriptor, child.process.Get(), WNOWAIT, child.end)
                          : AskForChild(P_PID, child.pid, WNOWAIT, child.end);
@@ -144,8 +144,8 @@ ChildHandle Adopt(std::unique_ptr<Child> child, pid_t pid) noexcept {
     child->pid = pid;
     child->process = OpenProcessDescriptor(pid);
     if (child->process) {
-        // Whoever reaps all children of the program may have reaped this one already, and
-        // its number may belong to a stranger: only a child of ours is accepted.
+        // A program that reaps all its children may have reaped this one already, and its pid may
+        // have been reused: only a child of ours is accepted.
         const ChildState state =
             AskForChild(kByDescriptor, child->process.Get(), child->kept ? WNOWAIT : 0, child->end);
         const bool left = child->kept && state == ChildState::Ended;
@@ -207,7 +207,7 @@ void EndGroup(Child& child) noexcept {
     const Uncancelled uncancelled;
     const Lock lock(children.lock);
     ReapIfEnded(child);
-    // 0 and 1 would mean the caller's own group and every process there is.
+    // 0 and 1 would signal the caller's own group and every process.
     if (child.kept && !child.reaped && child.pid > 1 && Peek(child) != ChildState::Lost &&
         getpgid(child.pid) == child.pid) {
         kill(-child.pid, SIGKILL);

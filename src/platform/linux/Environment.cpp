@@ -30,7 +30,7 @@ const char* NameOf(const Locale& locale) noexcept {
     return nl_langinfo_l(_NL_LOCALE_NAME(LC_CTYPE), locale.get());
 }
 
-/// One text of the record of the process's user.
+/// One text from the database record of the process's user.
 apr_status_t QueryUser(zuString& text, char* passwd::*field) {
     const Uncancelled uncancelled;
     zuStlVector<char> room(1024);

@@ -17,8 +17,8 @@ apr_status_t Launch(const Program& program, ChildHandle& child) {
     auto made = std::make_unique<Child>();
     made->kept = program.group;
     ReapChildren();
-    // Keeps a place for the child's descriptor, so that a want of descriptors shows while nothing
-    // has been started yet.
+    // Reserves a descriptor for the child's pidfd, so that exhaustion is found before anything is
+    // started.
     Descriptor place = OpenProcessDescriptor(getpid());
     if (!place && IsShortage(errno)) {
         return errno;

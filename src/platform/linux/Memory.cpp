@@ -25,7 +25,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// Large enough for the fields that are read from each text and for the path of a control group;
+/// Large enough for the fields that are read from each text and for the path of a cgroup;
 /// the rest is ignored. It is on the heap: the stack of a thread may have 16 KiB.
 struct Room {
     char text[8192];
@@ -71,7 +71,7 @@ constexpr CgroupFiles kCgroupFiles[] = {
 /// The folder of a group, and its files.
 class CgroupFolder {
 public:
-    /// A group whose path has no room is taken for the nearest one above it that has.
+    /// A path that is too long is replaced by that of the nearest group above it that fits.
     CgroupFolder(const char* root, std::string_view group, Room& room) noexcept
         : room_(room), rootSize_(std::strlen(root)), size_(rootSize_) {
         constexpr std::size_t kRoomForName = 64;
@@ -106,7 +106,7 @@ void ApplyCgroup(const CgroupFiles& files, CgroupFolder& folder, std::uint64_t m
                  PhysicalMemory& memory) noexcept {
     const std::uint64_t limit = NumberAt(folder.Read(files.limit));
     if (limit >= machineTotal) {
-        return;  // none, or none that matters; an unknown one is all ones
+        return;  // no limit, or an irrelevant one; unknown is all ones
     }
     const std::uint64_t used = NumberAt(folder.Read(files.used));
     const std::string_view details = folder.Read("memory.stat");
@@ -129,13 +129,13 @@ void ApplyCgroups(PhysicalMemory& memory, Room& room) noexcept {
     }
 }
 
-/// What the machine tells of its memory, and the limits of groups.
+/// The machine's memory, and the limits of cgroups.
 struct Figures {
     PhysicalMemory physical;
     std::uint64_t commitLimit, committed, freeSwap;
 };
 
-/// The room serves one text after the other.
+/// The buffer is reused for one text after the other.
 Figures ReadFigures(Room& room) noexcept {
     const std::string_view text = ReadText("/proc/meminfo", room);
     const auto field = [&](const char* name) { return FieldOf(text, name, 1024); };
@@ -147,9 +147,9 @@ Figures ReadFigures(Room& room) noexcept {
     return figures;
 }
 
-/// What the processor offers a process in user mode. On most processors that depends on how the
-/// system was built, so it is told by the stack, which begins close below the end: within the last
-/// GiB with 32 bits, in the upper half with 64.
+/// The size of a process's address space. On most processors it depends on how the system was
+/// built. There the stack shows it, which begins close below the end: within the last GiB with 32
+/// bits, in the upper half with 64.
 std::uint64_t AddressSpace() noexcept {
 #if defined(__x86_64__)
     return std::uint64_t{1} << 47U;

@@ -160,8 +160,8 @@ private:
                SucceededOrRefused(utimensat(Directory(), copy_.Get(), times, AT_SYMLINK_NOFOLLOW));
     }
 
-    /// Whether the copy is still all there is: somebody may write to the source, or replace it,
-    /// while it is copied. If not, `errno` says so.
+    /// Whether the copy is still up to date: somebody may write to the source, or replace it, while
+    /// it is copied. If not, `errno` says so.
     bool IsSourceUnchanged(const char* name) const noexcept {
         struct stat now {};
         if (!origin_.LookAt(name, now)) {

@@ -41,8 +41,8 @@ inline bool HasEnded(const Descriptor& process) noexcept {
 
 /// Signals the process; on failure the reason is in `errno`.
 ///
-/// @param pid its number, which takes the signal where a sandbox refuses the descriptor: the number
-/// is that of another process only if this one ends, and is reaped, at that very moment.
+/// @param pid its pid, which is signalled where a sandbox refuses the pidfd: that hits another
+/// process only if this one ends, and is reaped, at that very moment.
 inline bool SendSignal(const Descriptor& process, pid_t pid, int signal) noexcept {
     if (syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0) == 0) {
         return true;

@@ -99,7 +99,7 @@ apr_status_t RemoveName(const char* name) noexcept {
     if (file) {
         return RemoveNameOf(file, path);
     }
-    // What cannot be opened is no segment that this process could have been attached to.
+    // A file that cannot be opened is not a segment that this process could have attached to.
     return errno != ENOENT && unlink(path.Text()) == 0 ? APR_SUCCESS : errno;
 }
 
@@ -110,8 +110,8 @@ apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcep
     struct stat facts {};
     apr_status_t status = ENOENT;
     if (!file || fstat(file.Get(), &facts) != 0) {
-        // Where descriptors are short, it is better to remove the name without the lock than to
-        // leave it behind.
+        // If descriptors are exhausted, removing the name without the lock is better than leaving
+        // it.
         status = RemoveIf(path, segment.device, segment.inode);
     } else if (facts.st_dev == segment.device && facts.st_ino == segment.inode) {
         status = RemoveNameOf(file, path);

@@ -24,14 +24,14 @@ private:
 /// else may write it.
 bool IsTrusted(const struct stat& facts) noexcept;
 
-/// Removes the name of the file if it still stands for it.
+/// Removes the name if it is still that of the file.
 ///
 /// @returns 0 or the reason: ENOENT for a name that stands for another file or for none, EBUSY when
 /// somebody else who removes it has stopped on the way.
 ///
-/// Two who remove the name of one segment at the same time must not remove that of a new segment,
-/// made between the two. So each of them holds a lock on the segment's file from the look at the
-/// name to the removal.
+/// Two processes that remove the name of one segment at the same time must not remove that of a new
+/// segment, created in between. So each holds a lock on the segment's file from the check of the
+/// name to its removal.
 apr_status_t RemoveNameOf(const Descriptor& file, const SegmentPath& path) noexcept;
 
 /// Opens the file of a segment, to remove its name.

@@ -66,7 +66,7 @@ SegmentBlock BlockOf(const Segment& segment) noexcept {
     return {static_cast<char*>(segment.base) + sizeof(Word), segment.bytes - sizeof(Word)};
 }
 
-/// Whether it makes sense to try. A file above the process's own limit would bring it a signal.
+/// Whether the size is possible. A file above the process's own limit would raise a signal.
 ///
 /// @returns 0 or the reason why not.
 apr_status_t MayHave(std::uint64_t bytes) noexcept {
@@ -80,8 +80,8 @@ apr_status_t MayHave(std::uint64_t bytes) noexcept {
     return bytes < kLarge || bytes <= AvailableForSegments() ? APR_SUCCESS : ENOMEM;
 }
 
-/// Puts memory behind the whole file. The system takes back what it has when a signal comes in
-/// between, so a second try holds signals back.
+/// Reserves memory for the whole file. The system releases it again if a signal arrives, so a
+/// second try blocks signals.
 apr_status_t Reserve(int file, std::uint64_t bytes) noexcept {
     const auto length = static_cast<off_t>(bytes);
     int error = posix_fallocate(file, 0, length);
@@ -96,13 +96,13 @@ apr_status_t Reserve(int file, std::uint64_t bytes) noexcept {
     return error;
 }
 
-/// Makes the new, empty file a whole segment of `bytes`, the first word included, and maps it.
+/// Makes the new, empty file a complete segment of `bytes`, including the first word, and maps it.
 apr_status_t Fill(int file, std::uint64_t bytes, SegmentHandle& segment) noexcept {
     struct stat facts {};
     if (fstat(file, &facts) != 0) {
         return errno;
     }
-    // A umask may have taken bits away that the owner needs.
+    // The umask may have removed bits that the owner needs.
     if ((facts.st_mode & ALLPERMS) != kOwnerAlone && fchmod(file, kOwnerAlone) != 0) {
         return errno;
     }
@@ -110,7 +110,7 @@ apr_status_t Fill(int file, std::uint64_t bytes, SegmentHandle& segment) noexcep
     SegmentHandle mapped = Map(file, facts, bytes);
     const apr_status_t status = mapped ? Reserve(file, bytes) : LastStatus();
     if (status == APR_SUCCESS) {
-        // Until here the first word is zero, and whoever attaches sees a segment that is not whole.
+        // Until here the first word is zero, which marks the segment as incomplete.
         std::memcpy(mapped->base, &bytes, sizeof(Word));
         segment = std::move(mapped);
     }
@@ -163,7 +163,7 @@ apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBloc
     if (!file || fstat(file.Get(), &facts) != 0) {
         return errno;
     }
-    // A stranger could cut the file while it is mapped: touching it would end the process.
+    // Another user could truncate the file while it is mapped: touching it would end the process.
     if (!IsTrusted(facts)) {
         return EACCES;
     }

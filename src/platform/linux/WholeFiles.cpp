@@ -24,7 +24,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// The last component of a name, and the directory that it is read in.
+/// The last component of a name, and its directory.
 struct Entry {
     Descriptor directory;  ///< Open for reading: it is synced through this descriptor.
     std::string name;

@@ -1,9 +1,9 @@
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
 
-// APR's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it
-// is not the source, or leave a part of it when the writing fails. So the first is done here, with
-// the result of APR's, and the second only where both ends can be had.
+// APR's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it is not
+// the source, or leave a part of it when the writing fails. So the first is done here, with the
+// result of APR's, and the second only if both files can be opened.
 
 namespace zukel::platform {
 

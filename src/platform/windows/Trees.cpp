@@ -18,7 +18,7 @@ constexpr DWORD kFolder = FILE_ATTRIBUTE_DIRECTORY;
 struct Level {
     Handle folder;
     std::size_t length;                 ///< Of its path.
-    std::vector<std::wstring> folders;  ///< Yet to be removed.
+    std::vector<std::wstring> folders;  ///< Still to be removed.
 };
 
 /// Opens what has the name, a link itself, for its removal.
@@ -68,7 +68,7 @@ public:
                 levels_.pop_back();
                 Note(error);
                 if (error == ERROR_SUCCESS && levels_.empty()) {
-                    error_ = ERROR_SUCCESS;  // whatever failed on the way, nothing has stayed
+                    error_ = ERROR_SUCCESS;  // nothing is left, whatever failed before
                 }
                 continue;
             }

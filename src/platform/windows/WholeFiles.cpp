@@ -32,7 +32,7 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
         (facts.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
-    // Whoever may not write to the file does not get around that by its directory.
+    // A caller who may not write the file must not replace it by way of its directory.
     if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ||
         !OpenForFacts(name, FILE_WRITE_DATA, Symlinks::Follow)) {
         return ERROR_ACCESS_DENIED;
