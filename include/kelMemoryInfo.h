@@ -38,9 +38,11 @@ public:
     /// @}
 
     /// @name Address space of the process
-    /// Linux: total is the process's own limit (`RLIMIT_AS`) or, without one, the size of its
-    /// address space (x86-64: 128 TiB; all ones on others); used is what is mapped. Windows: the
-    /// user part of the address space; available is what is neither reserved nor committed.
+    /// Linux: total is the process's own limit (`RLIMIT_AS`) or, without one, what the processor
+    /// offers a process; used is what is mapped. x86-64 offers 128 TiB. On other processors that is
+    /// taken from where the process's stack begins, rounded up to a power of two, with 32 bits to a
+    /// GiB. Windows: the user part of the address space; available is what is neither reserved nor
+    /// committed.
     /// @{
     unsigned long long totalVirtual;      ///< All of it.
     unsigned long long usedVirtual;       ///< Total minus available.

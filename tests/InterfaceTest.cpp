@@ -14,8 +14,13 @@ TEST(kelSystemTest, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
     EXPECT_EQ(unsigned(kelCPUInfo::GetNumProcessors()), std::thread::hardware_concurrency());
+#if defined(__x86_64__) || defined(__i386__)
     EXPECT_THAT(ReadWhole("/proc/cpuinfo"),
                 testing::HasSubstr(": " + kelCPUInfo::GetCPUID() + "\n"));
+#else
+    EXPECT_EQ(kelCPUInfo::GetCPUID(), "");
+    EXPECT_EQ(kelCPUInfo::GetLogicalProcsPerPackage(), 1);
+#endif
     EXPECT_LE(kelCPUInfo::HasCMT(), kelCPUInfo::GetLogicalProcsPerPackage() > 1);
     for (const std::string path : {".", "/", "", "/missing", "/\xc3"}) {
         SCOPED_TRACE(path);
@@ -51,7 +56,9 @@ TEST(kelStringTest, vsnprintf_CutsAndTakesTheLengthsOfTheCLibrary) {
     EXPECT_EQ(Format(0, "%s%d", "1234", 5), "5 ");
     EXPECT_EQ(Format(99, "%lld|%d", kMost, 5), "21 9223372036854775807|5");
     EXPECT_EQ(Format(99, "%llu|%qd", kAll, kMost), "40 18446744073709551615|9223372036854775807");
-    EXPECT_EQ(Format(99, "%zu|%-4zd|", size, std::size_t{7}), "26 18446744073709551615|7   |");
+    const std::string sizes = std::to_string(size) + "|7   |";
+    EXPECT_EQ(Format(99, "%zu|%-4zd|", size, std::size_t{7}),
+              std::to_string(sizes.size()) + " " + sizes);
     EXPECT_EQ(Format(99, "%jd|%s", least, "x"), "22 -9223372036854775807|x");
     EXPECT_EQ(Format(99, "%08llx|%*lld", kAll >> 4U, 4, 3LL), "20 fffffffffffffff|   3");
     EXPECT_EQ(Format(99, "%%lld|%%%lld%%|%ld", 1LL, 2L), "10 %lld|%1%|2");

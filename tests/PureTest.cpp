@@ -58,7 +58,9 @@ TEST(Machine, Processors_AnswerByTheirRegisters) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.vendor + (" with leaves up to " + std::to_string(row.highestLeaf)));
         std::uint32_t name[3] = {};
-        std::memcpy(name, row.vendor, std::strlen(row.vendor));
+        for (unsigned i = 0; row.vendor[i] != '\0'; ++i) {  // the first in the lowest byte
+            name[i / 4] |= std::uint32_t(static_cast<unsigned char>(row.vendor[i])) << i % 4 * 8;
+        }
         std::map<std::uint32_t, CpuRegisters> leaves;
         leaves[0] = {row.highestLeaf, name[0], name[2], name[1]};
         leaves[1] = {0, row.ebxOf1, 0, row.edxOf1};

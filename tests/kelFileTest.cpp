@@ -90,9 +90,14 @@ protected:
 
     /// Writes the value, looks at its bytes in the file, reads it back, and then from a file that
     /// ends within it.
+    /// @param bytes as they are where the lowest comes first.
     template <typename T>
-    void RoundTrip(T value, const std::string& bytes) const {
+    void RoundTrip(T value, std::string bytes) const {
         SCOPED_TRACE(value);
+        const short first = 1;
+        if (*reinterpret_cast<const char*>(&first) == 0) {
+            std::reverse(bytes.begin(), bytes.end());
+        }
         auto back = static_cast<T>(-1);  // all ones, but for fractions
         unsigned long long size = 1;
         kelFile file = Make(), closed, reading("file", kRead | GetParam());
@@ -128,12 +133,15 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
     if (!kOnWindows) {  // where the types are no wider than in the file
         RoundTrip(static_cast<wchar_t>(0xFFFF), "\xFF\xFF");
         kelFile file = Make();
-        EXPECT_THAT(Statuses({file.Write(static_cast<long>(0x80000000LL)),
-                              file.Write(static_cast<long>(-0x80000001LL)),
-                              file.Write(static_cast<unsigned long>(0x100000000ULL)),
-                              file.Write(static_cast<wchar_t>(0x10000)),
+        EXPECT_THAT(Statuses({file.Write(static_cast<wchar_t>(0x10000)),
                               file.Write(static_cast<wchar_t>(-1))}),
                     Each(kFailed));
+        if (sizeof(long) > 4) {
+            EXPECT_THAT(Statuses({file.Write(static_cast<long>(0x80000000LL)),
+                                  file.Write(static_cast<long>(-0x80000001LL)),
+                                  file.Write(static_cast<unsigned long>(0x100000000ULL))}),
+                        Each(kFailed));
+        }
         EXPECT_EQ(file.Close(), kOk);
         EXPECT_EQ(ReadWhole("file"), "");
     }
@@ -164,7 +172,8 @@ TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
     EXPECT_THAT(Statuses({file.SeekTo(12), file.Write(L"x", size), file.WriteLine(large.c_str()),
                           file.Close()}),
                 Each(kOk));
-    EXPECT_EQ(ReadWhole("file"), std::string("0ab3c56789\0\0x\0\0", 15) + large);
+    const std::string ofWide(reinterpret_cast<const char*>(L"x"), 3);
+    EXPECT_EQ(ReadWhole("file"), std::string("0ab3c56789\0\0", 12) + ofWide + large);
 }
 
 TEST_P(kelFileData, Appending_GoesBehindWhateverIsThereAndReadsFromTheStart) {

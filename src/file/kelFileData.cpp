@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "file/kelFileRecord.h"
+#include "frame/BlockSize.h"
 #include "frame/StatusMapping.h"
 #include "kelFile.h"
 
@@ -82,7 +83,7 @@ int ReadBlock(kelFileRecord& record, void* buffer, unsigned long long& size) noe
     if (!record.stream.IsOpen()) {
         return zukel::Fail(APR_EBADF);
     }
-    std::size_t bytes = size;
+    std::size_t bytes = zukel::BlockSize(size);
     if (bytes > 0 && record.stream.Take(buffer, bytes)) {
         return StoreStatus(record, APR_SUCCESS);
     }
@@ -95,7 +96,7 @@ int WriteBlock(kelFileRecord& record, const void* buffer, unsigned long long& si
     if (!record.stream.IsOpen()) {
         return zukel::Fail(APR_EBADF);
     }
-    std::size_t bytes = size;
+    std::size_t bytes = zukel::BlockSize(size);
     if (bytes > 0 && record.stream.Put(buffer, bytes)) {
         return StoreStatus(record, APR_SUCCESS);
     }

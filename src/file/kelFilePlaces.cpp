@@ -1,4 +1,5 @@
 #include "file/kelFileRecord.h"
+#include "frame/BlockSize.h"
 #include "frame/StatusMapping.h"
 #include "kelFile.h"
 
@@ -32,7 +33,7 @@ int kelFile::SetLength(long long length) {
 }
 
 int kelFile::ReadAt(long long offset, void* buffer, unsigned long long& size) {
-    std::size_t bytes = size;
+    std::size_t bytes = zukel::BlockSize(size);
     return OnOpen(*record_, [&](zukel::FileStream& stream) {
         const apr_status_t read = stream.ReadAt(offset, static_cast<char*>(buffer), bytes);
         size = bytes;
@@ -41,7 +42,7 @@ int kelFile::ReadAt(long long offset, void* buffer, unsigned long long& size) {
 }
 
 int kelFile::WriteAt(long long offset, const void* buffer, unsigned long long& size) {
-    std::size_t bytes = size;
+    std::size_t bytes = zukel::BlockSize(size);
     return OnOpen(*record_, [&](zukel::FileStream& stream) {
         const apr_status_t written =
             stream.WriteAt(offset, static_cast<const char*>(buffer), bytes);

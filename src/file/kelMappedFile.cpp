@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "file/kelMappedFileRecord.h"
+#include "frame/BlockSize.h"
 #include "frame/Names.h"
 #include "frame/OpenStatus.h"
 #include "platform/FileExtents.h"
@@ -52,9 +53,13 @@ apr_status_t Map(const zuString& name, const Part& part, kelMappedFileRecord& re
     if (length > rest) {
         return APR_EINVAL;
     }
-    return length == 0 ? APR_SUCCESS
-                       : platform::MapFile(std::move(file), record.writes, part.offset, length,
-                                           record.view);
+    const std::size_t size = zukel::BlockSize(length);
+    if (size != length) {
+        return APR_ENOMEM;
+    }
+    return size == 0
+               ? APR_SUCCESS
+               : platform::MapFile(std::move(file), record.writes, part.offset, size, record.view);
 }
 
 int Open(const zuString& name, bool writes, const Part& part, kelMappedFileRecord*& held) {

@@ -41,7 +41,7 @@ int Read(kelProcessRecord& record, platform::FileHandle& pipe, zuString& kept,
             return zukel::Fail(status);
         }
     }
-    const std::size_t bytes = std::min<unsigned long long>(size, kept.size());
+    const auto bytes = static_cast<std::size_t>(std::min<unsigned long long>(size, kept.size()));
     std::memcpy(buffer, kept.data(), bytes);
     kept.erase(0, bytes);
     size = bytes;

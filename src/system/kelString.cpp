@@ -7,8 +7,7 @@
 #include <cstring>
 #include <memory>
 
-static_assert(sizeof(std::size_t) == sizeof(apr_int64_t) &&
-              sizeof(std::intmax_t) == sizeof(apr_int64_t));
+static_assert(sizeof(std::intmax_t) == sizeof(apr_int64_t));
 
 namespace {
 
@@ -39,7 +38,8 @@ bool HasForeignLength(const char* format) noexcept {
     return false;
 }
 
-/// Writes the format with APR's length `q` in their place. It never gets longer.
+/// Writes the format with APR's length `q` in their place, or with none where a size is no longer
+/// than an `int`. It never gets longer.
 void Translate(const char* format, char* to) noexcept {
     while (*format != '\0') {
         if (*format != '%') {
@@ -50,7 +50,10 @@ void Translate(const char* format, char* to) noexcept {
         to = std::copy(format, end, to);
         format = end;
         if (const int length = ForeignLength(format)) {
-            *to++ = 'q';
+            constexpr bool kLongSize = sizeof(std::size_t) > sizeof(int);
+            if (kLongSize || *format != 'z') {
+                *to++ = 'q';
+            }
             format += length;
         }
         if (*format != '\0') {

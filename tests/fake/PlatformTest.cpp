@@ -67,12 +67,16 @@ TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
     shortPath = directory.Write("SHORT~1", "S");
     EXPECT_EQ(opened(), 'S');
     EXPECT_EQ(asked, name);
-    const std::pair<int*, int> failures[] = {{&codePage, 932}, {&units, 0},   {&units, 1000},
-                                             {&measured, 0},   {&fetched, 0}, {&fetched, 1000}};
-    for (const auto& [answer, failure] : failures) {
-        const int truth = std::exchange(*answer, failure);
-        EXPECT_EQ(opened(), 'L') << failure;
-        *answer = truth;
+    const struct {
+        const char* what;
+        int *answer, failure;
+    } rows[] = {{"code page", &codePage, 932},  {"no UTF-16", &units, 0},
+                {"long UTF-16", &units, 1000},  {"no size of the short path", &measured, 0},
+                {"no short path", &fetched, 0}, {"a longer short path", &fetched, 1000}};
+    for (const auto& row : rows) {
+        const int truth = std::exchange(*row.answer, row.failure);
+        EXPECT_EQ(opened(), 'L') << row.what;
+        *row.answer = truth;
     }
     for (int block = 2; block < 5; ++block) {  // the wide name, the path, the narrow name
         const Guard armed = Arm({FaultSource::Memory, block, true});
@@ -116,6 +120,7 @@ TEST(Machine, MemoryFigures_AreRoundedEachByItself) {
         {{1024, 0, 30720, 4096, 51200, 6144}, {1, 1, 0, 30, 26, 4, 50, 44, 6}},
     };
     for (const auto& [bytes, figures] : rows) {
+        SCOPED_TRACE(bytes.totalPhysical);
         memory = bytes;
         kelMemoryInfo info;
         std::array<unsigned long long, 9> together, apart;

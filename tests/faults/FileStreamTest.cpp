@@ -1,12 +1,7 @@
 // What an open file does with system calls that move fewer bytes than they were asked for, that a
 // signal interrupts, and that are not made at all.
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "linux/Users.h"
-#include "support/Faults.h"
 
 using namespace zukel::test;
 using FileStreams = InDirectory;
@@ -54,48 +49,32 @@ protected:
 
     void Operate(kelFile& file, Model& model) {
         const bool buffered = (GetParam() & kBuffered) != 0;
-        const int most = Upto(4) == 0 ? 9000 : 60;
-        switch (Upto(5)) {
-            case 0: {
-                std::string room(static_cast<std::size_t>(Upto(most)), '#');
-                unsigned long long size = room.size();
-                const int status = file.Read(room.data(), size);
-                const std::string expected = model.Next(buffered ? room.size() : size);
-                EXPECT_EQ(room.substr(0, size), expected) << "Read";
-                EXPECT_EQ(status, expected.empty() && !room.empty() ? kFailed : kOk) << "Read";
-                break;
-            }
-            case 1: {
-                std::string room(static_cast<std::size_t>(Upto(most)) + 2, '#');
-                const std::string expected = model.NextLine(room.size() - 1);
-                EXPECT_EQ(file.ReadLine(room.data(), room.size()),
-                          expected.empty() ? kFailed : kOk);
-                EXPECT_EQ(room.substr(0, expected.size()), expected) << "ReadLine";
-                EXPECT_EQ(room[expected.size()], '\0') << "ReadLine";
-                break;
-            }
-            case 2: {
-                const std::string text = Text(Upto(most));
-                unsigned long long size = text.size();
-                EXPECT_EQ(file.Write(text.data(), size), kOk) << "Write";
-                model.Put(text.substr(0, size));
-                EXPECT_TRUE(size == text.size() || !buffered) << "Write, " << size << " bytes";
-                break;
-            }
-            case 3: {
-                const std::string text = Text(Upto(most));
-                EXPECT_EQ(file.WriteLine(text.c_str()), kOk) << "WriteLine";
-                model.Put(text);
-                break;
-            }
-            case 4:
-                model.position = static_cast<std::size_t>(Upto(12000));
-                EXPECT_EQ(file.SeekTo(static_cast<long long>(model.position)), kOk) << "SeekTo";
-                break;
-            default:
-                EXPECT_EQ(file.SeekTo(-1), kFailed) << "which moves nothing";
-                EXPECT_EQ(file.Flush(), kOk) << "Flush";
-                break;
+        const int most = Upto(4) == 0 ? 9000 : 60, operation = Upto(5);
+        std::string room(static_cast<std::size_t>(Upto(most)) + 2, '#'), text = Text(Upto(most));
+        unsigned long long size = operation == 0 ? room.size() : text.size();
+        SCOPED_TRACE("operation " + std::to_string(operation));
+        if (operation == 0) {
+            const int status = file.Read(room.data(), size);
+            const std::string expected = model.Next(buffered ? room.size() : size);
+            EXPECT_EQ(status, expected.empty() ? kFailed : kOk);
+            EXPECT_EQ(room.substr(0, size), expected);
+        } else if (operation == 1) {
+            const std::string expected = model.NextLine(room.size() - 1);
+            EXPECT_EQ(file.ReadLine(room.data(), room.size()), expected.empty() ? kFailed : kOk);
+            EXPECT_EQ(room.substr(0, expected.size() + 1), expected + '\0');
+        } else if (operation == 2) {
+            EXPECT_EQ(file.Write(text.data(), size), kOk);
+            EXPECT_LE(buffered ? text.size() : 0, size) << "a part";
+            model.Put(text.substr(0, size));
+        } else if (operation == 3) {
+            EXPECT_EQ(file.WriteLine(text.c_str()), kOk);
+            model.Put(text);
+        } else if (operation == 4) {
+            model.position = static_cast<std::size_t>(Upto(12000));
+            EXPECT_EQ(file.SeekTo(static_cast<long long>(model.position)), kOk);
+        } else {
+            EXPECT_EQ(file.SeekTo(-1), kFailed) << "which moves nothing";
+            EXPECT_EQ(file.Flush(), kOk);
         }
     }
 
@@ -124,136 +103,129 @@ TEST_P(FileStream, RandomOperations_AreThoseOfAModel) {
     }
 }
 
-TEST_F(FileStreams, Lines_CostFewCallsAndTakeNothingFromAPipe) {
+TEST_F(FileStreams, LinesAndWholeFiles_CostFewCalls) {
     std::string lines;
     for (int line = 0; line < 100; ++line) {
         lines += "a line of some length, number " + std::to_string(line) + "\n";
     }
+    directory.Write("lines", lines), directory.Write("large", Noise(100000));
     char text[200];
     zuString whole;
-    kelFile file(directory.Write("lines", lines), kRead);
-    const Guard armed = Arm({FaultSource::System, 1000000});
-    for (int line = 0; line < 100; ++line) {
-        EXPECT_EQ(UnderFaults([&] { return file.ReadLine(text, sizeof text); }), kOk) << line;
+    kelFile in("lines", kRead), out("out", kWrite | kBuffered);
+    const struct {
+        const char* what;
+        int times, calls;
+        std::function<int()> call;
+    } rows[] = {
+        {"ReadLine", 100, 201, [&] { return in.ReadLine(text, sizeof text); }},
+        {"ReadWhole", 1, 5, [&] { return kelFile::ReadWhole("large", whole); }},
+        {"WriteLine", 100, 2, [&] { return out.WriteLine("forty bytes, forty bytes, forty..."); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Guard armed = Arm({FaultSource::System, 1000000});
+        for (int time = 0; time < row.times; ++time) {
+            EXPECT_EQ(UnderFaults(row.call), kOk) << time;
+        }
+        EXPECT_LE(fault.calls, row.calls);
     }
-    EXPECT_LE(fault.calls, 201) << "two for each line";
-    fault.calls = 0;
-    EXPECT_EQ(UnderFaults([&] {
-                  return kelFile::ReadWhole(directory.Write("large", Noise(100000)), whole);
-              }),
-              kOk);
-    EXPECT_LE(fault.calls, 6) << "opened, measured, read twice, closed";
-    kelFile out("out", kReadWrite | kelFile::ModeCreate | kBuffered);
-    EXPECT_EQ(UnderFaults([&] { return out.ReadLine(text, sizeof text); }), kFailed);
-    fault.calls = 0;
-    for (int line = 0; line < 100; ++line) {
-        EXPECT_EQ(
-            UnderFaults([&] { return out.WriteLine("forty bytes, forty bytes, forty bytes..."); }),
-            kOk);
-    }
-    EXPECT_LE(fault.calls, 2) << "all within the buffer";
+}
 
+TEST_F(FileStreams, Lines_OfAPipeAreTakenOneByOne) {
+    char text[200];
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
-    const int end = open("pipe", O_RDWR | O_CLOEXEC);
+    const int end = open("pipe", O_RDWR | O_CLOEXEC | O_NONBLOCK);
     const Guard closed([end] { close(end); });
     ASSERT_EQ(write(end, "one\ntwo\n", 8), 8);
-    kelFile reading("pipe", kRead);
+    kelFile reading("pipe", kRead), both("pipe", kReadWrite | kBuffered);
     EXPECT_EQ(reading.ReadLine(text, sizeof text), kOk);
     EXPECT_STREQ(text, "one\n");
     EXPECT_EQ(read(end, text, sizeof text), 4) << "for whoever reads next";
-    kelFile both("pipe",
-                 kReadWrite | kBuffered);  // as a terminal: written to with lines left unread
     ASSERT_EQ(write(end, "one\ntwo\n", 8), 8);
-    EXPECT_EQ(both.ReadLine(text, sizeof text), kOk);
-    EXPECT_EQ(both.Write('x'), kOk);
-    EXPECT_EQ(both.ReadLine(text, sizeof text), kOk);
+    EXPECT_THAT(Statuses({both.ReadLine(text, sizeof text), both.Write('x'),  // with lines unread
+                          both.ReadLine(text, sizeof text)}),
+                Each(kOk));
     EXPECT_STREQ(text, "two\n");
+    EXPECT_EQ(read(end, text, sizeof text), 1) << "what was written";
     kelFile status("/proc/self/status", kRead);  // which has no size
     EXPECT_EQ(status.ReadLine(text, sizeof text), kOk);
     EXPECT_EQ(std::string(text, 6), "Name:\t");
 }
 
 TEST_F(FileStreams, EarlierFiles_StayOpenUntilTheObjectGoes) {
-    const auto held = WhatIsHeld();
-    int kept = -1;
     for (const int mode : {0, int{kelFile::ModeNoCleanup}}) {
-        const std::string first = "first" + std::to_string(mode);
+        SCOPED_TRACE("mode " + std::to_string(mode));
+        const int descriptor = dup(0);  // the number that the file gets
+        close(descriptor);
         {
-            kelFile file(first, kWrite | kBuffered | mode);
+            kelFile file("first", kWrite | kelFile::ModeTruncate | kBuffered | mode);
             EXPECT_EQ(file.WriteLine("text"), kOk);
-            kept = dup(0) - 1;  // the number of the file
-            close(kept + 1);
             EXPECT_EQ(file.Open("second", kWrite), kOk);
-            EXPECT_EQ(ReadWhole(first), "") << mode;
+            EXPECT_EQ(ReadWhole("first"), "");
+            EXPECT_NE(fcntl(descriptor, F_GETFD), -1);
         }
-        EXPECT_EQ(ReadWhole(first), mode == 0 ? "text" : "");
+        EXPECT_EQ(ReadWhole("first"), mode == 0 ? "text" : "");
+        EXPECT_EQ(close(descriptor), mode == 0 ? -1 : 0) << "open without clean-up";
+        const int second = dup(0);
+        EXPECT_EQ(second, descriptor) << "another one is left open";
+        close(second);
     }
-    EXPECT_EQ(close(kept), 0) << "open still: it was opened without clean-up";
-    EXPECT_EQ(WhatIsHeld()[3], held[3]);
 }
 
 TEST_F(FileStreams, ForkedCopies_LeaveTheEndToTheParent) {
-    auto file = std::make_unique<kelFile>("file", kWrite | kBuffered);
-    auto temporary = std::make_unique<kelFile>();
-    EXPECT_EQ(file->WriteLine("once"), kOk);
-    EXPECT_EQ(file->Lock(kelFile::LockExclusive, 0), kOk);
-    EXPECT_EQ(temporary->CreateTemporaryFile(directory / "XXXXXX"), kOk);
-    const std::string temporaryName = temporary->GetFileName();
-    InForkedCopy([&] {
-        file.reset();
-        temporary.reset();
-    });
+    kelFile file("file", kWrite | kBuffered), locked("locked", kWrite), temporary;
+    EXPECT_EQ(file.WriteLine("once"), kOk);
+    EXPECT_EQ(locked.Lock(kelFile::LockExclusive, 0), kOk);
+    EXPECT_EQ(temporary.CreateTemporaryFile("XXXXXX"), kOk);
+    const std::string name = temporary.GetFileName();
+    InForkedCopy([&] { file = locked = temporary = kelFile(); });
     EXPECT_EQ(ReadWhole("file"), "");
-    kelFile other("file", kWrite);
-    EXPECT_EQ(other.Lock(kelFile::LockExclusive, 0), kelStatusBusy) << "not the copy's to end";
-    EXPECT_TRUE(fs::exists(temporaryName));
-    file.reset();
-    temporary.reset();
+    EXPECT_EQ(kelFile("locked", kWrite).Lock(kelFile::LockExclusive, 0), kelStatusBusy);
+    EXPECT_TRUE(fs::exists(name)) << name;
+    file = temporary = kelFile();
     EXPECT_EQ(ReadWhole("file"), "once");
-    EXPECT_FALSE(fs::exists(temporaryName));
+    EXPECT_FALSE(fs::exists(name)) << name;
 }
 
-/// An idle object is one block of memory, and neither it nor what goes to the system starts APR.
+/// What an object has taken when it has been made: users of APR, pools, blocks, descriptors.
+template <typename Make>
+std::array<std::intmax_t, 4> CostOf(Make make) {
+    auto before = WhatIsHeld();
+    const auto object = UnderFaults(make);
+    auto after = WhatIsHeld();
+    std::transform(after.begin(), after.end(), before.begin(), after.begin(), std::minus<>());
+    return after;
+}
+
 TEST_F(FileStreams, IdleObjectsAreOneBlockAndStartNothing) {
-    const std::string name = "f", other = "g";
-    directory.Write("f", "x");
-    const auto costs = [](auto make) {
-        const auto before = WhatIsHeld();
-        const auto object = UnderFaults(make);
-        auto after = WhatIsHeld();
-        for (std::size_t at = 0; at < after.size(); ++at) {
-            after[at] -= before[at];
-        }
-        return after;
-    };
-    using Held = std::array<std::intmax_t, 4>;
-    const Held each[] = {
-        costs([] { return kelFile(); }),         costs([] { return kelFileInfo("n"); }),
-        costs([] { return kelDirectory(); }),    costs([] { return kelProcess(); }),
-        costs([] { return kelSharedMemory(); }), costs([] { return kelTime(0); })};
-    EXPECT_THAT(each, Each(Held{0, 0, 1, 0})) << "users of APR, its pools, blocks, descriptors";
-    EXPECT_EQ(costs([&] {
-                  auto file = std::make_unique<kelFile>(name, kRead | kBuffered);
-                  EXPECT_EQ(file->ReadLine(std::array<char, 8>().data(), 8), kOk);
-                  EXPECT_EQ(file->Close(), kOk);
-                  return file;
-              }),
-              (Held{0, 0, 2, 0}))
-        << "the buffer goes with the file";
-    EXPECT_EQ(costs([] { return std::make_unique<kelAtomic>(); })[1], 0) << "pools";
-    EXPECT_EQ(costs([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
+    const std::string name = "f", other = "g";  // within their strings
+    directory.Write(name, "x");
+    const std::array<std::intmax_t, 4> costs[] = {
+        CostOf([] { return kelFile(); }),
+        CostOf([] { return kelFileInfo("n"); }),
+        CostOf([] { return kelDirectory(); }),
+        CostOf([] { return kelProcess(); }),
+        CostOf([] { return kelSharedMemory(); }),
+        CostOf([] { return kelTime(0); }),
+        CostOf([&] {  // the buffer goes with the file
+            kelFile file(name, kRead | kBuffered);
+            char byte = 0;
+            EXPECT_THAT(Statuses({file.Read(byte), file.Close()}), Each(kOk));
+            return file;
+        })};
+    EXPECT_THAT(costs, Each(ElementsAre(0, 0, 1, 0))) << "users of APR, pools, blocks, descriptors";
+    EXPECT_EQ(CostOf([] { return std::make_unique<kelAtomic>(); })[1], 0) << "pools";
+    EXPECT_EQ(CostOf([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
     const Guard armed = Arm({FaultSource::Runtime, 1000000});
     UnderFaults([&] {
-        EXPECT_TRUE(kelFile::Exists(name));
         EXPECT_EQ(kelFileInfo(name).GetSize(), 1);
-        EXPECT_EQ(kelFile::Copy(name, other, 0x644), kOk);
-        EXPECT_EQ(kelFile::Rename(other, name), kOk);
-        EXPECT_EQ(kelFile::SetPermissions(name, 0x600), kOk);
-        EXPECT_TRUE(kelFile(name, kRead | kBuffered).IsOpen());
-        EXPECT_EQ(kelFile::Delete(name), kOk);
-        EXPECT_EQ(kelDirectory::Create(other, 0x755, true), kOk);
-        EXPECT_EQ(kelDirectory::GetFileNames(".").size(), 1U);
-        EXPECT_EQ(kelDirectory::Delete(other), kOk);
+        EXPECT_THAT(
+            Statuses({kelFile::Exists(nullptr, name), kelFile::Copy(name, other, 0x644),
+                      kelFile::Rename(other, name), kelFile::SetPermissions(name, 0x600),
+                      kelFile().Open(name, kRead | kBuffered), kelFile::Delete(name),
+                      kelDirectory::Create(other, 0x755, true), kelDirectory::Delete(other)}),
+            Each(kOk));
+        EXPECT_THAT(kelDirectory::GetFileNames("."), ElementsAre());
         EXPECT_NE(kelDirectory::GetCurrentDirectory(), "");
         EXPECT_NE(kelLibrary::GetAbsoluteFileName("~/$PATH"), "~/$PATH");
     });

@@ -220,7 +220,8 @@ constexpr std::size_t kLeastStack = 16 << 10;
         pthread_attr_t attributes;
         pthread_t thread;
         pthread_attr_init(&attributes);
-        EXPECT_EQ(pthread_attr_setstacksize(&attributes, stack), 0);
+        const auto least = static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN));
+        EXPECT_EQ(pthread_attr_setstacksize(&attributes, std::max(stack, least)), 0);
         EXPECT_EQ(pthread_create(&thread, &attributes, body, &call), 0);
         EXPECT_EQ(pthread_join(thread, &result), 0);
     }

@@ -56,13 +56,17 @@ fail() {
     exit 1
 }
 
-facts() {
-    stat -c '%a %Y' "$1"
-}
-
-# whole FILE ORIGINAL
-whole() {
-    [[ -f $1 ]] && cmp -s "$1" "$2" && [[ $(facts "$1") == "$(facts "$2")" ]]
+# state FILE: missing; or whose contents it has, or a first part of the new ones, with mode and time.
+state() {
+    local size contents=broken
+    size=$(stat -c %s "$1" 2>/dev/null) || {
+        echo missing
+        return
+    }
+    ! cmp -s -n "$size" "$1" "$work/new" || contents=part
+    ! cmp -s "$1" "$work/new" || contents=new
+    ! cmp -s "$1" "$work/old" || contents=old
+    echo "$contents $(stat -c '%a %Y' "$1")"
 }
 
 # calls FILE: the name of each call in the trace, and which of this name it is, as far as it matters.
@@ -76,167 +80,117 @@ calls() {
         started && name !~ /^(getrandom|brk|mmap|munmap|mprotect)$/ { print name, seen[name] }' "$1"
 }
 
-# walk SITUATION PREPARE CHECK COMMAND...: the check gets "done" after the command has run to its end.
+# walk SITUATION COMMAND...: prepare and check are those of the operation.
 walk() {
+    local name number code count=0
     situation=$1
-    local prepare=$2 check=$3 name number code count=0
-    shift 3
+    shift
     call=
-    "$prepare"
+    prepare
     traced "$@" || fail "it fails: $(cat "$work/said")"
-    "$check" done
+    check ended
     calls "$work/trace" >"$work/calls"
     while read -r name number; do
         call="$name $number"
-        "$prepare"
+        prepare
         code=0
         traced -e trace="$name" -e inject="$name:signal=KILL:when=$number" "$@" 2>/dev/null || code=$?
         [[ $code -eq 137 ]] || fail "it was to be killed, and gave $code"
-        "$check" killed
+        check killed
         count=$((count + 1))
     done <"$work/calls"
     [[ $count -ge 2 ]] || fail "there are only $count calls"
     echo "$operation, $situation: killed before each of $count calls"
 }
 
-# originals NEW OLD: two files of these sizes.
+# originals NEW OLD: two files of these sizes, and the states of both.
 originals() {
     head -c "$1" /dev/urandom >"$work/new"
     head -c "$2" /dev/urandom >"$work/old"
     chmod 640 "$work/new"
+    chmod 604 "$work/old"
     touch -d '2001-02-03 04:05:06' "$work/new"
     touch -d '1999-01-01' "$work/old"
+    new=$(state "$work/new")
+    old=$(state "$work/old")
 }
-originals 600000 5000  # more than two blocks of those in which files are copied
 
-prepare_new() {
+prepare() {
     rm -rf "$from" "$to"
     mkdir "$from" "$to"
     cp -p "$work/new" "$from/file"
+    [[ $situation != *existing* ]] || cp -p "$work/old" "$to/file"
+    [[ $operation == mirror ]] || return 0
+    mkdir "$from/more"
+    cp -p "$work/new" "$from/more/deep"
+    cp -p "$work/old" "$from/same"
+    cp -p "$work/old" "$to/same"
+    cp -p "$work/old" "$to/vanished"
 }
 
-prepare_existing() {
-    prepare_new
-    cp -p "$work/old" "$to/file"
+# states NAME: of the source and of the target.
+states() {
+    echo "$(state "$from/$1") > $(state "$to/$1")"
 }
 
-# No name but those given in a folder.
-only() {
-    local folder=$1 entry
-    shift
-    for entry in "$folder"/* "$folder"/.[!.]*; do
-        [[ -e $entry ]] || continue
-        # shellcheck disable=SC2053
-        [[ ${entry##*/} == file || ${entry##*/} == ${1-file} ]] || fail "$entry has come up"
-    done
-}
-
-as_it_was() {
+# check ended|killed
+check() {
+    local found allowed former=missing mode='' temporary=file names
     if [[ $situation == *existing* ]]; then
-        whole "$to/file" "$work/old"
-    else
-        [[ ! -e $to/file ]]
+        former=$old
+        mode=604
     fi
-}
-
-check_copy() {
-    whole "$from/file" "$work/new" || fail "the source is not whole"
-    only "$from"
-    only "$to"
-    if [[ $1 == done ]]; then
-        cmp -s "$to/file" "$work/new" || fail "the target is not complete"
-    elif ! as_it_was; then
-        [[ -f $to/file ]] || fail "the target is missing"
-        [[ $situation != *page* ]] || cmp -s "$to/file" "$work/old" || cmp -s "$to/file" "$work/new" ||
-            fail "the target of one page is neither old nor new"
-        cmp -s "$to/file" "$work/old" || cmp -s -n "$(stat -c %s "$to/file")" "$to/file" "$work/new" ||
-            fail "the target is no beginning of the source"
-    fi
-}
-
-check_rename() {
-    local source=gone target=broken
-    [[ ! -e $from/file ]] || source=broken
-    ! whole "$from/file" "$work/new" || source=whole
-    ! as_it_was || target=former
-    ! whole "$to/file" "$work/new" || target=whole
-    case $situation:$1:$source:$target in
-        *:gone:whole | *:killed:whole:former | *volumes*:killed:whole:whole) ;;
-        *) fail "source $source, target $target" ;;
+    found=$(states file)
+    case $operation:$1:$situation in
+        *Copy:ended:*) allowed="$new > new*" ;;
+        *Copy:killed:*page*) allowed="$new > @($former|old*|new*)" ;;
+        *Copy:killed:*) allowed="$new > @($former|old*|new*|part*)" ;;
+        Rename:ended:*) allowed="missing > $new" ;;
+        Rename:killed:*volumes*)
+            allowed="@($new > $former|$new > $new|missing > $new)"
+            temporary='.zukel-*'
+            ;;
+        Rename:killed:*) allowed="@($new > $former|missing > $new)" ;;
+        Replace:ended:*) allowed="$new > new $mode*" ;;
+        Replace:killed:*)
+            allowed="$new > @($former|new $mode*)"
+            temporary='.zukel-*'
+            ;;
+        mirror:ended:*) allowed="$new > $new, $new > $new" ;;
+        mirror:killed:*)
+            allowed="$new > @($old|$new), $new > @(missing|$new)"
+            temporary='.mirror-*'
+            ;;
     esac
-    if [[ $situation == *volumes* && $1 == killed ]]; then
-        only "$from" '.zukel-*'
-        only "$to" '.zukel-*'
-    else
-        only "$from"
-        only "$to"
-    fi
-}
-
-check_replace() {
-    whole "$from/file" "$work/new" || fail "the source is not whole"
-    only "$from"
-    if [[ $1 == done ]]; then
-        only "$to"
-    else
-        only "$to" '.zukel-*'
-    fi
-    if [[ $1 == killed ]] && as_it_was; then
-        return
-    fi
-    cmp -s "$to/file" "$work/new" || fail "the target is neither old nor new"
-    [[ $situation != *existing* || $(stat -c %a "$to/file") == "$(stat -c %a "$work/old")" ]] ||
-        fail "the permissions are others"
-}
-
-prepare_mirror() {
-    rm -rf "$from" "$to"
-    cp -a "$work/trees/from" "$from"
-    cp -a "$work/trees/to" "$to"
-}
-
-check_mirror() {
-    local name
-    diff -r "$work/trees/from" "$from" >"$work/said" || fail "the source has changed"
-    for name in changed same "more/deep file"; do
-        whole "$to/$name" "$from/$name" && continue
-        [[ $1 == killed ]] || fail "$name is not whole"
-        [[ ! -e $to/$name && ! -e $work/trees/to/$name ]] || whole "$to/$name" "$work/trees/to/$name" ||
-            fail "$name is neither old nor new"
-    done
-    [[ -z $(cd "$to" && find . -mindepth 1 ! -name 'changed' ! -name same ! -name more ! -name 'deep file' \
-        ! -name vanished ! -name '.mirror-??????') ]] || fail "a name has come up"
+    [[ $operation != mirror ]] || found+=", $(states more/deep)"
+    # shellcheck disable=SC2053
+    [[ $found == $allowed ]] || fail "source > target is \"$found\", and not \"$allowed\""
+    names=$(find "$from" "$to" -mindepth 1 ! -name file ! -name "$temporary" ! -path "$from/more" \
+        ! -path "$to/more" ! -name deep ! -name same ! -path "$to/vanished")
+    [[ -z $names ]] || fail "$names has come up"
+    [[ $operation == mirror ]] || return 0
+    [[ $(states same) == "$old > $old" ]] || fail "what was the same is \"$(states same)\""
     "$program" -q --delete "$from" "$to" || fail "the next run fails"
-    diff -r "$from" "$to" >"$work/said" && whole "$to/more/deep file" "$from/more/deep file" &&
-        whole "$to/changed" "$from/changed" || fail "the next run does not make them equal"
+    diff -r "$from" "$to" >"$work/said" || fail "the next run leaves: $(cat "$work/said")"
+    found="$(states file), $(states more/deep)"
+    [[ $found == "$new > $new, $new > $new" ]] || fail "after the next run it is \"$found\""
 }
 
 from=$work/from
 to=$work/to
-case $operation in
-    Copy | NativeCopy) check=check_copy ;;
-    Rename) check=check_rename ;;
-    Replace) check=check_replace ;;
-    mirror)
-        mkdir -p "$work"/trees/{from/more,to}
-        cp -p "$work/new" "$work/trees/from/changed"
-        cp -p "$work/old" "$work/trees/to/changed"
-        cp -p "$work/old" "$work/trees/from/same"
-        cp -p "$work/old" "$work/trees/to/same"
-        cp -p "$work/new" "$work/trees/from/more/deep file"
-        cp -p "$work/old" "$work/trees/to/vanished"
-        walk "two trees" prepare_mirror check_mirror "$program" -q --delete "$from" "$to"
-        exit
-        ;;
-esac
-if [[ $check == check_copy ]]; then
-    originals 4000 3000
-    walk "existing target of a page" prepare_existing "$check" "$program" "$operation" "$from/file" "$to/file"
-    originals 600000 5000
+originals 600000 5000  # more than two blocks of those in which files are copied
+if [[ $operation == mirror ]]; then
+    walk "two existing trees" "$program" -q --delete "$from" "$to"
+    exit
 fi
 for target in new existing; do
-    walk "$target target" "prepare_$target" "$check" "$program" "$operation" "$from/file" "$to/file"
+    walk "$target target" "$program" "$operation" "$from/file" "$to/file"
 done
+if [[ $operation == *Copy ]]; then
+    originals 4000 3000
+    walk "existing target of a page" "$program" "$operation" "$from/file" "$to/file"
+    originals 600000 5000
+fi
 [[ $operation != Replace ]] || exit 0
 if [[ -z $other || $(stat -c %d "$other") == "$(stat -c %d "$work")" ]]; then
     echo "Across volumes: nothing tried, /dev/shm is no other one"
@@ -244,6 +198,5 @@ if [[ -z $other || $(stat -c %d "$other") == "$(stat -c %d "$work")" ]]; then
 fi
 to=$other/to
 for target in new existing; do
-    walk "$target target, two volumes" "prepare_$target" "$check" \
-        "$program" "$operation" "$from/file" "$to/file"
+    walk "$target target, two volumes" "$program" "$operation" "$from/file" "$to/file"
 done

@@ -1,22 +1,17 @@
 // Moves to another volume beside others who write to the source, remove it or put another file in
 // its place. Most are made by the function below `Rename`, so that they need no second volume.
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "linux/Users.h"
 #include "platform/FileOperations.h"
-#include "support/Faults.h"
 
 using namespace zukel::test;
 using Moves = InMemory;
 
 namespace {
 
-bool Move(const std::string& from, const std::string& to) {
-    return UnderFaults(
-        [&] { return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()) == 0; });
+int Move(const std::string& from, const std::string& to) {
+    const auto move = [&] { return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()); };
+    return UnderFaults(move) == 0 ? kOk : kFailed;
 }
 
 /// Opens the source, writes to it and closes it, as a logger does; false if it could not.
@@ -32,58 +27,53 @@ std::string Moved() {
 }
 
 TEST_F(Moves, WhatIsWrittenBeforeAnyCall_IsThereAfterIt) {
-    // The last two leave no trace in size and time.
-    const auto keepTime = [](const char* name, const std::function<bool()>& change) {
-        const auto time = fs::exists("from") ? fs::last_write_time("from") : fs::file_time_type();
-        const bool changed = fs::exists("from") && change();
-        return changed ? fs::last_write_time(name, time), true : false;
-    };
     const auto append = [] { return Put("more\n", O_APPEND | O_NONBLOCK); };
     const auto restrict = [] { return chmod("from", 0400) == 0; };
-    const auto overwrite = [&] { return keepTime("from", [] { return Put("LINE", O_NONBLOCK); }); };
+    const auto overwrite = [] { return Put("LINE", O_NONBLOCK); };
     const auto replace = [&] {
-        return keepTime("new", [&] { return !directory.Write("new", "LINE\n").empty(); }) &&
-               std::rename("new", "from") == 0;
+        return fs::exists("from") &&
+               std::rename(directory.Write("new", "LINE\n").c_str(), "from") == 0;
     };
     const std::vector<const char*> few = {"fstatat", "fsync", "renameat2"};
     const std::vector<const char*> all = {"fcntl",     "fstatat",  "fsync", "openat",
                                           "renameat2", "unlinkat", "write"};
     const struct Row {
         const char* name;
-        bool heldOpen;  ///< For writing: the system lends no lease then.
         std::vector<const char*> calls;
         std::function<bool()> meddle;
         const char* result;
-    } rows[] = {{"append", false, all, append, "line\nmore\n"},
-                {"append to an open file", true, few, append, "line\nmore\n"},
-                {"restrict", false, all, restrict, "line\n"},
-                {"replace", false, all, replace, "LINE\n"},
-                {"overwrite", false, all, overwrite, "LINE\n"}};
+        bool keepsTime = false;  ///< And the size: it leaves no trace in them.
+        bool heldOpen = false;   ///< For writing: the system lends no lease then.
+    } rows[] = {{"append", all, append, "line\nmore\n"},
+                {"append to an open file", few, append, "line\nmore\n", false, true},
+                {"restrict", all, restrict, "line\n"},
+                {"replace", all, replace, "LINE\n", true},
+                {"overwrite", all, overwrite, "LINE\n", true}};
     // Meddles before the nth call of that name; false if there are fewer.
     const auto step = [&](const Row& row, const char* call, int nth) {
         SCOPED_TRACE(std::string(row.name) + " before " + call + " " + std::to_string(nth));
         fs::permissions(directory.Write("from", "line\n"), fs::perms(0644));
         const int holder = row.heldOpen ? open("from", O_WRONLY) : -1;
+        const auto time = fs::last_write_time("from");
         bool done = false;
         unsigned mode = 0644;
         int calls = 0;
         const Guard meanwhile = AtCall(call, [&] {
-            if (++calls == nth) {
-                done = row.meddle();
-                mode = done ? ModeOf("from") : mode;
+            if (++calls == nth && row.meddle()) {
+                done = true;
+                mode = ModeOf("from");
+                fs::last_write_time("from", row.keepsTime ? time : fs::last_write_time("from"));
             }
             return 0;
         });
-        const bool moved = Move("from", "to");
+        const int status = Move("from", "to");
         close(holder);
-        std::vector<std::string> texts;
-        for (const auto& file : fs::directory_iterator(".")) {
-            texts.push_back(ReadWhole(file.path()));
-        }
+        const auto texts = TextsIn(".");
         EXPECT_THAT(texts, testing::Contains(done ? row.result : "line\n"));
-        EXPECT_EQ(texts.size(), fs::exists("from") && moved ? 2U : 1U) << "a name is left";
+        const bool isThereAgain = status == kOk && fs::exists("from");
+        EXPECT_EQ(texts.size(), isThereAgain ? 2U : 1U) << "a name is left";
         EXPECT_EQ(ModeOf(Moved()), mode);
-        EXPECT_TRUE(moved || calls >= nth) << "failed without cause";
+        EXPECT_THAT(status, testing::AnyOf(kOk, calls < nth ? kOk : kFailed)) << "without cause";
         fs::remove("from"), fs::remove("to");
         return calls >= nth;
     };
@@ -116,72 +106,75 @@ TEST_F(Moves, TheNewNameIsSyncedAndTheFormerTargetNeverLost) {
     for (int nth = 1; strikes; ++nth) {
         const TemporaryDirectory around("/dev/shm");
         around.Write("from", "new"), around.Write("to", "old");
-        const Guard stuck = AtCall("renameat", [] { return EIO; });
-        const Guard fails = Arm({FaultSource::System, nth, true});
-        const bool moved = Move(around / "from", around / "to");
+        const Guard stuck = Failing("renameat", EIO), fails = Arm({FaultSource::System, nth, true});
+        const int status = Move(around / "from", around / "to");
         strikes = !fault.struck.empty();
-        std::vector<std::string> texts;
-        for (const auto& file : fs::directory_iterator(around.Path())) {
-            texts.push_back(ReadWhole(file.path()));
-        }
-        EXPECT_THAT(texts, testing::Contains(moved ? "new" : "old")) << nth << fault.struck;
+        EXPECT_THAT(TextsIn(around.Path()), testing::Contains(status == kOk ? "new" : "old"))
+            << "call " << nth << ", " << fault.struck;
     }
     for (const int error : {EIO, EINVAL, ENOSYS, ENOTSUP, EROFS}) {
         directory.Write("from", "new");
-        const Guard unsynced = AtCall("fsync", [error] { return error; });
-        EXPECT_EQ(Move("from", "to"), error != EIO) << std::strerror(error);
+        const Guard unsynced = Failing("fsync", error);
+        EXPECT_EQ(Move("from", "to"), error == EIO ? kFailed : kOk) << std::strerror(error);
         EXPECT_EQ(fs::exists("from"), error == EIO) << std::strerror(error);
     }
     std::vector<std::string> synced;
     directory.Write("from", "new"), directory.Write("to", "old");
     const Guard sync = AtCall("fsync", [&] { return synced.push_back(ReadWhole("to")), 0; });
-    EXPECT_TRUE(Move("from", "to"));
+    EXPECT_EQ(Move("from", "to"), kOk);
     EXPECT_THAT(synced, ElementsAre("old", "new")) << "the file, then its name";
     directory.Write("from", "newest");
     int renamed = 0;
     const Guard gone = AtCall("renameat2", [&] { return ++renamed == 2 ? unlink("from") : 0; });
-    EXPECT_TRUE(Move("from", "to")) << "gone by itself";
+    EXPECT_EQ(Move("from", "to"), kOk) << "gone by itself";
     EXPECT_EQ(ReadWhole("to"), "newest");
 }
 
 TEST_F(Moves, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     const TemporaryDirectory disk;
-    const std::string file = disk.Write("file", "0123456789abcdef");
-    const auto time = fs::last_write_time(file) - std::chrono::nanoseconds(1234567890123);
+    const std::string file = disk.Write("file", "0123456789abcdef"), pipe = disk / "pipe";
+    const std::string link = disk / "link";
+    const auto written = fs::last_write_time(file);
     if (std::rename(file.c_str(), "to") == 0) {
         GTEST_SKIP() << "there is no second volume";
     }
-    std::ofstream holder(file, std::ios::app);  // no lease is lent, for which a change would wait
-    const std::function<void()> changes[] = {
-        [&] { fs::resize_file(file, 9); }, [&] { fs::rename(disk.Write("other"), file); },
-        [&] {
-            fs::last_write_time(file, fs::last_write_time(file) + std::chrono::nanoseconds(1));
-        }};
-    for (const auto& change : changes) {
-        const Guard copied = AtCall("fsync", [&] { return change(), 0; });
-        EXPECT_EQ(UnderFaults([&] { return kelFile::Rename(file, "to"); }), kFailed);
-        EXPECT_EQ(directory.Count(), 0);
-        EXPECT_TRUE(fs::exists(file));
-    }
     {
-        const Guard taken = AtCall("openat", [] { return EEXIST; });
+        std::ofstream holder(file, std::ios::app);  // no lease is lent, which a change waits for
+        const std::function<int()> changes[] = {
+            [&] { return fs::resize_file(file, 9), 0; },
+            [&] { return fs::rename(disk.Write("other"), file), 0; },
+            [&] { return fs::last_write_time(file, written - std::chrono::nanoseconds(1)), 0; }};
+        for (const auto& change : changes) {
+            const Guard copied = AtCall("fsync", change);
+            EXPECT_EQ(UnderFaults([&] { return kelFile::Rename(file, "to"); }), kFailed);
+            EXPECT_EQ(directory.Count(), 0);
+            EXPECT_TRUE(fs::exists(file));
+        }
+        const Guard taken = Failing("openat", EEXIST);
         EXPECT_EQ(UnderFaults([&] { return kelFile::Rename(file, "to"); }), kFailed);
     }
-    EXPECT_EQ(kelFile::Rename(file, directory.Path()), kFailed) << "a directory";
-    EXPECT_EQ(mkfifo((disk / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(kelFile::Rename(disk / "pipe", "to"), kFailed) << "a pipe";
-    fs::permissions(file, fs::perms(04751));
-    fs::last_write_time(file, time);
-    EXPECT_EQ(kelFile::Rename(file, "to"), kOk);
+    EXPECT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto time = written - std::chrono::nanoseconds(1234567890123);
+    fs::permissions(file, fs::perms(04751)), fs::last_write_time(file, time);
+    fs::create_symlink("anywhere", link);
+    const timespec moment[] = {{1, 0}, {2, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, link.c_str(), moment, AT_SYMLINK_NOFOLLOW), 0);
+    const struct {
+        const char* what;
+        std::string from, to;
+        int status;
+    } rows[] = {{"onto a directory", file, directory.Path(), kFailed},
+                {"of a pipe", pipe, "to", kFailed},
+                {"to no name", file, directory / "", kFailed},
+                {"there", file, "to", kOk},
+                {"back", "to", file, kOk},
+                {"to a name with a folder", file, directory / "to", kOk},
+                {"of a link", link, "link", kOk}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(kelFile::Rename(row.from, row.to), row.status) << row.what;
+    }
     EXPECT_EQ(ModeOf("to"), 04751U);
     EXPECT_EQ(fs::last_write_time("to"), time);
-    EXPECT_EQ(kelFile::Rename("to", file), kOk);
-    EXPECT_EQ(kelFile::Rename(file, directory / "to"), kOk) << "with a folder";
-    EXPECT_EQ(kelFile::Rename("to", disk / ""), kFailed) << "no name at all";
-    const timespec moment[] = {{1, 0}, {2, 0}};
-    fs::create_symlink("anywhere", disk / "link");
-    EXPECT_EQ(utimensat(AT_FDCWD, (disk / "link").c_str(), moment, AT_SYMLINK_NOFOLLOW), 0);
-    EXPECT_EQ(kelFile::Rename(disk / "link", "link"), kOk);
     EXPECT_EQ(fs::read_symlink("link"), "anywhere");
     EXPECT_EQ(kelFileInfo("link").GetLastModifiedTime(), 2000000);
 }

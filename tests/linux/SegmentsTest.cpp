@@ -1,31 +1,14 @@
 // Segments on Linux: whose they are, what is refused, and which names are removed.
 
-#include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
 
 #include "linux/Users.h"
-#include "support/Faults.h"
+#include "platform/linux/SegmentNames.h"
 
 using namespace zukel::test;
 using Memory = kelSharedMemory;
 
 namespace {
-
-/// The file behind a segment: what is mapped at its address.
-std::string PathOf(const Memory& memory) {
-    std::ifstream maps("/proc/self/maps");
-    const auto base = reinterpret_cast<std::uintptr_t>(memory.GetBaseAddress()) - 8;
-    for (std::string line; std::getline(maps, line);) {
-        if (std::stoull(line, nullptr, 16) == base) {
-            return line.substr(line.find('/'));
-        }
-    }
-    return "nothing is mapped";
-}
 
 /// The bytes of a segment file that says of itself that it has `whole` bytes.
 std::string Bytes(std::uint64_t whole, std::size_t size) {
@@ -40,6 +23,7 @@ struct Segments : InDirectory {
     int Attach() const { return Memory().Attach(name); }
 
     const std::string name = directory / "segment";
+    const std::string path = zukel::platform::SegmentPath(name.c_str()).Text();
 };
 
 TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
@@ -48,29 +32,22 @@ TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
         int error;  ///< Of a call that changes the permissions.
         int status;
     } rows[] = {{0, EPERM, kOk}, {077, EPERM, kOk}, {0777, 0, kOk}, {0777, EPERM, kFailed}};
-    for (const auto& [mask, error, status] : rows) {
-        SCOPED_TRACE(mask);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << "umask " << row.mask << ", error " << row.error);
         Memory memory;
-        int signals = 1;  // that come in between
-        const Guard reserved = AtCall("posix_fallocate", [&] { return signals-- > 0 ? EINTR : 0; });
-        EXPECT_EQ(UnderFaults([&] { return memory.Create(100, name + "interrupted"); }), kOk);
-        Memory other;
-        const Guard changed = AtCall("fchmod", [error = error] { return error; });
-        const mode_t former = umask(mask);
-        EXPECT_EQ(UnderFaults([&] { return other.Create(100, name); }), status);
+        const Guard changed = Failing("fchmod", row.error);
+        const mode_t former = umask(row.mask);
+        EXPECT_EQ(UnderFaults([&] { return memory.Create(100, name); }), row.status);
         umask(former);
-        EXPECT_EQ(Attach(), status);
-        if (status == kOk) {
-            EXPECT_EQ(ModeOf(PathOf(other)), 0600U);
-        }
-        EXPECT_EQ(Memory().Remove(name), status) << "a failure leaves no name";
+        EXPECT_EQ(Attach(), row.status);
+        EXPECT_EQ(row.status == kOk ? ModeOf(path) : 0600U, 0600U);
+        EXPECT_EQ(Memory().Remove(name), row.status) << "a failure leaves no name";
     }
+    const Guard interrupted = Failing("posix_fallocate", EINTR, 1, 1);
+    EXPECT_EQ(UnderFaults([&] { return Memory().Create(100, name); }), kOk);
 }
 
 TEST_F(Segments, ThatAreNotWholeOrOfStrangers_AreRefused) {
-    Memory memory;
-    ASSERT_EQ(memory.Create(100, name), kOk);
-    const std::string path = PathOf(memory);
     const struct {
         const char* what;
         std::string bytes;
@@ -94,28 +71,22 @@ TEST_F(Segments, ThatAreNotWholeOrOfStrangers_AreRefused) {
         {"of a stranger", Bytes(108, 108), 0600, kNobody, kFailed},
         {"of a stranger, for all", Bytes(108, 108), 0666, kNobody, kFailed},
     };
-    for (const auto& [what, bytes, mode, owner, status] : rows) {
-        SCOPED_TRACE(what);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
         fs::remove(path);
-        std::ofstream(path, std::ios::binary) << bytes;
-        fs::permissions(path, fs::perms(mode));
-        if (owner != 0) {
-            if (geteuid() != 0) {
-                continue;
-            }
-            ASSERT_EQ(chown(path.c_str(), owner, owner), 0);
+        std::ofstream(path, std::ios::binary) << row.bytes;
+        fs::permissions(path, fs::perms(row.mode));
+        if (row.owner != 0 && chown(path.c_str(), row.owner, row.owner) != 0) {
+            continue;  // for root alone
         }
         Memory attached;
-        EXPECT_EQ(attached.Attach(name), status);
-        EXPECT_EQ(attached.GetSize(), status == kOk ? bytes.size() - 8 : 0U);
+        EXPECT_EQ(attached.Attach(name), row.status);
+        EXPECT_EQ(attached.GetSize(), row.status == kOk ? row.bytes.size() - 8 : 0U);
     }
-    fs::remove(path);
 }
 
 TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
-    Memory memory;
-    ASSERT_EQ(memory.Create(100, name), kOk);
-    const std::string path = PathOf(memory), whole = directory.Write("whole", Bytes(108, 108));
+    const std::string whole = directory.Write("whole", Bytes(108, 108));
     const std::pair<const char*, std::function<void()>> rows[] = {
         {"a pipe", [&] { EXPECT_EQ(mkfifo(path.c_str(), 0600), 0); }},
         {"a link", [&] { fs::create_symlink(whole, path); }},
@@ -123,42 +94,44 @@ TEST_F(Segments, WhateverHasTheName_IsRemovedAsFarAsTheSystemLetsIt) {
     };
     for (const auto& [what, make] : rows) {
         SCOPED_TRACE(what);
-        fs::remove(path);
         const Guard user = Unprivileged();
         make();
         EXPECT_EQ(Attach(), kFailed);
         EXPECT_EQ(Memory().Remove(name), kOk);
-        EXPECT_FALSE(fs::is_symlink(path) || fs::exists(path));
+        EXPECT_EQ(fs::symlink_status(path).type(), fs::file_type::not_found);
         EXPECT_EQ(Memory().Remove(name), kFailed) << "there is none";
     }
-    EXPECT_TRUE(fs::exists(whole));
-    {
-        Memory owner;
-        const Guard missing = AtCall("open", [] { return ENOENT; });
-        EXPECT_EQ(owner.Create(100, name), kOk);
-        EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
-        EXPECT_EQ(Attach(), kOk) << "made when there was none to be removed";
-    }
-    for (const uid_t owner : {geteuid(), kNobody}) {
-        SCOPED_TRACE(owner);
-        fs::copy(whole, path);
-        if (owner != geteuid() && (geteuid() != 0 || chown(path.c_str(), owner, owner) != 0)) {
-            continue;
+    EXPECT_TRUE(fs::exists(whole)) << "what the link led to";
+    const Guard missing = Failing("open", ENOENT);
+    Memory memory;
+    ASSERT_EQ(memory.Create(100, name), kOk);
+    EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+    EXPECT_EQ(Attach(), kOk) << "made when there was none to be removed";
+}
+
+TEST_F(Segments, RemovalsWaitForOneAnotherButNotForAStranger) {
+    const auto remove = [&] { return Memory().Remove(name); };
+    const struct {
+        const char* whose;
+        uid_t owner;
+        int locked, unlocked;  ///< What a removal returns while another holds the lock, and then.
+    } rows[] = {{"one's own", geteuid(), kFailed, kOk}, {"a stranger's", kNobody, kOk, kFailed}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.whose);
+        std::ofstream(path) << "whatever";
+        if (chown(path.c_str(), row.owner, static_cast<gid_t>(-1)) != 0) {
+            continue;  // for root alone
         }
-        const int locked = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        EXPECT_EQ(flock(locked, LOCK_EX), 0) << "as one does that stops in a removal";
-        EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kOk : kFailed);
-        EXPECT_EQ(fs::exists(path), owner != kNobody);
-        close(locked);
-        int copy = -1;  // of the descriptor, as a fork makes it
+        const int lock = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        EXPECT_EQ(flock(lock, LOCK_EX), 0) << "as one does that stops in a removal";
+        EXPECT_EQ(remove(), row.locked);
+        close(lock);
+        int copy = -1;  // of the descriptor, which gets the number of the lock; as a fork makes it
         {
-            const Guard copied = AtCall("unlink", [&] {
-                copy = dup(0);
-                return dup2(copy - 1, copy), EPERM;
-            });
-            EXPECT_EQ(UnderFaults([&] { return Memory().Remove(name); }), kFailed);
+            const Guard copied = AtCall("unlink", [&] { return copy = dup(lock), EPERM; });
+            EXPECT_EQ(UnderFaults(remove), kFailed);
         }
-        EXPECT_EQ(Memory().Remove(name), owner == kNobody ? kFailed : kOk);
+        EXPECT_EQ(remove(), row.unlocked);
         close(copy);
     }
 }
@@ -188,20 +161,19 @@ TEST_F(Segments, WhoseNameAnotherRemoves_LeaveANewOneUnderItAlone) {
         for (const std::string before : {"open", "unlink", "posix_fallocate"}) {
             SCOPED_TRACE(end.what + (", before " + before));
             Memory owner, attached, next;
-            ASSERT_EQ(owner.Create(100, name), kOk);
-            ASSERT_EQ(attached.Attach(name), kOk);
+            ASSERT_THAT(Statuses({owner.Create(100, name), attached.Attach(name)}), Each(kOk));
             std::thread rival;
+            int waits = 50;
             std::atomic<bool> created{false};
+            const auto replace = [&] {
+                Memory().Remove(name);
+                created = next.Create(50, name) == kOk;
+            };
             {
                 const Guard during = AtCall(before.c_str(), [&] {
-                    if (!rival.joinable()) {
-                        rival = std::thread([&] {
-                            Memory().Remove(name);
-                            created = next.Create(50, name) == kOk;
-                        });
-                        for (int wait = 0; wait < 50 && !created; ++wait) {  // for a lock, in vain
-                            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                        }
+                    rival = rival.joinable() ? std::move(rival) : std::thread(replace);
+                    for (; waits > 0 && !created; --waits) {  // for a lock, in vain
+                        std::this_thread::sleep_for(std::chrono::milliseconds(1));
                     }
                     return before == "posix_fallocate" ? ENOSPC : 0;
                 });
@@ -209,7 +181,7 @@ TEST_F(Segments, WhoseNameAnotherRemoves_LeaveANewOneUnderItAlone) {
             }
             if (rival.joinable()) {
                 rival.join();
-                const bool takesAny = end.what == std::string("Remove") && before == "open";
+                const bool takesAny = end.what + before == "Removeopen";
                 EXPECT_EQ(Attach(), takesAny ? kFailed : kOk);
             }
         }
@@ -231,16 +203,12 @@ TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     for (const End& end : kEnds) {
         SCOPED_TRACE(end.what);
         Memory owner, attached;
-        ASSERT_EQ(owner.Create(100, name), kOk);
-        ASSERT_EQ(attached.Attach(name), kOk);
+        ASSERT_THAT(Statuses({owner.Create(100, name), attached.Attach(name)}), Each(kOk));
         InForkedCopy([&] { end.call(end.owner ? owner : attached, name); });
         EXPECT_EQ(Attach(), &end == kEnds ? kOk : kFailed) << "what is asked for is done";
     }
     Memory empty;
-    InForkedCopy([&] {
-        empty.Create(100, name);
-        empty = Memory();
-    });
+    InForkedCopy([&] { empty.Create(100, name), empty = Memory(); });
     EXPECT_EQ(Attach(), kFailed) << "made by the copy itself";
 }
 

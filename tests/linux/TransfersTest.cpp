@@ -1,22 +1,16 @@
 // Copies and moves on Linux beside limits, access lists, sandboxes and volumes that lack
 // something. A move is made by the function below `Rename`, so that it needs no second volume.
 
-#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <cstddef>
 
 #include "linux/Users.h"
 #include "platform/FileOperations.h"
-#include "support/Faults.h"
 
 using namespace zukel::test;
 using Transfers = InMemory;
@@ -24,22 +18,23 @@ using TransfersOnDisk = InDirectory;
 
 namespace {
 
+/// A way to transfer a file, under the faults that are armed.
 struct Way {
     std::string name;
-    std::function<bool(const std::string&, const std::string&)> transfer;
+    std::function<int(const std::string&, const std::string&)> transfer;
 
-    /// The same with faults.
-    bool operator()(const std::string& from, const std::string& to) const {
+    int operator()(const std::string& from, const std::string& to) const {
         return UnderFaults([&] { return transfer(from, to); });
     }
 };
 const Way kCopy{"Copy", [](auto& from, auto& to) {
-                    return kelFile::Copy(from, to, kelFileInfo::PermissionOfSource) == kOk;
+                    return kelFile::Copy(from, to, kelFileInfo::PermissionOfSource);
                 }};
 const Way kNativeCopy{"NativeCopy",
-                      [](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0) == kOk; }};
+                      [](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0); }};
 const Way kMove{"Move", [](auto& from, auto& to) {
-                    return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()) == 0;
+                    const int error = zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str());
+                    return error == 0 ? kOk : kFailed;
                 }};
 const Way kCopies[] = {kCopy, kNativeCopy}, kWays[] = {kCopy, kNativeCopy, kMove};
 
@@ -69,56 +64,58 @@ void InSandbox(unsigned call, std::size_t argument, unsigned bits, unsigned erro
     }).join();
 }
 
-TEST_F(Transfers, LimitsAndLostReaders_AreFailuresAndNoSignalsOfTheProgram) {
+TEST_F(Transfers, AboveTheLimitOfSizes_FailWithoutAPartOrASignalOfTheProgram) {
     directory.Write("from", Noise(400000));
-    const rlimit limit{100000, RLIM_INFINITY}, none{RLIM_INFINITY, RLIM_INFINITY};
     sigset_t own, pending, blocked;
     sigemptyset(&own);
     sigaddset(&own, SIGXFSZ);
-    for (const bool isPending : {false, true}) {  // a signal of the program's own
+    for (const bool isPending : {false, true}) {
         if (isPending) {
-            pthread_sigmask(SIG_BLOCK, &own, nullptr);
-            raise(SIGXFSZ);
+            pthread_sigmask(SIG_BLOCK, &own, nullptr), raise(SIGXFSZ);
         }
         for (const Way& way : kWays) {
             for (const bool exists : {false, true}) {
-                SCOPED_TRACE(way.name + (exists ? " to a file" : ""));
+                SCOPED_TRACE(way.name + (exists ? " to a file" : " to a new name") +
+                             (isPending ? ", the program has the signal pending" : ""));
+                const std::size_t former = exists && way.name == "Move" ? 3 : 0;
                 fs::create_hard_link(exists ? directory.Write("to", "old") : "from", "hard");
-                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-                EXPECT_FALSE(way.transfer("from", "to"));
-                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-                EXPECT_EQ(fs::exists("to"), exists && way.name == "Move") << "a part is left";
-                EXPECT_EQ(fs::file_size("hard"), !exists ? 400000U : way.name == "Move" ? 3U : 0U);
+                LimitFileSize(100000);
+                EXPECT_EQ(way("from", "to"), kFailed);
+                LimitFileSize(RLIM_INFINITY);
+                EXPECT_EQ(fs::exists("to"), former != 0) << "a part is left";
+                EXPECT_EQ(fs::file_size("hard"), exists ? former : 400000);
                 EXPECT_EQ(fs::file_size("from"), 400000U);
-                EXPECT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
+                pthread_sigmask(SIG_BLOCK, nullptr, &blocked), sigpending(&pending);
                 EXPECT_EQ(sigismember(&blocked, SIGXFSZ), isPending);
-                EXPECT_EQ(sigismember(&blocked, SIGIO), 0);
-                EXPECT_EQ(sigpending(&pending), 0);
                 EXPECT_EQ(sigismember(&pending, SIGXFSZ), isPending);
+                EXPECT_EQ(sigismember(&blocked, SIGIO), 0);
                 fs::remove("hard"), fs::remove("to");
             }
         }
     }
-    ASSERT_EQ(mkfifo("pipe", 0600), 0);
-    for (const Way& way : kCopies) {
-        SCOPED_TRACE(way.name);
-        std::thread reader([] { std::ifstream("pipe").get(); });
-        EXPECT_FALSE(way.transfer("from", "pipe"));
-        reader.join();
-        EXPECT_FALSE(way.transfer("pipe", "pipe")) << "this would wait for ever";
-        EXPECT_TRUE(fs::is_fifo("pipe"));
-        EXPECT_FALSE(way.transfer("from", "/dev/full"));
-    }
 }
 
-TEST_F(Transfers, SourcesThatCannotBeRead_LeaveTheTarget) {
-    directory.Write("to", "old");
+TEST_F(Transfers, ThatCannotBeMade_FailAndLeaveTheTarget) {
+    directory.Write("from", Noise(400000)), directory.Write("to", "old");
     fs::create_directory("folder");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    const struct {
+        const char *from, *to;
+    } rows[] = {{"missing", "to"},
+                {"folder", "to"},
+                {"/proc/self/mem", "to"},
+                {"from", "/dev/full"},
+                {"pipe", "pipe"}};  // which would wait for ever
     for (const Way& way : kCopies) {
-        for (const char* const from : {"missing", "folder", "/proc/self/mem"}) {
-            EXPECT_FALSE(way.transfer(from, "to")) << way.name << " from " << from;
-            EXPECT_EQ(ReadWhole("to"), "old") << way.name << " from " << from;
+        for (const auto& row : rows) {
+            SCOPED_TRACE(way.name + " from " + row.from + " to " + row.to);
+            EXPECT_EQ(way(row.from, row.to), kFailed);
+            EXPECT_EQ(ReadWhole("to"), "old");
         }
+        std::thread reader([] { std::ifstream("pipe").get(); });
+        EXPECT_EQ(way("from", "pipe"), kFailed) << way.name << ", and its reader leaves";
+        reader.join();
+        EXPECT_TRUE(fs::is_fifo("pipe")) << way.name;
     }
 }
 
@@ -141,6 +138,13 @@ TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
         const ssize_t size = getxattr(name, kAccessList, value, sizeof value);
         return std::string(value, size > 0 ? static_cast<std::size_t>(size) : 0);
     };
+    // Makes the source, with this list in the place of that of the directory; returns the list.
+    const auto make = [&](const std::string& entries, unsigned mode) {
+        const std::string list = AccessList(entries), from = directory.Write("from");
+        fs::permissions("from", fs::perms(mode));
+        EXPECT_EQ(setxattr("from", kAccessList, list.data(), list.size(), 0), 0) << entries;
+        return list;
+    };
     const struct {
         const char* list;
         unsigned mode, alone;  ///< As it shows, and on a volume without lists.
@@ -154,62 +158,50 @@ TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
     if (setxattr(".", "system.posix_acl_default", folders.data(), folders.size(), 0) != 0) {
         GTEST_SKIP() << "no access lists here";
     }
-    for (int nth = 1; nth < 9; ++nth) {
-        const std::string own = AccessList(rows[1].list), from = directory.Write("from");
-        EXPECT_EQ(setxattr("from", kAccessList, own.data(), own.size(), 0), 0);
-        const Guard armed = Arm({FaultSource::Memory, nth, true});
-        EXPECT_TRUE(!kCopy("from", "to") || get("to") == own) << "without memory for block " << nth;
-        fs::remove("to");
-    }
     for (const auto& row : rows) {
         for (const Way& way : kWays) {
             for (const int error : {0, ENOTSUP}) {
                 SCOPED_TRACE(way.name + ", " + row.list + (error == 0 ? "" : ", kept nowhere"));
-                const std::string own = AccessList(row.list), from = directory.Write("from");
-                removexattr("from", kAccessList);
-                fs::permissions("from", fs::perms(row.mode));
-                if (!own.empty()) {
-                    EXPECT_EQ(setxattr("from", kAccessList, own.data(), own.size(), 0), 0);
-                }
-                const Guard lacking = AtCall("fsetxattr", [&] { return error; });
-                EXPECT_TRUE(way("from", "to"));
-                EXPECT_EQ(get("to"), error == 0 ? own : "");
+                const std::string list = make(row.list, row.mode);
+                const Guard lacking = Failing("fsetxattr", error);
+                EXPECT_EQ(way("from", "to"), kOk);
+                EXPECT_EQ(get("to"), error == 0 ? list : "");
                 EXPECT_EQ(ModeOf("to"), error == 0 ? row.mode : row.alone);
                 fs::remove("to");
             }
         }
+    }
+    const std::string list = make(rows[1].list, 0640);
+    for (int nth = 1; nth < 9; ++nth) {
+        const Guard armed = Arm({FaultSource::Memory, nth, true});
+        EXPECT_EQ(get("to"), kCopy("from", "to") == kOk ? list : "") << "no memory at " << nth;
+        fs::remove("to");
     }
 }
 
 TEST_F(Transfers, RefusedAndInterruptedCalls_FailNothing) {
     const TemporaryDirectory disk;  // where copies sync nothing
     const std::string text = Noise(1100000);
-    const struct {
-        std::vector<const char*> calls;
-        std::vector<int> errors;
-    } rows[] = {{{"fchmod", "fchown", "futimens", "fremovexattr", "fgetxattr", "flistxattr",
-                  "copy_file_range", "ioctl", "fallocate", "mmap", "renameat2", "fcntl"},
-                 {ENOSYS, EACCES, EPERM, ENOTSUP, EINVAL}},
-                {{"open", "openat", "read", "write", "ftruncate", "copy_file_range", "ioctl",
-                  "fallocate", "fsync"},
-                 {EINTR}}};
-    const auto tryIt = [&](const Way& way, const char* call, int error) {
-        const TemporaryDirectory& place = way.name == "Move" ? directory : disk;
-        const std::string from = place.Write("from", text), to = place.Write("to", "old");
-        SCOPED_TRACE(way.name + ": " + call + ", " + std::strerror(error));
-        int calls = 0;
-        const Guard at = AtCall(call, [&] { return error != EINTR || ++calls == 1 ? error : 0; });
-        EXPECT_TRUE(way(from, to));
-        EXPECT_TRUE(ReadWhole(to) == text);
-    };
-    for (const auto& row : rows) {
-        for (const char* call : row.calls) {
-            for (const int error : row.errors) {
-                for (const Way& way : kWays) {
-                    tryIt(way, call, error);
-                }
-            }
+    const auto transfer = [&](const char* call, int error, int last) {
+        for (const Way& way : kWays) {
+            SCOPED_TRACE(way.name + ": " + call + ", " + std::strerror(error));
+            const TemporaryDirectory& place = way.name == "Move" ? directory : disk;
+            const std::string from = place.Write("from", text), to = place.Write("to", "old");
+            const Guard failing = Failing(call, error, 1, last);
+            EXPECT_EQ(way(from, to), kOk);
+            EXPECT_TRUE(ReadWhole(to) == text) << "other contents";
         }
+    };
+    for (const char* call :
+         {"fchmod", "fchown", "futimens", "fremovexattr", "fgetxattr", "flistxattr",
+          "copy_file_range", "ioctl", "fallocate", "mmap", "renameat2", "fcntl"}) {
+        for (const int error : {ENOSYS, EACCES, EPERM, ENOTSUP, EINVAL}) {
+            transfer(call, error, INT_MAX);
+        }
+    }
+    for (const char* call : {"open", "openat", "read", "write", "ftruncate", "copy_file_range",
+                             "ioctl", "fallocate", "fsync"}) {
+        transfer(call, EINTR, 1);
     }
 }
 
@@ -217,102 +209,100 @@ TEST_F(TransfersOnDisk, Contents_AreWholeWhateverTheKernelCopies) {
     const std::string text = Noise(3U << 20U);
     directory.Write("from", text);
     InSandbox(SYS_copy_file_range, 4, 1U << 30U, 0, [&] {
-        EXPECT_TRUE(kCopy.transfer("from", "to"));
+        EXPECT_EQ(kCopy("from", "to"), kOk);
         EXPECT_TRUE(ReadWhole("to") == text) << "the kernel said that there is no more";
     });
     for (const char* call : {"fallocate", "mmap", "write", "munmap", "copy_file_range"}) {
         SCOPED_TRACE(std::string("the source is truncated before ") + call);
         directory.Write("from", text);
-        {
-            const Guard shrinks = AtCall(call, [] { return fs::resize_file("from", 1234567), 0; });
-            EXPECT_TRUE(kCopy("from", "to"));
-        }
+        const Guard shrinks = AtCall(call, [] { return fs::resize_file("from", 1234567), 0; });
+        EXPECT_EQ(kCopy("from", "to"), kOk);
         EXPECT_TRUE(ReadWhole("to") == text.substr(0, 1234567)) << "a tail of zeros";
         EXPECT_LT(BlocksOf("to"), 2600) << "room stays reserved";
     }
     fs::resize_file("from", 16U << 20U);
     for (const Way& way : kCopies) {
-        EXPECT_TRUE(way.transfer("from", "to")) << way.name;
+        SCOPED_TRACE(way.name + " of a file with holes");
+        EXPECT_EQ(way("from", "to"), kOk);
         EXPECT_LE(BlocksOf("to"), BlocksOf("from") + 16) << "holes are filled";
-        EXPECT_TRUE(ReadWhole("to") == ReadWhole("from"));
+        EXPECT_TRUE(ReadWhole("to") == ReadWhole("from")) << "other contents";
     }
 }
 
 TEST_F(TransfersOnDisk, Targets_AreOpenedAsTheyAreAndOnlyOnesOwnMadeWritable) {
     directory.Write("from", "new"), directory.Write("to", "old");
     for (const Way& way : kCopies) {
+        SCOPED_TRACE(way.name);
         // As sticky directories do, by the usual protection, with the files of others.
-        InSandbox(SYS_openat, 2, O_CREAT, EACCES,
-                  [&] { EXPECT_TRUE(way.transfer("from", "to")) << way.name; });
-        EXPECT_EQ(ReadWhole("to"), "new") << way.name;
-    }
-    const struct {
-        uid_t owner;
-        int refusals;  ///< To open the target.
-        bool done;
-    } rows[] = {{geteuid(), 1, true}, {geteuid(), 2, false}, {geteuid() + 1, 1, false}};
-    for (const auto& [owner, refusals, done] : rows) {
-        SCOPED_TRACE(std::to_string(owner) + ", " + std::to_string(refusals));
-        directory.Write("to", "old");
-        if (chown("to", owner, getegid()) != 0) {
-            GTEST_SKIP() << "files cannot be given away";
-        }
-        fs::permissions("to", fs::perms(0404));
-        int opened = -1;  // the source, first
-        const Guard refused = AtCall(
-            "open", [&, last = refusals] { return ++opened > 0 && opened <= last ? EACCES : 0; });
-        EXPECT_EQ(kCopy("from", "to"), done);
-        EXPECT_EQ(ReadWhole("to"), done ? "new" : "old");
-        EXPECT_EQ(ModeOf("to"), done ? ModeOf("from") : 0404U);
+        InSandbox(SYS_openat, 2, O_CREAT, EACCES, [&] { EXPECT_EQ(way("from", "to"), kOk); });
+        EXPECT_EQ(ReadWhole("to"), "new");
     }
     {
-        const Guard uncut = AtCall("ftruncate", [] { return EPERM; });
-        EXPECT_FALSE(kCopy("from", directory.Write("long", "older")));
+        const Guard uncut = Failing("ftruncate", EPERM);
+        EXPECT_EQ(kCopy("from", directory.Write("long", "older")), kFailed);
         EXPECT_EQ(ReadWhole("long"), "older") << "nothing was touched";
         unsigned mode = 0;
         const Guard made = AtCall("fchmod", [&] { return mode = ModeOf("made"), 0; });
-        EXPECT_TRUE(kCopy("from", "made"));
+        EXPECT_EQ(kCopy("from", "made"), kOk);
         EXPECT_EQ(mode, 0600U) << "others could open it before it has its permissions";
     }
-    int calls = 0;
     {
-        const Guard refused = AtCall("open", [&] { return ++calls == 2 ? EACCES : 0; });
-        UnderFaults([] { return kelFile::NativeCopy("to", "to", kelFileInfo::PermissionDefault); });
+        fs::permissions("to", fs::perms(0404));
+        const Guard refused = Failing("open", EACCES, 2, 2);  // the first is the source's
+        EXPECT_EQ(kNativeCopy("to", "to"), kFailed);
         EXPECT_EQ(ModeOf("to"), 0404U) << "onto itself, though it may not be written";
+        fs::create_hard_link("from", "hard");
+        int calls = 0;
+        const Guard becomesTheSource =
+            AtCall("open", [&] { return ++calls == 2 ? std::rename("hard", "to") : 0; });
+        EXPECT_EQ(kCopy("from", "to"), kFailed);
+        EXPECT_EQ(ReadWhole("from"), "new");
     }
-    calls = 0;
-    const Guard becomesTheSource = AtCall("open", [&] {
-        if (++calls == 2) {
-            fs::create_hard_link("from", "hard"), fs::rename("hard", "to");
+    const struct {
+        const char* what;
+        uid_t owner;
+        int refusals;  ///< To open the target.
+        int status;
+    } rows[] = {{"refused once", geteuid(), 1, kOk},
+                {"refused twice", geteuid(), 2, kFailed},
+                {"refused once, another's", geteuid() + 1, 1, kFailed}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        fs::remove("to"), directory.Write("to", "old");
+        if (chown("to", row.owner, getegid()) != 0) {
+            GTEST_SKIP() << "files cannot be given away";
         }
-        return 0;
-    });
-    EXPECT_FALSE(kCopy("from", "to"));
-    EXPECT_EQ(ReadWhole("from"), "new");
+        fs::permissions("to", fs::perms(0404));
+        const Guard refused = Failing("open", EACCES, 2, 1 + row.refusals);
+        EXPECT_EQ(kCopy("from", "to"), row.status);
+        EXPECT_EQ(ReadWhole("to"), row.status == kOk ? "new" : "old");
+        EXPECT_EQ(ModeOf("to"), row.status == kOk ? ModeOf("from") : 0404U);
+    }
 }
 
 TEST_F(Transfers, SetIdAndStickyBits_AreKeptWhereTheOwnerIs) {
     const struct {
+        const char* source;
         uid_t owner;
         gid_t group;
         unsigned copied;  ///< What a copy has of 07751.
-    } rows[] = {{geteuid(), getegid(), 07751},
-                {geteuid() + 1, getegid(), 03751},
-                {geteuid(), getegid() + 1, 05751}};
-    for (const auto& [owner, group, copied] : rows) {
+    } rows[] = {{"one's own", geteuid(), getegid(), 07751},
+                {"another user's", geteuid() + 1, getegid(), 03751},
+                {"another group's", geteuid(), getegid() + 1, 05751}};
+    for (const auto& row : rows) {
         for (const Way& way : kWays) {
-            SCOPED_TRACE(way.name + " of " + std::to_string(owner) + ":" + std::to_string(group));
+            SCOPED_TRACE(way.name + " of " + row.source);
             const bool moves = way.name == "Move";
-            if (chown(directory.Write("from", "text").c_str(), owner, group) != 0) {
+            if (chown(directory.Write("from", "text").c_str(), row.owner, row.group) != 0) {
                 GTEST_SKIP() << "files cannot be given away";
             }
             fs::permissions("from", fs::perms(07751));
-            const bool marked = setxattr("from", "user.zukel", "a", 1, 0) == 0;
-            EXPECT_TRUE(way.transfer("from", "to"));
-            EXPECT_EQ(ModeOf("to"), moves ? 07751 : copied);
-            EXPECT_EQ(getxattr("to", "user.zukel", nullptr, 0), marked && moves ? 1 : -1);
-            EXPECT_EQ(fs::remove("from"), !moves);
-            fs::remove("to");
+            const bool kept = setxattr("from", "user.zukel", "a", 1, 0) == 0 ? moves : false;
+            EXPECT_EQ(way("from", "to"), kOk);
+            EXPECT_EQ(ModeOf("to"), moves ? 07751 : row.copied);
+            EXPECT_EQ(getxattr("to", "user.zukel", nullptr, 0), kept ? 1 : -1);
+            EXPECT_EQ(fs::exists("from"), !moves);
+            fs::remove("from"), fs::remove("to");
         }
     }
 }

@@ -1,9 +1,16 @@
 #pragma once
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include "support/Testing.h"
+#include <climits>
+#include <csignal>
 
+#include "support/Faults.h"
+
+/// What tests of Linux share, and the headers that most of them use.
 namespace zukel::test {
 
 /// A user who is neither root nor the one who runs the tests. Files of root's are a stranger's to
@@ -31,6 +38,30 @@ inline Guard Unprivileged() {
     const uid_t former = geteuid();
     EXPECT_EQ(seteuid(former == 0 ? kNobody : former), 0);
     return Guard([former] { EXPECT_EQ(seteuid(former), 0); });
+}
+
+/// Lets the calls of this name fail, from the `first` to the `last`; with error 0 none.
+inline Guard Failing(const char* call, int error, int first = 1, int last = INT_MAX) {
+    return AtCall(call, [=, made = 0]() mutable {
+        ++made;
+        return made >= first && made <= last ? error : 0;
+    });
+}
+
+/// Keeps the process from making any file larger, as a device does that runs full: a write takes
+/// what still fits, and the next one fails.
+inline void LimitFileSize(rlim_t bytes) {
+    const rlimit limit{bytes, RLIM_INFINITY};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+/// What the files of a directory hold.
+inline std::vector<std::string> TextsIn(const fs::path& directory) {
+    std::vector<std::string> texts;
+    for (const auto& file : fs::directory_iterator(directory)) {
+        texts.push_back(ReadWhole(file.path()));
+    }
+    return texts;
 }
 
 }  // namespace zukel::test

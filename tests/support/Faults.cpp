@@ -78,35 +78,37 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
 using namespace zukel::test;
 
 using Word = std::intptr_t;
+using Result = std::intmax_t;
 
 // All arguments of the calls that are wrapped here are integers or pointers, and so are the
-// results: six words carry those of any of them, whatever their types.
-#define WORDS Word a, Word b, Word c, Word d, Word e, Word f
-#define WRAPPED(name)                     \
-    extern "C" Word __real_##name(WORDS); \
-    extern "C" Word __wrap_##name(WORDS)
+// results: eight words carry those of any of them, whatever their types. An offset may take two.
+#define WORDS Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h
+#define WRAPPED(name)                       \
+    extern "C" Result __real_##name(WORDS); \
+    extern "C" Result __wrap_##name(WORDS)
 
-// FAILS(source, name, failure) fails without making the call; ENDS gives up a handle and then tells
-// a failure; TRANSFERS moves a part of its bytes on demand.
-#define STRUCK(source, name, failure, calls)                                                 \
-    WRAPPED(name) {                                                                          \
-        const int error = ErrorOf(FaultSource::source, #name);                               \
-        const Word result = error == 0 || calls ? __real_##name(a, b, c, d, e, f) : failure; \
-        errno = error != 0 ? error : errno;                                                  \
-        return error != 0 ? failure : result;                                                \
+// FAILS(source, symbol, name, failure) fails without making the call; ENDS gives up a handle and
+// then tells a failure; TRANSFERS moves a part of its bytes on demand.
+#define STRUCK(source, symbol, name, failure, calls)                                 \
+    WRAPPED(symbol) {                                                                \
+        const int error = ErrorOf(FaultSource::source, #name);                       \
+        const Result result =                                                        \
+            error == 0 || calls ? __real_##symbol(a, b, c, d, e, f, g, h) : failure; \
+        errno = error != 0 ? error : errno;                                          \
+        return error != 0 ? failure : result;                                        \
     }
-#define TRANSFERS(source, name, failure)                                          \
-    WRAPPED(name) {                                                               \
+#define TRANSFERS(source, symbol, name, failure)                                  \
+    WRAPPED(symbol) {                                                             \
         const int error = ErrorOf(FaultSource::source, #name);                    \
         const auto size = static_cast<Word>(PartOf(static_cast<std::size_t>(c))); \
         if (error != 0 || (size == 0 && c != 0)) {                                \
             errno = error != 0 ? error : EINTR;                                   \
             return failure;                                                       \
         }                                                                         \
-        return __real_##name(a, b, size, d, e, f);                                \
+        return __real_##symbol(a, b, size, d, e, f, g, h);                        \
     }
-#define FAILS(source, name, failure) STRUCK(source, name, failure, false)
-#define ENDS(source, name, failure) STRUCK(source, name, failure, true)
+#define FAILS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, false)
+#define ENDS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, true)
 #include "WrappedCalls.inc"
 
 #ifndef _WIN32
@@ -125,7 +127,7 @@ WRAPPED(syscall) {
         errno = interrupted ? EINTR : error;
         return -1;
     }
-    const Word result = __real_syscall(a, b, c, size, e, f);
+    const Result result = __real_syscall(a, b, c, size, e, f, g, h);
     errno = error != 0 ? error : errno;
     return error != 0 ? -1 : result;
 }
@@ -134,23 +136,23 @@ WRAPPED(syscall) {
 // The runtime counts a user before it tries to start, also when it then fails.
 WRAPPED(apr_initialize) {
     ++zukel::test::users;
-    const Word status = __real_apr_initialize(a, b, c, d, e, f);
+    const Result status = __real_apr_initialize(a, b, c, d, e, f, g, h);
     return ErrorOf(FaultSource::Runtime, "apr_initialize") != 0 ? APR_EGENERAL : status;
 }
 WRAPPED(apr_terminate) {
     --zukel::test::users;
-    return __real_apr_terminate(a, b, c, d, e, f);
+    return __real_apr_terminate(a, b, c, d, e, f, g, h);
 }
 
 WRAPPED(apr_pool_create_ex) {
     const int error = ErrorOf(FaultSource::Runtime, "apr_pool_create_ex");
-    const Word status = error != 0 ? error : __real_apr_pool_create_ex(a, b, c, d, e, f);
-    zukel::test::pools += status == APR_SUCCESS ? 1 : 0;
+    const Result status = error != 0 ? error : __real_apr_pool_create_ex(a, b, c, d, e, f, g, h);
+    zukel::test::pools += static_cast<apr_status_t>(status) == APR_SUCCESS ? 1 : 0;
     return status;
 }
 WRAPPED(apr_pool_destroy) {
     --zukel::test::pools;
-    return __real_apr_pool_destroy(a, b, c, d, e, f);
+    return __real_apr_pool_destroy(a, b, c, d, e, f, g, h);
 }
 
 // The other forms come to these, but for the sanitizers' own of arrays, which do not fail.

@@ -15,12 +15,19 @@ namespace zukel::platform {
 
 namespace {
 
+// Where there are two of this call, the other one knows no locks of an opening.
+#ifdef SYS_fcntl64
+constexpr long kControl = SYS_fcntl64;
+#else
+constexpr long kControl = SYS_fcntl;
+#endif
+
 /// A blocking `fcntl` is a cancellation point.
 apr_status_t ControlLock(const FileHandle& file, int command, short type) noexcept {
     struct flock lock {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;  // from 0, length 0: the whole file, however long
-    const auto control = [&] { return syscall(SYS_fcntl, DescriptorOf(file), command, &lock); };
+    const auto control = [&] { return syscall(kControl, DescriptorOf(file), command, &lock); };
     return Uninterrupted(control) == 0 ? APR_SUCCESS : errno;
 }
 

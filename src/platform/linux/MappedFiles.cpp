@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <limits>
 
 #include "platform/linux/DescriptorOf.h"
 #include "platform/linux/Uncancelled.h"
@@ -14,6 +15,9 @@ apr_status_t MapFile(FileHandle file, bool writes, long long offset, std::size_t
                      FileView& view) noexcept {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t lead = static_cast<std::size_t>(offset) % page;
+    if (size > std::numeric_limits<std::size_t>::max() - lead) {
+        return ENOMEM;
+    }
     const int access = PROT_READ | (writes ? PROT_WRITE : 0);
     void* const base = mmap(nullptr, lead + size, access, MAP_SHARED, DescriptorOf(file),
                             offset - static_cast<long long>(lead));

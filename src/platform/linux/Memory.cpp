@@ -1,6 +1,7 @@
 #include "platform/Memory.h"
 
 #include <fcntl.h>
+#include <sys/auxv.h>
 #include <sys/resource.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
@@ -146,12 +147,19 @@ Figures ReadFigures(Room& room) noexcept {
     return figures;
 }
 
-/// The size of a process's address space.
-constexpr std::uint64_t AddressSpace() noexcept {
+/// The size of a process's address space. On most processors it depends on how the system was
+/// built, so it is derived from the stack, which begins close below the end: within the last GiB
+/// with 32 bits, in the upper half with 64.
+std::uint64_t AddressSpace() noexcept {
 #if defined(__x86_64__)
     return std::uint64_t{1} << 47U;
 #else
-    return kUnknown;
+    const auto inStack = static_cast<std::uint64_t>(getauxval(AT_RANDOM));
+    std::uint64_t end = std::uint64_t{1} << 30U;
+    while (end < inStack) {
+        end = sizeof(void*) > 4 ? 2 * end : end + (std::uint64_t{1} << 30U);
+    }
+    return inStack == 0 ? kUnknown : end;
 #endif
 }
 

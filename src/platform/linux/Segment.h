@@ -2,7 +2,7 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
+#include <cstddef>
 
 #include "platform/SharedSegments.h"
 
@@ -15,8 +15,8 @@ struct Segment {
     Segment(const Segment&) = delete;
     Segment& operator=(const Segment&) = delete;
 
-    void* base = nullptr;     ///< Of the mapped file; null while none is mapped.
-    std::uint64_t bytes = 0;  ///< Of the file.
+    void* base = nullptr;   ///< Of the mapped file; null while none is mapped.
+    std::size_t bytes = 0;  ///< Of the file.
     dev_t device = 0;
     ino_t inode = 0;
 };

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -36,8 +37,13 @@ constexpr mode_t kOwnerAlone = S_IRUSR | S_IWUSR;
 /// not fail: the system kills processes to get it.
 constexpr std::uint64_t kLarge = std::uint64_t{16} << 20U;
 
+/// The largest file that has a length, and that addresses reach to the end of.
+constexpr std::uint64_t kMost = std::min<std::uint64_t>(std::numeric_limits<off_t>::max(),
+                                                        std::numeric_limits<std::size_t>::max());
+
 /// Maps the whole file of a segment.
 ///
+/// @param bytes at most `kMost`.
 /// @returns null with `errno` when that fails.
 SegmentHandle Map(int file, const struct stat& facts, std::uint64_t bytes) noexcept {
     SegmentHandle segment(new (std::nothrow) Segment);
@@ -45,12 +51,12 @@ SegmentHandle Map(int file, const struct stat& facts, std::uint64_t bytes) noexc
         errno = ENOMEM;
         return nullptr;
     }
-    void* const base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    segment->bytes = static_cast<std::size_t>(bytes);
+    void* const base = mmap(nullptr, segment->bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (base == MAP_FAILED) {
         return nullptr;
     }
     segment->base = base;
-    segment->bytes = bytes;
     segment->device = facts.st_dev;
     segment->inode = facts.st_ino;
     return segment;
@@ -126,7 +132,6 @@ void ReleaseSegment(Segment* segment) noexcept {
 apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
                            SegmentBlock& block) noexcept {
     const Uncancelled uncancelled;
-    constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
     if (size > kMost - sizeof(Word)) {
         return EFBIG;
     }
@@ -170,6 +175,9 @@ apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBloc
     if (read != sizeof bytes || bytes < sizeof bytes ||
         bytes != static_cast<std::uint64_t>(facts.st_size)) {
         return EINVAL;  // it is not whole
+    }
+    if (bytes > kMost) {
+        return EFBIG;
     }
     SegmentHandle mapped = Map(file.Get(), facts, bytes);
     if (!mapped) {
