@@ -2,22 +2,17 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
 
 #include "Filesystem.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Files = Filesystem<fs::path, fs::directory_iterator>;
 
 /// A file of the C library; for lines to the system byte by byte without a buffer.
 template <bool kBuffered>
-struct CFile {
+struct CFile : Unshared {
     explicit CFile(const std::string& name, const char* mode = "re")
         : file(std::fopen(name.c_str(), mode)) {
         MUST(file != nullptr);
@@ -26,35 +21,25 @@ struct CFile {
         }
     }
     ~CFile() { std::fclose(file); }
-    CFile(const CFile&) = delete;
-    CFile& operator=(const CFile&) = delete;
-    std::size_t Read(char* to, std::size_t size) { return std::fread(to, 1, size, file); }
+    auto Read(char* to, std::size_t size) { return std::fread(to, 1, size, file); }
     void Write(const char* from, std::size_t size) { MUST(std::fwrite(from, 1, size, file) > 0); }
-    bool Line(char* to, std::size_t size) {
-        return std::fgets(to, static_cast<int>(size), file) != nullptr;
-    }
+    bool Line(char* to, int size) { return std::fgets(to, size, file) != nullptr; }
     std::FILE* file;
 };
 struct CWriter : CFile<true> {
     explicit CWriter(const std::string& name) : CFile(name, "we") {}
 };
-using Reader = StreamFile<std::ifstream>;
-using Writer = StreamFile<std::ofstream>;
-
-auto Format(const std::tm& time) {
-    char buffer[256];
-    return std::string(buffer, std::strftime(buffer, sizeof buffer, kPattern, &time));
-}
 
 const Jobs kJobs =
-    Files::Add(Jobs("std.fstream"), fs::copy_options::overwrite_existing)
-        .Streams<Reader, Writer>()
+    AddFilesystem<fs::path, fs::directory_iterator>(Jobs("std.fstream"),
+                                                    fs::copy_options::overwrite_existing)
+        .Streams<StreamFile<std::ifstream>, StreamFile<std::ofstream>>()
         .Repeat("MonotonicTime",
                 [] { return std::chrono::steady_clock::now().time_since_epoch().count() / 1000; })
         .With(
             "FourNameParts", [] { return fs::path(kKnownFile); },
             [](const fs::path& path) {
-                Files::ThreeParts(path);
+                ThreeParts(path);
                 benchmark::DoNotOptimize(path.extension().string());
             })
         .Repeat("ReadVariable", [] { return std::string(std::getenv("PATH")); })
@@ -64,7 +49,10 @@ const Jobs kJobs =
                 const std::time_t now = std::time(nullptr);
                 return *std::gmtime(&now);
             },
-            Format)
+            [](const std::tm& time) {
+                char buffer[256];
+                return std::string(buffer, std::strftime(buffer, sizeof buffer, kPattern, &time));
+            })
         .Counter<std::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); })
         .Repeat("IdleObject", [] { benchmark::DoNotOptimize(std::fstream().is_open()); })
         .Idle<std::atomic<unsigned>>("kelAtomic")

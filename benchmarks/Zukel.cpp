@@ -12,13 +12,13 @@ constexpr int kCreate = kelFile::ModeWrite | kelFile::ModeCreate | kelFile::Mode
 template <int kMode>
 struct File {
     explicit File(const std::string& name) : file(name, kMode) { MUST(file.IsOpen()); }
-    std::size_t Read(char* to, unsigned long long size) {
+    auto Read(char* to, unsigned long long size) {
         file.Read(to, size);
         return size;
     }
     void Write(const char* from, unsigned long long size) { file.Write(from, size); }
-    std::size_t ReadAt(std::size_t offset, char* to, unsigned long long size) {
-        file.ReadAt(static_cast<long long>(offset), to, size);
+    auto ReadAt(long long offset, char* to, unsigned long long size) {
+        file.ReadAt(offset, to, size);
         return size;
     }
     bool Line(char* to, std::size_t size) { return file.ReadLine(to, size) == kelStatusOk; }
@@ -28,28 +28,8 @@ struct File {
 };
 using Reader = File<kelFile::ModeRead>;
 using BufferedReader = File<kelFile::ModeRead | kelFile::ModeBuffered>;
-using Writer = File<kCreate>;
-using BufferedWriter = File<kCreate | kelFile::ModeBuffered>;
 
-bool Copy(const std::string& from, const std::string& to) {
-    return kelFile::Copy(from, to, kelFileInfo::PermissionDefault) == kelStatusOk;
-}
-bool NativeCopy(const std::string& from, const std::string& to) {
-    return kelFile::NativeCopy(from, to, 0) == kelStatusOk;
-}
-bool Rename(const std::string& from, const std::string& to) {
-    return kelFile::Rename(from, to) == kelStatusOk;
-}
-bool NativeRename(const std::string& from, const std::string& to) {
-    return kelFile::NativeRename(from, to) == kelStatusOk;
-}
-bool Remove(const std::string& path) {
-    return kelDirectory::Delete(path) == kelStatusOk;
-}
-template <bool kAll>
-bool Make(const std::string& path) {
-    return kelDirectory::Create(path, kelFileInfo::PermissionDefault, kAll) == kelStatusOk;
-}
+constexpr int kDefault = kelFileInfo::PermissionDefault;
 
 void Facts() {
     const kelFileInfo info(kKnownFile);
@@ -62,38 +42,6 @@ void ThreeParts(const kelFileInfo& info) {
     benchmark::DoNotOptimize(info.GetPath());
     benchmark::DoNotOptimize(info.GetFileName());
     benchmark::DoNotOptimize(info.GetBaseName());
-}
-/// All of a file that exists: the extension asks the system, once.
-void FourParts(const kelFileInfo& info) {
-    ThreeParts(info);
-    benchmark::DoNotOptimize(info.GetFileExtension());
-}
-
-void Start() {
-    kelProcess process;
-    MUST(process.Start("/bin/true", false) == kelStatusOk);
-    siginfo_t info{};
-    waitid(P_PID, static_cast<id_t>(process.GetPid()), &info, WEXITED | WNOWAIT);
-    MUST(!process.IsRunning());
-}
-
-void Run() {
-    kelProcessOptions options;
-    options.command = "/bin/true";
-    zuString output;
-    zuString errors;
-    int exitCode = -1;
-    MUST(kelProcess::Run(options, "", output, errors, exitCode, -1) == kelStatusOk);
-    MUST(exitCode == 0);
-}
-
-void Load() {
-    kelDynamicObject module;
-    long long (*answer)() = nullptr;
-    MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
-    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
-    benchmark::DoNotOptimize(answer());
-    MUST(module.UnloadLibrary() == kelStatusOk);
 }
 
 void Share(const std::string& name, std::size_t size, bool attach) {
@@ -108,41 +56,26 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     MUST(owner.Destroy() == kelStatusOk);
 }
 
-auto Memory() {
-    kelMemoryInfo info;
-    kelSystem::GetMemoryDetails(info);
-    return info;
-}
-auto Disk() {
-    zuDiskInfo info;
-    MUST(kelSystem::GetFreeDiskSpace("/tmp", info));
-    return info;
-}
-
-bool Exists(const std::string& name) {
-    return kelFile::Exists(name);
-}
-
 const Jobs kJobs =
     Jobs("zukel", Keep<kelLibrary>)
         .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
+        .CreateWriteClose<File<kCreate>>()
         .ReadUnbuffered<Reader>()
         .ReadUnbufferedLines<Reader>()
         .ReadAt<Reader>()
         .ReadBuffered<BufferedReader>()
         .ReadLines<BufferedReader>()
-        .WriteBuffered<BufferedWriter>()
-        .Copy(Copy)
-        .Rename(Rename)
-        .ReplaceWhole([](const auto& name, const auto& contents) {
-            return kelFile::ReplaceWhole(name, contents) == kelStatusOk;
-        })
-        .DeleteTree([](const auto& path) { return kelDirectory::DeleteTree(path) == kelStatusOk; })
-        .Exists(Exists)
-        .List([](const auto& directory) { return kelDirectory::GetFileNames(directory); })
-        .MakeAndRemove(Make<false>, Remove)
-        .MakeFiveLevels(Make<true>, Remove)
+        .WriteBuffered<File<kCreate | kelFile::ModeBuffered>>()
+        .Copy([](auto& from, auto& to) { return kelFile::Copy(from, to, kDefault); })
+        .Rename([](auto& from, auto& to) { return kelFile::Rename(from, to); })
+        .ReplaceWhole([](auto& name, auto& text) { return kelFile::ReplaceWhole(name, text); })
+        .DeleteTree([](auto& path) { return kelDirectory::DeleteTree(path); })
+        .Exists([](auto& name) { return kelFile::Exists(name); })
+        .List([](auto& directory) { return kelDirectory::GetFileNames(directory); })
+        .MakeAndRemove([](auto& path) { return kelDirectory::Create(path, kDefault, false); },
+                       [](auto& path) { return kelDirectory::Delete(path); })
+        .MakeFiveLevels([](auto& path) { return kelDirectory::Create(path, kDefault, true); },
+                        [](auto& path) { return kelDirectory::Delete(path); })
         .Repeat("FileFacts", Facts)
         .With(
             "NormalizePath", [] { return zuString(kLongPath); }, kelDirectory::GetAbsolutePath)
@@ -150,7 +83,11 @@ const Jobs kJobs =
         .With(
             "ThreeNameParts", [] { return kelFileInfo(kLongPath); }, ThreeParts)
         .With(
-            "FourNameParts", [] { return kelFileInfo(kKnownFile); }, FourParts)
+            "FourNameParts", [] { return kelFileInfo(kKnownFile); },
+            [](const kelFileInfo& info) {  // which exists: the extension asks the system, once
+                ThreeParts(info);
+                benchmark::DoNotOptimize(info.GetFileExtension());
+            })
         .With(
             "ReadVariable", [] { return kelLibrary(); },
             [](kelLibrary& library) {
@@ -163,10 +100,32 @@ const Jobs kJobs =
             [](kelLibrary& library) {
                 MUST(library.SetEnvironmentVariable("ZUKEL_BENCHMARK", "value") == kelStatusOk);
             })
-        .Start(Start)
-        .Run(Run)
+        .Start([] {
+            kelProcess process;
+            MUST(process.Start("/bin/true", false) == kelStatusOk);
+            siginfo_t info{};
+            waitid(P_PID, static_cast<id_t>(process.GetPid()), &info, WEXITED | WNOWAIT);
+            MUST(!process.IsRunning());
+        })
+        .Run([] {
+            kelProcessOptions options;
+            options.command = "/bin/true";
+            zuString output;
+            zuString errors;
+            int exitCode = -1;
+            MUST(kelProcess::Run(options, "", output, errors, exitCode, -1) == kelStatusOk);
+            MUST(exitCode == 0);
+        })
         .Repeat("MonotonicTime", kelTime::GetMonotonicTime)
-        .Repeat("LoadFindUnload", Load)
+        .Repeat("LoadFindUnload",
+                [] {
+                    kelDynamicObject module;
+                    long long (*answer)() = nullptr;
+                    MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
+                    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
+                    benchmark::DoNotOptimize(answer());
+                    MUST(module.UnloadLibrary() == kelStatusOk);
+                })
         .Segment(Share)
         .With(
             "Format", [] { return kelTime::GetNow(); },
@@ -176,8 +135,18 @@ const Jobs kJobs =
                 return text;
             })
         .Counter<kelAtomic>([](auto& counter) { return counter.Increment(); })
-        .Repeat("Memory", Memory)
-        .Repeat("Disk", Disk)
+        .Repeat("Memory",
+                [] {
+                    kelMemoryInfo info;
+                    kelSystem::GetMemoryDetails(info);
+                    return info;
+                })
+        .Repeat("Disk",
+                [] {
+                    zuDiskInfo info;
+                    MUST(kelSystem::GetFreeDiskSpace("/tmp", info));
+                    return info;
+                })
         .Repeat("IdleObject", [] { return kelFile().IsOpen() ? 1 : 0; })
         .Idle<kelAtomic>("kelAtomic")
         .Idle<kelDirectory>("kelDirectory")
@@ -201,7 +170,13 @@ const Jobs kJobs =
             [](kelDirectory& directory) { MUST(directory.GetFileNames().size() == 100); });
 
 // The same calls with nothing alive between them, and those by the platform's own means.
-const Jobs kCold = Jobs("zukelCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
-const Jobs kNative = Jobs("zukelNative", Keep<kelLibrary>).Copy(NativeCopy).Rename(NativeRename);
+const Jobs kCold = Jobs("zukelCold")
+                       .OpenClose<Reader>()
+                       .Exists([](auto& name) { return kelFile::Exists(name); })
+                       .Repeat("FileFacts", Facts);
+const Jobs kNative =
+    Jobs("zukelNative", Keep<kelLibrary>)
+        .Copy([](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0); })
+        .Rename([](auto& from, auto& to) { return kelFile::NativeRename(from, to); });
 
 }  // namespace

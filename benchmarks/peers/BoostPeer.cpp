@@ -12,27 +12,9 @@
 namespace {
 
 namespace fs = boost::filesystem;
+namespace bp = boost::process;
 namespace ipc = boost::interprocess;
 
-void Start() {
-    boost::process::child child("/bin/true");
-    child.wait();
-    MUST(child.exit_code() == 0);
-}
-void Run() {
-    boost::process::ipstream output;
-    boost::process::ipstream errors;
-    boost::process::child child("/bin/true", boost::process::std_out > output,
-                                boost::process::std_err > errors);
-    MUST(output.get() == EOF && errors.get() == EOF);
-    child.wait();
-    MUST(child.exit_code() == 0);
-}
-void Load() {
-    boost::dll::shared_library module(ZUKEL_BENCHMARK_MODULE, boost::dll::load_mode::rtld_global);
-    benchmark::DoNotOptimize(module.get<long long()>("Answer")());
-    module.unload();
-}
 void Share(const std::string& name, std::size_t size, bool attach) {
     ipc::shared_memory_object made(ipc::create_only, name.c_str(), ipc::read_write);
     made.truncate(static_cast<ipc::offset_t>(size));
@@ -51,11 +33,28 @@ struct Segment {
 };
 
 const Jobs kJobs =
-    Filesystem<fs::path, fs::directory_iterator>::Add(Jobs("boost"),
-                                                      fs::copy_option::overwrite_if_exists)
-        .Start(Start)
-        .Run(Run)
-        .Repeat("LoadFindUnload", Load)
+    AddFilesystem<fs::path, fs::directory_iterator>(Jobs("boost"),
+                                                    fs::copy_option::overwrite_if_exists)
+        .Start([] {
+            bp::child child("/bin/true");
+            child.wait();
+            MUST(child.exit_code() == 0);
+        })
+        .Run([] {
+            bp::ipstream output;
+            bp::ipstream errors;
+            bp::child child("/bin/true", bp::std_out > output, bp::std_err > errors);
+            MUST(output.get() == EOF && errors.get() == EOF);
+            child.wait();
+            MUST(child.exit_code() == 0);
+        })
+        .Repeat("LoadFindUnload",
+                [] {
+                    boost::dll::shared_library module(ZUKEL_BENCHMARK_MODULE,
+                                                      boost::dll::load_mode::rtld_global);
+                    benchmark::DoNotOptimize(module.get<long long()>("Answer")());
+                    module.unload();
+                })
         .Segment(Share)
         .Counter<boost::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); })
         .Repeat("Disk", [] { return fs::space("/tmp").available; })
@@ -63,7 +62,7 @@ const Jobs kJobs =
         .Idle<fs::directory_iterator>("kelDirectory")
         .Idle<boost::dll::shared_library>("kelDynamicObject")
         .Idle<fs::directory_entry>("kelFileInfo", kKnownFile)
-        .Idle<boost::process::child>("kelProcess")
+        .Idle<bp::child>("kelProcess")
         .Idle<Segment>("kelSharedMemory");
 
 }  // namespace

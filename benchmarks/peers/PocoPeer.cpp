@@ -22,40 +22,6 @@ namespace {
 using Reader = StreamFile<Poco::FileInputStream>;
 using Writer = StreamFile<Poco::FileOutputStream>;
 
-bool Remove(const std::string& path) {
-    Poco::File(path).remove();
-    return true;
-}
-auto List(const std::string& directory) {
-    std::vector<std::string> names;
-    Poco::File(directory).list(names);
-    return names;
-}
-void Facts() {
-    const Poco::File file(kKnownFile);
-    benchmark::DoNotOptimize(file.getSize());
-    benchmark::DoNotOptimize(file.isFile());
-    benchmark::DoNotOptimize(file.getLastModified());
-}
-void ThreeParts(const Poco::Path& path) {
-    benchmark::DoNotOptimize(path.parent().toString());
-    benchmark::DoNotOptimize(path.getFileName());
-    benchmark::DoNotOptimize(path.getBaseName());
-}
-void Run() {
-    Poco::Pipe output;
-    Poco::Pipe errors;
-    const Poco::ProcessHandle child =
-        Poco::Process::launch("/bin/true", {}, nullptr, &output, &errors);
-    MUST(Poco::PipeInputStream(output).get() == EOF);
-    MUST(Poco::PipeInputStream(errors).get() == EOF);
-    MUST(child.wait() == 0);
-}
-void Load() {
-    Poco::SharedLibrary module(ZUKEL_BENCHMARK_MODULE);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(module.getSymbol("Answer"))());
-    module.unload();
-}
 void Share(const std::string& name, std::size_t size, bool attach) {
     const Poco::SharedMemory owner(name, size, Poco::SharedMemory::AM_WRITE);
     Touch(owner.begin(), size);
@@ -68,39 +34,54 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 const Jobs kJobs =
     Jobs("poco")
         .Streams<Reader, Writer>()
-        .Copy([](const auto& from, const auto& to) {
-            Poco::File(from).copyTo(to);
-            return true;
+        .Copy([](auto& from, auto& to) { Poco::File(from).copyTo(to); })
+        .Rename([](auto& from, auto& to) { Poco::File(from).renameTo(to); })
+        .Exists([](auto& name) { return Poco::File(name).exists(); })
+        .List([](auto& directory) {
+            std::vector<std::string> names;
+            Poco::File(directory).list(names);
+            return names;
         })
-        .Rename([](const auto& from, const auto& to) {
-            Poco::File(from).renameTo(to);
-            return true;
-        })
-        .Exists([](const auto& name) { return Poco::File(name).exists(); })
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return Poco::File(path).createDirectory(); }, Remove)
-        .MakeFiveLevels(
-            [](const auto& path) {
-                Poco::File(path).createDirectories();
-                return true;
-            },
-            Remove)
-        .DeleteTree([](const auto& path) {
-            Poco::File(path).remove(true);
-            return true;
-        })
-        .Repeat("FileFacts", Facts)
+        .MakeAndRemove([](auto& path) { return Poco::File(path).createDirectory(); },
+                       [](auto& path) { Poco::File(path).remove(); })
+        .MakeFiveLevels([](auto& path) { Poco::File(path).createDirectories(); },
+                        [](auto& path) { Poco::File(path).remove(); })
+        .DeleteTree([](auto& path) { Poco::File(path).remove(true); })
+        .Repeat("FileFacts",
+                [] {
+                    const Poco::File file(kKnownFile);
+                    benchmark::DoNotOptimize(file.getSize());
+                    benchmark::DoNotOptimize(file.isFile());
+                    benchmark::DoNotOptimize(file.getLastModified());
+                })
         .With(
             "NormalizePath", [] { return std::string(kLongPath); },
-            [](const std::string& path) { return Poco::Path(path).toString(); })
+            [](auto& path) { return Poco::Path(path).toString(); })
         .With(
-            "ThreeNameParts", [] { return Poco::Path(kLongPath); }, ThreeParts)
+            "ThreeNameParts", [] { return Poco::Path(kLongPath); },
+            [](const Poco::Path& path) {
+                benchmark::DoNotOptimize(path.parent().toString());
+                benchmark::DoNotOptimize(path.getFileName());
+                benchmark::DoNotOptimize(path.getBaseName());
+            })
         .Repeat("ReadVariable", [] { return Poco::Environment::get("PATH"); })
         .Repeat("SetVariable", [] { Poco::Environment::set("ZUKEL_BENCHMARK_POCO", "value"); })
         .Start([] { return Poco::Process::launch("/bin/true", {}).wait() == 0; })
-        .Run(Run)
+        .Run([] {
+            Poco::Pipe output;
+            Poco::Pipe errors;
+            const auto child = Poco::Process::launch("/bin/true", {}, nullptr, &output, &errors);
+            MUST(Poco::PipeInputStream(output).get() == EOF);
+            MUST(Poco::PipeInputStream(errors).get() == EOF);
+            MUST(child.wait() == 0);
+        })
         .Repeat("MonotonicTime", [] { return Poco::Clock().microseconds(); })
-        .Repeat("LoadFindUnload", Load)
+        .Repeat("LoadFindUnload",
+                [] {
+                    Poco::SharedLibrary module(ZUKEL_BENCHMARK_MODULE);
+                    CallAnswer(module.getSymbol("Answer"));
+                    module.unload();
+                })
         .Segment(Share)
         .With(
             "Format", [] { return Poco::Timestamp(); },
