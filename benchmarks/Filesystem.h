@@ -12,33 +12,29 @@ void ThreeParts(const Path& path) {
 /// The jobs by a library that is made like the file systems of the C++ library. Its functions are
 /// found by the type of their argument.
 template <typename Path, typename Iterator, typename Options>
-const Jobs& AddFilesystem(const Jobs& jobs, Options overwrite) {
+void AddFilesystem(const Jobs& jobs, Options overwrite) {
     const auto removeOne = [](const auto& path) { return remove(Path(path)); };
-    return jobs
-        .Copy([=](auto& from, auto& to) { return copy_file(Path(from), Path(to), overwrite); })
-        .Rename([](auto& from, auto& to) { rename(Path(from), Path(to)); })
-        .DeleteTree([](auto& path) { return remove_all(Path(path)) > 0; })
-        .Exists([](auto& name) { return exists(Path(name)); })
-        .List([](auto& directory) {
-            std::vector<std::string> names;
-            for (const auto& entry : Iterator(directory)) {
-                names.push_back(entry.path().filename().string());
-            }
-            return names;
-        })
-        .MakeAndRemove([](auto& path) { return create_directory(Path(path)); }, removeOne)
-        .MakeFiveLevels([](auto& path) { return create_directories(Path(path)); }, removeOne)
-        .Repeat("FileFacts",
-                [] {
-                    const Path path(kKnownFile);
-                    benchmark::DoNotOptimize(file_size(path));
-                    benchmark::DoNotOptimize(symlink_status(path));
-                    benchmark::DoNotOptimize(last_write_time(path));
-                })
-        .With(
-            "NormalizePath", [] { return Path(kLongPath); },
-            [](auto& path) { return path.lexically_normal(); })
-        .Repeat("RelativePath", [] { return relative(Path(kTo), Path(kFrom)); })
-        .With(
-            "ThreeNameParts", [] { return Path(kLongPath); }, ThreeParts<Path>);
+    jobs.Copy([=](auto& from, auto& to) { return copy_file(Path(from), Path(to), overwrite); });
+    jobs.Rename([](auto& from, auto& to) { rename(Path(from), Path(to)); });
+    jobs.DeleteTree([](auto& path) { return remove_all(Path(path)) > 0; });
+    jobs.Exists([](auto& name) { return exists(Path(name)); });
+    jobs.List([](auto& directory) {
+        std::vector<std::string> names;
+        for (const auto& entry : Iterator(directory)) {
+            names.push_back(entry.path().filename().string());
+        }
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return create_directory(Path(path)); }, removeOne);
+    jobs.MakeFiveLevels([](auto& path) { return create_directories(Path(path)); }, removeOne);
+    jobs.Repeat("FileFacts", [] {
+        const Path path(kKnownFile);
+        benchmark::DoNotOptimize(file_size(path));
+        benchmark::DoNotOptimize(symlink_status(path));
+        benchmark::DoNotOptimize(last_write_time(path));
+    });
+    jobs.With("NormalizePath", Make<Path>(kLongPath),
+              [](auto& path) { return path.lexically_normal(); });
+    jobs.Repeat("RelativePath", [] { return relative(Path(kTo), Path(kFrom)); });
+    jobs.With("ThreeNameParts", Make<Path>(kLongPath), ThreeParts<Path>);
 }

@@ -31,40 +31,38 @@ public:
         });
     }
     template <typename Call>
-    const Jobs& Repeat(const std::string& job, Call call) const {
+    void Repeat(const std::string& job, Call call) const {
         Add(job, [=](State& state) { Loop(state, call); });
-        return *this;
     }
     /// `call` with what `make` has made before.
     template <typename Make, typename Call>
-    const Jobs& With(const std::string& job, Make make, Call call) const {
+    void With(const std::string& job, Make make, Call call) const {
         Add(job, [=](State& state) {
             auto made = make();
             Loop(state, [&] { return call(made); });
         });
-        return *this;
     }
 
     // Files. A class of files is made from a name and has Read, Write or Line.
 
     template <typename File>
-    const Jobs& OpenClose() const {
-        return With("OpenClose", Filled(13), [](const auto& name) { File file(name); });
+    void OpenClose() const {
+        With("OpenClose", Filled(13), [](const auto& name) { File file(name); });
     }
     template <typename File>
-    const Jobs& CreateWriteClose() const {
-        return With("CreateWriteClose", Target, [](const auto& name) {
+    void CreateWriteClose() const {
+        With("CreateWriteClose", Target, [](const auto& name) {
             constexpr std::string_view kText = "created, written and closed\n";
             File(name).Write(kText.data(), kText.size());
         });
     }
     template <typename File>
-    const Jobs& ReadUnbuffered() const {
-        return With("Read64MiBInBlocks", Filled(std::size_t{64} << 20U),
-                    [](const auto& name) { ReadAll<File>(name, 65536); });
+    void ReadUnbuffered() const {
+        With("Read64MiBInBlocks", Filled(std::size_t{64} << 20U),
+             [](const auto& name) { ReadAll<File>(name, 65536); });
     }
     template <typename File>
-    const Jobs& ReadBuffered() const {
+    void ReadBuffered() const {
         With("ReadMillionValues", Filled(std::size_t{64} << 20U), ReadValues<File>);
         const auto add = [this](const char* job, Place place, std::size_t size) {
             With(job, Filled(k16MiB, place), [=](const auto& name) { ReadAll<File>(name, size); });
@@ -72,10 +70,9 @@ public:
         add("ReadBufferedBlocks/1000", Work::Get, 1000);
         add("ReadBufferedBlocks/65536", Work::Get, 65536);
         add("ReadBufferedBlocks/65536/disk", Work::Disk, 65536);
-        return *this;
     }
     template <typename File>
-    const Jobs& WriteBuffered() const {
+    void WriteBuffered() const {
         With("WriteMillionValues", Target, WriteValues<File>);
         for (const std::size_t size : {1000, 65536}) {
             With("WriteBufferedBlocks/" + std::to_string(size), Target,
@@ -88,19 +85,18 @@ public:
             const std::string block(65536, 'x');
             LoopAnew(state, name, [&] { WriteAll<File>(name, block); });
         });
-        return *this;
     }
     template <typename File>
-    const Jobs& ReadLines() const {
-        return With("ReadMillionLines", Lines<kMillion>, ::ReadLines<File>);
+    void ReadLines() const {
+        With("ReadMillionLines", Lines<kMillion>, ::ReadLines<File>);
     }
     template <typename File>
-    const Jobs& ReadUnbufferedLines() const {
-        return With("ReadUnbufferedLines", Lines<1000>, ::ReadLines<File>);
+    void ReadUnbufferedLines() const {
+        With("ReadUnbufferedLines", Lines<1000>, ::ReadLines<File>);
     }
     /// Blocks of 4 KiB, at random places of a file that the system has in its cache.
     template <typename File>
-    const Jobs& ReadAt() const {
+    void ReadAt() const {
         Add("ReadAt", [](State& state) {
             File file(Work::Get().Filled(k16MiB));
             std::uint32_t place = 1;
@@ -112,24 +108,23 @@ public:
                 benchmark::DoNotOptimize(block);
             });
         });
-        return *this;
     }
     /// All that files with a buffer do.
     template <typename Reader, typename Writer, typename UnbufferedReader = Reader>
-    const Jobs& Streams() const {
-        return OpenClose<Reader>()
-            .template CreateWriteClose<Writer>()
-            .template ReadUnbuffered<UnbufferedReader>()
-            .template ReadBuffered<Reader>()
-            .template ReadLines<Reader>()
-            .template WriteBuffered<Writer>();
+    void Streams() const {
+        OpenClose<Reader>();
+        CreateWriteClose<Writer>();
+        ReadUnbuffered<UnbufferedReader>();
+        ReadBuffered<Reader>();
+        ReadLines<Reader>();
+        WriteBuffered<Writer>();
     }
 
     // Names: calls with one or two of them, as MustDo makes them.
 
     /// Copies over a target that exists; on a disk into a new one as well.
     template <typename Call>
-    const Jobs& Copy(Call copy) const {
+    void Copy(Call copy) const {
         const auto add = [=](const std::string& job, std::size_t size, Place place, bool anew) {
             Add(job, [=](State& state) {
                 const std::string from = place().Filled(size);
@@ -143,12 +138,11 @@ public:
             add(job + std::string("/disk"), size, Work::Disk, true);
             add(job + std::string("/replaced/disk"), size, Work::Disk, false);
         }
-        return *this;
     }
     /// There and back again.
     template <typename Call>
-    const Jobs& Rename(Call rename) const {
-        return With("Rename", Pair, [=](const auto& names) {
+    void Rename(Call rename) const {
+        With("Rename", Pair, [=](const auto& names) {
             MustDo(rename, names.first, names.second);
             MustDo(rename, names.second, names.first);
         });
@@ -156,7 +150,7 @@ public:
     /// Gives a small file new contents, durably. Not the processor's time alone: it waits for the
     /// disk.
     template <typename Call>
-    const Jobs& ReplaceWhole(Call replace) const {
+    void ReplaceWhole(Call replace) const {
         const auto run = [=](Place place) {
             return [=](State& state) {
                 const std::string target = place().Target();
@@ -167,10 +161,9 @@ public:
         };
         Add("ReplaceWhole", run(Work::Get))->UseRealTime();
         Add("ReplaceWhole/disk", run(Work::Disk))->UseRealTime();
-        return *this;
     }
     template <typename Call>
-    const Jobs& DeleteTree(Call remove) const {
+    void DeleteTree(Call remove) const {
         for (const int folders : {1, 100}) {
             Add("DeleteTree/" + std::to_string(folders), [=](State& state) {
                 for (auto _ : state) {
@@ -181,30 +174,28 @@ public:
                 }
             });
         }
-        return *this;
     }
     template <typename Call>
-    const Jobs& Exists(Call exists) const {
+    void Exists(Call exists) const {
         With("Exists", Filled(4000), exists);
-        return With("ExistsNot", Missing, [=](const auto& name) { return !exists(name); });
+        With("ExistsNot", Missing, [=](const auto& name) { return !exists(name); });
     }
     template <typename Call>
-    const Jobs& List(Call list) const {
+    void List(Call list) const {
         for (const int entries : {100, 10000, 100000}) {
             With("ListNames/" + std::to_string(entries), Directory(entries), list);
         }
-        return *this;
     }
     template <typename Make, typename Remove>
-    const Jobs& MakeAndRemove(Make make, Remove remove) const {
-        return With("MakeAndRemove", Made, [=](const auto& name) {
+    void MakeAndRemove(Make make, Remove remove) const {
+        With("MakeAndRemove", Made, [=](const auto& name) {
             MustDo(make, name);
             MustDo(remove, name);
         });
     }
     template <typename Make, typename Remove>
-    const Jobs& MakeFiveLevels(Make make, Remove remove) const {
-        return With("MakeFiveLevels", Levels, [=](const auto& levels) {
+    void MakeFiveLevels(Make make, Remove remove) const {
+        With("MakeFiveLevels", Levels, [=](const auto& levels) {
             MustDo(make, levels.front());
             for (const std::string& level : levels) {
                 MustDo(remove, level);
@@ -216,25 +207,23 @@ public:
 
     /// Starts a program and waits until it has ended, with so many MiB in use.
     template <typename Call>
-    const Jobs& Start(Call run) const {
+    void Start(Call run) const {
         for (const std::size_t size : {0, 1024}) {
             Add("StartUntilEnded/" + std::to_string(size), [=](State& state) {
                 const std::vector<char> memory(size << 20U, 'x');
                 Loop(state, run);
             })->UseRealTime();
         }
-        return *this;
     }
     /// Runs /bin/true and collects both of its outputs.
     template <typename Call>
-    const Jobs& Run(Call run) const {
+    void Run(Call run) const {
         Add("Run", [=](State& state) { Loop(state, run); })->UseRealTime();
-        return *this;
     }
     /// `share(name, size, attach)` creates a segment, touches all of it, and with `attach` attaches
     /// to it from a second hold.
     template <typename Call>
-    const Jobs& Segment(Call share) const {
+    void Segment(Call share) const {
         const auto add = [&](const std::string& job, std::size_t size, bool attach) {
             const std::string name = "zukel-bench-" + column_ + std::to_string(getpid());
             Repeat(job + std::to_string(size), [=] { share(name, size, attach); });
@@ -243,11 +232,10 @@ public:
         add("Segment/", 1000000, true);
         add("SegmentTouched/", 65536, false);
         add("SegmentTouched/", 1048576, false);
-        return *this;
     }
     /// Of one object that all threads share.
     template <typename Object, typename Call>
-    const Jobs& Counter(Call count) const {
+    void Counter(Call count) const {
         Add("Counter",
             [=](State& state) {
                 static Object counter{};
@@ -256,31 +244,29 @@ public:
             ->Threads(1)
             ->Threads(2)
             ->UseRealTime();
-        return *this;
     }
 
     // Memory, in bytes.
 
     template <typename Object, typename... Arguments>
-    const Jobs& Idle(const std::string& which, Arguments... arguments) const {
-        return Bytes("IdleBytes/" + which, [=] { return IdleBytes<Object>(arguments...); });
+    void Idle(const std::string& which, Arguments... arguments) const {
+        Bytes("IdleBytes/" + which, [=] { return IdleBytes<Object>(arguments...); });
     }
     template <typename Make, typename Use>
-    const Jobs& Growth(const std::string& which, Make make, Use use) const {
-        return Bytes("GrowthBytes/" + which, [=] { return GrowthBytes(make, use); });
+    void Growth(const std::string& which, Make make, Use use) const {
+        Bytes("GrowthBytes/" + which, [=] { return GrowthBytes(make, use); });
     }
 
 private:
     static constexpr std::size_t k16MiB = std::size_t{16} << 20U;
 
     template <typename Measure>
-    const Jobs& Bytes(const std::string& job, Measure measure) const {
+    void Bytes(const std::string& job, Measure measure) const {
         Add(job, [=](State& state) {
             for (auto _ : state) {
                 state.counters["bytes"] = measure();
             }
         })->Iterations(1);
-        return *this;
     }
 
     static auto Filled(std::size_t size, Place place = Work::Get) {
@@ -306,6 +292,11 @@ private:
     std::shared_ptr<void> (*keep_)();
 };
 
+/// What makes a `T`: before a job, and for it.
+template <typename T, typename... Arguments>
+auto Make(Arguments... arguments) {
+    return [=] { return T(arguments...); };
+}
 /// What a `keep` makes that keeps a `T`.
 template <typename T>
 std::shared_ptr<void> Keep() {

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 
-#include <fstream>
+#include "Common.h"
 
 struct Memory {
     /// The bytes of the process's own memory that are in use: all that is mapped, less what the C
@@ -13,11 +14,14 @@ struct Memory {
 };
 
 inline Memory ReadMemory() {
-    long long size = 0;
+    // Without a stream, whose buffer would change what is read.
+    char text[256] = {};
+    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    MUST(read(file, text, sizeof text - 1) > 0);
+    close(file);
     long long resident = 0;
-    long long ignored = 0;
     long long data = 0;
-    std::ifstream("/proc/self/statm") >> size >> resident >> ignored >> ignored >> ignored >> data;
+    MUST(std::sscanf(text, "%*s %lld %*s %*s %*s %lld", &resident, &data) == 2);
     const struct mallinfo2 heap = mallinfo2();
     const long long page = sysconf(_SC_PAGESIZE);
     return {data * page - static_cast<long long>(heap.arena - heap.uordblks), resident * page};

@@ -99,97 +99,93 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     MUST(apr_shm_destroy(owner) == APR_SUCCESS);
 }
 
-const Jobs kJobs =
-    Jobs("runtime", Keep<Pool>)
-        .OpenClose<Reader>()
-        .CreateWriteClose<File<kCreate>>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadBuffered<BufferedReader>()
-        .ReadLines<BufferedReader>()
-        .WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>()
-        .Copy([](auto& from, auto& to) {
-            return apr_file_copy(from.c_str(), to.c_str(), kDefault, Pool());
-        })
-        .Rename(
-            [](auto& from, auto& to) { return apr_file_rename(from.c_str(), to.c_str(), Pool()); })
-        .Exists(Exists)
-        .List([](auto& name) {
-            const Directory open(name);
-            auto names = ReadNames(open.directory);
-            apr_dir_close(open.directory);
-            return names;
-        })
-        .MakeAndRemove([](auto& path) { return apr_dir_make(path.c_str(), kDefault, Pool()); },
-                       Remove)
-        .MakeFiveLevels(
-            [](auto& path) { return apr_dir_make_recursive(path.c_str(), kDefault, Pool()); },
-            Remove)
-        .Repeat("FileFacts", Facts)
-        .With(
-            "ReadVariable", [] { return Pool(); },
-            [](const Pool& pool) {
-                char* value = nullptr;
-                apr_env_get(&value, "PATH", pool);
-                return value;
-            })
-        .With(
-            "SetVariable", [] { return Pool(); },
-            [](const Pool& pool) {
-                MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
-            })
-        .Start([] { Start(false); })
-        .Run([] { Start(true); })
-        .Repeat("LoadFindUnload",
-                [] {
-                    const Pool pool;
-                    apr_dso_handle_t* module = nullptr;
-                    apr_dso_handle_sym_t answer = nullptr;
-                    MUST(apr_dso_load(&module, ZUKEL_BENCHMARK_MODULE, pool) == APR_SUCCESS);
-                    MUST(apr_dso_sym(&answer, module, "Answer") == APR_SUCCESS);
-                    CallAnswer(answer);
-                    MUST(apr_dso_unload(module) == APR_SUCCESS);
-                })
-        .Segment(Share)
-        .With(
-            "Format",
-            [] {
-                apr_time_exp_t time{};
-                apr_time_exp_gmt(&time, apr_time_now());
-                return time;
-            },
-            [](const apr_time_exp_t& time) {
-                char buffer[256];
-                apr_size_t length = 0;
-                auto* const read = const_cast<apr_time_exp_t*>(&time);
-                apr_strftime(buffer, &length, sizeof buffer, kPattern, read);
-                return std::string(buffer, length);
-            })
-        .Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); })
-        .Idle<Pool>("kelFile")
-        .Idle<Pool>("kelLibrary")
-        .Growth(
-            "openings", [] { return Pool(); },
-            [](const Pool& pool) {
-                apr_file_t* file = nullptr;
-                char byte = 0;
-                MUST(apr_file_open(&file, kKnownFile, APR_FOPEN_READ | APR_FOPEN_BUFFERED,
-                                   APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
-                MUST(apr_file_getc(&byte, file) == APR_SUCCESS);
-                apr_file_close(file);
-            })
-        .Growth(
-            "listings", [] { return Directory(Work::Get().Directory(100)); },
-            [](Directory& open) {
-                apr_dir_rewind(open.directory);
-                MUST(ReadNames(open.directory).size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("runtime", Keep<Pool>);
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<File<kCreate>>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadBuffered<BufferedReader>();
+    jobs.ReadLines<BufferedReader>();
+    jobs.WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>();
+    jobs.Copy([](auto& from, auto& to) {
+        return apr_file_copy(from.c_str(), to.c_str(), kDefault, Pool());
+    });
+    jobs.Rename(
+        [](auto& from, auto& to) { return apr_file_rename(from.c_str(), to.c_str(), Pool()); });
+    jobs.Exists(Exists);
+    jobs.List([](auto& name) {
+        const Directory open(name);
+        auto names = ReadNames(open.directory);
+        apr_dir_close(open.directory);
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return apr_dir_make(path.c_str(), kDefault, Pool()); },
+                       Remove);
+    jobs.MakeFiveLevels(
+        [](auto& path) { return apr_dir_make_recursive(path.c_str(), kDefault, Pool()); }, Remove);
+    jobs.Repeat("FileFacts", Facts);
+    jobs.With("ReadVariable", Make<Pool>(), [](const Pool& pool) {
+        char* value = nullptr;
+        apr_env_get(&value, "PATH", pool);
+        return value;
+    });
+    jobs.With("SetVariable", Make<Pool>(), [](const Pool& pool) {
+        MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
+    });
+    jobs.Start([] { Start(false); });
+    jobs.Run([] { Start(true); });
+    jobs.Repeat("LoadFindUnload", [] {
+        const Pool pool;
+        apr_dso_handle_t* module = nullptr;
+        apr_dso_handle_sym_t answer = nullptr;
+        MUST(apr_dso_load(&module, ZUKEL_BENCHMARK_MODULE, pool) == APR_SUCCESS);
+        MUST(apr_dso_sym(&answer, module, "Answer") == APR_SUCCESS);
+        CallAnswer(answer);
+        MUST(apr_dso_unload(module) == APR_SUCCESS);
+    });
+    jobs.Segment(Share);
+    jobs.With(
+        "Format",
+        [] {
+            apr_time_exp_t time{};
+            apr_time_exp_gmt(&time, apr_time_now());
+            return time;
+        },
+        [](const apr_time_exp_t& time) {
+            char buffer[256];
+            apr_size_t length = 0;
+            auto* const read = const_cast<apr_time_exp_t*>(&time);
+            apr_strftime(buffer, &length, sizeof buffer, kPattern, read);
+            return std::string(buffer, length);
+        });
+    jobs.Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); });
+    jobs.Idle<Pool>("kelFile");
+    jobs.Idle<Pool>("kelLibrary");
+    jobs.Growth("openings", Make<Pool>(), [](const Pool& pool) {
+        apr_file_t* file = nullptr;
+        char byte = 0;
+        MUST(apr_file_open(&file, kKnownFile, APR_FOPEN_READ | APR_FOPEN_BUFFERED,
+                           APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
+        MUST(apr_file_getc(&byte, file) == APR_SUCCESS);
+        apr_file_close(file);
+    });
+    jobs.Growth(
+        "listings", [] { return Directory(Work::Get().Directory(100)); },
+        [](Directory& open) {
+            apr_dir_rewind(open.directory);
+            MUST(ReadNames(open.directory).size() == 100);
+        });
 
-/// In two threads, which must not start APR at once: it counts its users without a lock.
-const Jobs kThreaded =
-    Jobs("runtime").Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
+    // In two threads, which must not start APR at once: it counts its users without a lock.
+    const Jobs threaded("runtime");
+    threaded.Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
 
-const Jobs kCold =
-    Jobs("runtimeCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
+    const Jobs cold("runtimeCold");
+    cold.OpenClose<Reader>();
+    cold.Exists(Exists);
+    cold.Repeat("FileFacts", Facts);
+    return true;
+}();
 
 }  // namespace

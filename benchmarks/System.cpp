@@ -153,65 +153,63 @@ void ReadFiles(const std::vector<std::string>& files) {
     }
 }
 
-const Jobs kJobs =
-    Jobs("system")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadAt<Reader>()
-        .Copy(Copy)
-        .Rename([](auto& from, auto& to) { return std::rename(from.c_str(), to.c_str()); })
-        .ReplaceWhole(ReplaceWhole)
-        .Exists([](auto& name) {
-            struct stat status {};
-            return stat(name.c_str(), &status) == 0;
-        })
-        .List([](auto& name) {
-            DIR* const directory = opendir(name.c_str());
-            auto names = ReadNames(directory);
-            closedir(directory);
-            return names;
-        })
-        .MakeAndRemove([](auto& path) { return mkdir(path.c_str(), 0777); },
-                       [](auto& path) { return rmdir(path.c_str()); })
-        .Repeat("FileFacts",
-                [] {
-                    struct stat info {};
-                    return lstat(kKnownFile, &info) == 0;
-                })
-        .Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; })
-        .Start([] {
-            const pid_t pid = Start(nullptr);
-            MUST(waitpid(pid, nullptr, 0) == pid);
-        })
-        .Run(Run)
-        .Repeat("MonotonicTime",
-                [] {
-                    timespec now{};
-                    clock_gettime(CLOCK_MONOTONIC, &now);
-                    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
-                })
-        .Repeat("LoadFindUnload",
-                [] {
-                    void* const module = dlopen(ZUKEL_BENCHMARK_MODULE, RTLD_NOW | RTLD_GLOBAL);
-                    MUST(module != nullptr);
-                    CallAnswer(dlsym(module, "Answer"));
-                    MUST(dlclose(module) == 0);
-                })
-        .Segment(Share)
-        .With("Memory", MemoryFiles, ReadFiles)
-        .Repeat("Disk",
-                [] {
-                    struct statvfs facts {};
-                    MUST(statvfs("/tmp", &facts) == 0);
-                    return facts.f_bavail * facts.f_frsize;
-                })
-        .Growth(
-            "listings", [] { return opendir(Work::Get().Directory(100).c_str()); },
-            [](DIR* directory) {
-                rewinddir(directory);
-                MUST(ReadNames(directory).size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("system");
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<Writer>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadAt<Reader>();
+    jobs.Copy(Copy);
+    jobs.Rename([](auto& from, auto& to) { return std::rename(from.c_str(), to.c_str()); });
+    jobs.ReplaceWhole(ReplaceWhole);
+    jobs.Exists([](auto& name) {
+        struct stat status {};
+        return stat(name.c_str(), &status) == 0;
+    });
+    jobs.List([](auto& name) {
+        DIR* const directory = opendir(name.c_str());
+        auto names = ReadNames(directory);
+        closedir(directory);
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return mkdir(path.c_str(), 0777); },
+                       [](auto& path) { return rmdir(path.c_str()); });
+    jobs.Repeat("FileFacts", [] {
+        struct stat info {};
+        return lstat(kKnownFile, &info) == 0;
+    });
+    jobs.Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; });
+    jobs.Start([] {
+        const pid_t pid = Start(nullptr);
+        MUST(waitpid(pid, nullptr, 0) == pid);
+    });
+    jobs.Run(Run);
+    jobs.Repeat("MonotonicTime", [] {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        return now.tv_sec * 1000000 + now.tv_nsec / 1000;
+    });
+    jobs.Repeat("LoadFindUnload", [] {
+        void* const module = dlopen(ZUKEL_BENCHMARK_MODULE, RTLD_NOW | RTLD_GLOBAL);
+        MUST(module != nullptr);
+        CallAnswer(dlsym(module, "Answer"));
+        MUST(dlclose(module) == 0);
+    });
+    jobs.Segment(Share);
+    jobs.With("Memory", MemoryFiles, ReadFiles);
+    jobs.Repeat("Disk", [] {
+        struct statvfs facts {};
+        MUST(statvfs("/tmp", &facts) == 0);
+        return facts.f_bavail * facts.f_frsize;
+    });
+    jobs.Growth(
+        "listings", [] { return opendir(Work::Get().Directory(100).c_str()); },
+        [](DIR* directory) {
+            rewinddir(directory);
+            MUST(ReadNames(directory).size() == 100);
+        });
+    return true;
+}();
 
 }  // namespace

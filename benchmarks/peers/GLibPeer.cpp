@@ -94,81 +94,83 @@ struct KnownFile {
 };
 using Time = std::unique_ptr<GDateTime, void (*)(GDateTime*)>;
 
-const Jobs kJobs =
-    Jobs("glib")
-        .OpenClose<Reader<false>>()
-        .CreateWriteClose<Writer<false>>()
-        .ReadUnbuffered<Reader<false>>()
-        .ReadBuffered<Reader<true>>()
-        .ReadLines<LineReader>()
-        .WriteBuffered<Writer<true>>()
-        .Copy([](auto& from, auto& to) {
-            MUST(g_file_copy(At(from).get(), At(to).get(), G_FILE_COPY_OVERWRITE, nullptr, nullptr,
-                             nullptr, nullptr));
-        })
-        .Rename([](auto& from, auto& to) { return g_rename(from.c_str(), to.c_str()); })
-        .ReplaceWhole([](auto& name, auto& contents) {
-            constexpr int kFlags = G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE;
-            MUST(g_file_set_contents_full(name.c_str(), contents.data(),
-                                          static_cast<gssize>(contents.size()),
-                                          GFileSetContentsFlags(kFlags), 0666, nullptr));
-        })
-        .Exists([](auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; })
-        .List(List)
-        .MakeAndRemove([](auto& path) { return g_mkdir(path.c_str(), 0777); },
-                       [](auto& path) { return g_rmdir(path.c_str()); })
-        .MakeFiveLevels([](auto& path) { return g_mkdir_with_parents(path.c_str(), 0777); },
-                        [](auto& path) { return g_rmdir(path.c_str()); })
-        .With(
-            "FileFacts", [] { return At(kKnownFile); }, Facts)
-        .Repeat("NormalizePath", [] { return Held<char>(g_canonicalize_filename(kLongPath, "/")); })
-        .Repeat("ReadVariable", [] { return std::string(g_getenv("PATH")); })
-        .Repeat("SetVariable", [] { return g_setenv("ZUKEL_BENCHMARK_GLIB", "value", TRUE) != 0; })
-        .Start([] { Run(nullptr, nullptr); })
-        .Run([] {
-            gchar* output = nullptr;
-            gchar* errors = nullptr;
-            Run(&output, &errors);
-            g_free(output);
-            g_free(errors);
-        })
-        .Repeat("MonotonicTime", g_get_monotonic_time)
-        .Repeat("LoadFindUnload",
-                [] {
-                    GModule* const module = g_module_open(ZUKEL_BENCHMARK_MODULE, GModuleFlags{});
-                    gpointer answer = nullptr;
-                    MUST(module != nullptr && g_module_symbol(module, "Answer", &answer));
-                    CallAnswer(answer);
-                    MUST(g_module_close(module));
-                })
-        .With(
-            "Format", [] { return Time(g_date_time_new_now_utc(), g_date_time_unref); },
-            [](const Time& time) { return Held<char>(g_date_time_format(time.get(), kPattern)); })
-        .Counter<gint>([](auto& counter) { return g_atomic_int_add(&counter, 1); })
-        .With(
-            "Disk", [] { return At("/tmp"); },
-            [](const Held<GFile>& file) {
-                return Held<GFileInfo>(
-                    g_file_query_filesystem_info(file.get(), "filesystem::free", nullptr, nullptr));
-            })
-        .Idle<KnownFile>("kelFileInfo")
-        .Growth(
-            "openings", [] { return At(kKnownFile); },
-            [](const Held<GFile>& file) {
-                const Held<GInputStream> stream(
-                    G_INPUT_STREAM(g_file_read(file.get(), nullptr, nullptr)));
-                char byte = 0;
-                MUST(g_input_stream_read(stream.get(), &byte, 1, nullptr, nullptr) == 1);
-            })
-        .Growth(
-            "listings", [] { return g_dir_open(Work::Get().Directory(100).c_str(), 0, nullptr); },
-            [](GDir* directory) {
-                g_dir_rewind(directory);
-                int count = 0;
-                while (g_dir_read_name(directory) != nullptr) {
-                    ++count;
-                }
-                MUST(count == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("glib");
+    jobs.OpenClose<Reader<false>>();
+    jobs.CreateWriteClose<Writer<false>>();
+    jobs.ReadUnbuffered<Reader<false>>();
+    jobs.ReadBuffered<Reader<true>>();
+    jobs.ReadLines<LineReader>();
+    jobs.WriteBuffered<Writer<true>>();
+    jobs.Copy([](auto& from, auto& to) {
+        MUST(g_file_copy(At(from).get(), At(to).get(), G_FILE_COPY_OVERWRITE, nullptr, nullptr,
+                         nullptr, nullptr));
+    });
+    jobs.Rename([](auto& from, auto& to) { return g_rename(from.c_str(), to.c_str()); });
+    jobs.ReplaceWhole([](auto& name, auto& contents) {
+        constexpr int kFlags = G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE;
+        MUST(g_file_set_contents_full(name.c_str(), contents.data(),
+                                      static_cast<gssize>(contents.size()),
+                                      GFileSetContentsFlags(kFlags), 0666, nullptr));
+    });
+    jobs.Exists([](auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; });
+    jobs.List(List);
+    jobs.MakeAndRemove([](auto& path) { return g_mkdir(path.c_str(), 0777); },
+                       [](auto& path) { return g_rmdir(path.c_str()); });
+    jobs.MakeFiveLevels([](auto& path) { return g_mkdir_with_parents(path.c_str(), 0777); },
+                        [](auto& path) { return g_rmdir(path.c_str()); });
+    jobs.With(
+        "FileFacts", [] { return At(kKnownFile); }, Facts);
+    jobs.Repeat("NormalizePath",
+                [] { return Held<char>(g_canonicalize_filename(kLongPath, "/")); });
+    jobs.Repeat("ReadVariable", [] { return std::string(g_getenv("PATH")); });
+    jobs.Repeat("SetVariable", [] { return g_setenv("ZUKEL_BENCHMARK_GLIB", "value", TRUE) != 0; });
+    jobs.Start([] { Run(nullptr, nullptr); });
+    jobs.Run([] {
+        gchar* output = nullptr;
+        gchar* errors = nullptr;
+        Run(&output, &errors);
+        g_free(output);
+        g_free(errors);
+    });
+    jobs.Repeat("MonotonicTime", g_get_monotonic_time);
+    jobs.Repeat("LoadFindUnload", [] {
+        GModule* const module = g_module_open(ZUKEL_BENCHMARK_MODULE, GModuleFlags{});
+        gpointer answer = nullptr;
+        MUST(module != nullptr && g_module_symbol(module, "Answer", &answer));
+        CallAnswer(answer);
+        MUST(g_module_close(module));
+    });
+    jobs.With(
+        "Format", [] { return Time(g_date_time_new_now_utc(), g_date_time_unref); },
+        [](const Time& time) { return Held<char>(g_date_time_format(time.get(), kPattern)); });
+    jobs.Counter<gint>([](auto& counter) { return g_atomic_int_add(&counter, 1); });
+    jobs.With(
+        "Disk", [] { return At("/tmp"); },
+        [](const Held<GFile>& file) {
+            return Held<GFileInfo>(
+                g_file_query_filesystem_info(file.get(), "filesystem::free", nullptr, nullptr));
+        });
+    jobs.Idle<KnownFile>("kelFileInfo");
+    jobs.Growth(
+        "openings", [] { return At(kKnownFile); },
+        [](const Held<GFile>& file) {
+            const Held<GInputStream> stream(
+                G_INPUT_STREAM(g_file_read(file.get(), nullptr, nullptr)));
+            char byte = 0;
+            MUST(g_input_stream_read(stream.get(), &byte, 1, nullptr, nullptr) == 1);
+        });
+    jobs.Growth(
+        "listings", [] { return g_dir_open(Work::Get().Directory(100).c_str(), 0, nullptr); },
+        [](GDir* directory) {
+            g_dir_rewind(directory);
+            int count = 0;
+            while (g_dir_read_name(directory) != nullptr) {
+                ++count;
+            }
+            MUST(count == 100);
+        });
+    return true;
+}();
 
 }  // namespace

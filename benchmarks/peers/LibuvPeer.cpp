@@ -74,58 +74,58 @@ void Run(uv_process_options_t& options) {
     MUST(uv_run(uv_default_loop(), UV_RUN_DEFAULT) == 0);
 }
 
-const Jobs kJobs =
-    Jobs("libuv")
-        .OpenClose<Reader>()
-        .CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadAt<Reader>()
-        .Copy([](auto& from, auto& to) { return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0); })
-        .Rename([](auto& from, auto& to) { return Do(uv_fs_rename, from.c_str(), to.c_str()); })
-        .Exists([](auto& name) { return Do(uv_fs_access, name.c_str(), F_OK) == 0; })
-        .List(List)
-        .MakeAndRemove([](auto& path) { return Do(uv_fs_mkdir, path.c_str(), 0777); },
-                       [](auto& path) { return Do(uv_fs_rmdir, path.c_str()); })
-        .Repeat("FileFacts", [] { return Do(uv_fs_lstat, kKnownFile) == 0; })
-        .Repeat("ReadVariable",
-                [] {
-                    char value[4096];
-                    std::size_t size = sizeof value;
-                    MUST(uv_os_getenv("PATH", value, &size) == 0);
-                    return std::string(value, size);
-                })
-        .Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; })
-        .Start([] {
-            uv_process_options_t options{};
-            Run(options);
-        })
-        .Run([] {
-            uv_pipe_t pipes[2];
-            uv_stdio_container_t streams[3]{};
-            for (int stream = 1; stream < 3; ++stream) {
-                uv_pipe_t& pipe = pipes[stream - 1];
-                MUST(uv_pipe_init(uv_default_loop(), &pipe, 0) == 0);
-                streams[stream].flags = uv_stdio_flags(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
-                streams[stream].data.stream = reinterpret_cast<uv_stream_t*>(&pipe);
-            }
-            uv_process_options_t options{};
-            options.stdio = streams;
-            options.stdio_count = 3;
-            Run(options);
-        })
-        .Repeat("MonotonicTime", uv_hrtime)
-        .Repeat("LoadFindUnload",
-                [] {
-                    uv_lib_t module;
-                    void* answer = nullptr;
-                    MUST(uv_dlopen(ZUKEL_BENCHMARK_MODULE, &module) == 0);
-                    MUST(uv_dlsym(&module, "Answer", &answer) == 0);
-                    CallAnswer(answer);
-                    uv_dlclose(&module);
-                })
-        .Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; })
-        .Idle<uv_lib_t>("kelDynamicObject")
-        .Idle<uv_process_t>("kelProcess");
+const bool kAdded = [] {
+    const Jobs jobs("libuv");
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadAt<Reader>();
+    jobs.Copy([](auto& from, auto& to) { return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0); });
+    jobs.Rename([](auto& from, auto& to) { return Do(uv_fs_rename, from.c_str(), to.c_str()); });
+    jobs.Exists([](auto& name) { return Do(uv_fs_access, name.c_str(), F_OK) == 0; });
+    jobs.List(List);
+    jobs.MakeAndRemove([](auto& path) { return Do(uv_fs_mkdir, path.c_str(), 0777); },
+                       [](auto& path) { return Do(uv_fs_rmdir, path.c_str()); });
+    jobs.Repeat("FileFacts", [] { return Do(uv_fs_lstat, kKnownFile) == 0; });
+    jobs.Repeat("ReadVariable", [] {
+        char value[4096];
+        std::size_t size = sizeof value;
+        MUST(uv_os_getenv("PATH", value, &size) == 0);
+        return std::string(value, size);
+    });
+    jobs.Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; });
+    jobs.Start([] {
+        uv_process_options_t options{};
+        Run(options);
+    });
+    jobs.Run([] {
+        uv_pipe_t pipes[2];
+        uv_stdio_container_t streams[3]{};
+        for (int stream = 1; stream < 3; ++stream) {
+            uv_pipe_t& pipe = pipes[stream - 1];
+            MUST(uv_pipe_init(uv_default_loop(), &pipe, 0) == 0);
+            streams[stream].flags = uv_stdio_flags(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
+            streams[stream].data.stream = reinterpret_cast<uv_stream_t*>(&pipe);
+        }
+        uv_process_options_t options{};
+        options.stdio = streams;
+        options.stdio_count = 3;
+        Run(options);
+    });
+    jobs.Repeat("MonotonicTime", uv_hrtime);
+    jobs.Repeat("LoadFindUnload", [] {
+        uv_lib_t module;
+        void* answer = nullptr;
+        MUST(uv_dlopen(ZUKEL_BENCHMARK_MODULE, &module) == 0);
+        MUST(uv_dlsym(&module, "Answer", &answer) == 0);
+        CallAnswer(answer);
+        uv_dlclose(&module);
+    });
+    jobs.Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; });
+    jobs.Idle<uv_lib_t>("kelDynamicObject");
+    jobs.Idle<uv_process_t>("kelProcess");
+    return true;
+}();
 
 }  // namespace

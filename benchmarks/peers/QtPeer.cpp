@@ -53,104 +53,97 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     }
 }
 
-const Jobs kJobs =
-    Jobs("qt")
-        .Streams<Reader, Writer, UnbufferedReader>()
-        .ReadUnbufferedLines<UnbufferedReader>()
-        .Copy([](auto& from, auto& to) {
-            // It never copies over a file that exists, so that one is removed before.
-            QFile::remove(Text(to));
-            return QFile::copy(Text(from), Text(to));
-        })
-        .Rename([](auto& from, auto& to) { return QFile::rename(Text(from), Text(to)); })
-        .ReplaceWhole([](auto& name, auto& contents) {
-            QSaveFile file(Text(name));
-            MUST(file.open(QIODevice::WriteOnly));
-            file.write(contents.data(), static_cast<qint64>(contents.size()));
-            return file.commit();
-        })
-        .DeleteTree([](auto& path) { return QDir(Text(path)).removeRecursively(); })
-        .Exists([](auto& name) { return QFile::exists(Text(name)); })
-        .List([](auto& directory) {
-            return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted);
-        })
-        .MakeAndRemove([](auto& path) { return QDir().mkdir(Text(path)); },
-                       [](auto& path) { return QDir().rmdir(Text(path)); })
-        .MakeFiveLevels([](auto& path) { return QDir().mkpath(Text(path)); },
-                        [](auto& path) { return QDir().rmdir(Text(path)); })
-        .With(
-            "FileFacts", [] { return QString(kKnownFile); },
-            [](const QString& name) {
-                const QFileInfo info(name);
-                benchmark::DoNotOptimize(info.size());
-                benchmark::DoNotOptimize(info.isSymLink());
-                benchmark::DoNotOptimize(info.lastModified());
-            })
-        .With(
-            "NormalizePath", [] { return QString(kLongPath); }, QDir::cleanPath)
-        .With(
-            "ThreeNameParts", [] { return QFileInfo(kLongPath); },
-            [](const QFileInfo& info) {
-                benchmark::DoNotOptimize(info.path());
-                benchmark::DoNotOptimize(info.fileName());
-                benchmark::DoNotOptimize(info.completeBaseName());
-            })
-        .Repeat("ReadVariable", [] { return qgetenv("PATH"); })
-        .Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); })
-        .Start([] {
-            QProcess process;
-            Start(process);
-        })
-        .Run([] {  // it has pipes as it is, and reads them while it waits
-            QProcess process;
-            Start(process);
-            MUST(process.readAllStandardOutput().isEmpty());
-            MUST(process.readAllStandardError().isEmpty());
-        })
-        .Repeat("MonotonicTime",
-                [] {
-                    QElapsedTimer timer;
-                    timer.start();
-                    return timer.msecsSinceReference();
-                })
-        .Repeat("LoadFindUnload",
-                [] {
-                    QLibrary module(ZUKEL_BENCHMARK_MODULE);
-                    module.setLoadHints(QLibrary::ResolveAllSymbolsHint |
-                                        QLibrary::ExportExternalSymbolsHint);
-                    CallAnswer(module.resolve("Answer"));
-                    MUST(module.unload());
-                })
-        .Segment(Share)
-        .With(
-            "Format", [] { return QDateTime::currentDateTimeUtc(); },
-            [pattern = QString("yyyy-MM-dd HH:mm:ss")](const QDateTime& time) {
-                return time.toString(pattern);
-            })
-        .Counter<QAtomicInt>([](auto& counter) { return counter.fetchAndAddOrdered(1); })
-        .Repeat("Disk", [] { return QStorageInfo("/tmp").bytesAvailable(); })
-        .Repeat("IdleObject", [] { const QFile file; })
-        .Idle<QAtomicInt>("kelAtomic")
-        .Idle<QDir>("kelDirectory")
-        .Idle<QLibrary>("kelDynamicObject")
-        .Idle<QFile>("kelFile")
-        .Idle<QFileInfo>("kelFileInfo", kKnownFile)
-        .Idle<QProcess>("kelProcess")
-        .Idle<QSharedMemory>("kelSharedMemory")
-        .Idle<QDateTime>("kelTime")
-        .Growth(
-            "openings", [] { return std::make_unique<QFile>(kKnownFile); },
-            [](const std::unique_ptr<QFile>& file) {
-                char byte = 0;
-                MUST(file->open(QIODevice::ReadOnly));
-                MUST(file->getChar(&byte));
-                file->close();
-            })
-        .Growth(
-            "listings", [] { return QDir(Text(Work::Get().Directory(100))); },
-            [](QDir& directory) {
-                directory.refresh();
-                MUST(directory.entryList(kEntries, QDir::Unsorted).size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("qt");
+    jobs.Streams<Reader, Writer, UnbufferedReader>();
+    jobs.ReadUnbufferedLines<UnbufferedReader>();
+    jobs.Copy([](auto& from, auto& to) {
+        // It never copies over a file that exists, so that one is removed before.
+        QFile::remove(Text(to));
+        return QFile::copy(Text(from), Text(to));
+    });
+    jobs.Rename([](auto& from, auto& to) { return QFile::rename(Text(from), Text(to)); });
+    jobs.ReplaceWhole([](auto& name, auto& contents) {
+        QSaveFile file(Text(name));
+        MUST(file.open(QIODevice::WriteOnly));
+        file.write(contents.data(), static_cast<qint64>(contents.size()));
+        return file.commit();
+    });
+    jobs.DeleteTree([](auto& path) { return QDir(Text(path)).removeRecursively(); });
+    jobs.Exists([](auto& name) { return QFile::exists(Text(name)); });
+    jobs.List(
+        [](auto& directory) { return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted); });
+    jobs.MakeAndRemove([](auto& path) { return QDir().mkdir(Text(path)); },
+                       [](auto& path) { return QDir().rmdir(Text(path)); });
+    jobs.MakeFiveLevels([](auto& path) { return QDir().mkpath(Text(path)); },
+                        [](auto& path) { return QDir().rmdir(Text(path)); });
+    jobs.With("FileFacts", Make<QString>(kKnownFile), [](const QString& name) {
+        const QFileInfo info(name);
+        benchmark::DoNotOptimize(info.size());
+        benchmark::DoNotOptimize(info.isSymLink());
+        benchmark::DoNotOptimize(info.lastModified());
+    });
+    jobs.With("NormalizePath", Make<QString>(kLongPath), QDir::cleanPath);
+    jobs.With("ThreeNameParts", Make<QFileInfo>(kLongPath), [](const QFileInfo& info) {
+        benchmark::DoNotOptimize(info.path());
+        benchmark::DoNotOptimize(info.fileName());
+        benchmark::DoNotOptimize(info.completeBaseName());
+    });
+    jobs.Repeat("ReadVariable", [] { return qgetenv("PATH"); });
+    jobs.Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); });
+    jobs.Start([] {
+        QProcess process;
+        Start(process);
+    });
+    jobs.Run([] {  // it has pipes as it is, and reads them while it waits
+        QProcess process;
+        Start(process);
+        MUST(process.readAllStandardOutput().isEmpty());
+        MUST(process.readAllStandardError().isEmpty());
+    });
+    jobs.Repeat("MonotonicTime", [] {
+        QElapsedTimer timer;
+        timer.start();
+        return timer.msecsSinceReference();
+    });
+    jobs.Repeat("LoadFindUnload", [] {
+        QLibrary module(ZUKEL_BENCHMARK_MODULE);
+        module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
+        CallAnswer(module.resolve("Answer"));
+        MUST(module.unload());
+    });
+    jobs.Segment(Share);
+    jobs.With(
+        "Format", [] { return QDateTime::currentDateTimeUtc(); },
+        [pattern = QString("yyyy-MM-dd HH:mm:ss")](const QDateTime& time) {
+            return time.toString(pattern);
+        });
+    jobs.Counter<QAtomicInt>([](auto& counter) { return counter.fetchAndAddOrdered(1); });
+    jobs.Repeat("Disk", [] { return QStorageInfo("/tmp").bytesAvailable(); });
+    jobs.Repeat("IdleObject", [] { const QFile file; });
+    jobs.Idle<QAtomicInt>("kelAtomic");
+    jobs.Idle<QDir>("kelDirectory");
+    jobs.Idle<QLibrary>("kelDynamicObject");
+    jobs.Idle<QFile>("kelFile");
+    jobs.Idle<QFileInfo>("kelFileInfo", kKnownFile);
+    jobs.Idle<QProcess>("kelProcess");
+    jobs.Idle<QSharedMemory>("kelSharedMemory");
+    jobs.Idle<QDateTime>("kelTime");
+    jobs.Growth(
+        "openings", [] { return std::make_unique<QFile>(kKnownFile); },
+        [](const std::unique_ptr<QFile>& file) {
+            char byte = 0;
+            MUST(file->open(QIODevice::ReadOnly));
+            MUST(file->getChar(&byte));
+            file->close();
+        });
+    jobs.Growth(
+        "listings", [] { return QDir(Text(Work::Get().Directory(100))); },
+        [](QDir& directory) {
+            directory.refresh();
+            MUST(directory.entryList(kEntries, QDir::Unsorted).size() == 100);
+        });
+    return true;
+}();
 
 }  // namespace
