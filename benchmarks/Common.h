@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 
 // What the sources of several libraries use.
 
@@ -12,13 +13,25 @@ inline const char* const kKnownFile = "/etc/passwd";
 inline const char* const kFrom = "/usr/lib/gcc";
 inline const char* const kTo = "/usr/share/doc";
 inline const char* const kPattern = "%Y-%m-%d %H:%M:%S";
-inline const std::string kText = "created, written and closed\n";
 
 #define MUST(condition) Must(condition, #condition)
 inline void Must(bool condition, const char* text) {
     if (!condition) {
         std::fprintf(stderr, "failed: %s\n", text);
         std::abort();
+    }
+}
+
+/// Makes a call that returns nothing, whether it has succeeded, or a status, which is then 0.
+template <typename Call, typename... Arguments>
+void MustDo(const Call& call, const Arguments&... arguments) {
+    using Result = decltype(call(arguments...));
+    if constexpr (std::is_void_v<Result>) {
+        call(arguments...);
+    } else if constexpr (std::is_same_v<Result, bool>) {
+        MUST(call(arguments...));
+    } else {
+        MUST(call(arguments...) == 0);
     }
 }
 
@@ -29,30 +42,39 @@ inline void Touch(void* address, std::size_t size) {
     }
 }
 
-/// A line of a file whose `Read` goes straight to the system: byte by byte, as nothing may be read
-/// that belongs to the next one.
-template <typename File>
-bool LineByBytes(File& file, char* line, std::size_t size) {
-    std::size_t length = 0;
-    while (length + 1 < size && file.Read(line + length, 1) == 1 && line[length++] != '\n') {
-    }
-    line[length] = '\0';
-    return length > 0;
+/// Calls what the module of the benchmarks exports.
+template <typename Symbol>
+void CallAnswer(Symbol answer) {
+    MUST(answer != nullptr);
+    MUST(reinterpret_cast<long long (*)()>(answer)() == 42);
 }
+
+struct Unshared {
+    Unshared() = default;
+    Unshared(const Unshared&) = delete;
+    Unshared& operator=(const Unshared&) = delete;
+};
+
+/// A file whose `Read` goes straight to the system. It reads a line byte by byte, as nothing may be
+/// read that belongs to the next one.
+template <typename File>
+struct Unbuffered : Unshared {
+    bool Line(char* line, std::size_t size) {
+        std::size_t length = 0;
+        while (length + 1 < size && static_cast<File*>(this)->Read(line + length, 1) == 1 &&
+               line[length++] != '\n') {
+        }
+        line[length] = '\0';
+        return length > 0;
+    }
+};
 
 /// A file as a stream of the C++ library.
 template <typename Stream>
 struct StreamFile {
     explicit StreamFile(const std::string& name) : stream(name) { MUST(stream.good()); }
-    std::size_t Read(char* to, std::size_t size) {
-        stream.read(to, static_cast<std::streamsize>(size));
-        return static_cast<std::size_t>(stream.gcount());
-    }
-    void Write(const char* from, std::size_t size) {
-        stream.write(from, static_cast<std::streamsize>(size));
-    }
-    bool Line(char* to, std::size_t size) {
-        return static_cast<bool>(stream.getline(to, static_cast<std::streamsize>(size)));
-    }
+    auto Read(char* to, std::streamsize size) { return stream.read(to, size).gcount(); }
+    void Write(const char* from, std::streamsize size) { stream.write(from, size); }
+    bool Line(char* to, std::streamsize size) { return !!stream.getline(to, size); }
     Stream stream;
 };

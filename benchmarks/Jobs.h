@@ -1,34 +1,20 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <malloc.h>
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
-#include <deque>
-#include <filesystem>
 #include <memory>
-#include <string>
-#include <type_traits>
-#include <vector>
+#include <utility>
 
-#include "Common.h"
+#include "Bodies.h"
 #include "Work.h"
-
-/// Whether a file class has operations for values, `ReadValue` and `WriteValue`, besides `Read` and
-/// `Write` of bytes.
-template <typename File, typename = void>
-constexpr bool kTyped = false;
-template <typename File>
-constexpr bool kTyped<File, std::void_t<decltype(&File::ReadValue)>> = true;
 
 /// The jobs that one library takes part in. Each function takes the library's own call or class and
 /// registers the job under the name JOB/COLUMN, with /CASE where a job has several: so that all
-/// libraries do the same. A call that returns false ends the program.
+/// libraries do the same. A call that fails ends the program.
 class Jobs {
 public:
+    using State = benchmark::State;
+    using Place = Work& (*)();
+
     /// @param column the column of the report. "std.fstream" and "std.stdio" are two ways of the
     /// column std, of which the faster counts; "zukelCold" is a row of its own (see report.py).
     /// @param keep makes what lives while a job runs.
@@ -36,223 +22,183 @@ public:
         : column_(std::move(column)), keep_(keep) {}
 
     template <typename Run>
-    auto* Add(const std::string& job, Run run, const std::string& which = "") const {
-        const std::string name = job + '/' + column_ + (which.empty() ? "" : '/' + which);
-        return benchmark::RegisterBenchmark(
-            name.c_str(), [run, keep = keep_](benchmark::State& state) {
-                const std::shared_ptr<void> kept = keep != nullptr ? keep() : nullptr;
-                run(state);
-            });
+    auto* Add(const std::string& job, Run run) const {
+        const std::size_t end = std::min(job.find('/'), job.size());
+        const std::string name = job.substr(0, end) + "/" + column_ + job.substr(end);
+        return benchmark::RegisterBenchmark(name.c_str(), [run, keep = keep_](State& state) {
+            const std::shared_ptr<void> kept = keep != nullptr ? keep() : nullptr;
+            run(state);
+        });
     }
-
     template <typename Call>
-    const Jobs& Repeat(const std::string& job, Call call, const std::string& which = "") const {
-        Add(job, Repeated(call), which);
-        return *this;
+    void Repeat(const std::string& job, Call call) const {
+        Add(job, [=](State& state) { Loop(state, call); });
     }
-
     /// `call` with what `make` has made before.
     template <typename Make, typename Call>
-    const Jobs& With(const std::string& job, Make make, Call call) const {
-        Add(job, [=](benchmark::State& state) {
+    void With(const std::string& job, Make make, Call call) const {
+        Add(job, [=](State& state) {
             auto made = make();
-            Repeated([&] { return call(made); })(state);
+            Loop(state, [&] { return call(made); });
         });
-        return *this;
     }
 
     // Files. A class of files is made from a name and has Read, Write or Line.
 
     template <typename File>
-    const Jobs& OpenClose() const {
-        return Repeat("OpenClose", [] { File file(Work::Get().Small()); });
+    void OpenClose() const {
+        With("OpenClose", Filled(13), [](const auto& name) { File file(name); });
     }
     template <typename File>
-    const Jobs& CreateWriteClose() const {
-        return Repeat("CreateWriteClose",
-                      [] { File(Work::Get().Target()).Write(kText.data(), kText.size()); });
-    }
-    template <typename File>
-    const Jobs& ReadUnbuffered() const {
-        return Repeat("Read64MiBInBlocks", [] { ReadAll<File>(Work::Get().Large(), 65536); });
-    }
-    template <typename File>
-    const Jobs& ReadBuffered() const {
-        Repeat("ReadMillionValues", [] {
-            File file(Work::Get().Large());
-            int value = 0;
-            for (int count = 0; count < Work::kValues; ++count) {
-                if constexpr (kTyped<File>) {
-                    file.ReadValue(value);
-                } else {
-                    file.Read(reinterpret_cast<char*>(&value), sizeof value);
-                }
-                benchmark::DoNotOptimize(value);
-            }
+    void CreateWriteClose() const {
+        With("CreateWriteClose", Target, [](const auto& name) {
+            constexpr std::string_view kText = "created, written and closed\n";
+            File(name).Write(kText.data(), kText.size());
         });
-        const auto add = [this](Work& (*place)(), std::size_t size, const std::string& which) {
-            Repeat(
-                "ReadBufferedBlocks", [=] { ReadAll<File>(place().SixteenMiB(), size); }, which);
-        };
-        add(Work::Get, 1000, "1000");
-        add(Work::Get, 65536, "65536");
-        add(Work::Disk, 65536, "65536/disk");
-        return *this;
     }
     template <typename File>
-    const Jobs& WriteBuffered() const {
-        Repeat("WriteMillionValues", [] {
-            File file(Work::Get().Target());
-            for (int value = 0; value < Work::kValues; ++value) {
-                if constexpr (kTyped<File>) {
-                    file.WriteValue(value);
-                } else {
-                    file.Write(reinterpret_cast<const char*>(&value), sizeof value);
-                }
-            }
+    void ReadUnbuffered() const {
+        With("Read64MiBInBlocks", Filled(std::size_t{64} << 20U),
+             [](const auto& name) { ReadAll<File>(name, 65536); });
+    }
+    template <typename File>
+    void ReadBuffered() const {
+        With("ReadMillionValues", Filled(std::size_t{64} << 20U), ReadValues<File>);
+        const auto add = [this](const char* job, Place place, std::size_t size) {
+            With(job, Filled(k16MiB, place), [=](const auto& name) { ReadAll<File>(name, size); });
+        };
+        add("ReadBufferedBlocks/1000", Work::Get, 1000);
+        add("ReadBufferedBlocks/65536", Work::Get, 65536);
+        add("ReadBufferedBlocks/65536/disk", Work::Disk, 65536);
+    }
+    template <typename File>
+    void WriteBuffered() const {
+        With("WriteMillionValues", Target, WriteValues<File>);
+        for (const std::size_t size : {1000, 65536}) {
+            With("WriteBufferedBlocks/" + std::to_string(size), Target,
+                 [block = std::string(size, 'x')](const auto& name) {
+                     WriteAll<File>(name, block);
+                 });
+        }
+        Add("WriteBufferedBlocks/65536/disk", [](State& state) {
+            const std::string name = Work::Disk().Target();
+            const std::string block(65536, 'x');
+            LoopAnew(state, name, [&] { WriteAll<File>(name, block); });
         });
-        const auto write = [](Work& (*place)(), std::size_t size) {
-            return [=, block = std::string(size, 'x')] {
-                File file(place().Target());
-                for (std::size_t left = Work::kSixteenMiB; left >= size; left -= size) {
-                    file.Write(block.data(), size);
-                }
-            };
-        };
-        Repeat("WriteBufferedBlocks", write(Work::Get, 1000), "1000");
-        Repeat("WriteBufferedBlocks", write(Work::Get, 65536), "65536");
-        AddOnDisk("WriteBufferedBlocks", write(Work::Disk, 65536), "65536/disk");
-        return *this;
     }
     template <typename File>
-    const Jobs& ReadLines() const {
-        return Repeat("ReadMillionLines", [] { ReadEachLine<File>(Work::Get().Lines()); });
+    void ReadLines() const {
+        With("ReadMillionLines", Lines<kMillion>, ::ReadLines<File>);
     }
     template <typename File>
-    const Jobs& ReadUnbufferedLines() const {
-        return Repeat("ReadUnbufferedLines", [] { ReadEachLine<File>(Work::Get().FewLines()); });
+    void ReadUnbufferedLines() const {
+        With("ReadUnbufferedLines", Lines<1000>, ::ReadLines<File>);
     }
-
     /// Blocks of 4 KiB, at random places of a file that the system has in its cache.
     template <typename File>
-    const Jobs& ReadAt() const {
-        struct Reader {
-            File file{Work::Get().SixteenMiB()};
+    void ReadAt() const {
+        Add("ReadAt", [](State& state) {
+            File file(Work::Get().Filled(k16MiB));
             std::uint32_t place = 1;
-        };
-        return With(
-            "ReadAt", [] { return Reader(); },
-            [](Reader& reader) {
+            Loop(state, [&] {
                 char block[4096];
-                reader.place = reader.place * 1664525 + 1013904223;
-                const std::size_t offset = reader.place % (Work::kSixteenMiB - sizeof block);
-                MUST(reader.file.ReadAt(offset, block, sizeof block) == sizeof block);
+                place = place * 1664525 + 1013904223;
+                MUST(file.ReadAt(place % (k16MiB - sizeof block), block, sizeof block) ==
+                     sizeof block);
                 benchmark::DoNotOptimize(block);
             });
+        });
     }
-
     /// All that files with a buffer do.
     template <typename Reader, typename Writer, typename UnbufferedReader = Reader>
-    const Jobs& Streams() const {
-        return OpenClose<Reader>()
-            .template CreateWriteClose<Writer>()
-            .template ReadUnbuffered<UnbufferedReader>()
-            .template ReadBuffered<Reader>()
-            .template ReadLines<Reader>()
-            .template WriteBuffered<Writer>();
+    void Streams() const {
+        OpenClose<Reader>();
+        CreateWriteClose<Writer>();
+        ReadUnbuffered<UnbufferedReader>();
+        ReadBuffered<Reader>();
+        ReadLines<Reader>();
+        WriteBuffered<Writer>();
     }
 
-    // Names: calls with one or two of them.
+    // Names: calls with one or two of them, as MustDo makes them.
 
     /// Copies over a target that exists; on a disk into a new one as well.
     template <typename Call>
-    const Jobs& Copy(Call copy) const {
-        const auto add = [&](const char* job, const std::string& (Work::*source)()) {
-            const auto call = [=](Work& (*place)()) {
-                return [=] { MUST(copy((place().*source)(), place().Target())); };
-            };
-            Repeat(job, call(Work::Get));
-            AddOnDisk(job, call(Work::Disk), "disk");
-            Repeat(job, call(Work::Disk), "replaced/disk");
+    void Copy(Call copy) const {
+        const auto add = [=](const std::string& job, std::size_t size, Place place, bool anew) {
+            Add(job, [=](State& state) {
+                const std::string from = place().Filled(size);
+                const std::string to = place().Target();
+                const auto once = [&] { MustDo(copy, from, to); };
+                anew ? LoopAnew(state, to, once) : Loop(state, once);
+            });
         };
-        add("Copy16MiB", &Work::SixteenMiB);
-        add("CopySmall", &Work::FourThousand);
-        return *this;
+        for (const auto& [job, size] : {std::pair("Copy16MiB", k16MiB), {"CopySmall", 4000}}) {
+            add(job, size, Work::Get, false);
+            add(job + std::string("/disk"), size, Work::Disk, true);
+            add(job + std::string("/replaced/disk"), size, Work::Disk, false);
+        }
     }
     /// There and back again.
     template <typename Call>
-    const Jobs& Rename(Call rename) const {
-        return Repeat("Rename", [rename] {
-            MUST(rename(Work::Get().FourThousand(), Work::Get().Target()));
-            MUST(rename(Work::Get().Target(), Work::Get().FourThousand()));
+    void Rename(Call rename) const {
+        With("Rename", Pair, [=](const auto& names) {
+            MustDo(rename, names.first, names.second);
+            MustDo(rename, names.second, names.first);
         });
     }
     /// Gives a small file new contents, durably. Not the processor's time alone: it waits for the
     /// disk.
     template <typename Call>
-    const Jobs& ReplaceWhole(Call replace) const {
-        const auto add = [&](Work& (*place)(), const std::string& which) {
-            const auto once = [=, contents = std::string(4000, 'x')] {
-                MUST(replace(place().Target(), contents));
+    void ReplaceWhole(Call replace) const {
+        const auto run = [=](Place place) {
+            return [=](State& state) {
+                const std::string target = place().Target();
+                const std::string contents(4000, 'x');
+                std::ofstream(target).put('x');
+                Loop(state, [&] { MustDo(replace, target, contents); });
             };
-            Add(
-                "ReplaceWhole",
-                [=](benchmark::State& state) {
-                    std::ofstream(place().Target()).put('x');
-                    Repeated(once)(state);
-                },
-                which)
-                ->UseRealTime();
         };
-        add(Work::Get, "");
-        add(Work::Disk, "disk");
-        return *this;
+        Add("ReplaceWhole", run(Work::Get))->UseRealTime();
+        Add("ReplaceWhole/disk", run(Work::Disk))->UseRealTime();
     }
     template <typename Call>
-    const Jobs& DeleteTree(Call remove) const {
+    void DeleteTree(Call remove) const {
         for (const int folders : {1, 100}) {
-            Add(
-                "DeleteTree",
-                [=](benchmark::State& state) {
-                    for (auto _ : state) {
-                        state.PauseTiming();
-                        const std::string tree = Work::Get().MakeTree(folders);
-                        state.ResumeTiming();
-                        MUST(remove(tree));
-                    }
-                },
-                std::to_string(folders));
+            Add("DeleteTree/" + std::to_string(folders), [=](State& state) {
+                for (auto _ : state) {
+                    state.PauseTiming();
+                    const std::string tree = Work::Get().MakeTree(folders);
+                    state.ResumeTiming();
+                    MustDo(remove, tree);
+                }
+            });
         }
-        return *this;
     }
     template <typename Call>
-    const Jobs& Exists(Call exists) const {
-        Repeat("Exists", [exists] { return exists(Work::Get().FourThousand()); });
-        return Repeat("ExistsNot", [exists] { return !exists(Work::Get().Missing()); });
+    void Exists(Call exists) const {
+        With("Exists", Filled(4000), exists);
+        With("ExistsNot", Missing, [=](const auto& name) { return !exists(name); });
     }
     template <typename Call>
-    const Jobs& List(Call list) const {
+    void List(Call list) const {
         for (const int entries : {100, 10000, 100000}) {
-            Repeat(
-                "ListNames", [=] { return list(Work::Get().Directory(entries)); },
-                std::to_string(entries));
+            With("ListNames/" + std::to_string(entries), Directory(entries), list);
         }
-        return *this;
     }
     template <typename Make, typename Remove>
-    const Jobs& MakeAndRemove(Make make, Remove remove) const {
-        return Repeat("MakeAndRemove", [=] {
-            MUST(make(Work::Get().Levels().front()));
-            MUST(remove(Work::Get().Levels().front()));
+    void MakeAndRemove(Make make, Remove remove) const {
+        With("MakeAndRemove", Made, [=](const auto& name) {
+            MustDo(make, name);
+            MustDo(remove, name);
         });
     }
     template <typename Make, typename Remove>
-    const Jobs& MakeFiveLevels(Make make, Remove remove) const {
-        return Repeat("MakeFiveLevels", [=] {
-            const std::vector<std::string>& levels = Work::Get().Levels();
-            MUST(make(levels.back()));
-            for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
-                MUST(remove(*level));
+    void MakeFiveLevels(Make make, Remove remove) const {
+        With("MakeFiveLevels", Levels, [=](const auto& levels) {
+            MustDo(make, levels.front());
+            for (const std::string& level : levels) {
+                MustDo(remove, level);
             }
         });
     }
@@ -261,173 +207,96 @@ public:
 
     /// Starts a program and waits until it has ended, with so many MiB in use.
     template <typename Call>
-    const Jobs& Start(Call run) const {
-        for (const std::size_t size : {0UL, 1024UL}) {
-            Add(
-                "StartUntilEnded",
-                [=](benchmark::State& state) {
-                    const std::vector<char> memory(size << 20U, 'x');
-                    Repeated(run)(state);
-                },
-                std::to_string(size))
-                ->UseRealTime();
+    void Start(Call run) const {
+        for (const std::size_t size : {0, 1024}) {
+            Add("StartUntilEnded/" + std::to_string(size), [=](State& state) {
+                const std::vector<char> memory(size << 20U, 'x');
+                Loop(state, run);
+            })->UseRealTime();
         }
-        return *this;
     }
     /// Runs /bin/true and collects both of its outputs.
     template <typename Call>
-    const Jobs& Run(Call run) const {
-        Add("Run", Repeated(run))->UseRealTime();
-        return *this;
+    void Run(Call run) const {
+        Add("Run", [=](State& state) { Loop(state, run); })->UseRealTime();
     }
     /// `share(name, size, attach)` creates a segment, touches all of it, and with `attach` attaches
     /// to it from a second hold.
     template <typename Call>
-    const Jobs& Segment(Call share) const {
-        const auto add = [&](const char* job, std::size_t size, bool attach) {
-            Repeat(
-                job,
-                [=, name = "zukel-bench-" + column_ + std::to_string(getpid())] {
-                    share(name, size, attach);
-                },
-                std::to_string(size));
+    void Segment(Call share) const {
+        const auto add = [&](const std::string& job, std::size_t size, bool attach) {
+            const std::string name = "zukel-bench-" + column_ + std::to_string(getpid());
+            Repeat(job + std::to_string(size), [=] { share(name, size, attach); });
         };
-        add("Segment", 4000, true);
-        add("Segment", 1000000, true);
-        add("SegmentTouched", 65536, false);
-        add("SegmentTouched", 1048576, false);
-        return *this;
+        add("Segment/", 4000, true);
+        add("Segment/", 1000000, true);
+        add("SegmentTouched/", 65536, false);
+        add("SegmentTouched/", 1048576, false);
     }
     /// Of one object that all threads share.
     template <typename Object, typename Call>
-    const Jobs& Counter(Call count) const {
+    void Counter(Call count) const {
         Add("Counter",
-            [count](benchmark::State& state) {
+            [=](State& state) {
                 static Object counter{};
-                Repeated([&] { return count(counter); })(state);
+                Loop(state, [&] { return count(counter); });
             })
             ->Threads(1)
             ->Threads(2)
             ->UseRealTime();
-        return *this;
     }
 
     // Memory, in bytes.
 
-    /// What an object takes that has nothing to do, itself included: of ten thousand of them.
     template <typename Object, typename... Arguments>
-    const Jobs& Idle(const std::string& which, Arguments... arguments) const {
-        return Bytes("IdleBytes", which, [=] {
-            const double before = InUse();
-            std::deque<Object> objects;
-            for (int number = 0; number < kMany; ++number) {
-                objects.emplace_back(arguments...);
-            }
-            return (InUse() - before) / kMany;
-        });
+    void Idle(const std::string& which, Arguments... arguments) const {
+        Bytes("IdleBytes/" + which, [=] { return IdleBytes<Object>(arguments...); });
     }
-    /// What one object has taken more after `use` has used it ten thousand times.
     template <typename Make, typename Use>
-    const Jobs& Growth(const std::string& which, Make make, Use use) const {
-        return Bytes("GrowthBytes", which, [=] {
-            auto object = make();
-            double before = 0;
-            for (int number = -100; number < kMany; ++number) {
-                before = number == 0 ? InUse() : before;
-                use(object);
-            }
-            return InUse() - before;
-        });
+    void Growth(const std::string& which, Make make, Use use) const {
+        Bytes("GrowthBytes/" + which, [=] { return GrowthBytes(make, use); });
     }
 
 private:
-    static constexpr int kMany = 10000;
+    static constexpr std::size_t k16MiB = std::size_t{16} << 20U;
 
-    /// Once before the clock runs, so that what it works on exists.
-    template <typename Call>
-    static auto Repeated(Call call) {
-        return [call](benchmark::State& state) {
-            const auto once = [&call] {
-                if constexpr (std::is_void_v<decltype(call())>) {
-                    call();
-                } else if constexpr (std::is_same_v<decltype(call()), bool>) {
-                    MUST(call());
-                } else {
-                    benchmark::DoNotOptimize(call());
-                }
-            };
-            once();
-            for (auto _ : state) {
-                once();
-            }
-        };
-    }
-    /// A call that writes a new target: to cut an old one would wait for what the disk still has to
-    /// write of it.
-    template <typename Call>
-    void AddOnDisk(const std::string& job, Call call, const std::string& which) const {
-        Add(
-            job,
-            [call](benchmark::State& state) {
-                call();
-                std::filesystem::remove(Work::Disk().Target());
-                for (auto _ : state) {
-                    call();
-                    state.PauseTiming();
-                    std::filesystem::remove(Work::Disk().Target());
-                    state.ResumeTiming();
-                }
-            },
-            which);
-    }
-    template <typename File>
-    static void ReadAll(const std::string& name, std::size_t size) {
-        std::vector<char> block(size);
-        File file(name);
-        while (file.Read(block.data(), block.size()) == block.size()) {
-        }
-    }
-    template <typename File>
-    static void ReadEachLine(const std::string& name) {
-        char line[128];
-        File file(name);
-        int count = 0;
-        while (file.Line(line, sizeof line)) {
-            ++count;
-        }
-        MUST(count % 1000 == 0 && count > 0);
-    }
-    /// The bytes of the process's own memory that are in use: all that is mapped, less what the C
-    /// library's allocator has in stock. The runtime's pools are mapped beside that.
-    static double InUse() {
-        char text[256] = {};
-        const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
-        MUST(read(file, text, sizeof text - 1) > 0);
-        close(file);
-        double pages = 0;
-        MUST(std::sscanf(text, "%*s %*s %*s %*s %*s %lf", &pages) == 1);
-        const struct mallinfo2 info = mallinfo2();
-        return pages * static_cast<double>(sysconf(_SC_PAGESIZE)) -
-               static_cast<double>(info.arena - info.uordblks);
-    }
     template <typename Measure>
-    const Jobs& Bytes(const std::string& job, const std::string& which, Measure measure) const {
-        Add(
-            job,
-            [=](benchmark::State& state) {
-                for (auto _ : state) {
-                    state.counters["bytes"] = measure();
-                }
-            },
-            which)
-            ->Iterations(1);
-        return *this;
+    void Bytes(const std::string& job, Measure measure) const {
+        Add(job, [=](State& state) {
+            for (auto _ : state) {
+                state.counters["bytes"] = measure();
+            }
+        })->Iterations(1);
+    }
+
+    static auto Filled(std::size_t size, Place place = Work::Get) {
+        return [=] { return place().Filled(size); };
+    }
+    static auto Directory(int entries) {
+        return [=] { return Work::Get().Directory(entries); };
+    }
+    template <int kCount>
+    static std::string Lines() {
+        return Work::Get().Lines(kCount);
+    }
+    static std::string Target() { return Work::Get().Target(); }
+    static std::string Missing() { return Work::Get().Named("missing"); }
+    static std::string Made() { return Work::Get().Named("made"); }
+    static auto Pair() { return std::pair(Work::Get().Filled(4000), Target()); }
+    /// The innermost first.
+    static std::vector<std::string> Levels() {
+        return {Made() + "/a/b/c/d", Made() + "/a/b/c", Made() + "/a/b", Made() + "/a", Made()};
     }
 
     std::string column_;
     std::shared_ptr<void> (*keep_)();
 };
 
+/// What makes a `T`: before a job, and for it.
+template <typename T, typename... Arguments>
+auto Make(Arguments... arguments) {
+    return [=] { return T(arguments...); };
+}
 /// What a `keep` makes that keeps a `T`.
 template <typename T>
 std::shared_ptr<void> Keep() {

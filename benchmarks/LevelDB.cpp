@@ -50,7 +50,7 @@ private:
 };
 
 std::string Folder(const std::string& column) {
-    return std::filesystem::path(Work::Get().Target()).parent_path() / ("leveldb-" + column);
+    return Work::Get().Named("leveldb-" + column);
 }
 
 /// One that is filled, with all entries in tables.

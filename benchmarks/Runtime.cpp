@@ -16,35 +16,26 @@
 
 namespace {
 
+constexpr apr_fileperms_t kDefault = APR_FPROT_OS_DEFAULT;
 constexpr apr_int32_t kCreate = APR_FOPEN_WRITE | APR_FOPEN_CREATE | APR_FOPEN_TRUNCATE;
 
 template <apr_int32_t kMode>
-struct File {
+struct File : Unshared {
     explicit File(const std::string& name) {
-        MUST(apr_file_open(&file, name.c_str(), kMode, APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
+        MUST(apr_file_open(&file, name.c_str(), kMode, kDefault, pool) == APR_SUCCESS);
     }
     ~File() { apr_file_close(file); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    std::size_t Read(char* to, apr_size_t size) {
+    apr_size_t Read(char* to, apr_size_t size) {
         return apr_file_read(file, to, &size) == APR_SUCCESS ? size : 0;
     }
     void Write(const char* from, apr_size_t size) { apr_file_write(file, from, &size); }
-    bool Line(char* to, std::size_t size) {
-        return apr_file_gets(to, static_cast<int>(size), file) == APR_SUCCESS;
-    }
+    bool Line(char* to, int size) { return apr_file_gets(to, size, file) == APR_SUCCESS; }
     Pool pool;
     apr_file_t* file = nullptr;
 };
 using Reader = File<APR_FOPEN_READ>;
 using BufferedReader = File<APR_FOPEN_READ | APR_FOPEN_BUFFERED>;
 
-bool Copy(const std::string& from, const std::string& to) {
-    return apr_file_copy(from.c_str(), to.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
-}
-bool Rename(const std::string& from, const std::string& to) {
-    return apr_file_rename(from.c_str(), to.c_str(), Pool()) == APR_SUCCESS;
-}
 bool Exists(const std::string& name) {
     apr_finfo_t info;
     return apr_stat(&info, name.c_str(), APR_FINFO_SIZE, Pool()) == APR_SUCCESS;
@@ -53,16 +44,17 @@ bool Facts() {
     apr_finfo_t info;
     return apr_stat(&info, kKnownFile, APR_FINFO_MIN | APR_FINFO_LINK, Pool()) == APR_SUCCESS;
 }
-bool Make(const std::string& path) {
-    return apr_dir_make(path.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
-}
-bool MakeAll(const std::string& path) {
-    return apr_dir_make_recursive(path.c_str(), APR_FPROT_OS_DEFAULT, Pool()) == APR_SUCCESS;
-}
-bool Remove(const std::string& path) {
-    return apr_dir_remove(path.c_str(), Pool()) == APR_SUCCESS;
+apr_status_t Remove(const std::string& path) {
+    return apr_dir_remove(path.c_str(), Pool());
 }
 
+struct Directory {
+    explicit Directory(const std::string& name) {
+        MUST(apr_dir_open(&directory, name.c_str(), pool) == APR_SUCCESS);
+    }
+    Pool pool;
+    apr_dir_t* directory = nullptr;
+};
 auto ReadNames(apr_dir_t* directory) {
     std::vector<std::string> names;
     apr_finfo_t info;
@@ -71,14 +63,6 @@ auto ReadNames(apr_dir_t* directory) {
             names.emplace_back(info.name);
         }
     }
-    return names;
-}
-auto List(const std::string& name) {
-    const Pool pool;
-    apr_dir_t* directory = nullptr;
-    MUST(apr_dir_open(&directory, name.c_str(), pool) == APR_SUCCESS);
-    auto names = ReadNames(directory);
-    apr_dir_close(directory);
     return names;
 }
 
@@ -101,16 +85,6 @@ void Start(bool collect) {
     MUST(apr_proc_wait(&process, nullptr, nullptr, APR_WAIT) == APR_CHILD_DONE);
 }
 
-void Load() {
-    const Pool pool;
-    apr_dso_handle_t* module = nullptr;
-    apr_dso_handle_sym_t answer = nullptr;
-    MUST(apr_dso_load(&module, ZUKEL_BENCHMARK_MODULE, pool) == APR_SUCCESS);
-    MUST(apr_dso_sym(&answer, module, "Answer") == APR_SUCCESS);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-    MUST(apr_dso_unload(module) == APR_SUCCESS);
-}
-
 void Share(const std::string& name, std::size_t size, bool attach) {
     const Pool pool;
     const Pool otherPool;
@@ -125,86 +99,93 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     MUST(apr_shm_destroy(owner) == APR_SUCCESS);
 }
 
-auto Format(const apr_time_exp_t& time) {
-    char buffer[256];
-    apr_size_t length = 0;
-    apr_strftime(buffer, &length, sizeof buffer, kPattern, const_cast<apr_time_exp_t*>(&time));
-    return std::string(buffer, length);
-}
+const bool kAdded = [] {
+    const Jobs jobs("runtime", Keep<Pool>);
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<File<kCreate>>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadBuffered<BufferedReader>();
+    jobs.ReadLines<BufferedReader>();
+    jobs.WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>();
+    jobs.Copy([](auto& from, auto& to) {
+        return apr_file_copy(from.c_str(), to.c_str(), kDefault, Pool());
+    });
+    jobs.Rename(
+        [](auto& from, auto& to) { return apr_file_rename(from.c_str(), to.c_str(), Pool()); });
+    jobs.Exists(Exists);
+    jobs.List([](auto& name) {
+        const Directory open(name);
+        auto names = ReadNames(open.directory);
+        apr_dir_close(open.directory);
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return apr_dir_make(path.c_str(), kDefault, Pool()); },
+                       Remove);
+    jobs.MakeFiveLevels(
+        [](auto& path) { return apr_dir_make_recursive(path.c_str(), kDefault, Pool()); }, Remove);
+    jobs.Repeat("FileFacts", Facts);
+    jobs.With("ReadVariable", Make<Pool>(), [](const Pool& pool) {
+        char* value = nullptr;
+        apr_env_get(&value, "PATH", pool);
+        return value;
+    });
+    jobs.With("SetVariable", Make<Pool>(), [](const Pool& pool) {
+        MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
+    });
+    jobs.Start([] { Start(false); });
+    jobs.Run([] { Start(true); });
+    jobs.Repeat("LoadFindUnload", [] {
+        const Pool pool;
+        apr_dso_handle_t* module = nullptr;
+        apr_dso_handle_sym_t answer = nullptr;
+        MUST(apr_dso_load(&module, ZUKEL_BENCHMARK_MODULE, pool) == APR_SUCCESS);
+        MUST(apr_dso_sym(&answer, module, "Answer") == APR_SUCCESS);
+        CallAnswer(answer);
+        MUST(apr_dso_unload(module) == APR_SUCCESS);
+    });
+    jobs.Segment(Share);
+    jobs.With(
+        "Format",
+        [] {
+            apr_time_exp_t time{};
+            apr_time_exp_gmt(&time, apr_time_now());
+            return time;
+        },
+        [](const apr_time_exp_t& time) {
+            char buffer[256];
+            apr_size_t length = 0;
+            auto* const read = const_cast<apr_time_exp_t*>(&time);
+            apr_strftime(buffer, &length, sizeof buffer, kPattern, read);
+            return std::string(buffer, length);
+        });
+    jobs.Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); });
+    jobs.Idle<Pool>("kelFile");
+    jobs.Idle<Pool>("kelLibrary");
+    jobs.Growth("openings", Make<Pool>(), [](const Pool& pool) {
+        apr_file_t* file = nullptr;
+        char byte = 0;
+        MUST(apr_file_open(&file, kKnownFile, APR_FOPEN_READ | APR_FOPEN_BUFFERED,
+                           APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
+        MUST(apr_file_getc(&byte, file) == APR_SUCCESS);
+        apr_file_close(file);
+    });
+    jobs.Growth(
+        "listings", [] { return Directory(Work::Get().Directory(100)); },
+        [](Directory& open) {
+            apr_dir_rewind(open.directory);
+            MUST(ReadNames(open.directory).size() == 100);
+        });
 
-struct Directory {
-    explicit Directory(const std::string& name) {
-        MUST(apr_dir_open(&directory, name.c_str(), pool) == APR_SUCCESS);
-    }
-    Pool pool;
-    apr_dir_t* directory = nullptr;
-};
+    // In two threads, which must not start APR at once: it counts its users without a lock.
+    const Jobs threaded("runtime");
+    threaded.Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
 
-const Jobs kJobs =
-    Jobs("runtime", Keep<Pool>)
-        .OpenClose<Reader>()
-        .CreateWriteClose<File<kCreate>>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadBuffered<BufferedReader>()
-        .ReadLines<BufferedReader>()
-        .WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>()
-        .Copy(Copy)
-        .Rename(Rename)
-        .Exists(Exists)
-        .List(List)
-        .MakeAndRemove(Make, Remove)
-        .MakeFiveLevels(MakeAll, Remove)
-        .Repeat("FileFacts", Facts)
-        .With(
-            "ReadVariable", [] { return Pool(); },
-            [](const Pool& pool) {
-                char* value = nullptr;
-                apr_env_get(&value, "PATH", pool);
-                return value;
-            })
-        .With(
-            "SetVariable", [] { return Pool(); },
-            [](const Pool& pool) {
-                MUST(apr_env_set("ZUKEL_BENCHMARK_APR", "value", pool) == APR_SUCCESS);
-            })
-        .Start([] { Start(false); })
-        .Run([] { Start(true); })
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .With(
-            "Format",
-            [] {
-                apr_time_exp_t time{};
-                apr_time_exp_gmt(&time, apr_time_now());
-                return time;
-            },
-            Format)
-        .Repeat("IdleObject", [] { benchmark::DoNotOptimize(static_cast<apr_pool_t*>(Pool())); })
-        .Idle<Pool>("kelFile")
-        .Idle<Pool>("kelLibrary")
-        .Growth(
-            "openings", [] { return Pool(); },
-            [](const Pool& pool) {
-                apr_file_t* file = nullptr;
-                char byte = 0;
-                MUST(apr_file_open(&file, kKnownFile, APR_FOPEN_READ | APR_FOPEN_BUFFERED,
-                                   APR_FPROT_OS_DEFAULT, pool) == APR_SUCCESS);
-                MUST(apr_file_getc(&byte, file) == APR_SUCCESS);
-                apr_file_close(file);
-            })
-        .Growth(
-            "listings", [] { return Directory(Work::Get().Directory(100)); },
-            [](Directory& open) {
-                apr_dir_rewind(open.directory);
-                MUST(ReadNames(open.directory).size() == 100);
-            });
-
-/// In two threads, which must not start APR at once: it counts its users without a lock.
-const Jobs kThreaded =
-    Jobs("runtime").Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
-
-const Jobs kCold =
-    Jobs("runtimeCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
+    const Jobs cold("runtimeCold");
+    cold.OpenClose<Reader>();
+    cold.Exists(Exists);
+    cold.Repeat("FileFacts", Facts);
+    return true;
+}();
 
 }  // namespace

@@ -21,21 +21,16 @@
 namespace {
 
 template <int kMode>
-struct File {
+struct File : Unbuffered<File<kMode>> {
     explicit File(const std::string& name) : file(open(name.c_str(), kMode | O_CLOEXEC, 0666)) {
         MUST(file >= 0);
     }
     ~File() { close(file); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    std::size_t Read(char* to, std::size_t size) {
-        return static_cast<std::size_t>(read(file, to, size));
-    }
+    auto Read(char* to, std::size_t size) { return read(file, to, size); }
     void Write(const char* from, std::size_t size) const { MUST(write(file, from, size) > 0); }
     std::size_t ReadAt(std::size_t offset, char* to, std::size_t size) {
         return static_cast<std::size_t>(pread(file, to, size, static_cast<off_t>(offset)));
     }
-    bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
     int file;
 };
 using Reader = File<O_RDONLY>;
@@ -68,11 +63,6 @@ bool ReplaceWhole(const std::string& name, const std::string& contents) {
     const File<O_RDONLY | O_DIRECTORY> folder(name.substr(0, name.rfind('/')));
     return fsync(folder.file) == 0;
 }
-bool Exists(const std::string& name) {
-    struct stat status {};
-    return stat(name.c_str(), &status) == 0;
-}
-
 auto ReadNames(DIR* directory) {
     std::vector<std::string> names;
     while (const dirent* const entry = readdir(directory)) {
@@ -82,25 +72,16 @@ auto ReadNames(DIR* directory) {
     }
     return names;
 }
-auto List(const std::string& name) {
-    DIR* const directory = opendir(name.c_str());
-    auto names = ReadNames(directory);
-    closedir(directory);
-    return names;
-}
 
-void Start() {
+pid_t Start(const posix_spawn_file_actions_t* actions) {
     char program[] = "/bin/true";
     char* const arguments[] = {program, nullptr};
     pid_t pid = -1;
-    MUST(posix_spawnp(&pid, program, nullptr, nullptr, arguments, environ) == 0);
-    MUST(waitpid(pid, nullptr, 0) == pid);
+    MUST(posix_spawnp(&pid, program, actions, nullptr, arguments, environ) == 0);
+    return pid;
 }
-
 /// With a pipe for each output, each read to its end: the program writes little.
 void Run() {
-    char program[] = "/bin/true";
-    char* const arguments[] = {program, nullptr};
     int pipes[2][2];
     posix_spawn_file_actions_t actions;
     MUST(posix_spawn_file_actions_init(&actions) == 0);
@@ -108,8 +89,7 @@ void Run() {
         MUST(pipe2(pipes[stream], O_CLOEXEC) == 0);
         posix_spawn_file_actions_adddup2(&actions, pipes[stream][1], stream + STDOUT_FILENO);
     }
-    pid_t pid = -1;
-    MUST(posix_spawnp(&pid, program, &actions, nullptr, arguments, environ) == 0);
+    const pid_t pid = Start(&actions);
     posix_spawn_file_actions_destroy(&actions);
     for (const auto& ends : pipes) {
         char text[4096];
@@ -119,15 +99,6 @@ void Run() {
         close(ends[0]);
     }
     MUST(waitpid(pid, nullptr, 0) == pid);
-}
-
-void Load() {
-    void* const module = dlopen(ZUKEL_BENCHMARK_MODULE, RTLD_NOW | RTLD_GLOBAL);
-    MUST(module != nullptr);
-    void* const answer = dlsym(module, "Answer");
-    MUST(answer != nullptr);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-    MUST(dlclose(module) == 0);
 }
 
 void Share(const std::string& shortName, std::size_t size, bool attach) {
@@ -182,50 +153,63 @@ void ReadFiles(const std::vector<std::string>& files) {
     }
 }
 
-const Jobs kJobs =
-    Jobs("system")
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadAt<Reader>()
-        .Copy(Copy)
-        .Rename([](const auto& from, const auto& to) {
-            return std::rename(from.c_str(), to.c_str()) == 0;
-        })
-        .ReplaceWhole(ReplaceWhole)
-        .Exists(Exists)
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return mkdir(path.c_str(), 0777) == 0; },
-                       [](const auto& path) { return rmdir(path.c_str()) == 0; })
-        .Repeat("FileFacts",
-                [] {
-                    struct stat info {};
-                    return lstat(kKnownFile, &info) == 0;
-                })
-        .Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; })
-        .Start(Start)
-        .Run(Run)
-        .Repeat("MonotonicTime",
-                [] {
-                    timespec now{};
-                    clock_gettime(CLOCK_MONOTONIC, &now);
-                    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
-                })
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .With("Memory", MemoryFiles, ReadFiles)
-        .Repeat("Disk",
-                [] {
-                    struct statvfs facts {};
-                    MUST(statvfs("/tmp", &facts) == 0);
-                    return facts.f_bavail * facts.f_frsize;
-                })
-        .Growth(
-            "listings", [] { return opendir(Work::Get().Directory(100).c_str()); },
-            [](DIR* directory) {
-                rewinddir(directory);
-                MUST(ReadNames(directory).size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("system");
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<Writer>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadAt<Reader>();
+    jobs.Copy(Copy);
+    jobs.Rename([](auto& from, auto& to) { return std::rename(from.c_str(), to.c_str()); });
+    jobs.ReplaceWhole(ReplaceWhole);
+    jobs.Exists([](auto& name) {
+        struct stat status {};
+        return stat(name.c_str(), &status) == 0;
+    });
+    jobs.List([](auto& name) {
+        DIR* const directory = opendir(name.c_str());
+        auto names = ReadNames(directory);
+        closedir(directory);
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return mkdir(path.c_str(), 0777); },
+                       [](auto& path) { return rmdir(path.c_str()); });
+    jobs.Repeat("FileFacts", [] {
+        struct stat info {};
+        return lstat(kKnownFile, &info) == 0;
+    });
+    jobs.Repeat("SetVariable", [] { return setenv("ZUKEL_BENCHMARK_C", "value", 1) == 0; });
+    jobs.Start([] {
+        const pid_t pid = Start(nullptr);
+        MUST(waitpid(pid, nullptr, 0) == pid);
+    });
+    jobs.Run(Run);
+    jobs.Repeat("MonotonicTime", [] {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        return now.tv_sec * 1000000 + now.tv_nsec / 1000;
+    });
+    jobs.Repeat("LoadFindUnload", [] {
+        void* const module = dlopen(ZUKEL_BENCHMARK_MODULE, RTLD_NOW | RTLD_GLOBAL);
+        MUST(module != nullptr);
+        CallAnswer(dlsym(module, "Answer"));
+        MUST(dlclose(module) == 0);
+    });
+    jobs.Segment(Share);
+    jobs.With("Memory", MemoryFiles, ReadFiles);
+    jobs.Repeat("Disk", [] {
+        struct statvfs facts {};
+        MUST(statvfs("/tmp", &facts) == 0);
+        return facts.f_bavail * facts.f_frsize;
+    });
+    jobs.Growth(
+        "listings", [] { return opendir(Work::Get().Directory(100).c_str()); },
+        [](DIR* directory) {
+            rewinddir(directory);
+            MUST(ReadNames(directory).size() == 100);
+        });
+    return true;
+}();
 
 }  // namespace

@@ -12,13 +12,13 @@ constexpr int kCreate = kelFile::ModeWrite | kelFile::ModeCreate | kelFile::Mode
 template <int kMode>
 struct File {
     explicit File(const std::string& name) : file(name, kMode) { MUST(file.IsOpen()); }
-    std::size_t Read(char* to, unsigned long long size) {
+    auto Read(char* to, unsigned long long size) {
         file.Read(to, size);
         return size;
     }
     void Write(const char* from, unsigned long long size) { file.Write(from, size); }
-    std::size_t ReadAt(std::size_t offset, char* to, unsigned long long size) {
-        file.ReadAt(static_cast<long long>(offset), to, size);
+    auto ReadAt(long long offset, char* to, unsigned long long size) {
+        file.ReadAt(offset, to, size);
         return size;
     }
     bool Line(char* to, std::size_t size) { return file.ReadLine(to, size) == kelStatusOk; }
@@ -28,28 +28,8 @@ struct File {
 };
 using Reader = File<kelFile::ModeRead>;
 using BufferedReader = File<kelFile::ModeRead | kelFile::ModeBuffered>;
-using Writer = File<kCreate>;
-using BufferedWriter = File<kCreate | kelFile::ModeBuffered>;
 
-bool Copy(const std::string& from, const std::string& to) {
-    return kelFile::Copy(from, to, kelFileInfo::PermissionDefault) == kelStatusOk;
-}
-bool NativeCopy(const std::string& from, const std::string& to) {
-    return kelFile::NativeCopy(from, to, 0) == kelStatusOk;
-}
-bool Rename(const std::string& from, const std::string& to) {
-    return kelFile::Rename(from, to) == kelStatusOk;
-}
-bool NativeRename(const std::string& from, const std::string& to) {
-    return kelFile::NativeRename(from, to) == kelStatusOk;
-}
-bool Remove(const std::string& path) {
-    return kelDirectory::Delete(path) == kelStatusOk;
-}
-template <bool kAll>
-bool Make(const std::string& path) {
-    return kelDirectory::Create(path, kelFileInfo::PermissionDefault, kAll) == kelStatusOk;
-}
+constexpr int kDefault = kelFileInfo::PermissionDefault;
 
 void Facts() {
     const kelFileInfo info(kKnownFile);
@@ -62,38 +42,6 @@ void ThreeParts(const kelFileInfo& info) {
     benchmark::DoNotOptimize(info.GetPath());
     benchmark::DoNotOptimize(info.GetFileName());
     benchmark::DoNotOptimize(info.GetBaseName());
-}
-/// All of a file that exists: the extension asks the system, once.
-void FourParts(const kelFileInfo& info) {
-    ThreeParts(info);
-    benchmark::DoNotOptimize(info.GetFileExtension());
-}
-
-void Start() {
-    kelProcess process;
-    MUST(process.Start("/bin/true", false) == kelStatusOk);
-    siginfo_t info{};
-    waitid(P_PID, static_cast<id_t>(process.GetPid()), &info, WEXITED | WNOWAIT);
-    MUST(!process.IsRunning());
-}
-
-void Run() {
-    kelProcessOptions options;
-    options.command = "/bin/true";
-    zuString output;
-    zuString errors;
-    int exitCode = -1;
-    MUST(kelProcess::Run(options, "", output, errors, exitCode, -1) == kelStatusOk);
-    MUST(exitCode == 0);
-}
-
-void Load() {
-    kelDynamicObject module;
-    long long (*answer)() = nullptr;
-    MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
-    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
-    benchmark::DoNotOptimize(answer());
-    MUST(module.UnloadLibrary() == kelStatusOk);
 }
 
 void Share(const std::string& name, std::size_t size, bool attach) {
@@ -108,100 +56,117 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     MUST(owner.Destroy() == kelStatusOk);
 }
 
-auto Memory() {
-    kelMemoryInfo info;
-    kelSystem::GetMemoryDetails(info);
-    return info;
-}
-auto Disk() {
-    zuDiskInfo info;
-    MUST(kelSystem::GetFreeDiskSpace("/tmp", info));
-    return info;
-}
+const bool kAdded = [] {
+    const Jobs jobs("zukel", Keep<kelLibrary>);
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<File<kCreate>>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadAt<Reader>();
+    jobs.ReadBuffered<BufferedReader>();
+    jobs.ReadLines<BufferedReader>();
+    jobs.WriteBuffered<File<kCreate | kelFile::ModeBuffered>>();
+    jobs.Copy([](auto& from, auto& to) { return kelFile::Copy(from, to, kDefault); });
+    jobs.Rename([](auto& from, auto& to) { return kelFile::Rename(from, to); });
+    jobs.ReplaceWhole([](auto& name, auto& text) { return kelFile::ReplaceWhole(name, text); });
+    jobs.DeleteTree([](auto& path) { return kelDirectory::DeleteTree(path); });
+    jobs.Exists([](auto& name) { return kelFile::Exists(name); });
+    jobs.List([](auto& directory) { return kelDirectory::GetFileNames(directory); });
+    jobs.MakeAndRemove([](auto& path) { return kelDirectory::Create(path, kDefault, false); },
+                       [](auto& path) { return kelDirectory::Delete(path); });
+    jobs.MakeFiveLevels([](auto& path) { return kelDirectory::Create(path, kDefault, true); },
+                        [](auto& path) { return kelDirectory::Delete(path); });
+    jobs.Repeat("FileFacts", Facts);
+    jobs.With("NormalizePath", Make<zuString>(kLongPath), kelDirectory::GetAbsolutePath);
+    jobs.Repeat("RelativePath", [] { return kelDirectory::GetRelativePath(kFrom, kTo); });
+    jobs.With("ThreeNameParts", Make<kelFileInfo>(kLongPath), ThreeParts);
+    jobs.With("FourNameParts", Make<kelFileInfo>(kKnownFile),
+              [](const kelFileInfo& info) {  // which exists: the extension asks the system, once
+                  ThreeParts(info);
+                  benchmark::DoNotOptimize(info.GetFileExtension());
+              });
+    jobs.With("ReadVariable", Make<kelLibrary>(), [](kelLibrary& library) {
+        zuString value;
+        library.GetEnvironmentVariable(value, "PATH");
+        return value;
+    });
+    jobs.With("SetVariable", Make<kelLibrary>(), [](kelLibrary& library) {
+        MUST(library.SetEnvironmentVariable("ZUKEL_BENCHMARK", "value") == kelStatusOk);
+    });
+    jobs.Start([] {
+        kelProcess process;
+        MUST(process.Start("/bin/true", false) == kelStatusOk);
+        siginfo_t info{};
+        waitid(P_PID, static_cast<id_t>(process.GetPid()), &info, WEXITED | WNOWAIT);
+        MUST(!process.IsRunning());
+    });
+    jobs.Run([] {
+        kelProcessOptions options;
+        options.command = "/bin/true";
+        zuString output;
+        zuString errors;
+        int exitCode = -1;
+        MUST(kelProcess::Run(options, "", output, errors, exitCode, -1) == kelStatusOk);
+        MUST(exitCode == 0);
+    });
+    jobs.Repeat("MonotonicTime", kelTime::GetMonotonicTime);
+    jobs.Repeat("LoadFindUnload", [] {
+        kelDynamicObject module;
+        long long (*answer)() = nullptr;
+        MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
+        MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
+        benchmark::DoNotOptimize(answer());
+        MUST(module.UnloadLibrary() == kelStatusOk);
+    });
+    jobs.Segment(Share);
+    jobs.With(
+        "Format", [] { return kelTime::GetNow(); },
+        [](const kelTime& time) {
+            zuString text;
+            MUST(time.GetFormatTime(text, kPattern) == kelStatusOk);
+            return text;
+        });
+    jobs.Counter<kelAtomic>([](auto& counter) { return counter.Increment(); });
+    jobs.Repeat("Memory", [] {
+        kelMemoryInfo info;
+        kelSystem::GetMemoryDetails(info);
+        return info;
+    });
+    jobs.Repeat("Disk", [] {
+        zuDiskInfo info;
+        MUST(kelSystem::GetFreeDiskSpace("/tmp", info));
+        return info;
+    });
+    jobs.Repeat("IdleObject", [] { return kelFile().IsOpen() ? 1 : 0; });
+    jobs.Idle<kelAtomic>("kelAtomic");
+    jobs.Idle<kelDirectory>("kelDirectory");
+    jobs.Idle<kelDynamicObject>("kelDynamicObject");
+    jobs.Idle<kelFile>("kelFile");
+    jobs.Idle<kelFileInfo>("kelFileInfo", kKnownFile);
+    jobs.Idle<kelLibrary>("kelLibrary");
+    jobs.Idle<kelProcess>("kelProcess");
+    jobs.Idle<kelSharedMemory>("kelSharedMemory");
+    jobs.Idle<kelTime>("kelTime", 0LL);
+    jobs.Growth("openings", Make<kelFile>(), [](kelFile& file) {
+        char byte = 0;
+        file.Open(kKnownFile, kelFile::ModeRead | kelFile::ModeBuffered);
+        MUST(file.Read(byte) == kelStatusOk);
+        file.Close();
+    });
+    jobs.Growth(
+        "listings", [] { return kelDirectory(Work::Get().Directory(100)); },
+        [](kelDirectory& directory) { MUST(directory.GetFileNames().size() == 100); });
 
-bool Exists(const std::string& name) {
-    return kelFile::Exists(name);
-}
+    // The same calls with nothing alive between them, and those by the platform's own means.
+    const Jobs cold("zukelCold");
+    cold.OpenClose<Reader>();
+    cold.Exists([](auto& name) { return kelFile::Exists(name); });
+    cold.Repeat("FileFacts", Facts);
 
-const Jobs kJobs =
-    Jobs("zukel", Keep<kelLibrary>)
-        .OpenClose<Reader>()
-        .CreateWriteClose<Writer>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadAt<Reader>()
-        .ReadBuffered<BufferedReader>()
-        .ReadLines<BufferedReader>()
-        .WriteBuffered<BufferedWriter>()
-        .Copy(Copy)
-        .Rename(Rename)
-        .ReplaceWhole([](const auto& name, const auto& contents) {
-            return kelFile::ReplaceWhole(name, contents) == kelStatusOk;
-        })
-        .DeleteTree([](const auto& path) { return kelDirectory::DeleteTree(path) == kelStatusOk; })
-        .Exists(Exists)
-        .List([](const auto& directory) { return kelDirectory::GetFileNames(directory); })
-        .MakeAndRemove(Make<false>, Remove)
-        .MakeFiveLevels(Make<true>, Remove)
-        .Repeat("FileFacts", Facts)
-        .With(
-            "NormalizePath", [] { return zuString(kLongPath); }, kelDirectory::GetAbsolutePath)
-        .Repeat("RelativePath", [] { return kelDirectory::GetRelativePath(kFrom, kTo); })
-        .With(
-            "ThreeNameParts", [] { return kelFileInfo(kLongPath); }, ThreeParts)
-        .With(
-            "FourNameParts", [] { return kelFileInfo(kKnownFile); }, FourParts)
-        .With(
-            "ReadVariable", [] { return kelLibrary(); },
-            [](kelLibrary& library) {
-                zuString value;
-                library.GetEnvironmentVariable(value, "PATH");
-                return value;
-            })
-        .With(
-            "SetVariable", [] { return kelLibrary(); },
-            [](kelLibrary& library) {
-                MUST(library.SetEnvironmentVariable("ZUKEL_BENCHMARK", "value") == kelStatusOk);
-            })
-        .Start(Start)
-        .Run(Run)
-        .Repeat("MonotonicTime", kelTime::GetMonotonicTime)
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .With(
-            "Format", [] { return kelTime::GetNow(); },
-            [](const kelTime& time) {
-                zuString text;
-                MUST(time.GetFormatTime(text, kPattern) == kelStatusOk);
-                return text;
-            })
-        .Counter<kelAtomic>([](auto& counter) { return counter.Increment(); })
-        .Repeat("Memory", Memory)
-        .Repeat("Disk", Disk)
-        .Repeat("IdleObject", [] { return kelFile().IsOpen() ? 1 : 0; })
-        .Idle<kelAtomic>("kelAtomic")
-        .Idle<kelDirectory>("kelDirectory")
-        .Idle<kelDynamicObject>("kelDynamicObject")
-        .Idle<kelFile>("kelFile")
-        .Idle<kelFileInfo>("kelFileInfo", kKnownFile)
-        .Idle<kelLibrary>("kelLibrary")
-        .Idle<kelProcess>("kelProcess")
-        .Idle<kelSharedMemory>("kelSharedMemory")
-        .Idle<kelTime>("kelTime", 0LL)
-        .Growth(
-            "openings", [] { return kelFile(); },
-            [](kelFile& file) {
-                char byte = 0;
-                file.Open(kKnownFile, kelFile::ModeRead | kelFile::ModeBuffered);
-                MUST(file.Read(byte) == kelStatusOk);
-                file.Close();
-            })
-        .Growth(
-            "listings", [] { return kelDirectory(Work::Get().Directory(100)); },
-            [](kelDirectory& directory) { MUST(directory.GetFileNames().size() == 100); });
-
-// The same calls with nothing alive between them, and those by the platform's own means.
-const Jobs kCold = Jobs("zukelCold").OpenClose<Reader>().Exists(Exists).Repeat("FileFacts", Facts);
-const Jobs kNative = Jobs("zukelNative", Keep<kelLibrary>).Copy(NativeCopy).Rename(NativeRename);
+    const Jobs native("zukelNative", Keep<kelLibrary>);
+    native.Copy([](auto& from, auto& to) { return kelFile::NativeCopy(from, to, 0); });
+    native.Rename([](auto& from, auto& to) { return kelFile::NativeRename(from, to); });
+    return true;
+}();
 
 }  // namespace

@@ -1,269 +1,146 @@
-#!/usr/bin/env python3
-"""Makes a table and a chart of ratios from the results of tools/benchmark.
+#!/usr/bin/python3
+"""Makes tables and a chart of ratios from the results of tools/benchmark.
 
-report.py RESULTS DOCUMENTS [--quick]: RESULTS has one JSON file of Google Benchmark for each job. With
---quick the table goes to the standard output; else README.md and ratios.svg are written into DOCUMENTS,
-whose reasons.txt has, for each job in which zukel is not the best, a line `Job: why`; `JobCold` and `JobNative`
-for the rows of these variants.
+report.py RESULTS DOCUMENTS [--quick]: RESULTS has one JSON file of Google Benchmark for each job, with its
+medians. With --quick the tables go to the standard output; else README.md and ratios.svg are written into
+DOCUMENTS, whose reasons.txt has, for each job in which zukel is not the best, a line `Job: why`; `JobCold` and
+`JobNative` for the rows of these variants.
 """
 
-import glob
 import json
 import math
-import os
-import statistics
 import sys
-from xml.sax.saxutils import escape
+from pathlib import Path
 
-PEERS = ["runtime", "system", "std", "boost", "glib", "libuv", "poco", "qt"]
-NAMES = {"runtime": "APR", "system": "system calls", "std": "C/C++", "boost": "Boost",
-         "glib": "GLib", "libuv": "libuv", "poco": "POCO", "qt": "Qt"}
-LIBRARIES = PEERS[2:]  # the runtime and the system calls are what all of them stand on
+import matplotlib.pyplot as plt
+
+# Each way with the mark of the chart; the first two are what all libraries stand on.
+PEERS = {"runtime": ("APR", "o"), "system": ("system calls", "|"), "std": ("C/C++", "s"), "boost": ("Boost", "^"),
+         "glib": ("GLib", "D"), "libuv": ("libuv", "+"), "poco": ("POCO", "v"), "qt": ("Qt", "x")}
+LIBRARIES = list(PEERS)[2:]
 LOST = 0.95  # a peer that takes less than this, as a part of what zukel takes, is better
-UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+UNITS = {"s": 1e9, "ms": 1e6, "us": 1e3, "ns": 1.0}
+LABELS = {"DeleteTree": "{} directories", "StartUntilEnded": "caller of {} MiB", "ListNames": "{} names",
+          "Segment": "{} bytes", "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
+          "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}", "disk": "on disk"}
 
 
 def read_results(folder):
-    """For each case its samples by way, in nanoseconds or bytes; and the loads that were seen."""
-    cases, loads, facts = {}, [], {}
-    for path in glob.glob(os.path.join(folder, "*.json")):
-        with open(path, encoding="utf-8") as file:
-            result = json.load(file)
-        facts = result["context"]
-        loads.append(result["context"]["load_avg"][0])
+    """For each case the median and the spread of each way, in nanoseconds or bytes; and what was measured where."""
+    cases, contexts = {}, []
+    for path in folder.glob("*.json"):
+        result = json.loads(path.read_text())
+        contexts.append(result["context"])
         for run in result["benchmarks"]:
-            if run["run_type"] != "iteration":
-                continue
             if run.get("error_occurred"):
                 sys.exit(f"{run['name']}: {run['error_message']}")
+            if run.get("aggregate_name") not in ("median", "cv"):
+                continue
             job, way, *rest = run["run_name"].split("/")
-            time = "real_time" if "real_time" in rest else "cpu_time"
-            case = (job, *(part for part in rest if part not in ("real_time", "iterations:1")))
-            samples = cases.setdefault(case, {}).setdefault(way, [])
-            samples.append(max(0, run["bytes"]) if "bytes" in run else run[time] * UNITS[run["time_unit"]])
-    return cases, loads, facts
+            time = run["real_time" if "real_time" in rest else "cpu_time"]
+            case = job, *(part for part in rest if part not in ("real_time", "iterations:1"))
+            found = cases.setdefault(case, {}).setdefault(way, {"rounds": run["repetitions"]})
+            found[run["aggregate_name"]] = run.get("bytes", time) * (
+                UNITS[run["time_unit"]] if run["aggregate_name"] == "median" and "bytes" not in run else 1)
+    return cases, contexts
 
 
-def rows_of(case, ways):
-    """The row of zukel, and those of its variants: zukelCold beside runtimeCold, where there is one, and
-    beside the others as they are. Of several ways of one library (std.fstream, std.stdio) the best."""
-    for ours in sorted(way for way in ways if way.startswith("zukel")):
-        variant = ours[len("zukel"):]
-        peers = {}
-        for peer in PEERS:
-            found = [samples for way, samples in ways.items() if way.split(".")[0] == peer + variant] or \
-                    [samples for way, samples in ways.items() if way.split(".")[0] == peer]
-            if found:
-                peers[peer] = min(found, key=statistics.median)
-        if peers:
-            yield Row(case, variant, ways[ours], peers)
-
-
-def spread(samples):
-    """How far the middle half of the samples reaches from the median, in percent."""
-    if len(samples) < 3:
-        return 0.0
-    low, middle, high = statistics.quantiles(samples, n=4, method="inclusive")
-    return 100 * max(high - middle, middle - low) / middle if middle else 0.0
-
-
-def time_text(nanoseconds):
-    for unit, factor in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
-        if nanoseconds >= factor:
-            return f"{nanoseconds / factor:.3g} {unit}"
-    return f"{nanoseconds:.3g} ns"
-
-
-def ratio_text(ratio):
-    return f"{ratio:.2f}" if ratio < 9.95 else f"{ratio:.0f}"
-
-
-def bytes_text(count):
-    return f"{count:,.0f}"
-
-
-LABELS = {"DeleteTree": "{} directories", "StartUntilEnded": "caller of {} MiB", "ListNames": "{} names", "Segment": "{} bytes",
-          "SegmentTouched": "{} bytes", "ReadBufferedBlocks": "{} bytes",
-          "WriteBufferedBlocks": "{} bytes", "Counter": "{} at once", "GrowthBytes": "10,000 {}"}
-VARIANTS = {"": "", "Cold": ", cold", "Native": ", native"}
-
-
-def label(case, variant):
-    job, *rest = case
-    parts = ["on disk" if part == "disk" else LABELS.get(job, "{}").format(part.split(":")[-1]) for part in rest]
-    return ", ".join([job, *parts]) + VARIANTS[variant]
-
-
-def order(row):
-    return [row.case[0], row.key, *(int(part) if part.isdigit() else part for part in row.case[1:])]
+def text_of_time(nanoseconds):
+    unit = next((unit for unit, factor in UNITS.items() if nanoseconds >= factor), "ns")
+    return f"{nanoseconds / UNITS[unit]:.3g} {unit.replace('u', 'µ')}"
 
 
 class Row:
-    def __init__(self, case, variant, ours, peers):
-        self.case = case
-        self.key = case[0] + variant
-        self.label = label(case, variant)
-        self.bytes = case[0].endswith("Bytes")
-        self.ours = statistics.median(ours)
-        self.spread = max(spread(samples) for samples in [ours, *peers.values()])
-        self.theirs = {peer: statistics.median(samples) for peer, samples in peers.items()}
-        self.ratios = {peer: self.ratio(value) for peer, value in self.theirs.items()}
-        self.best = min(self.ratios, key=self.ratios.get)
-        self.lost = self.ratios[self.best] < LOST
+    """A case by zukel, or by a variant of it (zukelCold), and by the others: their same variant, or as they are."""
 
-    def ratio(self, value):
-        if value == self.ours:
-            return 1.0
-        return value / self.ours if self.ours else math.inf
+    def __init__(self, case, ways, ours):
+        job, *rest = case
+        variant = ours[len("zukel"):]
+        self.case, self.key, self.bytes = case, job + variant, job.endswith("Bytes")
+        parts = [LABELS.get(part, LABELS.get(job, "{}")).format(part.split(":")[-1]) for part in rest]
+        self.label = ", ".join([job, *parts] + ([variant.lower()] if variant else []))
+        used = {"zukel": ways[ours]}
+        for peer in PEERS:
+            found = [result for way, result in ways.items() if way.split(".")[0] == peer + variant] or \
+                    [result for way, result in ways.items() if way.split(".")[0] == peer]
+            if found:  # of several ways of one library (std.fstream, std.stdio) the best
+                used[peer] = min(found, key=lambda result: result["median"])
+        self.values = {peer: max(0, result["median"]) for peer, result in used.items()}
+        self.spread = max(result.get("cv", 0) if result["median"] > 0 else 0 for result in used.values())
+        mine = self.values.pop("zukel")
+        self.ours = f"{mine:,.0f}" if self.bytes else text_of_time(mine)
+        self.ratios = {peer: 1.0 if value == mine else value / mine if mine else math.inf
+                       for peer, value in self.values.items()}
+        self.best = min(self.ratios, key=self.ratios.get, default=None)
+        self.lost = any(ratio < LOST for ratio in self.ratios.values())
+
+    def order(self):
+        return [self.case[0], self.key, *(int(part) if part.isdigit() else part for part in self.case[1:])]
 
     def text(self, peer):
-        return bytes_text(self.theirs[peer]) if self.bytes else ratio_text(self.ratios[peer])
+        if self.bytes:
+            return f"{self.values[peer]:,.0f}"
+        return f"{self.ratios[peer]:.{2 if self.ratios[peer] < 9.95 else 0}f}"
+
+    def cell(self, peer):
+        if peer not in self.ratios:
+            return ""
+        return f"**{self.text(peer)}**" if self.ratios[peer] < LOST else self.text(peer)
 
 
 def table(rows, peers):
-    lines = ["| Job | zukel | " + " | ".join(NAMES[peer] for peer in peers) + " | spread |",
+    lines = ["| Job | zukel | " + " | ".join(PEERS[peer][0] for peer in peers) + " | spread |",
              "|-----|------:|" + "---:|" * len(peers) + "---:|"]
     for row in rows:
-        cells = [row.text(peer) if peer in row.ratios else "" for peer in peers]
-        cells = [f"**{cell}**" if cell and row.ratios[peer] < LOST else cell for peer, cell in zip(peers, cells)]
-        lines.append(f"| {row.label} | {(bytes_text if row.bytes else time_text)(row.ours)} | " +
-                     " | ".join(cells) + f" | {row.spread:.0f} % |")
+        lines.append("| " + " | ".join([row.label, row.ours, *map(row.cell, peers), f"{100 * row.spread:.0f} % |"]))
     return "\n".join(lines)
 
 
-def tables(rows, peers):
-    """That of the times, and that of the bytes."""
-    kinds = [[row for row in rows if row.bytes == kind] for kind in (False, True)]
-    return [table(kind, peers) if kind else "" for kind in kinds]
-
-
 def standing(rows):
-    beside = [[row.ratios[peer] for peer in LIBRARIES if peer in row.ratios] for row in rows]
-    beside = [ratios for ratios in beside if ratios]
+    beside = [min(ratios) for row in rows if (ratios := [row.ratios[peer] for peer in LIBRARIES if peer in row.ratios])]
     return (f"Of {len(rows)} rows zukel is the best, or within 5 % of the best, in "
             f"{sum(not row.lost for row in rows)}; of the {len(beside)} that another library can do as well, "
-            f"beside these alone, in {sum(min(ratios) >= LOST for ratios in beside)}.")
+            f"beside these alone, in {sum(best >= LOST for best in beside)}.")
 
 
-STYLE = """
-    text { font-family: "DejaVu Sans", Verdana, Helvetica, Arial, sans-serif; font-size: 13px; fill: #1f2328; }
-    .end { text-anchor: end; }
-    .middle { text-anchor: middle; }
-    .small { font-size: 12px; fill: #57606a; }
-    .grid { stroke: #d8dee4; stroke-width: 1; }
-    .one { stroke: #1f2328; stroke-width: 1.6; }
-    .band { fill: #f6f8fa; }
-    .mark { stroke-width: 1.6; fill: none; }
-    .runtime { stroke: #57606a; fill: #57606a; } .system { stroke: #1f2328; }
-    .std { stroke: #0969da; } .boost { stroke: #bc4c00; fill: #bc4c00; } .glib { stroke: #8250df; }
-    .poco { stroke: #1a7f37; fill: #1a7f37; } .qt { stroke: #cf222e; } .libuv { stroke: #9a6700; }
-    @media (prefers-color-scheme: dark) {
-      text { fill: #e6edf3; }
-      .small { fill: #9ea7b3; }
-      .grid { stroke: #30363d; }
-      .one { stroke: #e6edf3; }
-      .band { fill: #161b22; }
-      .runtime { stroke: #9ea7b3; fill: #9ea7b3; } .system { stroke: #e6edf3; }
-      .std { stroke: #4493f8; } .boost { stroke: #f0883e; fill: #f0883e; } .glib { stroke: #ab7df8; }
-      .poco { stroke: #3fb950; fill: #3fb950; } .qt { stroke: #f85149; } .libuv { stroke: #d29922; }
-    }"""
-SHAPES = {"runtime": "M-4.5 0 A4.5 4.5 0 1 0 4.5 0 A4.5 4.5 0 1 0 -4.5 0z", "system": "M0 -6 V6",
-          "std": "M-4.5 -4.5 H4.5 V4.5 H-4.5z", "boost": "M0 -5.5 L5.5 4 H-5.5z",
-          "glib": "M0 -5.5 L5 0 L0 5.5 L-5 0z", "libuv": "M-5.5 0 H5.5 M0 -5.5 V5.5", "poco": "M0 5.5 L5.5 -4 H-5.5z",
-          "qt": "M-4.5 -4.5 L4.5 4.5 M-4.5 4.5 L4.5 -4.5"}
+def draw_chart(rows, peers, path):
+    plt.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "zukel"})
+    figure, axes = plt.subplots(figsize=(10, 1.5 + 0.24 * len(rows)), layout="constrained")
+    for peer in peers:
+        name, mark = PEERS[peer]
+        points = [(row.ratios[peer], number) for number, row in enumerate(rows) if peer in row.ratios]
+        axes.plot(*zip(*points), mark, markersize=6, label=name)
+    axes.axvline(1, color="black")
+    axes.set(xscale="log", ylim=(len(rows) - 0.5, -0.5), yticks=range(len(rows)),
+             yticklabels=[row.label for row in rows],
+             xlabel="time of the other one divided by the time of zukel, logarithmic: left of 1 it is faster")
+    axes.xaxis.set_major_formatter("{x:g}")
+    axes.grid(alpha=0.4)
+    axes.tick_params(labeltop=True)
+    axes.legend(loc="lower center", bbox_to_anchor=(0.4, 1.02), ncols=len(peers))
+    figure.savefig(path, metadata={"Date": None})
 
 
-def mark(peer, x, y, title=""):
-    inside = f"<title>{escape(title)}</title>" if title else ""
-    return f'  <path class="mark {peer}" transform="translate({x:.1f} {y:.1f})" d="{SHAPES[peer]}">{inside}</path>'
-
-
-def chart(rows, peers):
-    left, right, top, height, width = 262, 850, 92, 22, 880
-    bottom = top + height * len(rows)
-    values = [ratio for row in rows for ratio in row.ratios.values()]
-    low = min(0.5, min(values) / 1.15)
-    high = max(values) * 1.15
-
-    def x(ratio):
-        return left + (right - left) * math.log(ratio / low) / math.log(high / low)
-
-    out = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {bottom + 54}" role="img" '
-           'aria-labelledby="title description">',
-           '  <title id="title">How long others take for the work that zukel does</title>',
-           '  <desc id="description">For each job the time of each other way as a multiple of the time of '
-           'zukel. To the right of the line at 1 the other one is slower.</desc>',
-           f"  <style>{STYLE}\n  </style>"]
-    step = (width - 40) / len(peers)
-    for number, peer in enumerate(peers):
-        out.append(mark(peer, 30 + step * number, 22))
-        out.append(f'  <text x="{42 + step * number:.1f}" y="27">{NAMES[peer]}</text>')
-    for number in range(0, len(rows), 2):
-        out.append(f'  <rect class="band" x="10" y="{top + height * number}" width="{width - 20}" '
-                   f'height="{height}"/>')
-    for tick in (0.1, 0.2, 0.5, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000):
-        if low <= tick <= high:
-            out.append(f'  <path class="grid" d="M{x(tick):.1f} {top - 6} V{bottom + 6}"/>')
-            for y in (top - 12, bottom + 22):
-                out.append(f'  <text class="middle small" x="{x(tick):.1f}" y="{y}">{tick:g}</text>')
-    out.append(f'  <path class="one" d="M{x(1):.1f} {top - 6} V{bottom + 6}"/>')
-    for y in (top - 12, bottom + 22):
-        out.append(f'  <text class="middle" x="{x(1):.1f}" y="{y}">1</text>')
-    out.append(f'  <text class="end small" x="{x(1) - 8:.1f}" y="{top - 34}">faster than zukel</text>')
-    out.append(f'  <text class="small" x="{x(1) + 8:.1f}" y="{top - 34}">takes so many times as long as zukel</text>')
-    for number, row in enumerate(rows):
-        y = top + height * (number + 0.5)
-        out.append(f'  <text class="end" x="{left - 12}" y="{y + 4.5:.1f}">{escape(row.label)}</text>')
-        for peer in peers:
-            if peer in row.ratios:
-                out.append(mark(peer, x(row.ratios[peer]), y,
-                                f"{row.label}, {NAMES[peer]}: {ratio_text(row.ratios[peer])}"))
-    out.append(f'  <text class="middle small" x="{(left + right) / 2}" y="{bottom + 44}">'
-               "time of the other one divided by the time of zukel, logarithmic</text>")
-    out.append("</svg>\n")
-    return "\n".join(out)
-
-
-def read_reasons(documents):
-    reasons = {}
-    path = os.path.join(documents, "reasons.txt")
-    if os.path.exists(path):
-        with open(path, encoding="utf-8") as file:
-            for line in file:
-                if ":" in line and not line.startswith("#"):
-                    job, reason = line.split(":", 1)
-                    reasons[job.strip()] = reason.strip()
-    return reasons
-
-
-def read_lines(folder, name):
-    path = os.path.join(folder, name)
-    if not os.path.exists(path):
-        return []
-    with open(path, encoding="utf-8") as file:
-        return [line.strip() for line in file if line.strip()]
+def read_lines(path):
+    return [line.strip() for line in path.read_text().splitlines() if line.strip()] if path.exists() else []
 
 
 def better(rows, reasons):
     """The jobs in which somebody is better, each with its reason."""
     jobs = {}
-    for row in rows:
-        if row.lost:
-            jobs.setdefault(row.key, []).append(row)
-    lines = []
-    for job, lost in jobs.items():
-        shown = "; ".join(f"{NAMES[row.best]} {row.text(row.best)}" +
-                          (f" in “{row.label}”" if len(row.case) > 1 else "") for row in lost)
-        lines.append(f"- **{job}** ({shown}): {reasons.get(job, 'no reason is known yet.')}")
-    return lines, [job for job in jobs if job not in reasons]
+    for row in filter(lambda row: row.lost, rows):
+        where = f" in “{row.label}”" if len(row.case) > 1 else ""
+        jobs.setdefault(row.key, []).append(f"{PEERS[row.best][0]} {row.text(row.best)}{where}")
+    lines = [f"- **{job}** ({'; '.join(shown)}): {reasons.get(job, 'no reason is known yet.')}"
+             for job, shown in jobs.items()]
+    return "\n".join(lines) or "Nowhere.", [job for job in jobs if job not in reasons]
 
 
-def document(rows, peers, loads, facts, rounds, folder, reasons):
-    lines, without = better(rows, reasons)
-    versions = ", ".join(read_lines(folder, "versions"))
-    compiler = "; ".join(read_lines(folder, "compiler"))
-    memory, disk = (read_lines(folder, "volumes") + ["unknown", "unknown"])[:2]
-    times, sizes = tables(rows, peers)
+def document(rows, peers, contexts, rounds, folder, better_ones):
+    facts, loads = contexts[-1], [context["load_avg"][0] for context in contexts]
+    versions, compiler = (", ".join(read_lines(folder / name)) for name in ("versions", "compiler"))
+    memory, disk = (read_lines(folder / "volumes") + ["unknown", "unknown"])[:2]
+    times, sizes = (table([row for row in rows if row.bytes == kind], peers) for kind in (False, True))
     return f"""# Figures
 
 Made by `./tools/benchmark`; not written by hand, but for the reasons in `docs/benchmarks/reasons.txt`.
@@ -283,7 +160,7 @@ has no way to do the job, or none that is comparable.
 The times are medians of {rounds} rounds; in each round all the ways of a job run in random order. They are
 processor time, but for `StartUntilEnded`, `Run`, `ReplaceWhole`, `Counter` and `LevelDBFill`, which are
 time on the clock.
-“Spread” is how far the middle half of the rounds reaches from the median, for the way of the row in which
+“Spread” is the standard deviation of the rounds, in percent of their mean, for the way of the row in which
 that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
 alive; the `LevelDB` rows are a database on this library's files (`examples/leveldbenv.cpp`), beside one on
@@ -304,30 +181,29 @@ own included. {compiler}. {versions}.
 
 ## Where somebody is better
 
-{chr(10).join(lines) if lines else "Nowhere."}
-""", without
+{better_ones}
+"""
 
 
 def main():
-    folder, documents = sys.argv[1:3]
-    quick = "--quick" in sys.argv[3:]
-    cases, loads, facts = read_results(folder)
-    rows = sorted((row for case, ways in cases.items() for row in rows_of(case, ways)), key=order)
+    folder, documents = map(Path, sys.argv[1:3])
+    cases, contexts = read_results(folder)
+    rows = [Row(case, ways, ours) for case, ways in cases.items() for ours in ways if ours.startswith("zukel")]
+    rows = sorted((row for row in rows if row.ratios), key=Row.order)
     if not rows:
         sys.exit("report.py: nothing to compare")
     peers = [peer for peer in PEERS if any(peer in row.ratios for row in rows)]
-    rounds = max(len(samples) for ways in cases.values() for samples in ways.values())
-    if quick:
-        print("\n\n".join(filter(None, tables(rows, peers))))
-        print(f"\ntimes: that of the other one divided by that of zukel; rows in Bytes: bytes; load {max(loads):.1f}")
-        print(standing(rows))
-        return
-    os.makedirs(documents, exist_ok=True)
-    text, without = document(rows, peers, loads, facts, rounds, folder, read_reasons(documents))
     times = [row for row in rows if not row.bytes]
-    for name, content in (("README.md", text), ("ratios.svg", chart(times, peers))):
-        with open(os.path.join(documents, name), "w", encoding="utf-8") as file:
-            file.write(content)
+    if "--quick" in sys.argv:
+        sizes = [row for row in rows if row.bytes]
+        print(*(table(some, peers) for some in (times, sizes) if some), sep="\n\n")
+        print("\ntimes: that of the other one divided by that of zukel; rows in Bytes: bytes\n" + standing(rows))
+        return
+    reasons = dict(line.split(": ", 1) for line in read_lines(documents / "reasons.txt") if line[0] != "#")
+    better_ones, without = better(rows, reasons)
+    rounds = max(way["rounds"] for ways in cases.values() for way in ways.values())
+    (documents / "README.md").write_text(document(rows, peers, contexts, rounds, folder, better_ones))
+    draw_chart(times, peers, documents / "ratios.svg")
     print(f"docs/benchmarks: {standing(rows)}")
     if without:
         print("jobs without a reason in docs/benchmarks/reasons.txt: " + ", ".join(without))

@@ -1,16 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-/// What a library told its caller.
-struct Answer {
-    bool done;
-    std::string reason;  ///< Of a failure, in the library's words; empty when it gives none.
-};
+using Text = const std::string&;
 
 struct Command {
     std::vector<std::string> words;  ///< The program first.
@@ -18,42 +14,54 @@ struct Command {
     bool throughPipe = false;        ///< Its output goes to the caller, who does not read it.
 };
 
-struct Child {
-    std::shared_ptr<void> object;  ///< Dropping it is how the caller forgets the child.
-    long pid = 0;
-    std::function<bool()> isRunning;  ///< Empty when the library cannot tell.
-    /// Waits for its end, and reports its exit code, or -1 when the library does not know it.
-    std::function<Answer(int& code)> wait;
-};
-
-struct Segment {
-    std::shared_ptr<void> object;
-    char* address = nullptr;
-};
-
-/// What one library does for each of the jobs; an empty function is an operation that it lacks.
-struct Library {
+struct Description {
     std::string name;
     std::string version;
-    std::string calls;  ///< Which operations of the library these are.
-    std::function<Answer(const std::string& from, const std::string& to)> copy;
-    std::function<Answer(const std::string& from, const std::string& to)> move;
-    std::function<Answer(const Command& command, Child& child)> start;
+    std::string calls;  ///< Which operations of the library are used here.
+};
+
+/// Thrown by an operation that the library does not have.
+struct Lacking {};
+
+/// Throws the reason that the library gives for a refusal, if it gives one.
+inline void Check(bool done, Text reason = "") {
+    if (!done) {
+        throw std::runtime_error(reason);
+    }
+}
+
+/// What one library does for each of the jobs. A refusal is an exception.
+class Library {
+public:
+    virtual ~Library() = default;
+    virtual Description About() const = 0;
+    /// The reason in an exception of the library.
+    virtual std::string Reason(const std::exception& refusal) const { return refusal.what(); }
+
+    virtual void Copy(Text from, Text to) = 0;
+    virtual void Move(Text from, Text to) = 0;
+    virtual void DeleteTree(Text) { throw Lacking(); }
+    virtual void Replace(Text, Text /*contents*/) { throw Lacking(); }
+    /// Locks a file against others without waiting, for as long as the program runs.
+    virtual void Lock(Text) { throw Lacking(); }
+    virtual void OpenAndClose(Text) { throw Lacking(); }  ///< The locked file, by another object.
+    virtual void Load(Text module) = 0;
+
+    /// Starts a child, which is the one of the next three functions, and returns its process ID.
+    virtual long Start(const Command& command) = 0;
+    virtual bool IsRunning() = 0;
+    virtual int Wait() = 0;                   ///< Returns the exit code, -1 when it is not known.
+    virtual void Forget() = 0;                ///< Drops the child's object.
+    virtual void Turn() { throw Lacking(); }  ///< One turn of the library's event loop.
     /// Runs a program and reads both of its outputs, by the shortest way that the library has.
-    std::function<Answer(const std::vector<std::string>& words, std::string& output,
-                         std::string& errors)>
-        collect;
-    std::function<void()> turn;  ///< One turn of the library's event loop, if it has one.
-    std::function<Answer(const std::string& name, std::size_t size, Segment& segment)> create;
-    std::function<Answer(const std::string& name, std::size_t size, Segment& segment)> attach;
-    std::function<Answer(const std::string& name)> clear;  ///< Of a segment left behind.
-    std::function<Answer(const std::string& file)> load;
-    std::function<Answer(const std::string& path)> deleteTree;
-    std::function<Answer(const std::string& file, const std::string& contents)> replace;
-    /// Locks a file against others without waiting. The lock lasts as long as the object.
-    std::function<Answer(const std::string& file, std::shared_ptr<void>& object)> lock;
-    std::function<void(const std::string& file)> openAndClose;  ///< In another object.
+    virtual void Collect(const Command& command, std::string& output, std::string& errors) = 0;
+
+    /// Each of these two holds a segment until the next one or Release, and returns its address.
+    virtual char* Create(Text, std::size_t) { throw Lacking(); }
+    virtual char* Attach(Text, std::size_t) { throw Lacking(); }
+    virtual void Release() {}
+    virtual void Clear(Text) { throw Lacking(); }  ///< A segment that was left behind.
 };
 
 /// The library that this program is linked with.
-Library ThisLibrary();
+std::unique_ptr<Library> ThisLibrary();

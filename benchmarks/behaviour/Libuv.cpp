@@ -6,39 +6,36 @@
 
 namespace {
 
-Answer Of(int result) {
-    return {result >= 0, result >= 0 ? "" : uv_strerror(result)};
+void CheckResult(int result) {
+    Check(result >= 0, uv_strerror(result));
 }
 
-void Turn() {
-    uv_run(uv_default_loop(), UV_RUN_NOWAIT);
-}
-
-struct Process {
+struct Child {
     uv_process_t process{};
     uv_pipe_t pipes[2]{};  ///< For its output and its errors.
-    std::string texts[2];
     int code = -1;
     bool ended = false;
 };
 
 /// Closes the handles, as the library wants it before their memory goes.
-void Forget(Process* started) {
-    const auto close = [](auto& handle) {
-        auto* const plain = reinterpret_cast<uv_handle_t*>(&handle);
-        if (plain->type != UV_UNKNOWN_HANDLE && uv_is_closing(plain) == 0) {
-            uv_close(plain, nullptr);
-        }
-    };
-    close(started->process);
-    close(started->pipes[0]);
-    close(started->pipes[1]);
-    Turn();
-    delete started;
-}
+struct Close {
+    void operator()(Child* child) const {
+        const auto close = [](auto& handle) {
+            auto* const plain = reinterpret_cast<uv_handle_t*>(&handle);
+            if (plain->type != UV_UNKNOWN_HANDLE && uv_is_closing(plain) == 0) {
+                uv_close(plain, nullptr);
+            }
+        };
+        close(child->process);
+        close(child->pipes[0]);
+        close(child->pipes[1]);
+        uv_run(uv_default_loop(), UV_RUN_NOWAIT);
+        delete child;
+    }
+};
 
 /// Starts a program with the first so many of its outputs through pipes.
-int Spawn(const Command& command, int pipes, Process& started) {
+void Spawn(const Command& command, int pipes, Child& child) {
     std::vector<char*> words;
     for (const std::string& word : command.words) {
         words.push_back(const_cast<char*>(word.c_str()));
@@ -52,32 +49,17 @@ int Spawn(const Command& command, int pipes, Process& started) {
     options.stdio = streams;
     options.stdio_count = pipes == 0 ? 0 : 1 + pipes;
     options.exit_cb = [](uv_process_t* process, std::int64_t code, int signal) {
-        auto& ended = *static_cast<Process*>(process->data);
+        auto& ended = *static_cast<Child*>(process->data);
         ended.code = signal == 0 ? static_cast<int>(code) : -1;
         ended.ended = true;
     };
     for (int pipe = 0; pipe < pipes; ++pipe) {
-        uv_pipe_init(uv_default_loop(), &started.pipes[pipe], 0);
+        uv_pipe_init(uv_default_loop(), &child.pipes[pipe], 0);
         streams[1 + pipe].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
-        streams[1 + pipe].data.stream = reinterpret_cast<uv_stream_t*>(&started.pipes[pipe]);
+        streams[1 + pipe].data.stream = reinterpret_cast<uv_stream_t*>(&child.pipes[pipe]);
     }
-    started.process.data = &started;
-    return uv_spawn(uv_default_loop(), &started.process, &options);
-}
-
-Answer Start(const Command& command, Child& child) {
-    const std::shared_ptr<Process> started(new Process, Forget);
-    const int result = Spawn(command, command.throughPipe ? 1 : 0, *started);
-    child = {started, result == 0 ? started->process.pid : 0,
-             [started] { return uv_process_kill(&started->process, 0) == 0; },
-             [started](int& code) {
-                 while (!started->ended) {
-                     uv_run(uv_default_loop(), UV_RUN_ONCE);
-                 }
-                 code = started->code;
-                 return Answer{true, ""};
-             }};
-    return Of(result);
+    child.process.data = &child;
+    CheckResult(uv_spawn(uv_default_loop(), &child.process, &options));
 }
 
 void MakeRoom(uv_handle_t*, std::size_t size, uv_buf_t* room) {
@@ -86,58 +68,65 @@ void MakeRoom(uv_handle_t*, std::size_t size, uv_buf_t* room) {
     *room = uv_buf_init(bytes.data(), static_cast<unsigned>(size));
 }
 
-Answer Collect(const std::vector<std::string>& words, std::string& output, std::string& errors) {
-    const std::shared_ptr<Process> started(new Process, Forget);
-    const Answer answer = Of(Spawn({words, "", true}, 2, *started));
-    for (int pipe = 0; pipe < 2; ++pipe) {
-        started->pipes[pipe].data = &started->texts[pipe];
-        uv_read_start(reinterpret_cast<uv_stream_t*>(&started->pipes[pipe]), MakeRoom,
-                      [](uv_stream_t* stream, ssize_t size, const uv_buf_t* piece) {
-                          if (size > 0) {
-                              static_cast<std::string*>(stream->data)
-                                  ->append(piece->base, static_cast<std::size_t>(size));
-                          } else if (size < 0) {
-                              uv_read_stop(stream);
-                          }
-                      });
+void TakePiece(uv_stream_t* stream, ssize_t size, const uv_buf_t* piece) {
+    if (size < 0) {
+        uv_read_stop(stream);
+        return;
     }
-    uv_run(uv_default_loop(), UV_RUN_DEFAULT);
-    output = started->texts[0];
-    errors = started->texts[1];
-    return answer;
+    static_cast<std::string*>(stream->data)->append(piece->base, static_cast<std::size_t>(size));
 }
+
+class Libuv : public Library {
+    Description About() const override {
+        return {"libuv", uv_version_string(),
+                "`uv_fs_copyfile`, `uv_fs_rename`, `uv_spawn` (forgotten: `uv_close`), "
+                "`uv_process_kill` with signal 0, `uv_run` until the exit callback, both outputs "
+                "by `uv_read_start`, `uv_dlopen`"};
+    }
+    void Copy(Text from, Text to) override {
+        uv_fs_t request;
+        CheckResult(uv_fs_copyfile(nullptr, &request, from.c_str(), to.c_str(), 0, nullptr));
+    }
+    void Move(Text from, Text to) override {
+        uv_fs_t request;
+        CheckResult(uv_fs_rename(nullptr, &request, from.c_str(), to.c_str(), nullptr));
+    }
+    void Load(Text file) override {
+        uv_lib_t module;
+        const bool done = uv_dlopen(file.c_str(), &module) == 0;
+        Check(done, uv_dlerror(&module));
+    }
+
+    long Start(const Command& command) override {
+        child_.reset(new Child);
+        Spawn(command, command.throughPipe ? 1 : 0, *child_);
+        return child_->process.pid;
+    }
+    bool IsRunning() override { return uv_process_kill(&child_->process, 0) == 0; }
+    int Wait() override {
+        while (!child_->ended) {
+            uv_run(uv_default_loop(), UV_RUN_ONCE);
+        }
+        return child_->code;
+    }
+    void Forget() override { child_.reset(); }
+    void Turn() override { uv_run(uv_default_loop(), UV_RUN_NOWAIT); }
+    void Collect(const Command& command, std::string& output, std::string& errors) override {
+        const std::unique_ptr<Child, Close> child(new Child);
+        Spawn(command, 2, *child);
+        std::string* const texts[2] = {&output, &errors};
+        for (int pipe = 0; pipe < 2; ++pipe) {
+            child->pipes[pipe].data = texts[pipe];
+            uv_read_start(reinterpret_cast<uv_stream_t*>(&child->pipes[pipe]), MakeRoom, TakePiece);
+        }
+        uv_run(uv_default_loop(), UV_RUN_DEFAULT);
+    }
+
+    std::unique_ptr<Child, Close> child_;
+};
 
 }  // namespace
 
-Library ThisLibrary() {
-    Library library;
-    library.name = "libuv";
-    library.version = uv_version_string();
-    library.calls =
-        "`uv_fs_copyfile`, `uv_fs_rename`, `uv_spawn` (forgotten: `uv_close`), `uv_process_kill` "
-        "with signal 0, `uv_run` until the exit callback, both outputs by `uv_read_start`, "
-        "`uv_dlopen`";
-    library.copy = [](const std::string& from, const std::string& to) {
-        uv_fs_t request;
-        const int result = uv_fs_copyfile(nullptr, &request, from.c_str(), to.c_str(), 0, nullptr);
-        uv_fs_req_cleanup(&request);
-        return Of(result);
-    };
-    library.move = [](const std::string& from, const std::string& to) {
-        uv_fs_t request;
-        const int result = uv_fs_rename(nullptr, &request, from.c_str(), to.c_str(), nullptr);
-        uv_fs_req_cleanup(&request);
-        return Of(result);
-    };
-    library.start = Start;
-    library.turn = Turn;
-    library.collect = Collect;
-    library.load = [](const std::string& file) {
-        uv_lib_t module;
-        const bool done = uv_dlopen(file.c_str(), &module) == 0;
-        const Answer answer{done, done ? "" : uv_dlerror(&module)};
-        uv_dlclose(&module);
-        return answer;
-    };
-    return library;
+std::unique_ptr<Library> ThisLibrary() {
+    return std::make_unique<Libuv>();
 }

@@ -12,94 +12,73 @@
 
 namespace {
 
-template <typename Call>
-Answer Try(Call call) {
-    try {
-        call();
-        return {true, ""};
-    } catch (const Poco::Exception& exception) {
-        return {false, exception.displayText()};
-    }
-}
-
-struct Process {
+struct Child {
     Poco::Pipe pipe;
     Poco::ProcessHandle handle;
 };
 
-Answer Start(const Command& command, Child& child) {
-    return Try([&] {
-        Poco::Pipe pipe;
-        const Poco::Process::Args arguments(command.words.begin() + 1, command.words.end());
-        Poco::Pipe* const output = command.throughPipe ? &pipe : nullptr;
-        const auto handle =
-            command.directory.empty()
-                ? Poco::Process::launch(command.words[0], arguments, nullptr, output, nullptr)
-                : Poco::Process::launch(command.words[0], arguments, command.directory, nullptr,
-                                        output, nullptr);
-        const auto started = std::make_shared<Process>(Process{pipe, handle});
-        child = {started, handle.id(),
-                 [started] { return Poco::Process::isRunning(started->handle); },
-                 [started](int& code) { return Try([&] { code = started->handle.wait(); }); }};
-    });
-}
+class PocoLibrary : public Library {
+    Description About() const override {
+        const Poco::UInt32 version = Poco::Environment::libraryVersion();
+        const auto part = [version](unsigned shift) {
+            return std::to_string((version >> shift) & 0xFFU);
+        };
+        return {"POCO", part(24) + "." + part(16) + "." + part(8),
+                "`File::copyTo`, `File::moveTo`, `Process::launch`, `Process::isRunning`, both "
+                "outputs read one after the other by `PipeInputStream`, `ProcessHandle::wait`, "
+                "`File::remove` with its directory's contents, `SharedMemory`, "
+                "`SharedLibrary::load`"};
+    }
+    std::string Reason(const std::exception& refusal) const override {
+        const auto* const known = dynamic_cast<const Poco::Exception*>(&refusal);
+        return known != nullptr ? known->displayText() : refusal.what();
+    }
 
-Answer Open(const std::string& name, std::size_t size, bool server, Segment& segment) {
-    return Try([&] {
-        const auto memory = std::make_shared<Poco::SharedMemory>(
-            name, size, Poco::SharedMemory::AM_WRITE, nullptr, server);
-        segment = {memory, memory->begin()};
-    });
-}
+    void Copy(Text from, Text to) override { Poco::File(from).copyTo(to); }
+    void Move(Text from, Text to) override { Poco::File(from).moveTo(to); }
+    void DeleteTree(Text path) override { Poco::File(path).remove(true); }
+    void Load(Text file) override { Poco::SharedLibrary().load(file); }
+
+    long Start(const Command& command) override {
+        const Poco::Process::Args arguments(command.words.begin() + 1, command.words.end());
+        Poco::Pipe pipe;
+        Poco::Pipe* const output = command.throughPipe ? &pipe : nullptr;
+        child_.reset(new Child{
+            pipe, command.directory.empty()
+                      ? Poco::Process::launch(command.words[0], arguments, nullptr, output, nullptr)
+                      : Poco::Process::launch(command.words[0], arguments, command.directory,
+                                              nullptr, output, nullptr)});
+        return child_->handle.id();
+    }
+    bool IsRunning() override { return Poco::Process::isRunning(child_->handle); }
+    int Wait() override { return child_->handle.wait(); }
+    void Forget() override { child_.reset(); }
+    void Collect(const Command& command, std::string& output, std::string& errors) override {
+        Poco::Pipe out;
+        Poco::Pipe err;
+        const Poco::Process::Args arguments(command.words.begin() + 1, command.words.end());
+        const auto handle = Poco::Process::launch(command.words[0], arguments, nullptr, &out, &err);
+        Poco::PipeInputStream first(out);
+        Poco::PipeInputStream second(err);
+        Poco::StreamCopier::copyToString(first, output);
+        Poco::StreamCopier::copyToString(second, errors);
+        handle.wait();
+    }
+
+    char* Create(Text name, std::size_t size) override { return Open(name, size, true); }
+    char* Attach(Text name, std::size_t size) override { return Open(name, size, false); }
+    char* Open(Text name, std::size_t size, bool server) {
+        segment_ = {name, size, Poco::SharedMemory::AM_WRITE, nullptr, server};
+        return segment_.begin();
+    }
+    void Release() override { segment_ = {}; }
+
+    std::unique_ptr<Child> child_;
+    Poco::SharedMemory segment_;
+};
 
 }  // namespace
 
-Library ThisLibrary() {
-    const Poco::UInt32 version = Poco::Environment::libraryVersion();
-    const auto part = [version](unsigned shift) {
-        return std::to_string((version >> shift) & 0xFFU);
-    };
-    Library library;
-    library.name = "POCO";
-    library.version = part(24) + "." + part(16) + "." + part(8);
-    library.calls =
-        "`File::copyTo`, `File::moveTo`, `Process::launch`, `Process::isRunning`, both outputs "
-        "read one "
-        "after the other by `PipeInputStream`, `ProcessHandle::wait`, `File::remove` with its "
-        "directory's contents, `SharedMemory`, "
-        "`SharedLibrary::load`";
-    library.copy = [](const std::string& from, const std::string& to) {
-        return Try([&] { Poco::File(from).copyTo(to); });
-    };
-    library.move = [](const std::string& from, const std::string& to) {
-        return Try([&] { Poco::File(from).moveTo(to); });
-    };
-    library.start = Start;
-    library.collect = [](const std::vector<std::string>& words, std::string& output,
-                         std::string& errors) {
-        return Try([&] {
-            Poco::Pipe out;
-            Poco::Pipe err;
-            const auto handle = Poco::Process::launch(words[0], {words.begin() + 1, words.end()},
-                                                      nullptr, &out, &err);
-            Poco::PipeInputStream first(out);
-            Poco::PipeInputStream second(err);
-            Poco::StreamCopier::copyToString(first, output);
-            Poco::StreamCopier::copyToString(second, errors);
-            handle.wait();
-        });
-    };
-    library.deleteTree = [](const std::string& path) {
-        return Try([&] { Poco::File(path).remove(true); });
-    };
-    library.create = [](const std::string& name, std::size_t size, Segment& segment) {
-        return Open(name, size, true, segment);
-    };
-    library.attach = [](const std::string& name, std::size_t size, Segment& segment) {
-        return Open(name, size, false, segment);
-    };
-    library.load = [](const std::string& file) {
-        return Try([&] { Poco::SharedLibrary().load(file); });
-    };
-    return library;
+std::unique_ptr<Library> ThisLibrary() {
+    return std::make_unique<PocoLibrary>();
 }

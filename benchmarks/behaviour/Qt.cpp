@@ -11,123 +11,113 @@
 
 namespace {
 
-QString Text(const std::string& text) {
+QString Q(Text text) {
     return QString::fromStdString(text);
 }
 
 template <typename Object>
-Answer Of(bool done, const Object& object) {
-    return {done, done ? "" : object.errorString().toStdString()};
+void CheckDone(bool done, const Object& object) {
+    Check(done, object.errorString().toStdString());
 }
 
-qint64 Size(const std::string& text) {
-    return static_cast<qint64>(text.size());
-}
-
-QStringList Arguments(const std::vector<std::string>& words) {
+void StartIn(QProcess& process, const Command& command) {
     QStringList arguments;
-    for (std::size_t word = 1; word < words.size(); ++word) {
-        arguments += Text(words[word]);
+    for (std::size_t word = 1; word < command.words.size(); ++word) {
+        arguments += Q(command.words[word]);
     }
-    return arguments;
+    process.setWorkingDirectory(Q(command.directory));
+    process.start(Q(command.words[0]), arguments);
 }
 
-Answer Start(const Command& command, Child& child) {
-    const auto process = std::make_shared<QProcess>();
-    process->setWorkingDirectory(Text(command.directory));
-    process->start(Text(command.words[0]), Arguments(command.words));
-    const bool started = process->waitForStarted(3000);
-    child = {process, static_cast<long>(process->processId()),
-             [process] { return process->state() != QProcess::NotRunning; },
-             [process](int& code) {
-                 const bool ended = process->waitForFinished(-1);
-                 code = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-                 return Of(ended, *process);
-             }};
-    return Of(started, *process);
-}
-
-template <typename Open>
-Answer OpenSegment(const std::string& name, Segment& segment, Open open) {
-    const auto memory = std::make_shared<QSharedMemory>(Text(name));
-    if (!open(*memory)) {
-        return {false, memory->errorString().toStdString()};
+class Qt6 : public Library {
+    Description About() const override {
+        return {"Qt 6", qVersion(),
+                "`QFile::copy`, `QFile::rename`, `QProcess::start` and `waitForStarted` (a pipe is "
+                "its default), `QProcess::state`, `QProcess::waitForFinished`, `QSaveFile`, "
+                "`QLockFile` (a second one in the place of the other object), "
+                "`QDir::removeRecursively`, `QSharedMemory::create`, `attach`, and `attach` and "
+                "`detach` to clear, `QLibrary::load`"};
     }
-    segment = {memory, static_cast<char*>(memory->data())};
-    return {true, ""};
-}
+    void Copy(Text from, Text to) override {
+        QFile file(Q(from));
+        const bool done = file.copy(Q(to));
+        CheckDone(done, file);
+    }
+    void Move(Text from, Text to) override {
+        QFile file(Q(from));
+        const bool done = file.rename(Q(to));
+        CheckDone(done, file);
+    }
+    void DeleteTree(Text path) override { Check(QDir(Q(path)).removeRecursively()); }
+    void Replace(Text name, Text contents) override {
+        QSaveFile file(Q(name));
+        const auto size = static_cast<qint64>(contents.size());
+        const bool done = file.open(QIODevice::WriteOnly) &&
+                          file.write(contents.data(), size) == size && file.commit();
+        CheckDone(done, file);
+    }
+    void Lock(Text name) override {
+        locked_ = std::make_unique<QLockFile>(Q(name + ".lock"));
+        Check(locked_->tryLock(0));
+    }
+    void OpenAndClose(Text name) override { QLockFile(Q(name + ".lock")).tryLock(0); }
+    void Load(Text file) override {
+        QLibrary module(Q(file));
+        const bool done = module.load();
+        CheckDone(done, module);
+    }
 
-}  // namespace
-
-Library ThisLibrary() {
-    static int count = 1;
-    static char program[] = "behaviour";
-    static char* arguments[] = {program, nullptr};
-    static const QCoreApplication application(count, arguments);
-    Library library;
-    library.name = "Qt 6";
-    library.version = qVersion();
-    library.calls =
-        "`QFile::copy`, `QFile::rename`, `QProcess::start` and `waitForStarted` (a pipe is its "
-        "default), `QProcess::state`, `QProcess::waitForFinished`, `QSaveFile`, `QLockFile` (a "
-        "second one in the place of the other object), `QDir::removeRecursively`, "
-        "`QSharedMemory::create`, `attach`, and `attach` and `detach` "
-        "to clear, `QLibrary::load`";
-    library.copy = [](const std::string& from, const std::string& to) {
-        QFile file(Text(from));
-        const bool done = file.copy(Text(to));
-        return Of(done, file);
-    };
-    library.move = [](const std::string& from, const std::string& to) {
-        QFile file(Text(from));
-        const bool done = file.rename(Text(to));
-        return Of(done, file);
-    };
-    library.start = Start;
-    library.turn = [] { QCoreApplication::processEvents(); };
-    library.collect = [](const std::vector<std::string>& words, std::string& output,
-                         std::string& errors) {
+    long Start(const Command& command) override {
+        child_ = std::make_unique<QProcess>();
+        StartIn(*child_, command);
+        const bool done = child_->waitForStarted(3000);
+        CheckDone(done, *child_);
+        return child_->processId();
+    }
+    bool IsRunning() override { return child_->state() != QProcess::NotRunning; }
+    int Wait() override {
+        const bool done = child_->waitForFinished(-1);
+        CheckDone(done, *child_);
+        return child_->exitStatus() == QProcess::NormalExit ? child_->exitCode() : -1;
+    }
+    void Forget() override { child_.reset(); }
+    void Turn() override { QCoreApplication::processEvents(); }
+    void Collect(const Command& command, std::string& output, std::string& errors) override {
         QProcess process;
-        process.start(Text(words[0]), Arguments(words));
+        StartIn(process, command);
         const bool done = process.waitForFinished(-1);
         output = process.readAllStandardOutput().toStdString();
         errors = process.readAllStandardError().toStdString();
-        return Of(done, process);
-    };
-    library.deleteTree = [](const std::string& path) {
-        return Answer{QDir(Text(path)).removeRecursively(), ""};
-    };
-    library.replace = [](const std::string& name, const std::string& contents) {
-        QSaveFile file(Text(name));
-        const bool done = file.open(QIODevice::WriteOnly) &&
-                          file.write(contents.data(), Size(contents)) == Size(contents) &&
-                          file.commit();
-        return Of(done, file);
-    };
-    library.lock = [](const std::string& name, std::shared_ptr<void>& object) {
-        const auto file = std::make_shared<QLockFile>(Text(name + ".lock"));
-        object = file;
-        return Answer{file->tryLock(0), ""};
-    };
-    library.openAndClose = [](const std::string& name) {
-        QLockFile(Text(name + ".lock")).tryLock(0);
-    };
-    library.create = [](const std::string& name, std::size_t size, Segment& segment) {
-        return OpenSegment(name, segment, [size](QSharedMemory& memory) {
-            return memory.create(static_cast<qsizetype>(size));
-        });
-    };
-    library.attach = [](const std::string& name, std::size_t, Segment& segment) {
-        return OpenSegment(name, segment, [](QSharedMemory& memory) { return memory.attach(); });
-    };
-    library.clear = [](const std::string& name) {
-        QSharedMemory memory(Text(name));
-        return Answer{memory.attach() && memory.detach(), ""};
-    };
-    library.load = [](const std::string& file) {
-        QLibrary module(Text(file));
-        const bool done = module.load();
-        return Of(done, module);
-    };
-    return library;
+        CheckDone(done, process);
+    }
+
+    char* Create(Text name, std::size_t size) override {
+        segment_ = std::make_unique<QSharedMemory>(Q(name));
+        CheckDone(segment_->create(static_cast<qsizetype>(size)), *segment_);
+        return static_cast<char*>(segment_->data());
+    }
+    char* Attach(Text name, std::size_t) override {
+        segment_ = std::make_unique<QSharedMemory>(Q(name));
+        CheckDone(segment_->attach(), *segment_);
+        return static_cast<char*>(segment_->data());
+    }
+    void Release() override { segment_.reset(); }
+    void Clear(Text name) override {
+        QSharedMemory memory(Q(name));
+        Check(memory.attach() && memory.detach());
+    }
+
+    int count_ = 1;
+    char program_[10] = "behaviour";
+    char* arguments_[2] = {program_, nullptr};
+    QCoreApplication application_{count_, arguments_};
+    std::unique_ptr<QLockFile> locked_;
+    std::unique_ptr<QProcess> child_;
+    std::unique_ptr<QSharedMemory> segment_;
+};
+
+}  // namespace
+
+std::unique_ptr<Library> ThisLibrary() {
+    return std::make_unique<Qt6>();
 }

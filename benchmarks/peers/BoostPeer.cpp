@@ -12,27 +12,9 @@
 namespace {
 
 namespace fs = boost::filesystem;
+namespace bp = boost::process;
 namespace ipc = boost::interprocess;
 
-void Start() {
-    boost::process::child child("/bin/true");
-    child.wait();
-    MUST(child.exit_code() == 0);
-}
-void Run() {
-    boost::process::ipstream output;
-    boost::process::ipstream errors;
-    boost::process::child child("/bin/true", boost::process::std_out > output,
-                                boost::process::std_err > errors);
-    MUST(output.get() == EOF && errors.get() == EOF);
-    child.wait();
-    MUST(child.exit_code() == 0);
-}
-void Load() {
-    boost::dll::shared_library module(ZUKEL_BENCHMARK_MODULE, boost::dll::load_mode::rtld_global);
-    benchmark::DoNotOptimize(module.get<long long()>("Answer")());
-    module.unload();
-}
 void Share(const std::string& name, std::size_t size, bool attach) {
     ipc::shared_memory_object made(ipc::create_only, name.c_str(), ipc::read_write);
     made.truncate(static_cast<ipc::offset_t>(size));
@@ -50,20 +32,38 @@ struct Segment {
     ipc::mapped_region region;
 };
 
-const Jobs kJobs =
-    Filesystem<fs::path, fs::directory_iterator>::Add(Jobs("boost"),
-                                                      fs::copy_option::overwrite_if_exists)
-        .Start(Start)
-        .Run(Run)
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .Counter<boost::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); })
-        .Repeat("Disk", [] { return fs::space("/tmp").available; })
-        .Idle<boost::atomic<unsigned>>("kelAtomic")
-        .Idle<fs::directory_iterator>("kelDirectory")
-        .Idle<boost::dll::shared_library>("kelDynamicObject")
-        .Idle<fs::directory_entry>("kelFileInfo", kKnownFile)
-        .Idle<boost::process::child>("kelProcess")
-        .Idle<Segment>("kelSharedMemory");
+const bool kAdded = [] {
+    const Jobs jobs("boost");
+    AddFilesystem<fs::path, fs::directory_iterator>(jobs, fs::copy_option::overwrite_if_exists);
+    jobs.Start([] {
+        bp::child child("/bin/true");
+        child.wait();
+        MUST(child.exit_code() == 0);
+    });
+    jobs.Run([] {
+        bp::ipstream output;
+        bp::ipstream errors;
+        bp::child child("/bin/true", bp::std_out > output, bp::std_err > errors);
+        MUST(output.get() == EOF && errors.get() == EOF);
+        child.wait();
+        MUST(child.exit_code() == 0);
+    });
+    jobs.Repeat("LoadFindUnload", [] {
+        boost::dll::shared_library module(ZUKEL_BENCHMARK_MODULE,
+                                          boost::dll::load_mode::rtld_global);
+        benchmark::DoNotOptimize(module.get<long long()>("Answer")());
+        module.unload();
+    });
+    jobs.Segment(Share);
+    jobs.Counter<boost::atomic<unsigned>>([](auto& counter) { return counter.fetch_add(1); });
+    jobs.Repeat("Disk", [] { return fs::space("/tmp").available; });
+    jobs.Idle<boost::atomic<unsigned>>("kelAtomic");
+    jobs.Idle<fs::directory_iterator>("kelDirectory");
+    jobs.Idle<boost::dll::shared_library>("kelDynamicObject");
+    jobs.Idle<fs::directory_entry>("kelFileInfo", kKnownFile);
+    jobs.Idle<bp::child>("kelProcess");
+    jobs.Idle<Segment>("kelSharedMemory");
+    return true;
+}();
 
 }  // namespace

@@ -5,26 +5,17 @@
 #include <glib/gstdio.h>
 #include <gmodule.h>
 
+#include "Held.h"
 #include "Jobs.h"
 
 namespace {
-
-struct Release {
-    void operator()(char* text) const { g_free(text); }
-    template <typename T>
-    void operator()(T* object) const {
-        g_object_unref(object);
-    }
-};
-template <typename T>
-using Held = std::unique_ptr<T, Release>;
 
 Held<GFile> At(const std::string& name) {
     return Held<GFile>(g_file_new_for_path(name.c_str()));
 }
 
 template <bool kBuffered>
-struct Reader {
+struct Reader : Unshared {
     explicit Reader(const std::string& name)
         : stream(G_INPUT_STREAM(g_file_read(At(name).get(), nullptr, nullptr))) {
         MUST(stream != nullptr);
@@ -33,8 +24,6 @@ struct Reader {
         }
     }
     ~Reader() { MUST(g_input_stream_close(stream.get(), nullptr, nullptr)); }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
     std::size_t Read(char* to, std::size_t size) {
         gsize read = 0;
         g_input_stream_read_all(stream.get(), to, size, &read, nullptr, nullptr);
@@ -59,7 +48,7 @@ struct LineReader : Reader<false> {
 
 /// Its way to write a file makes another one and renames it, unless the file is new or told not to.
 template <bool kBuffered>
-struct Writer {
+struct Writer : Unshared {
     explicit Writer(const std::string& name)
         : stream(G_OUTPUT_STREAM(g_file_replace(At(name).get(), nullptr, FALSE,
                                                 G_FILE_CREATE_REPLACE_DESTINATION, nullptr,
@@ -70,8 +59,6 @@ struct Writer {
         }
     }
     ~Writer() { MUST(g_output_stream_close(stream.get(), nullptr, nullptr)); }
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
     void Write(const char* from, std::size_t size) {
         gsize written = 0;
         g_output_stream_write_all(stream.get(), from, size, &written, nullptr, nullptr);
@@ -88,9 +75,6 @@ auto List(const std::string& name) {
     g_dir_close(directory);
     return names;
 }
-bool Remove(const std::string& path) {
-    return g_rmdir(path.c_str()) == 0;
-}
 Held<GFileInfo> Facts(const Held<GFile>& file) {
     return Held<GFileInfo>(
         g_file_query_info(file.get(), "standard::type,standard::size,time::modified,unix::mode",
@@ -104,90 +88,89 @@ void Run(gchar** output, gchar** errors) {
                       output, errors, &ended, nullptr));
     MUST(ended == 0);
 }
-void RunAndCollect() {
-    gchar* output = nullptr;
-    gchar* errors = nullptr;
-    Run(&output, &errors);
-    g_free(output);
-    g_free(errors);
-}
-void Load() {
-    GModule* const module = g_module_open(ZUKEL_BENCHMARK_MODULE, GModuleFlags{});
-    gpointer answer = nullptr;
-    MUST(module != nullptr && g_module_symbol(module, "Answer", &answer));
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-    MUST(g_module_close(module));
-}
 struct KnownFile {
     Held<GFile> file = At(kKnownFile);
     Held<GFileInfo> facts = Facts(file);
 };
 using Time = std::unique_ptr<GDateTime, void (*)(GDateTime*)>;
 
-const Jobs kJobs =
-    Jobs("glib")
-        .OpenClose<Reader<false>>()
-        .CreateWriteClose<Writer<false>>()
-        .ReadUnbuffered<Reader<false>>()
-        .ReadBuffered<Reader<true>>()
-        .ReadLines<LineReader>()
-        .WriteBuffered<Writer<true>>()
-        .Copy([](const auto& from, const auto& to) {
-            return g_file_copy(At(from).get(), At(to).get(), G_FILE_COPY_OVERWRITE, nullptr,
-                               nullptr, nullptr, nullptr) != 0;
-        })
-        .Rename([](const auto& from, const auto& to) {
-            return g_rename(from.c_str(), to.c_str()) == 0;
-        })
-        .ReplaceWhole([](const auto& name, const auto& contents) {
-            return g_file_set_contents_full(name.c_str(), contents.data(),
-                                            static_cast<gssize>(contents.size()),
-                                            GFileSetContentsFlags(G_FILE_SET_CONTENTS_CONSISTENT |
-                                                                  G_FILE_SET_CONTENTS_DURABLE),
-                                            0666, nullptr) != 0;
-        })
-        .Exists([](const auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; })
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return g_mkdir(path.c_str(), 0777) == 0; }, Remove)
-        .MakeFiveLevels(
-            [](const auto& path) { return g_mkdir_with_parents(path.c_str(), 0777) == 0; }, Remove)
-        .With(
-            "FileFacts", [] { return At(kKnownFile); }, Facts)
-        .Repeat("NormalizePath", [] { return Held<char>(g_canonicalize_filename(kLongPath, "/")); })
-        .Repeat("ReadVariable", [] { return std::string(g_getenv("PATH")); })
-        .Repeat("SetVariable", [] { return g_setenv("ZUKEL_BENCHMARK_GLIB", "value", TRUE) != 0; })
-        .Start([] { Run(nullptr, nullptr); })
-        .Run(RunAndCollect)
-        .Repeat("MonotonicTime", g_get_monotonic_time)
-        .Repeat("LoadFindUnload", Load)
-        .With(
-            "Format", [] { return Time(g_date_time_new_now_utc(), g_date_time_unref); },
-            [](const Time& time) { return Held<char>(g_date_time_format(time.get(), kPattern)); })
-        .Counter<gint>([](auto& counter) { return g_atomic_int_add(&counter, 1); })
-        .With(
-            "Disk", [] { return At("/tmp"); },
-            [](const Held<GFile>& file) {
-                return Held<GFileInfo>(
-                    g_file_query_filesystem_info(file.get(), "filesystem::free", nullptr, nullptr));
-            })
-        .Idle<KnownFile>("kelFileInfo")
-        .Growth(
-            "openings", [] { return At(kKnownFile); },
-            [](const Held<GFile>& file) {
-                const Held<GInputStream> stream(
-                    G_INPUT_STREAM(g_file_read(file.get(), nullptr, nullptr)));
-                char byte = 0;
-                MUST(g_input_stream_read(stream.get(), &byte, 1, nullptr, nullptr) == 1);
-            })
-        .Growth(
-            "listings", [] { return g_dir_open(Work::Get().Directory(100).c_str(), 0, nullptr); },
-            [](GDir* directory) {
-                g_dir_rewind(directory);
-                int count = 0;
-                while (g_dir_read_name(directory) != nullptr) {
-                    ++count;
-                }
-                MUST(count == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("glib");
+    jobs.OpenClose<Reader<false>>();
+    jobs.CreateWriteClose<Writer<false>>();
+    jobs.ReadUnbuffered<Reader<false>>();
+    jobs.ReadBuffered<Reader<true>>();
+    jobs.ReadLines<LineReader>();
+    jobs.WriteBuffered<Writer<true>>();
+    jobs.Copy([](auto& from, auto& to) {
+        MUST(g_file_copy(At(from).get(), At(to).get(), G_FILE_COPY_OVERWRITE, nullptr, nullptr,
+                         nullptr, nullptr));
+    });
+    jobs.Rename([](auto& from, auto& to) { return g_rename(from.c_str(), to.c_str()); });
+    jobs.ReplaceWhole([](auto& name, auto& contents) {
+        constexpr int kFlags = G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE;
+        MUST(g_file_set_contents_full(name.c_str(), contents.data(),
+                                      static_cast<gssize>(contents.size()),
+                                      GFileSetContentsFlags(kFlags), 0666, nullptr));
+    });
+    jobs.Exists([](auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; });
+    jobs.List(List);
+    jobs.MakeAndRemove([](auto& path) { return g_mkdir(path.c_str(), 0777); },
+                       [](auto& path) { return g_rmdir(path.c_str()); });
+    jobs.MakeFiveLevels([](auto& path) { return g_mkdir_with_parents(path.c_str(), 0777); },
+                        [](auto& path) { return g_rmdir(path.c_str()); });
+    jobs.With(
+        "FileFacts", [] { return At(kKnownFile); }, Facts);
+    jobs.Repeat("NormalizePath",
+                [] { return Held<char>(g_canonicalize_filename(kLongPath, "/")); });
+    jobs.Repeat("ReadVariable", [] { return std::string(g_getenv("PATH")); });
+    jobs.Repeat("SetVariable", [] { return g_setenv("ZUKEL_BENCHMARK_GLIB", "value", TRUE) != 0; });
+    jobs.Start([] { Run(nullptr, nullptr); });
+    jobs.Run([] {
+        gchar* output = nullptr;
+        gchar* errors = nullptr;
+        Run(&output, &errors);
+        g_free(output);
+        g_free(errors);
+    });
+    jobs.Repeat("MonotonicTime", g_get_monotonic_time);
+    jobs.Repeat("LoadFindUnload", [] {
+        GModule* const module = g_module_open(ZUKEL_BENCHMARK_MODULE, GModuleFlags{});
+        gpointer answer = nullptr;
+        MUST(module != nullptr && g_module_symbol(module, "Answer", &answer));
+        CallAnswer(answer);
+        MUST(g_module_close(module));
+    });
+    jobs.With(
+        "Format", [] { return Time(g_date_time_new_now_utc(), g_date_time_unref); },
+        [](const Time& time) { return Held<char>(g_date_time_format(time.get(), kPattern)); });
+    jobs.Counter<gint>([](auto& counter) { return g_atomic_int_add(&counter, 1); });
+    jobs.With(
+        "Disk", [] { return At("/tmp"); },
+        [](const Held<GFile>& file) {
+            return Held<GFileInfo>(
+                g_file_query_filesystem_info(file.get(), "filesystem::free", nullptr, nullptr));
+        });
+    jobs.Idle<KnownFile>("kelFileInfo");
+    jobs.Growth(
+        "openings", [] { return At(kKnownFile); },
+        [](const Held<GFile>& file) {
+            const Held<GInputStream> stream(
+                G_INPUT_STREAM(g_file_read(file.get(), nullptr, nullptr)));
+            char byte = 0;
+            MUST(g_input_stream_read(stream.get(), &byte, 1, nullptr, nullptr) == 1);
+        });
+    jobs.Growth(
+        "listings", [] { return g_dir_open(Work::Get().Directory(100).c_str(), 0, nullptr); },
+        [](GDir* directory) {
+            g_dir_rewind(directory);
+            int count = 0;
+            while (g_dir_read_name(directory) != nullptr) {
+                ++count;
+            }
+            MUST(count == 100);
+        });
+    return true;
+}();
 
 }  // namespace

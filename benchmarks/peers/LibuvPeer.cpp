@@ -18,28 +18,21 @@ ssize_t Do(Call call, Arguments... arguments) {
 }
 
 template <int kMode>
-struct File {
+struct File : Unbuffered<File<kMode>> {
     explicit File(const std::string& name)
         : file(static_cast<uv_file>(Do(uv_fs_open, name.c_str(), kMode, 0666))) {
         MUST(file >= 0);
     }
     ~File() { MUST(Do(uv_fs_close, file) == 0); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    std::size_t Read(char* to, std::size_t size) {
-        const uv_buf_t room = uv_buf_init(to, static_cast<unsigned>(size));
-        return static_cast<std::size_t>(Do(uv_fs_read, file, &room, 1U, -1));
-    }
+    auto Read(char* to, std::size_t size) { return ReadAt(-1, to, size); }
     void Write(const char* from, std::size_t size) {
         const uv_buf_t text = uv_buf_init(const_cast<char*>(from), static_cast<unsigned>(size));
         MUST(Do(uv_fs_write, file, &text, 1U, -1) > 0);
     }
-    std::size_t ReadAt(std::size_t offset, char* to, std::size_t size) {
+    std::size_t ReadAt(std::int64_t offset, char* to, std::size_t size) {
         const uv_buf_t room = uv_buf_init(to, static_cast<unsigned>(size));
-        return static_cast<std::size_t>(
-            Do(uv_fs_read, file, &room, 1U, static_cast<std::int64_t>(offset)));
+        return static_cast<std::size_t>(Do(uv_fs_read, file, &room, 1U, offset));
     }
-    bool Line(char* to, std::size_t size) { return LineByBytes(*this, to, size); }
     uv_file file;
 };
 using Reader = File<UV_FS_O_RDONLY>;
@@ -64,12 +57,6 @@ void TakePiece(uv_stream_t* pipe, ssize_t size, const uv_buf_t*) {
         uv_close(reinterpret_cast<uv_handle_t*>(pipe), nullptr);
     }
 }
-bool Make(const std::string& path) {
-    return Do(uv_fs_mkdir, path.c_str(), 0777) == 0;
-}
-bool Remove(const std::string& path) {
-    return Do(uv_fs_rmdir, path.c_str()) == 0;
-}
 void Run(uv_process_options_t& options) {
     char program[] = "/bin/true";
     char* arguments[] = {program, nullptr};
@@ -86,64 +73,59 @@ void Run(uv_process_options_t& options) {
     }
     MUST(uv_run(uv_default_loop(), UV_RUN_DEFAULT) == 0);
 }
-void Start() {
-    uv_process_options_t options{};
-    Run(options);
-}
-void RunAndCollect() {
-    uv_pipe_t pipes[2];
-    uv_stdio_container_t streams[3]{};
-    for (int stream = 1; stream < 3; ++stream) {
-        uv_pipe_t& pipe = pipes[stream - 1];
-        MUST(uv_pipe_init(uv_default_loop(), &pipe, 0) == 0);
-        streams[stream].flags = uv_stdio_flags(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
-        streams[stream].data.stream = reinterpret_cast<uv_stream_t*>(&pipe);
-    }
-    uv_process_options_t options{};
-    options.stdio = streams;
-    options.stdio_count = 3;
-    Run(options);
-}
-void Load() {
-    uv_lib_t module;
-    void* answer = nullptr;
-    MUST(uv_dlopen(ZUKEL_BENCHMARK_MODULE, &module) == 0);
-    MUST(uv_dlsym(&module, "Answer", &answer) == 0);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-    uv_dlclose(&module);
-}
-auto ReadVariable() {
-    char value[4096];
-    std::size_t size = sizeof value;
-    MUST(uv_os_getenv("PATH", value, &size) == 0);
-    return std::string(value, size);
-}
 
-const Jobs kJobs =
-    Jobs("libuv")
-        .OpenClose<Reader>()
-        .CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>()
-        .ReadUnbuffered<Reader>()
-        .ReadUnbufferedLines<Reader>()
-        .ReadAt<Reader>()
-        .Copy([](const auto& from, const auto& to) {
-            return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0) == 0;
-        })
-        .Rename([](const auto& from, const auto& to) {
-            return Do(uv_fs_rename, from.c_str(), to.c_str()) == 0;
-        })
-        .Exists([](const auto& name) { return Do(uv_fs_access, name.c_str(), F_OK) == 0; })
-        .List(List)
-        .MakeAndRemove(Make, Remove)
-        .Repeat("FileFacts", [] { return Do(uv_fs_lstat, kKnownFile) == 0; })
-        .Repeat("ReadVariable", ReadVariable)
-        .Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; })
-        .Start(Start)
-        .Run(RunAndCollect)
-        .Repeat("MonotonicTime", uv_hrtime)
-        .Repeat("LoadFindUnload", Load)
-        .Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; })
-        .Idle<uv_lib_t>("kelDynamicObject")
-        .Idle<uv_process_t>("kelProcess");
+const bool kAdded = [] {
+    const Jobs jobs("libuv");
+    jobs.OpenClose<Reader>();
+    jobs.CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>();
+    jobs.ReadUnbuffered<Reader>();
+    jobs.ReadUnbufferedLines<Reader>();
+    jobs.ReadAt<Reader>();
+    jobs.Copy([](auto& from, auto& to) { return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0); });
+    jobs.Rename([](auto& from, auto& to) { return Do(uv_fs_rename, from.c_str(), to.c_str()); });
+    jobs.Exists([](auto& name) { return Do(uv_fs_access, name.c_str(), F_OK) == 0; });
+    jobs.List(List);
+    jobs.MakeAndRemove([](auto& path) { return Do(uv_fs_mkdir, path.c_str(), 0777); },
+                       [](auto& path) { return Do(uv_fs_rmdir, path.c_str()); });
+    jobs.Repeat("FileFacts", [] { return Do(uv_fs_lstat, kKnownFile) == 0; });
+    jobs.Repeat("ReadVariable", [] {
+        char value[4096];
+        std::size_t size = sizeof value;
+        MUST(uv_os_getenv("PATH", value, &size) == 0);
+        return std::string(value, size);
+    });
+    jobs.Repeat("SetVariable", [] { return uv_os_setenv("ZUKEL_BENCHMARK_UV", "value") == 0; });
+    jobs.Start([] {
+        uv_process_options_t options{};
+        Run(options);
+    });
+    jobs.Run([] {
+        uv_pipe_t pipes[2];
+        uv_stdio_container_t streams[3]{};
+        for (int stream = 1; stream < 3; ++stream) {
+            uv_pipe_t& pipe = pipes[stream - 1];
+            MUST(uv_pipe_init(uv_default_loop(), &pipe, 0) == 0);
+            streams[stream].flags = uv_stdio_flags(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
+            streams[stream].data.stream = reinterpret_cast<uv_stream_t*>(&pipe);
+        }
+        uv_process_options_t options{};
+        options.stdio = streams;
+        options.stdio_count = 3;
+        Run(options);
+    });
+    jobs.Repeat("MonotonicTime", uv_hrtime);
+    jobs.Repeat("LoadFindUnload", [] {
+        uv_lib_t module;
+        void* answer = nullptr;
+        MUST(uv_dlopen(ZUKEL_BENCHMARK_MODULE, &module) == 0);
+        MUST(uv_dlsym(&module, "Answer", &answer) == 0);
+        CallAnswer(answer);
+        uv_dlclose(&module);
+    });
+    jobs.Repeat("Disk", [] { return Do(uv_fs_statfs, "/tmp") == 0; });
+    jobs.Idle<uv_lib_t>("kelDynamicObject");
+    jobs.Idle<uv_process_t>("kelProcess");
+    return true;
+}();
 
 }  // namespace

@@ -22,40 +22,6 @@ namespace {
 using Reader = StreamFile<Poco::FileInputStream>;
 using Writer = StreamFile<Poco::FileOutputStream>;
 
-bool Remove(const std::string& path) {
-    Poco::File(path).remove();
-    return true;
-}
-auto List(const std::string& directory) {
-    std::vector<std::string> names;
-    Poco::File(directory).list(names);
-    return names;
-}
-void Facts() {
-    const Poco::File file(kKnownFile);
-    benchmark::DoNotOptimize(file.getSize());
-    benchmark::DoNotOptimize(file.isFile());
-    benchmark::DoNotOptimize(file.getLastModified());
-}
-void ThreeParts(const Poco::Path& path) {
-    benchmark::DoNotOptimize(path.parent().toString());
-    benchmark::DoNotOptimize(path.getFileName());
-    benchmark::DoNotOptimize(path.getBaseName());
-}
-void Run() {
-    Poco::Pipe output;
-    Poco::Pipe errors;
-    const Poco::ProcessHandle child =
-        Poco::Process::launch("/bin/true", {}, nullptr, &output, &errors);
-    MUST(Poco::PipeInputStream(output).get() == EOF);
-    MUST(Poco::PipeInputStream(errors).get() == EOF);
-    MUST(child.wait() == 0);
-}
-void Load() {
-    Poco::SharedLibrary module(ZUKEL_BENCHMARK_MODULE);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(module.getSymbol("Answer"))());
-    module.unload();
-}
 void Share(const std::string& name, std::size_t size, bool attach) {
     const Poco::SharedMemory owner(name, size, Poco::SharedMemory::AM_WRITE);
     Touch(owner.begin(), size);
@@ -65,71 +31,81 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     }
 }
 
-const Jobs kJobs =
-    Jobs("poco")
-        .Streams<Reader, Writer>()
-        .Copy([](const auto& from, const auto& to) {
-            Poco::File(from).copyTo(to);
-            return true;
-        })
-        .Rename([](const auto& from, const auto& to) {
-            Poco::File(from).renameTo(to);
-            return true;
-        })
-        .Exists([](const auto& name) { return Poco::File(name).exists(); })
-        .List(List)
-        .MakeAndRemove([](const auto& path) { return Poco::File(path).createDirectory(); }, Remove)
-        .MakeFiveLevels(
-            [](const auto& path) {
-                Poco::File(path).createDirectories();
-                return true;
-            },
-            Remove)
-        .DeleteTree([](const auto& path) {
-            Poco::File(path).remove(true);
-            return true;
-        })
-        .Repeat("FileFacts", Facts)
-        .With(
-            "NormalizePath", [] { return std::string(kLongPath); },
-            [](const std::string& path) { return Poco::Path(path).toString(); })
-        .With(
-            "ThreeNameParts", [] { return Poco::Path(kLongPath); }, ThreeParts)
-        .Repeat("ReadVariable", [] { return Poco::Environment::get("PATH"); })
-        .Repeat("SetVariable", [] { Poco::Environment::set("ZUKEL_BENCHMARK_POCO", "value"); })
-        .Start([] { return Poco::Process::launch("/bin/true", {}).wait() == 0; })
-        .Run(Run)
-        .Repeat("MonotonicTime", [] { return Poco::Clock().microseconds(); })
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .With(
-            "Format", [] { return Poco::Timestamp(); },
-            [](const Poco::Timestamp& time) {
-                return Poco::DateTimeFormatter::format(time, kPattern);
-            })
-        .Counter<Poco::AtomicCounter>([](auto& counter) { return static_cast<int>(++counter); })
-        .Repeat("Disk", [] { return Poco::File("/tmp").usableSpace(); })
-        .Repeat("IdleObject", [] { const Poco::FileStream file; })
-        .Idle<Poco::AtomicCounter>("kelAtomic")
-        .Idle<Poco::DirectoryIterator>("kelDirectory")
-        .Idle<Poco::SharedLibrary>("kelDynamicObject")
-        .Idle<Poco::FileStream>("kelFile")
-        .Idle<Poco::File>("kelFileInfo", kKnownFile)
-        .Idle<Poco::SharedMemory>("kelSharedMemory")
-        .Idle<Poco::DateTime>("kelTime")
-        .Growth(
-            "openings", [] { return std::make_unique<Poco::FileInputStream>(); },
-            [](const std::unique_ptr<Poco::FileInputStream>& file) {
-                file->open(kKnownFile, std::ios::in);
-                MUST(file->get() > 0);
-                file->close();
-            })
-        .Growth(
-            "listings", [] { return Poco::File(Work::Get().Directory(100)); },
-            [](const Poco::File& directory) {
-                std::vector<std::string> names;
-                directory.list(names);
-                MUST(names.size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("poco");
+    jobs.Streams<Reader, Writer>();
+    jobs.Copy([](auto& from, auto& to) { Poco::File(from).copyTo(to); });
+    jobs.Rename([](auto& from, auto& to) { Poco::File(from).renameTo(to); });
+    jobs.Exists([](auto& name) { return Poco::File(name).exists(); });
+    jobs.List([](auto& directory) {
+        std::vector<std::string> names;
+        Poco::File(directory).list(names);
+        return names;
+    });
+    jobs.MakeAndRemove([](auto& path) { return Poco::File(path).createDirectory(); },
+                       [](auto& path) { Poco::File(path).remove(); });
+    jobs.MakeFiveLevels([](auto& path) { Poco::File(path).createDirectories(); },
+                        [](auto& path) { Poco::File(path).remove(); });
+    jobs.DeleteTree([](auto& path) { Poco::File(path).remove(true); });
+    jobs.Repeat("FileFacts", [] {
+        const Poco::File file(kKnownFile);
+        benchmark::DoNotOptimize(file.getSize());
+        benchmark::DoNotOptimize(file.isFile());
+        benchmark::DoNotOptimize(file.getLastModified());
+    });
+    jobs.With("NormalizePath", Make<std::string>(kLongPath),
+              [](auto& path) { return Poco::Path(path).toString(); });
+    jobs.With("ThreeNameParts", Make<Poco::Path>(kLongPath), [](const Poco::Path& path) {
+        benchmark::DoNotOptimize(path.parent().toString());
+        benchmark::DoNotOptimize(path.getFileName());
+        benchmark::DoNotOptimize(path.getBaseName());
+    });
+    jobs.Repeat("ReadVariable", [] { return Poco::Environment::get("PATH"); });
+    jobs.Repeat("SetVariable", [] { Poco::Environment::set("ZUKEL_BENCHMARK_POCO", "value"); });
+    jobs.Start([] { return Poco::Process::launch("/bin/true", {}).wait() == 0; });
+    jobs.Run([] {
+        Poco::Pipe output;
+        Poco::Pipe errors;
+        const auto child = Poco::Process::launch("/bin/true", {}, nullptr, &output, &errors);
+        MUST(Poco::PipeInputStream(output).get() == EOF);
+        MUST(Poco::PipeInputStream(errors).get() == EOF);
+        MUST(child.wait() == 0);
+    });
+    jobs.Repeat("MonotonicTime", [] { return Poco::Clock().microseconds(); });
+    jobs.Repeat("LoadFindUnload", [] {
+        Poco::SharedLibrary module(ZUKEL_BENCHMARK_MODULE);
+        CallAnswer(module.getSymbol("Answer"));
+        module.unload();
+    });
+    jobs.Segment(Share);
+    jobs.With("Format", Make<Poco::Timestamp>(), [](const Poco::Timestamp& time) {
+        return Poco::DateTimeFormatter::format(time, kPattern);
+    });
+    jobs.Counter<Poco::AtomicCounter>([](auto& counter) { return static_cast<int>(++counter); });
+    jobs.Repeat("Disk", [] { return Poco::File("/tmp").usableSpace(); });
+    jobs.Repeat("IdleObject", [] { const Poco::FileStream file; });
+    jobs.Idle<Poco::AtomicCounter>("kelAtomic");
+    jobs.Idle<Poco::DirectoryIterator>("kelDirectory");
+    jobs.Idle<Poco::SharedLibrary>("kelDynamicObject");
+    jobs.Idle<Poco::FileStream>("kelFile");
+    jobs.Idle<Poco::File>("kelFileInfo", kKnownFile);
+    jobs.Idle<Poco::SharedMemory>("kelSharedMemory");
+    jobs.Idle<Poco::DateTime>("kelTime");
+    jobs.Growth(
+        "openings", [] { return std::make_unique<Poco::FileInputStream>(); },
+        [](const std::unique_ptr<Poco::FileInputStream>& file) {
+            file->open(kKnownFile, std::ios::in);
+            MUST(file->get() > 0);
+            file->close();
+        });
+    jobs.Growth(
+        "listings", [] { return Poco::File(Work::Get().Directory(100)); },
+        [](const Poco::File& directory) {
+            std::vector<std::string> names;
+            directory.list(names);
+            MUST(names.size() == 100);
+        });
+    return true;
+}();
 
 }  // namespace

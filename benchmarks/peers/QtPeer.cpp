@@ -29,54 +29,18 @@ struct File {
     explicit File(const std::string& name) : file(Text(name)) {
         MUST(file.open(QIODevice::OpenMode::fromInt(kMode)));
     }
-    std::size_t Read(char* to, std::size_t size) {
-        return static_cast<std::size_t>(file.read(to, static_cast<qint64>(size)));
-    }
-    void Write(const char* from, std::size_t size) {
-        MUST(file.write(from, static_cast<qint64>(size)) > 0);
-    }
-    bool Line(char* to, std::size_t size) {
-        return file.readLine(to, static_cast<qint64>(size)) > 0;
-    }
+    auto Read(char* to, qint64 size) { return file.read(to, size); }
+    void Write(const char* from, qint64 size) { MUST(file.write(from, size) > 0); }
+    bool Line(char* to, qint64 size) { return file.readLine(to, size) > 0; }
     QFile file;
 };
 using Reader = File<QIODevice::ReadOnly>;
 using UnbufferedReader = File<QIODevice::ReadOnly | QIODevice::Unbuffered>;
 using Writer = File<QIODevice::WriteOnly>;
 
-bool Remove(const std::string& path) {
-    return QDir().rmdir(Text(path));
-}
-void Facts(const QString& name) {
-    const QFileInfo info(name);
-    benchmark::DoNotOptimize(info.size());
-    benchmark::DoNotOptimize(info.isSymLink());
-    benchmark::DoNotOptimize(info.lastModified());
-}
-void ThreeParts(const QFileInfo& info) {
-    benchmark::DoNotOptimize(info.path());
-    benchmark::DoNotOptimize(info.fileName());
-    benchmark::DoNotOptimize(info.completeBaseName());
-}
-void Start() {
-    QProcess process;
+void Start(QProcess& process) {
     process.start("/bin/true", {});
     MUST(process.waitForFinished() && process.exitCode() == 0);
-}
-/// It has pipes as it is, and reads them while it waits.
-void Run() {
-    QProcess process;
-    process.start("/bin/true", {});
-    MUST(process.waitForFinished() && process.exitCode() == 0);
-    MUST(process.readAllStandardOutput().isEmpty() && process.readAllStandardError().isEmpty());
-}
-void Load() {
-    QLibrary module(ZUKEL_BENCHMARK_MODULE);
-    module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
-    const QFunctionPointer answer = module.resolve("Answer");
-    MUST(answer != nullptr);
-    benchmark::DoNotOptimize(reinterpret_cast<long long (*)()>(answer)());
-    MUST(module.unload());
 }
 void Share(const std::string& name, std::size_t size, bool attach) {
     QSharedMemory owner(Text(name));
@@ -89,77 +53,97 @@ void Share(const std::string& name, std::size_t size, bool attach) {
     }
 }
 
-const Jobs kJobs =
-    Jobs("qt")
-        .Streams<Reader, Writer, UnbufferedReader>()
-        .ReadUnbufferedLines<UnbufferedReader>()
-        .Copy([](const auto& from, const auto& to) {
-            // It never copies over a file that exists, so that one is removed before.
-            QFile::remove(Text(to));
-            return QFile::copy(Text(from), Text(to));
-        })
-        .Rename(
-            [](const auto& from, const auto& to) { return QFile::rename(Text(from), Text(to)); })
-        .ReplaceWhole([](const auto& name, const auto& contents) {
-            QSaveFile file(Text(name));
-            MUST(file.open(QIODevice::WriteOnly));
-            file.write(contents.data(), static_cast<qint64>(contents.size()));
-            return file.commit();
-        })
-        .DeleteTree([](const auto& path) { return QDir(Text(path)).removeRecursively(); })
-        .Exists([](const auto& name) { return QFile::exists(Text(name)); })
-        .List([](const auto& directory) {
-            return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted);
-        })
-        .MakeAndRemove([](const auto& path) { return QDir().mkdir(Text(path)); }, Remove)
-        .MakeFiveLevels([](const auto& path) { return QDir().mkpath(Text(path)); }, Remove)
-        .With(
-            "FileFacts", [] { return QString(kKnownFile); }, Facts)
-        .With(
-            "NormalizePath", [] { return QString(kLongPath); }, QDir::cleanPath)
-        .With(
-            "ThreeNameParts", [] { return QFileInfo(kLongPath); }, ThreeParts)
-        .Repeat("ReadVariable", [] { return qgetenv("PATH"); })
-        .Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); })
-        .Start(Start)
-        .Run(Run)
-        .Repeat("MonotonicTime",
-                [] {
-                    QElapsedTimer timer;
-                    timer.start();
-                    return timer.msecsSinceReference();
-                })
-        .Repeat("LoadFindUnload", Load)
-        .Segment(Share)
-        .With(
-            "Format", [] { return QDateTime::currentDateTimeUtc(); },
-            [pattern = QString("yyyy-MM-dd HH:mm:ss")](const QDateTime& time) {
-                return time.toString(pattern);
-            })
-        .Counter<QAtomicInt>([](auto& counter) { return counter.fetchAndAddOrdered(1); })
-        .Repeat("Disk", [] { return QStorageInfo("/tmp").bytesAvailable(); })
-        .Repeat("IdleObject", [] { const QFile file; })
-        .Idle<QAtomicInt>("kelAtomic")
-        .Idle<QDir>("kelDirectory")
-        .Idle<QLibrary>("kelDynamicObject")
-        .Idle<QFile>("kelFile")
-        .Idle<QFileInfo>("kelFileInfo", kKnownFile)
-        .Idle<QProcess>("kelProcess")
-        .Idle<QSharedMemory>("kelSharedMemory")
-        .Idle<QDateTime>("kelTime")
-        .Growth(
-            "openings", [] { return std::make_unique<QFile>(kKnownFile); },
-            [](const std::unique_ptr<QFile>& file) {
-                char byte = 0;
-                MUST(file->open(QIODevice::ReadOnly));
-                MUST(file->getChar(&byte));
-                file->close();
-            })
-        .Growth(
-            "listings", [] { return QDir(Text(Work::Get().Directory(100))); },
-            [](QDir& directory) {
-                directory.refresh();
-                MUST(directory.entryList(kEntries, QDir::Unsorted).size() == 100);
-            });
+const bool kAdded = [] {
+    const Jobs jobs("qt");
+    jobs.Streams<Reader, Writer, UnbufferedReader>();
+    jobs.ReadUnbufferedLines<UnbufferedReader>();
+    jobs.Copy([](auto& from, auto& to) {
+        // It never copies over a file that exists, so that one is removed before.
+        QFile::remove(Text(to));
+        return QFile::copy(Text(from), Text(to));
+    });
+    jobs.Rename([](auto& from, auto& to) { return QFile::rename(Text(from), Text(to)); });
+    jobs.ReplaceWhole([](auto& name, auto& contents) {
+        QSaveFile file(Text(name));
+        MUST(file.open(QIODevice::WriteOnly));
+        file.write(contents.data(), static_cast<qint64>(contents.size()));
+        return file.commit();
+    });
+    jobs.DeleteTree([](auto& path) { return QDir(Text(path)).removeRecursively(); });
+    jobs.Exists([](auto& name) { return QFile::exists(Text(name)); });
+    jobs.List(
+        [](auto& directory) { return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted); });
+    jobs.MakeAndRemove([](auto& path) { return QDir().mkdir(Text(path)); },
+                       [](auto& path) { return QDir().rmdir(Text(path)); });
+    jobs.MakeFiveLevels([](auto& path) { return QDir().mkpath(Text(path)); },
+                        [](auto& path) { return QDir().rmdir(Text(path)); });
+    jobs.With("FileFacts", Make<QString>(kKnownFile), [](const QString& name) {
+        const QFileInfo info(name);
+        benchmark::DoNotOptimize(info.size());
+        benchmark::DoNotOptimize(info.isSymLink());
+        benchmark::DoNotOptimize(info.lastModified());
+    });
+    jobs.With("NormalizePath", Make<QString>(kLongPath), QDir::cleanPath);
+    jobs.With("ThreeNameParts", Make<QFileInfo>(kLongPath), [](const QFileInfo& info) {
+        benchmark::DoNotOptimize(info.path());
+        benchmark::DoNotOptimize(info.fileName());
+        benchmark::DoNotOptimize(info.completeBaseName());
+    });
+    jobs.Repeat("ReadVariable", [] { return qgetenv("PATH"); });
+    jobs.Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); });
+    jobs.Start([] {
+        QProcess process;
+        Start(process);
+    });
+    jobs.Run([] {  // it has pipes as it is, and reads them while it waits
+        QProcess process;
+        Start(process);
+        MUST(process.readAllStandardOutput().isEmpty());
+        MUST(process.readAllStandardError().isEmpty());
+    });
+    jobs.Repeat("MonotonicTime", [] {
+        QElapsedTimer timer;
+        timer.start();
+        return timer.msecsSinceReference();
+    });
+    jobs.Repeat("LoadFindUnload", [] {
+        QLibrary module(ZUKEL_BENCHMARK_MODULE);
+        module.setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::ExportExternalSymbolsHint);
+        CallAnswer(module.resolve("Answer"));
+        MUST(module.unload());
+    });
+    jobs.Segment(Share);
+    jobs.With(
+        "Format", [] { return QDateTime::currentDateTimeUtc(); },
+        [pattern = QString("yyyy-MM-dd HH:mm:ss")](const QDateTime& time) {
+            return time.toString(pattern);
+        });
+    jobs.Counter<QAtomicInt>([](auto& counter) { return counter.fetchAndAddOrdered(1); });
+    jobs.Repeat("Disk", [] { return QStorageInfo("/tmp").bytesAvailable(); });
+    jobs.Repeat("IdleObject", [] { const QFile file; });
+    jobs.Idle<QAtomicInt>("kelAtomic");
+    jobs.Idle<QDir>("kelDirectory");
+    jobs.Idle<QLibrary>("kelDynamicObject");
+    jobs.Idle<QFile>("kelFile");
+    jobs.Idle<QFileInfo>("kelFileInfo", kKnownFile);
+    jobs.Idle<QProcess>("kelProcess");
+    jobs.Idle<QSharedMemory>("kelSharedMemory");
+    jobs.Idle<QDateTime>("kelTime");
+    jobs.Growth(
+        "openings", [] { return std::make_unique<QFile>(kKnownFile); },
+        [](const std::unique_ptr<QFile>& file) {
+            char byte = 0;
+            MUST(file->open(QIODevice::ReadOnly));
+            MUST(file->getChar(&byte));
+            file->close();
+        });
+    jobs.Growth(
+        "listings", [] { return QDir(Text(Work::Get().Directory(100))); },
+        [](QDir& directory) {
+            directory.refresh();
+            MUST(directory.entryList(kEntries, QDir::Unsorted).size() == 100);
+        });
+    return true;
+}();
 
 }  // namespace

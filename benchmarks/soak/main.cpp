@@ -11,17 +11,22 @@
 // more in use and 2 MiB more resident, whatever the number of rounds. When they have grown, each
 // job runs alone, to tell by which.
 
-#include <kelLibrary.h>
 #include <unistd.h>
+#include <zukel.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include "../Common.h"
+#include "../Memory.h"
 #include "Soak.h"
 
 namespace {
@@ -32,6 +37,44 @@ constexpr int kThreads = 8;
 constexpr long long kMoreInUse = 64 << 10;
 constexpr long long kMoreResident = 2 << 20;
 
+/// What must not grow in a process that lives long, read while nothing else goes on in it.
+struct Figures {
+    Memory memory;
+    long long descriptors;  ///< Open ones.
+    long long zombies;      ///< Ended children that nobody has collected.
+};
+
+/// By the kernel's list of this thread's children, which are those of the whole process here: the
+/// other threads start none.
+long long CountZombies() {
+    std::ifstream children("/proc/thread-self/children");
+    MUST(children.good());
+    long long count = 0;
+    for (std::string child; children >> child;) {
+        std::ifstream file("/proc/" + child + "/stat");
+        std::string line;
+        std::getline(file, line);
+        count += line.find(") Z") != std::string::npos ? 1 : 0;
+    }
+    return count;
+}
+
+Figures ReadFigures() {
+    malloc_trim(0);
+    const Memory memory = ReadMemory();
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    const auto descriptors = std::distance(begin(entries), end(entries));
+    return {memory, descriptors - 1, CountZombies()};  // less the one that lists them
+}
+
+/// Waits until all children have ended, and lets the library collect them.
+void SettleChildren() {
+    for (int attempt = 0; attempt < 2000 && CountZombies() != 0; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        kelProcess::IsRunning(kelProcess::GetCurrentProcessPid());
+    }
+}
+
 /// Threads that list the place until they are no longer needed.
 class Listers {
 public:
@@ -39,8 +82,8 @@ public:
         for (int number = 0; number < kThreads; ++number) {
             threads_.emplace_back([this, &place] {
                 while (!done_) {
-                    List(place);
-                    ++lists_;
+                    place.List();
+                    ++lists;
                     std::this_thread::sleep_for(std::chrono::milliseconds(10));
                 }
             });
@@ -54,11 +97,10 @@ public:
     }
     Listers(const Listers&) = delete;
     Listers& operator=(const Listers&) = delete;
-    static long long Lists() { return lists_; }
+    static inline std::atomic<long long> lists{0};
 
 private:
     std::atomic<bool> done_{false};
-    static inline std::atomic<long long> lists_{0};
     std::vector<std::thread> threads_;
 };
 
@@ -72,26 +114,27 @@ void Part(int round, long long count, Do what) {
 }
 
 void Take(Figures& most, const Figures& now) {
-    most.inUse = std::max(most.inUse, now.inUse);
-    most.resident = std::max(most.resident, now.resident);
+    most.memory.inUse = std::max(most.memory.inUse, now.memory.inUse);
+    most.memory.resident = std::max(most.memory.resident, now.memory.resident);
     most.descriptors = std::max(most.descriptors, now.descriptors);
 }
 
 bool Grew(const Figures& now, const Figures& most) {
-    return now.inUse > most.inUse + kMoreInUse || now.resident > most.resident + kMoreResident ||
+    return now.memory.inUse > most.memory.inUse + kMoreInUse ||
+           now.memory.resident > most.memory.resident + kMoreResident ||
            now.descriptors > most.descriptors || now.zombies != 0;
 }
 
 void TellWhichGrow(const Place& place) {
     constexpr int kTimes = 2000;
-    for (const Job& job : kJobs) {
+    for (const Job& job : Jobs()) {
         long long before = 0;
         for (int pass = 0; pass < 2; ++pass) {  // the first takes what the job takes only once
-            before = ReadFigures().inUse;
+            before = ReadFigures().memory.inUse;
             Part(0, kTimes * kRounds, [&](long long number) { job.run(place, number); });
             SettleChildren();
         }
-        const double more = static_cast<double>(ReadFigures().inUse - before) / kTimes;
+        const double more = static_cast<double>(ReadFigures().memory.inUse - before) / kTimes;
         if (more >= 1) {
             std::printf("  %s: %.0f bytes each time\n", job.name, more);
         }
@@ -124,7 +167,7 @@ int main(int count, char** arguments) {
         {
             const Listers listers(place);
             Part(round, children, RunChild);
-            for (const Job& job : kJobs) {
+            for (const Job& job : Jobs()) {
                 if (shows) {
                     std::fprintf(stderr, "\r%3d %%  %-30s", 100 * round / kRounds, job.name);
                 }
@@ -141,17 +184,17 @@ int main(int count, char** arguments) {
             const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
             std::printf("%s%9.1f %9lld %10lld %9lld %10.1f %12lld %11lld %7lld\n",
                         shows ? "\r" : "", seconds.count(), children * (round + 1) / kRounds,
-                        objects * (round + 1) / kRounds, Listers::Lists(),
-                        static_cast<double>(now.inUse) / 1024, now.resident / 1024, now.descriptors,
-                        now.zombies);
+                        objects * (round + 1) / kRounds, Listers::lists.load(),
+                        static_cast<double>(now.memory.inUse) / 1024, now.memory.resident / 1024,
+                        now.descriptors, now.zombies);
             std::fflush(stdout);
         }
         if (grew) {
             std::printf(
                 "GROWN beyond the first %d of %d rounds: in use %.1f KiB, resident %lld KiB, "
                 "descriptors %lld, zombies 0\n",
-                kWarmUp, kRounds, static_cast<double>(most.inUse) / 1024, most.resident / 1024,
-                most.descriptors);
+                kWarmUp, kRounds, static_cast<double>(most.memory.inUse) / 1024,
+                most.memory.resident / 1024, most.descriptors);
             TellWhichGrow(place);
             return 1;
         }
