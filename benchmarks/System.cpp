@@ -44,19 +44,22 @@ bool Copy(const std::string& from, const std::string& to) {
     }
     return moved == 0;
 }
-/// A new file in the place of the old one, with the same owner, permissions and attributes, if the
-/// caller may write to that: contents and name are on the disk on return.
+/// A new file in the place of the old one, with the same owner, permissions, access list and
+/// attributes, if that is no symbolic link and the caller may write to it: contents and name are on
+/// the disk on return.
 bool ReplaceWhole(const std::string& name, const std::string& contents) {
     const std::string temporary = name + ".new";
+    struct stat facts {};
+    MUST(lstat(name.c_str(), &facts) == 0 && S_ISREG(facts.st_mode));
     {
         const File<O_WRONLY | O_CREAT | O_EXCL> made(temporary);
         made.Write(contents.data(), contents.size());
         const Reader former(name);
-        struct stat facts {};
         MUST(faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) == 0 &&
              fstat(former.file, &facts) == 0 && flistxattr(former.file, nullptr, 0) == 0 &&
              fchown(made.file, facts.st_uid, facts.st_gid) == 0 &&
-             fchmod(made.file, facts.st_mode & 07777U) == 0);
+             fchmod(made.file, facts.st_mode & 07777U) == 0 &&
+             fgetxattr(made.file, "system.posix_acl_access", nullptr, 0) < 0);
         MUST(fdatasync(made.file) == 0);
     }
     MUST(std::rename(temporary.c_str(), name.c_str()) == 0);
