@@ -174,7 +174,8 @@ TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
     const std::string list = make(rows[1].list, 0640);
     for (int nth = 1; nth < 9; ++nth) {
         const Guard armed = Arm({FaultSource::Memory, nth, true});
-        EXPECT_EQ(get("to"), kCopy("from", "to") == kOk ? list : "") << "no memory at " << nth;
+        const int status = kCopy("from", "to");
+        EXPECT_EQ(get("to"), status == kOk ? list : "") << "no memory at " << nth;
         fs::remove("to");
     }
 }
