@@ -3,6 +3,8 @@
 #include <apr_errno.h>
 #ifndef _WIN32
 #include <sys/syscall.h>
+#else
+#include <windows.h>
 #endif
 
 #include <atomic>
@@ -21,11 +23,20 @@ thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not bee
 std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
 std::atomic<long> pools{0};             ///< That were made and not destroyed.
 
+std::intmax_t Descriptors() {
+#ifndef _WIN32
+    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+#else
+    DWORD count = 0;  // and stays so under Wine 8
+    EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
+    return count;
+#endif
+}
+
 }  // namespace
 
 std::array<std::intmax_t, 4> WhatIsHeld() {
-    return {users.load(), pools.load(), blocks,
-            std::distance(fs::directory_iterator("/proc/self/fd"), {})};
+    return {users.load(), pools.load(), blocks, Descriptors()};
 }
 
 Guard Arm(const FaultPlan& plan) {
