@@ -135,7 +135,7 @@ TEST(FaultWalk, Surroundings) {
         {CALL(Status(kelTime(it.time).GetSeconds() == 0))},
         {CALL(Status((it.time.MakeLocalTime(), it.time.GetMicroSeconds() >= 1000)))},
         {CALL(it.time.GetFormatTime(it.text, it.file))},
-        {CALL(Status(kelSystem::GetFreeDiskSpace(it.file.c_str(), it.disk)))},
+        {CALL(Status(kelSystem::GetFreeDiskSpace(it.place.Path().c_str(), it.disk)))},
         {CALL(Status(kelSystem::UsedVirtualMemory() != ~0ULL))},
         {CALL(Status((kelSystem::GetMemoryDetails(it.memory), it.memory.totalPhysical > 0)))},
         {CALL(Status(kelAtomic().Increment() == 0))},
