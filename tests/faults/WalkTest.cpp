@@ -193,7 +193,7 @@ TEST(FaultWalk, Files) {
         {CALL(kelFile::ReadWhole(it.file, it.text) == kOk ? (it.text = "untouched", kOk)
                                                           : kFailed)},
         {CALL(kelFile::ReplaceWhole(it.missing, kNew)), After::Replaced},
-        {CALL(kelFile::ReplaceWhole(it.file, kNew)), After::Replaced},
+        {CALL(kelFile::ReplaceWhole(it.program, kNew)), After::Replaced},
     });
     Walk({
         {CALL(RealPath(it))},
