@@ -231,11 +231,14 @@ TEST(FaultWalk, Files) {
     WalkValues(&World::values);
 }
 
+/// In the world's place; Windows has a segment there too.
+constexpr unsigned kEntries = kOnWindows ? 4 : 3;
+
 /// Lists a directory. What fails before the first entry has another status.
 int Names(World& it) {
     zuStlVector<zuString> names = {"untouched"};
     const int status = Directory::GetFileNames(it.place.Path(), names);
-    EXPECT_EQ(names.size(), status == kOk ? 3U : 1U);
+    EXPECT_EQ(names.size(), status == kOk ? kEntries : 1U);
     return status == kFailed ? kelStatusReadFailed : status;
 }
 
@@ -257,9 +260,9 @@ TEST(FaultWalk, Directories) {
         {CALL(Status(it.listing.ReadFirst(it.text) == kOk))},
         {CALL(it.listing.ReadNext(it.text)), kSame, kelStatusReadFailed},
         {CALL(Status((Directory(it.listing) = it.listing).GetName() == it.place.Path()))},
-        {CALL(Status(it.listing.GetNumberOfFiles() == 3))},
-        {CALL(Status(it.listing.GetFileNames().size() == 3))},
-        {CALL(Status(Directory::GetFileNames(it.place.Path()).size() == 3))},
+        {CALL(Status(it.listing.GetNumberOfFiles() == kEntries))},
+        {CALL(Status(it.listing.GetFileNames().size() == kEntries))},
+        {CALL(Status(Directory::GetFileNames(it.place.Path()).size() == kEntries))},
         {CALL(Names(it)), kSame, kelStatusReadFailed},
         {CALL(Directory::Create(&it.library, it.missing, 0x755, false))},
         {CALL(Directory::Create(it.missing, 0x755, true)), After::Made},
