@@ -56,6 +56,12 @@ bool Step(const Row& row, Entries& after) {
         }
     } else if (row.after == After::Made) {
         now.erase(fs::path(it.missing).filename().string());
+    } else if (row.after == After::Ended) {  // a segment has no name then
+        const std::string taken = fs::path(it.taken).filename().string();
+        const std::string beyond = taken + (fault.once ? " " : "/");  // with what it is called then
+        for (Entries* each : {&before, &now}) {
+            each->erase(each->lower_bound(taken), each->lower_bound(beyond));
+        }
     }
     EXPECT_EQ(now, before);
     EXPECT_EQ(it.text, "untouched");
@@ -108,7 +114,7 @@ void zukel::test::Walk(const std::vector<Row>& rows, const std::vector<int>& ref
                 }
             }
         }
-        EXPECT_GE(struck, kOnWindows ? 0 : 1) << row.name << ": nothing was walked";
+        EXPECT_GE(struck, 1) << row.name << ": nothing was walked";
     }
 }
 
@@ -253,7 +259,7 @@ int MadeTemporary(World& it) {
 }
 
 TEST(FaultWalk, Directories) {
-    const std::string here = fs::current_path().generic_string();
+    const std::string here = Directory::GetCurrentDirectory();
     Walk({
         {CALL(it.closed.Open(it.place.Path()))},
         {CALL(it.listing.Close()), After::Ended},
@@ -324,8 +330,8 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         it.pid = it.process.GetPid();
     };
     Walk({
-        {CALL((it.none = Memory()).Create(100, it.missing))},
-        {CALL(it.none.Create(16U << 20U, it.missing))},
+        {CALL((it.none = Memory()).Create(100, it.missing)), After::Made},
+        {CALL(it.none.Create(16U << 20U, it.missing)), After::Made},
         {CALL(Memory().Attach(it.taken))},
         {CALL(it.owner.Destroy()), After::Ended},
         {CALL(it.attached.Detach()), After::Ended},

@@ -110,6 +110,11 @@ TEST_F(WindowsSegments, AreToldApartByTheirFiles) {
         ASSERT_EQ(same.Attach(directory / name), kOk);
         EXPECT_EQ(*Text(same), '1');
     }
+    kelSharedMemory relative;
+    ASSERT_EQ(relative.Create(8, "relative"), kOk);
+    const Guard elsewhere = WorkingDirectory("..");
+    EXPECT_EQ(relative.Destroy(), kOk);
+    EXPECT_FALSE(kelFile::Exists(directory / "relative"));
 }
 
 TEST_F(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {

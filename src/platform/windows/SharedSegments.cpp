@@ -33,7 +33,8 @@ constexpr wchar_t kRemoved[] = L".zukel-removed";
 struct Held {
     Handle file;
     FileId id;
-    std::unique_ptr<wchar_t[]> removed;  ///< The name of the file once its own is freed.
+    std::unique_ptr<wchar_t[]> name;     ///< That the file had, from wherever it is read.
+    std::unique_ptr<wchar_t[]> removed;  ///< Its name once that one is freed.
 };
 
 Held* HeldBy(const Segment& segment) noexcept {
@@ -90,9 +91,10 @@ bool Hold(Handle& file, Header* header, Segment& segment) noexcept {
     std::unique_ptr<Held> held(new (std::nothrow) Held);
     if (held) {
         held->id = Identify(file);
+        held->name = FinalName(file);
         held->removed = RemovedName(file, held->id);
     }
-    if (!held || !held->removed) {
+    if (!held || !held->name || !held->removed) {
         UnmapViewOfFile(header);
         return false;
     }
@@ -105,12 +107,11 @@ bool Hold(Handle& file, Header* header, Segment& segment) noexcept {
 
 /// The system removes no file that is mapped. So the name is freed by giving the file another one,
 /// under which the last who lets go of it can remove it.
-bool FreeName(const Handle& file) noexcept {
-    if (RemoveOpenFile(file) == ERROR_SUCCESS) {
-        return true;
-    }
-    const std::unique_ptr<wchar_t[]> name = RemovedName(file, Identify(file));
-    return name && RenameOpenFile(file, name.get()) == ERROR_SUCCESS;
+///
+/// @param removed that other name.
+bool FreeName(const Handle& file, const std::unique_ptr<wchar_t[]>& removed) noexcept {
+    return RemoveOpenFile(file) == ERROR_SUCCESS ||
+           (removed && RenameOpenFile(file, removed.get()) == ERROR_SUCCESS);
 }
 
 /// Removes a file whose name has been freed, unless somebody still maps it.
@@ -195,14 +196,21 @@ bool RemoveName(const char* name) noexcept {
     }
     const Handle file(CreateFileW(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
                                   OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-    return file && (Identify(file).attributes & FILE_ATTRIBUTE_READONLY) == 0 && FreeName(file);
+    const FileId id = Identify(file);
+    return file && (id.attributes & FILE_ATTRIBUTE_READONLY) == 0 &&
+           FreeName(file, RemovedName(file, id));
 }
 
-bool RemoveSegmentName(const char* name, const Segment& segment) noexcept {
-    const WideName wide(name);
+bool RemoveSegmentName(const char*, const Segment& segment) noexcept {
     const Held& held = *HeldBy(segment);
+    const Handle named = OpenForFacts(held.name.get(), FILE_READ_ATTRIBUTES, Links::Themselves);
+    if (!named) {
+        const DWORD error = GetLastError();
+        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    }
+    const FileId id = Identify(named);
     // By the handle: whatever takes the name in the meantime is not touched.
-    return !wide || !(Identify(wide.Get(), Links::Themselves) == held.id) || FreeName(held.file);
+    return id.known && (!(id == held.id) || FreeName(held.file, held.removed));
 }
 
 }  // namespace zukel::platform

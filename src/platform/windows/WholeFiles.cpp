@@ -33,9 +33,11 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
         return ERROR_INVALID_PARAMETER;
     }
     // Whoever may not write to the file does not get around that by its directory.
-    if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ||
-        !OpenForFacts(name, FILE_WRITE_DATA, Links::Followed)) {
+    if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
         return ERROR_ACCESS_DENIED;
+    }
+    if (!OpenForFacts(name, FILE_WRITE_DATA, Links::Followed)) {
+        return GetLastError();
     }
     former.name = FinalName(file);
     former.attributes = facts.FileAttributes;
