@@ -101,10 +101,13 @@ struct World {
         std::apply([&](auto... each) { ((all["/"] += ' ' + std::to_string(each)), ...); }, values);
         for (const auto* each : {&place, &beyond}) {
             for (const auto& entry : fs::recursive_directory_iterator(each->Path())) {
-                all[entry.path().filename().string()] =
-                    entry.is_symlink()     ? fs::read_symlink(entry).string()
-                    : entry.is_directory() ? "directory"
-                                           : Contents(entry.path().string());
+                fs::path name = entry.path().filename();
+                if (name.extension() == ".zukel-removed") {
+                    name.replace_extension().replace_extension(".removed");  // its number
+                }
+                all[name.string()] = entry.is_symlink()     ? fs::read_symlink(entry).string()
+                                     : entry.is_directory() ? "directory"
+                                                            : Contents(entry.path().string());
             }
         }
         return all;

@@ -58,9 +58,8 @@ bool Step(const Row& row, Entries& after) {
         now.erase(fs::path(it.missing).filename().string());
     } else if (row.after == After::Ended) {  // a segment has no name then
         const std::string taken = fs::path(it.taken).filename().string();
-        const std::string beyond = taken + (fault.once ? " " : "/");  // with what it is called then
-        for (Entries* each : {&before, &now}) {
-            each->erase(each->lower_bound(taken), each->lower_bound(beyond));
+        for (Entries* each : {&before, &now}) {  // nor what it is called then while it is held
+            each->erase(each->lower_bound(taken), each->lower_bound(taken + "/"));
         }
     }
     EXPECT_EQ(now, before);
