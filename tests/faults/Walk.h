@@ -25,6 +25,9 @@ extern const char* const kOtherVolume;
 extern const int kDenied;
 extern const std::vector<int> kRefusals;
 
+/// How the calls begin that take a name away.
+extern const char* const kRemoval;
+
 /// How many descriptors a program started now would have.
 int Inheritable();
 

@@ -32,7 +32,7 @@ bool Step(const Row& row, Entries& after) {
     EXPECT_EQ(Inheritable(), it.inheritable);
     if (succeeded) {
         after = after.empty() ? now : after;
-        const bool mayStay = !fault.once || fault.struck.substr(0, 6) == "unlink";
+        const bool mayStay = !fault.once || fault.struck.rfind(kRemoval, 0) == 0;
         EXPECT_TRUE(now == after || mayStay) << "more than what has to stay";
         EXPECT_TRUE(now.count(kTo) == 0 || now[kTo] == before[kFrom]);
         return true;

@@ -15,6 +15,7 @@ using zukel::platform::MoveAcrossVolumes;
 namespace zukel::test {
 
 const char* const kOtherVolume = "/dev/shm";
+const char* const kRemoval = "unlink";
 const int kDenied = EACCES;
 const std::vector<int> kRefusals = {EIO, EPERM, ENOSYS, EINTR};
 

@@ -7,6 +7,7 @@
 namespace zukel::test {
 
 const char* const kOtherVolume = "D:";
+const char* const kRemoval = "SetFileInformationByHandle";
 const int kDenied = ERROR_ACCESS_DENIED;
 const std::vector<int> kRefusals = {ERROR_NOT_SUPPORTED};
 

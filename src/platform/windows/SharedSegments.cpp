@@ -203,14 +203,13 @@ bool RemoveName(const char* name) noexcept {
 
 bool RemoveSegmentName(const char*, const Segment& segment) noexcept {
     const Held& held = *HeldBy(segment);
-    const Handle named = OpenForFacts(held.name.get(), FILE_READ_ATTRIBUTES, Links::Themselves);
-    if (!named) {
-        const DWORD error = GetLastError();
-        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-    }
-    const FileId id = Identify(named);
-    // By the handle: whatever takes the name in the meantime is not touched.
-    return id.known && (!(id == held.id) || FreeName(held.file, held.removed));
+    const FileId named = Identify(held.name.get(), Links::Themselves);
+    const DWORD error = named.known ? ERROR_SUCCESS : GetLastError();
+    // By the handle: whatever takes the name in the meantime, or has it where that cannot be told,
+    // is not touched.
+    const bool another = named.known && !(named == held.id);
+    return another || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+           FreeName(held.file, held.removed);
 }
 
 }  // namespace zukel::platform
