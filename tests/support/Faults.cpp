@@ -3,6 +3,8 @@
 #include <apr_errno.h>
 #ifndef _WIN32
 #include <sys/syscall.h>
+#else
+#include <windows.h>
 #endif
 
 #include <atomic>
@@ -17,15 +19,26 @@ namespace {
 thread_local std::pair<std::string_view, std::function<int()>> atCall;
 thread_local std::function<std::size_t(std::size_t)> partOf;
 thread_local bool counting = false;
+/// Whether any thread does. Windows: before, a thread's own variables may still be in the making.
+std::atomic<int> stretches{0};
 thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
 std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
 std::atomic<long> pools{0};             ///< That were made and not destroyed.
 
+std::intmax_t Descriptors() {
+#ifndef _WIN32
+    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+#else
+    DWORD count = 0;  // and stays so under Wine 8
+    EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
+    return count;
+#endif
+}
+
 }  // namespace
 
 std::array<std::intmax_t, 4> WhatIsHeld() {
-    return {users.load(), pools.load(), blocks,
-            std::distance(fs::directory_iterator("/proc/self/fd"), {})};
+    return {users.load(), pools.load(), blocks, Descriptors()};
 }
 
 Guard Arm(const FaultPlan& plan) {
@@ -48,11 +61,15 @@ std::size_t PartOf(std::size_t size) noexcept {
 }
 
 Guard Counting(bool on) {
-    return Guard([former = std::exchange(counting, on)] { counting = former; });
+    ++stretches;
+    return Guard([former = std::exchange(counting, on)] {
+        counting = former;
+        --stretches;
+    });
 }
 
 int ErrorOf(FaultSource source, const char* call) noexcept {
-    if (!counting) {
+    if (stretches == 0 || !counting) {
         return 0;
     }
     if (atCall.first == call || (atCall.first == "" && atCall.second)) {
@@ -109,6 +126,27 @@ using Result = std::intmax_t;
     }
 #define FAILS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, false)
 #define ENDS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, true)
+#ifdef _WIN32
+// A DLL is called through the pointer that the linker makes for the call, so that is what is
+// wrapped.
+#define TEN_WORDS WORDS, Word i, Word j
+#define FAILS_IN_DLL(symbol, name, failure, calls)                      \
+    extern "C" Word (*__real___imp_##name)(TEN_WORDS);                  \
+    extern "C" Word (*__wrap___imp_##name)(TEN_WORDS);                  \
+    Word (*__wrap___imp_##name)(TEN_WORDS) = [](TEN_WORDS) -> Word {    \
+        const DWORD former = GetLastError();                            \
+        const int error = ErrorOf(FaultSource::System, #name);          \
+        SetLastError(former);                                           \
+        Word result = failure;                                          \
+        if (error == 0 || calls) {                                      \
+            result = __real___imp_##name(a, b, c, d, e, f, g, h, i, j); \
+        }                                                               \
+        if (error != 0) {                                               \
+            SetLastError(static_cast<DWORD>(error));                    \
+        }                                                               \
+        return error != 0 ? failure : result;                           \
+    };
+#endif
 #include "WrappedCalls.inc"
 
 #ifndef _WIN32

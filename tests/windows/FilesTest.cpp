@@ -110,6 +110,11 @@ TEST_F(WindowsSegments, AreToldApartByTheirFiles) {
         ASSERT_EQ(same.Attach(directory / name), kOk);
         EXPECT_EQ(*Text(same), '1');
     }
+    kelSharedMemory relative;
+    ASSERT_EQ(relative.Create(8, "relative"), kOk);
+    const Guard elsewhere = WorkingDirectory("..");
+    EXPECT_EQ(relative.Destroy(), kOk);
+    EXPECT_FALSE(kelFile::Exists(directory / "relative"));
 }
 
 TEST_F(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
@@ -126,7 +131,9 @@ TEST_F(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
         const std::uint64_t header[] = {row.mapped, row.usable};
         std::string content(kSize, '\0');
         std::memcpy(content.data(), header, sizeof header);
-        EXPECT_EQ(kelSharedMemory().Attach(directory.Write("forged", content)), kFailed) << row.why;
+        const std::string forged = directory.Write("forged", content);
+        EXPECT_EQ(kelSharedMemory().Attach(forged), kFailed) << row.why;
+        EXPECT_EQ(kelSharedMemory().Remove(forged), kFailed) << row.why;
     }
     EXPECT_EQ(kelSharedMemory().Attach(directory.Write("short", "x")), kFailed);
     EXPECT_EQ(kelSharedMemory().Attach(directory.Path()), kFailed);

@@ -44,7 +44,7 @@ apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
                 }
                 break;
             default:
-                return apr_get_os_error();
+                return LastStatus();
         }
     }
 }
@@ -55,7 +55,7 @@ apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
         return APR_FROM_OS_ERROR(ERROR_BUSY);
     }
     if (GetExitCodeProcess(child.process.Get(), &code) == 0) {
-        return apr_get_os_error();
+        return LastStatus();
     }
     end = {true, static_cast<int>(code), 0};
     return APR_SUCCESS;

@@ -58,18 +58,22 @@ std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noex
 DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept {
     const std::size_t length = std::wcslen(to);
     const std::size_t size = offsetof(RenameInformation, name) + (length + 1) * sizeof *to;
-    const std::unique_ptr<char[]> room(new (std::nothrow) char[size]);  // aligned for any type
-    if (!room) {
-        return ERROR_NOT_ENOUGH_MEMORY;
+    alignas(RenameInformation) char inside[1024];  // a name is freed without memory too
+    std::unique_ptr<char[]> longer;                // aligned for any type
+    if (size > sizeof inside) {
+        longer.reset(new (std::nothrow) char[size]);
+        if (!longer) {
+            return ERROR_NOT_ENOUGH_MEMORY;
+        }
     }
+    char* const room = longer ? longer.get() : inside;
     RenameInformation head{};
     head.flags = kRenameReplace | kRenamePosix;
     head.length = static_cast<DWORD>(length * sizeof *to);
-    std::memcpy(room.get(), &head, offsetof(RenameInformation, name));
-    std::memcpy(room.get() + offsetof(RenameInformation, name), to, (length + 1) * sizeof *to);
+    std::memcpy(room, &head, offsetof(RenameInformation, name));
+    std::memcpy(room + offsetof(RenameInformation, name), to, (length + 1) * sizeof *to);
     const auto rename = [&](FILE_INFO_BY_HANDLE_CLASS how) {
-        return SetFileInformationByHandle(file.Get(), how, room.get(), static_cast<DWORD>(size)) !=
-                       0
+        return SetFileInformationByHandle(file.Get(), how, room, static_cast<DWORD>(size)) != 0
                    ? ERROR_SUCCESS
                    : GetLastError();
     };
@@ -78,7 +82,7 @@ DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept {
         return error;
     }
     head.flags = kRenameReplace;
-    std::memcpy(room.get(), &head.flags, sizeof head.flags);
+    std::memcpy(room, &head.flags, sizeof head.flags);
     return rename(FileRenameInfo);
 }
 

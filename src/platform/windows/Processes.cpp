@@ -55,7 +55,7 @@ apr_status_t QueryProgramPath(zuString& path) {
         const auto size = static_cast<DWORD>(room.size());
         const DWORD length = GetModuleFileNameW(nullptr, room.data(), size);
         if (length == 0) {
-            return apr_get_os_error();
+            return LastStatus();
         }
         if (length < size) {
             room.resize(length);

@@ -45,7 +45,8 @@ struct Segment {
 
     Handle file;
     FileId id;
-    std::unique_ptr<wchar_t[]> removed;  ///< The name of the file once its own is freed.
+    std::unique_ptr<wchar_t[]> name;     ///< That the file had, from wherever it is read.
+    std::unique_ptr<wchar_t[]> removed;  ///< Its name once that one is freed.
     Mapping mapping;
 };
 
@@ -104,9 +105,10 @@ apr_status_t Hold(Handle& file, Mapping mapping, SegmentHandle& segment,
     SegmentHandle held(new (std::nothrow) Segment);
     if (held) {
         held->id = Identify(file);
+        held->name = FinalName(file);
         held->removed = RemovedName(file, held->id);
     }
-    if (!held || !held->removed) {
+    if (!held || !held->id.known || !held->name || !held->removed) {
         return APR_ENOMEM;
     }
     block = {mapping.get() + 1, mapping->usable};
@@ -118,12 +120,30 @@ apr_status_t Hold(Handle& file, Mapping mapping, SegmentHandle& segment,
 
 /// The system removes no file that is mapped. So the name is freed by giving the file another one,
 /// under which the last who lets go of it can remove it.
-apr_status_t FreeName(const Handle& file) noexcept {
+///
+/// @param removed that other name.
+apr_status_t FreeName(const Handle& file, const std::unique_ptr<wchar_t[]>& removed) noexcept {
     if (RemoveOpenFile(file) == ERROR_SUCCESS) {
         return APR_SUCCESS;
     }
-    const std::unique_ptr<wchar_t[]> name = RemovedName(file, Identify(file));
-    return name ? SystemStatus(RenameOpenFile(file, name.get())) : APR_ENOMEM;
+    return removed ? SystemStatus(RenameOpenFile(file, removed.get())) : APR_ENOMEM;
+}
+
+/// Whether it is a segment, and no file of somebody's that has the name: its header is in accord
+/// with its size, or is still empty in a file of the kind that is made for segments.
+bool IsSegment(const Handle& file, const FileId& id) noexcept {
+    constexpr DWORD kNever =
+        FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_READONLY;
+    std::uint64_t header[2] = {0, 0};
+    DWORD got = 0;
+    LARGE_INTEGER size{};
+    if (!id.known || (id.attributes & kNever) != 0 || GetFileSizeEx(file.Get(), &size) == 0) {
+        return false;
+    }
+    ReadFile(file.Get(), header, sizeof header, &got, nullptr);  // zeros where it may not be read
+    const auto bytes = static_cast<std::uint64_t>(size.QuadPart);
+    const bool kind = bytes == 0 || (id.attributes & FILE_ATTRIBUTE_TEMPORARY) != 0;
+    return header[0] == 0 ? kind : header[0] == bytes && header[1] == bytes - sizeof(Header);
 }
 
 /// Removes a file whose name has been freed, unless somebody still maps it.
@@ -220,20 +240,26 @@ apr_status_t RemoveName(const char* name) noexcept {
     if (!wide) {
         return wide.Status();
     }
-    const Handle file(CreateFileW(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
-                                  OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    constexpr DWORD kNeeded = DELETE | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
+    Handle file = OpenForFacts(wide.Get(), kNeeded | FILE_READ_DATA, Symlinks::NoFollow);
+    if (!file) {  // somebody else's
+        file = OpenForFacts(wide.Get(), kNeeded, Symlinks::NoFollow);
+    }
     if (!file) {
         return LastStatus();
     }
-    const bool readOnly = (Identify(file).attributes & FILE_ATTRIBUTE_READONLY) != 0;
-    return readOnly ? APR_EACCES : FreeName(file);
+    const FileId id = Identify(file);
+    return IsSegment(file, id) ? FreeName(file, RemovedName(file, id)) : APR_ENOENT;
 }
 
-apr_status_t RemoveSegmentName(const char* name, const Segment& segment) noexcept {
-    const WideName wide(name);
-    const bool isOurs = wide && Identify(wide.Get(), Symlinks::NoFollow) == segment.id;
-    // By the handle: whatever takes the name in the meantime is not touched.
-    return isOurs ? FreeName(segment.file) : APR_SUCCESS;
+apr_status_t RemoveSegmentName(const char*, const Segment& segment) noexcept {
+    const FileId named = Identify(segment.name.get(), Symlinks::NoFollow);
+    const DWORD error = named.known ? ERROR_SUCCESS : GetLastError();
+    // By the handle: whatever takes the name in the meantime, or has it where that cannot be told,
+    // is not touched.
+    const bool another = named.known && !(named == segment.id);
+    const bool gone = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return another || gone ? APR_SUCCESS : FreeName(segment.file, segment.removed);
 }
 
 }  // namespace zukel::platform

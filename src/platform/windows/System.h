@@ -17,10 +17,11 @@ inline apr_status_t SystemStatus(DWORD error) noexcept {
     return APR_FROM_OS_ERROR(static_cast<apr_status_t>(error));
 }
 
-/// The reason of the call that has just failed; never 0.
+/// The reason of the call that has failed. Never 0: a call that succeeded since may have cleared
+/// it.
 inline apr_status_t LastStatus() noexcept {
     const DWORD error = GetLastError();
-    return error != ERROR_SUCCESS ? SystemStatus(error) : APR_EGENERAL;
+    return SystemStatus(error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE);
 }
 
 }  // namespace zukel::platform

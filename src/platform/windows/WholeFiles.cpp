@@ -33,9 +33,11 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
         return ERROR_INVALID_PARAMETER;
     }
     // A caller who may not write the file must not replace it by way of its directory.
-    if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ||
-        !OpenForFacts(name, FILE_WRITE_DATA, Symlinks::Follow)) {
+    if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
         return ERROR_ACCESS_DENIED;
+    }
+    if (!OpenForFacts(name, FILE_WRITE_DATA, Symlinks::Follow)) {
+        return GetLastError();
     }
     former.name = FinalName(file);
     former.attributes = facts.FileAttributes;

@@ -1,0 +1,202 @@
+// What the walks ask of Linux, and the operations that only it has or that only it is tried with.
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "faults/Walk.h"
+#include "platform/FileOperations.h"
+
+using namespace zukel::test;
+using zukel::platform::MoveAcrossVolumes;
+
+namespace zukel::test {
+
+const char* const kOtherVolume = "/dev/shm";
+const char* const kRemoval = "unlink";
+const int kDenied = EACCES;
+const std::vector<int> kRefusals = {EIO, EPERM, ENOSYS, EINTR};
+
+int Inheritable() {
+    int count = 0;
+    for (int number = 0; number < 40; ++number) {
+        count += fcntl(number, F_GETFD) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+void EndChild(int pid) {
+    siginfo_t own{};
+    if (pid > 1 && waitid(P_PID, id_t(pid), &own, WEXITED | WNOHANG | WNOWAIT) == 0) {
+        EXPECT_EQ(kill(pid, SIGKILL), 0) << "what was to end it has dropped it";
+    }
+}
+
+}  // namespace zukel::test
+
+namespace {
+
+// Instrumented code takes several times the stack.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t kLeastStack = 1 << 20;
+#else
+constexpr std::size_t kLeastStack = 16 << 10;
+#endif
+
+/// Makes the row's call in a thread of a process of its own, which it may end. The process ends
+/// with 0 when the call has succeeded and the thread has ended as expected.
+///
+/// @param cancelled whether the thread is cancelled before the call begins.
+[[noreturn]] void StepInThread(const Row& row, std::size_t stack, bool cancelled) {
+    void* result = nullptr;
+    bool done = false;
+    {
+        World it;
+        row.prepare(it);
+        std::function<void()> call = [&] {
+            cancelled ? pthread_cancel(pthread_self()) : 0;
+            done = row.call(it) == kOk;
+            pthread_testcancel();
+        };
+        const auto body = [](void* work) -> void* {
+            (*static_cast<std::function<void()>*>(work))();
+            return nullptr;
+        };
+        pthread_attr_t attributes;
+        pthread_t thread;
+        pthread_attr_init(&attributes);
+        const auto least = static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN));
+        EXPECT_EQ(pthread_attr_setstacksize(&attributes, std::max(stack, least)), 0);
+        EXPECT_EQ(pthread_create(&thread, &attributes, body, &call), 0);
+        EXPECT_EQ(pthread_join(thread, &result), 0);
+    }
+    EXPECT_EQ(result, cancelled ? PTHREAD_CANCELED : nullptr);
+    _exit(done && !testing::Test::HasFailure() ? 0 : 1);
+}
+
+}  // namespace
+
+void zukel::test::StepInThreads(const Row& row) {
+    const auto ends = testing::ExitedWithCode(0);
+    EXPECT_EXIT(StepInThread(row, kLeastStack, false), ends, "") << row.name;
+    // APR's search for a directory, and a module's own code, may be cancelled.
+    if (row.name.find("GetTempDir") + row.name.find("LoadLibrary") == 2 * std::string::npos) {
+        EXPECT_EXIT(StepInThread(row, 1 << 20, true), ends, "") << row.name << ", cancelled";
+    }
+}
+
+namespace {
+
+/// Starts the program with every stretch of the work.
+int StartProgram(World& it) {
+    const std::string out = it.beyond / "out", error = it.beyond / "err";
+    kelProcess& process = it.process = kelProcess();
+    const int status = process.Start(it.program, {it.file}, it.beyond.Path(), {out, error}, true);
+    const Guard own = Counting(false);
+    EXPECT_TRUE(Ends(process));
+    EXPECT_EQ(fs::remove(it.beyond / "ran"), status == kOk);
+    EXPECT_EQ(process.GetPid() != -1, status == kOk);
+    EXPECT_EQ(process.GetLastError().empty(), status == kOk);
+    // A file that cannot be opened is done without.
+    EXPECT_TRUE(ReadWhole(out) == (status == kOk ? "out\n" : "") || fault.struck == "open");
+    it.beyond.Write("out");  // as it was
+    return status;
+}
+
+/// The same when the files take the numbers of the streams.
+int StartOnFreeStreams(World& it) {
+    const int in = dup(STDIN_FILENO), error = dup(STDERR_FILENO);
+    const Guard back([=] {
+        dup2(in, STDIN_FILENO), dup2(error, STDERR_FILENO);
+        close(in), close(error);
+    });
+    close(STDIN_FILENO), close(STDERR_FILENO);
+    return StartProgram(it);
+}
+
+TEST(FaultWalk, Programs) {
+    const auto files = [](World& it) { it.beyond.Write("out"), it.beyond.Write("err"); };
+    Walk({
+        {CALL(StartProgram(it)), After::AsBefore, kFailed, files, false},
+        {CALL(StartOnFreeStreams(it)), After::AsBefore, kFailed, files, false},
+    });
+    StepInThreads({CALL(it.process.Start("true", {"x"}, "/", true))});
+    StepInThreads({CALL(Status(it.process.Start("no-such-program", false) == kFailed))});
+    EXPECT_TRUE(AllReaped());
+}
+
+int ReadLink(World& it) {
+    const int status = kelFile::ReadSymbolicLink(it.missing, it.text);
+    EXPECT_EQ(it.text == "untouched", status != kOk);
+    it.text = "untouched";
+    return status;
+}
+
+TEST(FaultWalk, Links) {
+    Walk({
+        {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
+         [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
+        {CALL(kelFile::CreateSymbolicLink(kNew, it.missing))},
+        {CALL(ReadLink(it)), After::AsBefore, kFailed,
+         [](World& it) { fs::create_symlink(kNew, it.missing); }},
+    });
+}
+
+TEST(FaultWalk, Transfers) {
+    constexpr auto kCopies = After::NoPartOfIt, kMoves = After::AsBeforeOrRenamed;
+    // In memory, so that nothing waits for a disk; the move does not mind that it is one volume.
+    setenv("TMPDIR", "/dev/shm", 1);
+    const Guard back([] { unsetenv("TMPDIR"); });
+    struct Way {
+        Row row;
+        std::size_t size;   ///< Of the source.
+        const char* lacks;  ///< A call that the system refuses,
+        int error;          ///< and how.
+    };
+    const Way ways[] = {
+        {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, 3000, "", 0},
+        {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, 70000, "copy_file_range", EXDEV},
+        {{CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)), kCopies}, 70000, "", 0},
+        {{CALL(kelFile::NativeCopy(it.from, it.to, 0)), kCopies}, 9000, "", 0},
+        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
+         9000,
+         "",
+         0},
+        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
+         9000,
+         "renameat2",
+         EPERM},
+        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
+         9000,
+         "linkat",
+         EPERM},
+        {{CALL(kelFile::Rename(&it.library, it.from, it.to))}, 9000, "", 0},
+        {{CALL(kelFile::NativeRename(it.from, it.to))}, 9000, "", 0},
+    };
+    for (const Way& way : ways) {
+        const Guard lacking = AtCall(way.lacks, [error = way.error] { return error; });
+        for (const int kind : {0, 1, 2, 3}) {
+            Row row = way.row;
+            row.prepare = [moves = row.after == kMoves, size = way.size, exists = kind % 2 != 0,
+                           special = kind > 1](World& it) {
+                it.to = moves ? it.beyond / kTo : it.to;
+                if (special && moves) {
+                    fs::create_symlink("somewhere", it.from);
+                } else {
+                    it.place.Write(kFrom, std::string(size, 'c'));
+                    fs::resize_file(it.from, special ? 100000 : size);  // with a hole
+                }
+                // Where the volume has such attributes.
+                setxattr(it.from.c_str(), "user.zukel", "a", 1, 0);
+                if (exists) {
+                    std::ofstream(it.to) << "old";
+                }
+            };
+            Walk({row}, {EIO, EPERM, ENOSYS, EINTR, EINVAL, ENOTSUP, EROFS});
+        }
+    }
+}
+
+}  // namespace
