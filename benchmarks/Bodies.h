@@ -51,11 +51,20 @@ void LoopAnew(benchmark::State& state, const std::string& file, const Call& call
     }
 }
 
+/// A size in whatever type a library counts bytes.
+struct Size {
+    std::size_t bytes;
+    template <typename T>
+    operator T() const {
+        return static_cast<T>(bytes);
+    }
+};
+
 template <typename File>
 void ReadAll(const std::string& name, std::size_t size) {
     std::vector<char> block(size);
     File file(name);
-    while (static_cast<std::size_t>(file.Read(block.data(), size)) == size) {
+    while (static_cast<std::size_t>(file.Read(block.data(), Size{size})) == size) {
     }
 }
 
@@ -63,7 +72,7 @@ template <typename File>
 void WriteAll(const std::string& name, const std::string& block) {
     File file(name);
     for (std::size_t left = std::size_t{16} << 20U; left >= block.size(); left -= block.size()) {
-        file.Write(block.data(), block.size());
+        file.Write(block.data(), Size{block.size()});
     }
 }
 

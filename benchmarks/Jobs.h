@@ -11,9 +11,30 @@
 /// registers the job under the name JOB/COLUMN, with /CASE where a job has several: so that all
 /// libraries do the same. A call that fails ends the program.
 class Jobs {
+    // What the calls below are made with.
+
+    using Place = Work& (*)();
+    static auto Filled(std::size_t size, Place place = Work::Get) {
+        return [=] { return place().Filled(size); };
+    }
+    static auto Directory(int entries) {
+        return [=] { return Work::Get().Directory(entries); };
+    }
+    template <int kCount>
+    static std::string Lines() {
+        return Work::Get().Lines(kCount);
+    }
+    static std::string Target() { return Work::Get().Target(); }
+    static std::string Missing() { return Work::Get().Named("missing"); }
+    static std::string Made() { return Work::Get().Named("made"); }
+    static auto Pair() { return std::pair(Work::Get().Filled(4000), Target()); }
+    /// The innermost first.
+    static std::vector<std::string> Levels() {
+        return {Made() + "/a/b/c/d", Made() + "/a/b/c", Made() + "/a/b", Made() + "/a", Made()};
+    }
+
 public:
     using State = benchmark::State;
-    using Place = Work& (*)();
 
     /// @param column the column of the report. "std.fstream" and "std.stdio" are two ways of the
     /// column std, of which the faster counts; "zukelCold" is a row of its own (see report.py).
@@ -74,7 +95,7 @@ public:
     template <typename File>
     void WriteBuffered() const {
         With("WriteMillionValues", Target, WriteValues<File>);
-        for (const std::size_t size : {1000, 65536}) {
+        for (const std::size_t size : {std::size_t{1000}, std::size_t{65536}}) {
             With("WriteBufferedBlocks/" + std::to_string(size), Target,
                  [block = std::string(size, 'x')](const auto& name) {
                      WriteAll<File>(name, block);
@@ -208,7 +229,7 @@ public:
     /// Starts a program and waits until it has ended, with so many MiB in use.
     template <typename Call>
     void Start(Call run) const {
-        for (const std::size_t size : {0, 1024}) {
+        for (const std::size_t size : {std::size_t{0}, std::size_t{1024}}) {
             Add("StartUntilEnded/" + std::to_string(size), [=](State& state) {
                 const std::vector<char> memory(size << 20U, 'x');
                 Loop(state, run);
@@ -267,25 +288,6 @@ private:
                 state.counters["bytes"] = measure();
             }
         })->Iterations(1);
-    }
-
-    static auto Filled(std::size_t size, Place place = Work::Get) {
-        return [=] { return place().Filled(size); };
-    }
-    static auto Directory(int entries) {
-        return [=] { return Work::Get().Directory(entries); };
-    }
-    template <int kCount>
-    static std::string Lines() {
-        return Work::Get().Lines(kCount);
-    }
-    static std::string Target() { return Work::Get().Target(); }
-    static std::string Missing() { return Work::Get().Named("missing"); }
-    static std::string Made() { return Work::Get().Named("made"); }
-    static auto Pair() { return std::pair(Work::Get().Filled(4000), Target()); }
-    /// The innermost first.
-    static std::vector<std::string> Levels() {
-        return {Made() + "/a/b/c/d", Made() + "/a/b/c", Made() + "/a/b", Made() + "/a", Made()};
     }
 
     std::string column_;
