@@ -108,9 +108,9 @@ public:
 
     /// Removes the segment `name`, whoever created it, and ends the object's own segment, whatever
     /// its name. `kelStatusOk` if there was such a name. Works on an Ended object too. Windows: any
-    /// regular file of that name is removed. One that is mapped is renamed to
-    /// `NAME.NUMBER.zukel-removed` until its last user detaches; a process that is killed may leave
-    /// that file.
+    /// other file of that name stays, but an empty one counts as a segment that was not finished. A
+    /// segment that is mapped is renamed to `NAME.NUMBER.zukel-removed` until its last user
+    /// detaches; a process that is killed may leave that file.
     int Remove(const zuString& name);
 
     /// The address of the segment in this process, aligned to 8 bytes; it differs between
