@@ -1,4 +1,4 @@
-# No package has GoogleTest for the system that is cross-compiled to; Debian's `googletest` has its
+# No package has GoogleTest for Windows, nor one that is compiled with libc++; Debian's `googletest` has its
 # sources. Its warnings are not ours, nor are those in its headers.
 set(ZUKEL_GOOGLETEST /usr/src/googletest CACHE PATH "Where the sources of GoogleTest lie")
 set(INSTALL_GTEST OFF)
