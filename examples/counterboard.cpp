@@ -1,10 +1,10 @@
-// Several processes count on one board in shared memory, and the first one adds it up.
+// Several processes count in one shared memory segment, and the first one adds up the counters.
 //
 //     counterboard [CHILDREN [ROUNDS]]
 //
-// Starts CHILDREN processes (4), each of which counts ROUNDS (1000000) on a field of its own and on
-// one that all share. Exit code: 0 when nothing was lost, 1 when it was or something failed, 2 for
-// a wrong call.
+// Starts CHILDREN processes (4). Each increments a counter of its own and a counter that all share,
+// ROUNDS times (1000000). Exit code: 0 if no increment was lost, 1 if one was or an operation
+// failed, 2 for wrong arguments.
 //
 //     counterboard --count BOARD FIELD ROUNDS
 //
@@ -27,8 +27,8 @@ namespace {
 
 constexpr std::size_t kMostChildren = 64;
 
-// What lies in the segment. It comes as zeros, which is where all of it starts, and its counters
-// need no lock, so that they work between processes.
+// The contents of the segment. A new segment is filled with zeros, the initial value of each
+// counter; the counters are lock-free, so they work between processes.
 struct Board {
     std::atomic<std::uint64_t> sum;
     std::array<std::atomic<std::uint64_t>, kMostChildren> fields;
@@ -59,14 +59,14 @@ int Count(const std::string& name, std::size_t field, std::uint64_t rounds) {
         board.sum.fetch_add(1, std::memory_order_relaxed);
     }
     board.done[field] = true;
-    return 0;  // the destructor leaves the name to the creator
+    return 0;  // only the creator removes the name
 }
 
 bool MakeBoard(kelSharedMemory& memory, const std::string& name) {
     if (memory.Create(sizeof(Board), name) == kelStatusOk) {
         return true;
     }
-    // The name has this process's number in it: who left it there is gone.
+    // The name contains the pid of this process: whoever left a segment under it has ended.
     kelSharedMemory().Remove(name);
     return memory.Create(sizeof(Board), name) == kelStatusOk;
 }

@@ -2,9 +2,9 @@
 //
 //     fileinfo NAME...
 //
-// Names may be written with ~, $NAME and $PLATFORM. A link is described itself. Sizes are told up
-// to 4 GiB; a larger file shows the rest beyond the last full 4 GiB. Exit code: 0 when there is a
-// file under each name and the table was written, 1 when not, 2 for a wrong call.
+// Names may contain ~, $NAME and $PLATFORM. A symbolic link is described itself. Sizes are shown
+// modulo 4 GiB. Exit code: 0 if every name has a file and the table was written, 1 if not, 2 for
+// wrong arguments.
 
 #include <kelFileInfo.h>
 #include <kelLibrary.h>
@@ -55,7 +55,7 @@ std::size_t CharacterLength(const zuString& text, std::size_t at) {
     return length;
 }
 
-// The text as it can be shown, and how wide it is. A file name may hold anything, also what a
+// The text as it can be shown, and its width. A file name may contain control characters that a
 // terminal would obey; such bytes become question marks.
 zuString Shown(const zuString& text, std::size_t& width) {
     zuString shown;
@@ -97,7 +97,7 @@ const char* KindName(kelFileInfo::FileType type) {
     return "other";
 }
 
-// rwxr-x--- and so on, as a listing of the shell has them.
+// The permissions as `ls -l` shows them, such as rwxr-x---.
 zuString PermissionLetters(int permissions) {
     struct Special {
         int bit, execute;
@@ -167,7 +167,7 @@ Row Describe(const kelFileInfo& info) {
 }
 
 void Print(const zuStlVector<Row>& rows) {
-    constexpr std::size_t kSize = 5;  // the column whose cells stand to the right
+    constexpr std::size_t kSize = 5;  // the column that is right-aligned
     std::array<std::size_t, kColumns> widest{};
     zuStlVector<std::array<std::size_t, kColumns>> widths;
     zuStlVector<Row> shown;

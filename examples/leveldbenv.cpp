@@ -6,10 +6,9 @@
 //     leveldbenv DIRECTORY list
 //     leveldbenv DIRECTORY load
 //
-// `load` stores a line "KEY VALUE" of its input after the other and prints each key once it is
-// stored. What was stored or removed is on the disk when that is told, whatever happens next. One
-// program at a time uses a database. Exit code: 0, 1 when something failed or there is no such key,
-// 2 for a wrong call.
+// `load` stores each line "KEY VALUE" of its input, and prints the key once the value is on the
+// disk. `put` and `remove` end once the change is on the disk. One program at a time can use a
+// database. Exit code: 0; 1 if an operation failed or there is no such key; 2 for wrong arguments.
 
 #include <leveldb/db.h>
 
@@ -45,7 +44,7 @@ Status Load(leveldb::DB& database, const leveldb::WriteOptions& durable) {
         const std::string value = space == std::string::npos ? "" : line.substr(space + 1);
         status = database.Put(durable, key, value);
         if (status.ok()) {
-            std::cout << key << std::endl;  // at once: whoever reads it relies on the line
+            std::cout << key << std::endl;  // flushed: a reader relies on the line
         }
     }
     return status;

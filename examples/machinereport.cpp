@@ -1,12 +1,12 @@
-// Tells what there is to know of the machine and of the user on it.
+// Prints what the library reports about the machine and its user.
 //
 //     machinereport [DIRECTORY...]
 //
 // The disks are those of the directories, or those of the root, the home directory and the
 // directory for temporary files.
 //
-// Exit code: 0; 1 when the disk of a directory that was asked for cannot be told or the report not
-// be written; 2 for a wrong call.
+// Exit code: 0; 1 if the disk of a named directory cannot be queried or the report cannot be
+// written; 2 for wrong arguments.
 
 #include <kelCPUInfo.h>
 #include <kelFile.h>
@@ -23,14 +23,14 @@
 
 namespace {
 
-constexpr unsigned long long kNone = ~0ULL;  // a figure that the platform does not tell
+constexpr unsigned long long kNone = ~0ULL;  // a value that the platform does not report
 constexpr const char* kUnknown = "unknown";
 
 void Line(const char* what, const std::string& value) {
     std::printf("  %-18s%s\n", what, value.empty() ? kUnknown : value.c_str());
 }
 
-// A number of bytes with three digits or so and a unit.
+// A number of bytes, rounded to about three digits, with its unit.
 std::string Size(double bytes) {
     const char* const units[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
     std::size_t unit = 0;
@@ -75,7 +75,7 @@ std::string TimeText(const kelTime& time) {
     return text;
 }
 
-// How long the machine has been up, where the system tells it in a file.
+// How long the machine has been up, on systems that have /proc/uptime.
 std::string Uptime() {
     kelFile file("/proc/uptime", kelFile::ModeRead);
     char line[64];
@@ -172,7 +172,7 @@ int main(int count, char** arguments) {
         directories.erase(std::remove(directories.begin(), directories.end(), ""),
                           directories.end());
     }
-    std::fflush(stdout);  // before what may go to the error output
+    std::fflush(stdout);  // before anything goes to stderr
     const bool all = ReportDisks(directories);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         std::fprintf(stderr, "machinereport: the report cannot be written\n");

@@ -1,4 +1,4 @@
-// Makes a target directory equal to a source directory; mirror/Options.cpp has the usage.
+// Makes a target directory a copy of a source directory; the usage is in mirror/Options.cpp.
 
 #include <kelDirectory.h>
 #include <kelFileInfo.h>
@@ -17,43 +17,43 @@ namespace {
 
 void Interrupt(int number) {
     interruptedBy = number;
-    std::signal(number, SIG_DFL);  // the next one ends the program
+    std::signal(number, SIG_DFL);  // a second one ends the program
 }
 
 bool IsWithin(const zuString& inner, const zuString& outer) {
     return outer == "/" || (inner + "/").compare(0, outer.size() + 1, outer + "/") == 0;
 }
 
-/// The true name of the directory, or, while it does not exist, of the nearest one above it.
-zuString NearestTrueName(zuString path) {
-    zuString name = TrueName(path);
+/// The path of the directory without links or, if it does not exist, that of its nearest parent.
+zuString NearestResolvedPath(zuString path) {
+    zuString name = ResolvedPath(path);
     while (name.empty() && path != "/" && path != ".") {
         path.erase(path.find_last_not_of('/') + 1);
         const std::size_t slash = path.rfind('/');
         path = slash == zuString::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
-        name = TrueName(path);
+        name = ResolvedPath(path);
     }
     return name;
 }
 
-/// Finds the two directories, by their true names, and makes the target when it is missing.
+/// Resolves links in both paths, and creates the target if it is missing.
 bool FindDirectories(Options& options, bool& targetExists) {
-    const zuString source = TrueName(options.source);
+    const zuString source = ResolvedPath(options.source);
     if (source.empty()) {
         std::fprintf(stderr, "mirror: %s: not a directory that can be entered\n",
                      Shown(options.source).c_str());
         return false;
     }
-    zuString target = TrueName(options.target);
+    zuString target = ResolvedPath(options.target);
     targetExists = !target.empty();
-    if (IsWithin(NearestTrueName(options.target), source) ||
+    if (IsWithin(NearestResolvedPath(options.target), source) ||
         (targetExists && IsWithin(source, target))) {
         std::fprintf(stderr, "mirror: one of the directories lies in the other\n");
         return false;
     }
     if (!targetExists && !options.dryRun) {
         kelDirectory::Create(options.target, kelFileInfo::PermissionDefault, true);
-        target = TrueName(options.target);
+        target = ResolvedPath(options.target);
         targetExists = !target.empty();
         if (!targetExists) {
             std::fprintf(stderr, "mirror: %s: cannot be made a directory\n",
@@ -98,7 +98,7 @@ int main(int count, char** arguments) {
     std::signal(SIGINT, Interrupt);
     std::signal(SIGTERM, Interrupt);
 #ifdef SIGPIPE
-    std::signal(SIGPIPE, SIG_IGN);  // whoever read the lines is gone; the work goes on
+    std::signal(SIGPIPE, SIG_IGN);  // the reader has left; the work goes on
 #endif
 
     Screen screen(options.talk);

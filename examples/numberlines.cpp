@@ -1,8 +1,8 @@
-// Copies a text file with its lines numbered, and tells how much it moved and how fast.
+// Copies a text file with its lines numbered, and prints how much it copied and how fast.
 //
 //     numberlines SOURCE TARGET
 //
-// Exit code: 0 when all was written, 1 when reading or writing failed, 2 for a wrong call.
+// Exit code: 0 if everything was written, 1 if a read or write failed, 2 for wrong arguments.
 
 #include <kelFile.h>
 #include <kelStatus.h>
@@ -24,7 +24,7 @@ bool Write(kelFile& target, const char* bytes, unsigned long long size) {
     return target.Write(bytes, size) == kelStatusOk && size == wanted;
 }
 
-// By blocks, for a text may have lines of any length, and NULs in them.
+// Reads blocks, not lines: a line may have any length and contain NULs.
 bool CopyNumbered(kelFile& source, kelFile& target, Moved& moved) {
     char block[4096];
     bool atLineStart = true;
@@ -64,7 +64,7 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "numberlines: cannot read %s\n", arguments[1]);
         return 1;
     }
-    // An existing target is left alone: truncating it would be fatal if it were the source itself.
+    // Refuses an existing target: truncating it would destroy the source if both are one file.
     kelFile target(arguments[2], kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeExclusive |
                                      kelFile::ModeBuffered);
     if (!target.IsOpen()) {
@@ -75,9 +75,9 @@ int main(int count, char** arguments) {
     const auto start = std::chrono::steady_clock::now();
     Moved moved;
     const bool copied = CopyNumbered(source, target, moved);
-    // The last of the buffer is written by the close, so its status matters.
+    // Close writes the rest of the buffer, so its status matters.
     if (target.Close() != kelStatusOk || !copied) {
-        kelFile::Delete(arguments[2]);  // which was made above
+        kelFile::Delete(arguments[2]);  // created above
         std::fprintf(stderr, "numberlines: %s cannot be copied whole; nothing is left of it\n",
                      arguments[1]);
         return 1;

@@ -1,10 +1,10 @@
-// Loads a plug-in while it runs, and has it transform texts.
+// Loads a plug-in at run time, and calls it to transform texts.
 //
 //     pluginhost DIRECTORY NAME [TEXT...]
 //
-// The plug-in is looked for as DIRECTORY/NAME and DIRECTORY/libNAME, with the suffix of the
-// platform. Without a text it is only described. Exit code: 0 when all went well, 1 when there is
-// no such plug-in, 2 for a wrong call.
+// The plug-in is DIRECTORY/NAME or DIRECTORY/libNAME, with the platform's suffix. Without a TEXT
+// its description is printed. Exit code: 0 on success, 1 if there is no such plug-in, 2 for wrong
+// arguments.
 
 #include <kelDynamicObject.h>
 #include <kelLibrary.h>
@@ -25,7 +25,7 @@ bool Find(kelDynamicObject& module, const char* name, Function*& function) {
                      module.GetLibraryName().c_str(), name);
         return false;
     }
-    // By way of the function type that stands for any other.
+    // Through void (*)(): compilers warn about a direct cast between other function types.
     function = reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(symbol));
     return true;
 }
@@ -37,7 +37,7 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "usage: pluginhost DIRECTORY NAME [TEXT...]\n");
         return 2;
     }
-    kelDynamicObject module;  // the functions are good as long as it lives
+    kelDynamicObject module;  // its functions are valid while it exists
     if (module.kelLoadLibraryEx(arguments[1], arguments[2]) != kelStatusOk) {
         std::fprintf(stderr, "pluginhost: no %s%s in %s, with or without lib before it\n",
                      arguments[2], kelLibrary::GetSharedLibSuffix(), arguments[1]);

@@ -1,12 +1,12 @@
-// Runs several commands side by side, each with its output in a file of its own, and shows how each
-// has ended and which still run. Ctrl-C ends the rest, and -t those that take too long.
+// Runs several commands in parallel, each with its output in a file of its own, and shows which
+// still run and how the others have ended. Ctrl-C ends those that run; -t ends those that take too
+// long.
 //
 //     runall [-o DIRECTORY] [-t SECONDS] COMMAND [ARGUMENT...] [-- COMMAND [ARGUMENT...]]...
 //
-// The output of the second command, say "make", goes to the end of DIRECTORY/2-make.txt. Exit code:
-// 0 when all commands have ended by themselves, whatever their exit codes, 1 when one could not be
-// started or took too long, 2 for a wrong
-// call, 130 after Ctrl-C.
+// The output of the second command, say "make", is appended to DIRECTORY/2-make.txt. Exit code: 0
+// if all commands have ended by themselves, whatever their exit codes; 1 if one could not be
+// started or took too long; 2 for wrong arguments; 130 after Ctrl-C.
 
 #include <kelFile.h>
 #include <kelProcess.h>
@@ -36,7 +36,7 @@ struct Job {
     int pid = -1;
 };
 
-// Splits the words at each "--". An empty list tells of a wrong call.
+// Splits the arguments at each "--". An empty list means wrong arguments.
 std::vector<Job> Jobs(char** words, char** end) {
     std::vector<Job> jobs(1);
     for (; words != end; ++words) {
@@ -59,7 +59,7 @@ std::vector<Job> Jobs(char** words, char** end) {
 
 bool Start(Job& job, const zuString& directory) {
     const zuString file = directory + "/" + job.label + ".txt";
-    // A start does not fail for an output that cannot be opened: it would go nowhere.
+    // Start succeeds even if an output file cannot be opened, and the output would be lost.
     if (!kelFile(file, kelFile::ModeWrite | kelFile::ModeCreate | kelFile::ModeAppend).IsOpen()) {
         std::fprintf(stderr, "runall: %s is not started: %s cannot be written\n", job.label.c_str(),
                      file.c_str());
@@ -97,7 +97,7 @@ zuString Labels(const std::vector<Job*>& jobs) {
     return text.empty() ? " nothing" : text;
 }
 
-// Leaves those in the list that still run, and shows it when it has changed.
+// Removes the commands that have ended from the list, and shows it if it has changed.
 void Watch(std::vector<Job*>& running, Clock::time_point start) {
     std::vector<Job*> left;
     for (Job* job : running) {
@@ -137,7 +137,7 @@ int RunAll(std::vector<Job>& jobs, const zuString& directory, double seconds) {
     std::printf("%s: ending%s\n", interrupted != 0 ? "interrupted" : "out of time",
                 Labels(running).c_str());
     for (Job& job : jobs) {
-        job.process.Kill();  // fails for those that have ended
+        job.process.Kill();  // fails for a process that has ended
     }
     const Clock::time_point patience = Clock::now() + std::chrono::seconds(3);
     while (!running.empty() && Clock::now() < patience) {

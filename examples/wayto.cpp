@@ -1,11 +1,10 @@
-// Prints the way from one directory to another, as a path to follow.
+// Prints the relative path from one directory to another.
 //
 //     wayto FROM TO
 //
-// Both may be written with ~, $NAME and $PLATFORM. They are compared in lower case, which is how
-// the way is printed; on a file system that tells case apart, a directory with capitals in its path
-// is therefore not found. Exit code: 0 when there is a way and it could be printed, 1 when not, 2
-// for a wrong call.
+// Both may contain ~, $NAME and $PLATFORM. The path is printed in lower case, so a directory with
+// capitals in its path is refused where file names are case-sensitive. Exit code: 0 if the path was
+// printed, 1 if there is none, 2 for wrong arguments.
 
 #include <kelDirectory.h>
 #include <kelFileInfo.h>
@@ -24,8 +23,8 @@ zuString InLowerCase(zuString text) {
     return text;
 }
 
-// Says what is wrong with a name: that it is none of a directory, or not in lower case.
-void TellWhyNot(const zuString& name) {
+// Prints what is wrong with a name: not a directory, or not in lower case.
+void PrintProblem(const zuString& name) {
     const zuString lower = InLowerCase(name);
     switch (kelFileInfo(name).GetType()) {
         case kelFileInfo::Directory:
@@ -59,8 +58,8 @@ int main(int count, char** arguments) {
     if (way.empty()) {
         const zuString from = kelLibrary::GetAbsoluteFileName(arguments[1]);
         const zuString to = kelLibrary::GetAbsoluteFileName(arguments[2]);
-        TellWhyNot(from);
-        TellWhyNot(to);
+        PrintProblem(from);
+        PrintProblem(to);
         std::fprintf(stderr, "wayto: no way from %s to %s\n", from.c_str(), to.c_str());
         return 1;
     }

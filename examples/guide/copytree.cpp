@@ -1,4 +1,5 @@
-// Copies a tree of directories. What is neither a file nor a directory is told and left out.
+// Copies a directory tree. Entries that are neither a file nor a directory are reported and
+// skipped.
 //
 //     copytree FROM TO
 
@@ -15,7 +16,7 @@ zuString Below(zuString directory, const zuString& name) {
     return directory.append("/").append(name);
 }
 
-bool Tell(const zuString& name, const char* what) {
+bool Report(const zuString& name, const char* what) {
     std::fprintf(stderr, "copytree: %s: %s\n", name.c_str(), what);
     return false;
 }
@@ -23,10 +24,10 @@ bool Tell(const zuString& name, const char* what) {
 bool CopyTree(const zuString& from, const zuString& to) {
     kelDirectory open;
     if (open.Open(from) != kelStatusOk) {
-        return Tell(from, "cannot be read");
+        return Report(from, "cannot be read");
     }
     if (kelDirectory::Create(to, kelFileInfo::PermissionDefault, true) != kelStatusOk) {
-        return Tell(to, "cannot be made");
+        return Report(to, "cannot be created");
     }
     bool all = true;
     for (const zuString& name : open.GetFileNames()) {
@@ -39,11 +40,11 @@ bool CopyTree(const zuString& from, const zuString& to) {
             case kelFileInfo::RegularFile:
                 if (kelFile::Copy(source.GetFilePath(), target, kelFileInfo::PermissionOfSource) !=
                     kelStatusOk) {
-                    all = Tell(target, "not copied");
+                    all = Report(target, "not copied");
                 }
                 break;
             default:
-                all = Tell(source.GetFilePath(), "left out");
+                all = Report(source.GetFilePath(), "left out");
         }
     }
     return all;

@@ -1,4 +1,4 @@
-// Counts the lines of a file, by four threads that read parts of it through one object.
+// Counts the lines of a file with four threads that read parts of it through one object.
 //
 //     countlines FILE
 

@@ -1,4 +1,4 @@
-// Adds a line to a journal, which is on the disk when the program says so.
+// Appends a line to a journal, and reports success once the line is on the disk.
 //
 //     journal FILE TEXT
 
@@ -17,7 +17,7 @@ bool Append(const zuString& name, const zuString& line) {
     return file.WriteLine(line.c_str()) == kelStatusOk && file.Sync() == kelStatusOk;
 }
 
-/// The name of a file is on the disk only when its directory is.
+/// A new file survives a power cut only if its directory is synced too.
 bool SyncDirectoryOf(const zuString& name) {
     const zuString directory = kelFileInfo(name).GetPath();
     return kelDirectory::Sync(directory.empty() ? "." : directory) == kelStatusOk;

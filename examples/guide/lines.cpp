@@ -1,4 +1,4 @@
-// Adds a line to a text file and prints all of its lines with their numbers.
+// Appends a line to a text file and prints all of its lines, numbered.
 //
 //     lines FILE TEXT
 

@@ -22,9 +22,9 @@ int main(int count, char** arguments) {
         std::printf("%s has no greeting\n", module.GetLibraryName().c_str());
         return 1;
     }
-    // To its true type, by way of the function type that stands for any other.
+    // Through void (*)(): compilers warn about a direct cast between other function types.
     const auto greeting =
         reinterpret_cast<const char* (*)(int)>(reinterpret_cast<void (*)()>(symbol));
     std::printf("%s: %s\n", module.GetLibraryName().c_str(), greeting(3));
-    return 0;  // the destructor unloads it: nothing of the module may be used after that
+    return 0;  // the destructor unloads the module: nothing of it may be used afterwards
 }

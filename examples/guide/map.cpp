@@ -1,4 +1,4 @@
-// Counts how often a text stands in a file, which may be larger than the memory of the machine.
+// Counts how often a text occurs in a file, which may be larger than the memory of the machine.
 //
 //     map FILE TEXT
 

@@ -1,4 +1,4 @@
-// Makes a file whose name is not ASCII, finds it again, and takes names apart.
+// Creates a file with a non-ASCII name, lists it, and splits names into their parts.
 
 #include <kelDirectory.h>
 #include <kelFile.h>

@@ -1,4 +1,4 @@
-// Keeps measurements in a file as typed values, and reads one of them by its number.
+// Stores measurements in a file as typed values, and reads one of them by its number.
 
 #include <kelFile.h>
 #include <kelStatus.h>
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr long long kRecordSize = 4 + 8;  // an int and a double, as they stand in the file
+constexpr long long kRecordSize = 4 + 8;  // an int and a double, as stored in the file
 
 int WriteRecords(kelFile& file, int count) {
     for (int number = 0; number < count; ++number) {

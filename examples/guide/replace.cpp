@@ -1,4 +1,5 @@
-// Replaces the contents of a file: whatever happens, it has the old ones or the new ones.
+// Replaces the contents of a file: after a failure or a power cut it has the old or the new
+// contents.
 //
 //     replace FILE TEXT
 

@@ -1,4 +1,4 @@
-// Answers whether so many MiB are free, in memory and on the disk of a directory.
+// Checks whether a number of MiB is free in memory and on the disk of a directory.
 //
 //     room MIB DIRECTORY
 

@@ -1,4 +1,4 @@
-// Runs a program, gives it a text to read, and shows what it has answered.
+// Runs a program with a text as its input, and prints its output.
 //
 //     run PROGRAM [ARGUMENT...]
 

@@ -1,4 +1,4 @@
-// Works in a directory of its own: makes a file and a link to it there, and removes it all.
+// Creates a temporary directory with a file and a link to it, and removes everything.
 
 #include <kelDirectory.h>
 #include <kelFile.h>
@@ -13,7 +13,7 @@ int Work(const zuString& folder) {
     if (kelFile::ReplaceWhole(folder + "/release-2", "two\n") != kelStatusOk) {
         return 1;
     }
-    // Relative to the directory of the link, so that the whole may be moved.
+    // Relative to the directory of the link, so that both may be moved together.
     if (kelFile::CreateSymbolicLink("release-2", folder + "/current") != kelStatusOk) {
         return 1;
     }

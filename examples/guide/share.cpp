@@ -1,4 +1,4 @@
-// Two processes share a block of memory: this program, and another run of itself that it starts.
+// Two processes share a memory segment: this program, and a child that runs the same program.
 
 #include <kelProcess.h>
 #include <kelSharedMemory.h>
@@ -12,7 +12,8 @@
 
 namespace {
 
-/// What lies in the segment. Both sides are built from this; no pointers, they mean nothing there.
+/// The contents of the segment. It must not contain pointers: each process maps it at an address of
+/// its own.
 struct Board {
     std::atomic<int> answer{0};
 };
@@ -23,7 +24,7 @@ int Child(const zuString& name) {
         return 1;
     }
     static_cast<Board*>(segment.GetBaseAddress())->answer = 42;
-    return 0;  // the segment stays: it is not this process's own
+    return 0;  // the segment stays: its creator removes it
 }
 
 int Parent(const zuString& program, const zuString& name) {
@@ -42,7 +43,7 @@ int Parent(const zuString& program, const zuString& name) {
         kelTime::Sleep(1000);
     }
     std::printf("the other process wrote %d\n", board.answer.load());
-    return 0;  // the destructor destroys the segment
+    return 0;  // the destructor removes the segment
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Prints how long a file is.
+// Prints the length of a file.
 //
 //     size FILE
 

@@ -1,4 +1,4 @@
-// Starts a program, with its output in a file, and waits for it, but for half a second only.
+// Starts a program with its output in a file, and waits for it for half a second at most.
 //
 //     start PROGRAM [ARGUMENT...]
 
@@ -24,7 +24,7 @@ int main(int count, char** arguments) {
     if (process.Wait(500000) == kelStatusTimedOut) {
         std::printf("it takes too long\n");
         process.Kill();
-        process.Wait(-1);  // for ever, if it does not let itself be ended
+        process.Wait(-1);  // without a limit
     }
     int number = 0;
     if (process.GetExitCode(number) == kelStatusOk) {

@@ -1,4 +1,4 @@
-// Four threads ask about files, each with objects of its own.
+// Four threads query files, each with objects of its own.
 
 #include <kelAtomic.h>
 #include <kelFile.h>
@@ -25,6 +25,6 @@ int main() {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    std::printf("found %u times\n", found.Increment());  // gives the value before
+    std::printf("found %u times\n", found.Increment());  // returns the value before
     return 0;
 }

@@ -1,4 +1,5 @@
-// A moment as text, in universal and in local time; a date as a moment; a duration.
+// Formats a moment in universal and in local time, makes a moment from a date, and measures a
+// duration.
 
 #include <kelStatus.h>
 #include <kelTime.h>

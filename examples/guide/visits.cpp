@@ -1,4 +1,4 @@
-// Counts its own runs in a file that any number of copies of it may use at once.
+// Counts its own runs in a file. Any number of copies may run at once.
 //
 //     visits FILE
 
@@ -19,12 +19,12 @@ int main(int count, char** arguments) {
         return 1;
     }
     int visits = 0;
-    file.Read(visits);  // fails in a new file, and leaves the 0
+    file.Read(visits);  // fails if the file is new, and leaves the 0
     ++visits;
     if (file.SeekToBegin() != kelStatusOk || file.Write(visits) != kelStatusOk) {
         std::fprintf(stderr, "visits: not counted\n");
         return 1;
     }
     std::printf("visit number %d\n", visits);
-    return file.Close() == kelStatusOk ? 0 : 1;  // ends the lock
+    return file.Close() == kelStatusOk ? 0 : 1;  // releases the lock
 }

@@ -1,4 +1,4 @@
-// Prints a tree of directories, sorted, with the sizes of its files.
+// Prints a directory tree, sorted, with the sizes of its files.
 //
 //     walk DIRECTORY
 

@@ -1,4 +1,4 @@
-// Opens a file, and tells why that failed.
+// Opens a file, and prints the reason of a failure.
 //
 //     why FILE
 

@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
-/// A thread that does one piece of work after the other, in the order in which they came. It starts
-/// with the first one, and ends with the object, after all of them.
+/// A thread that runs tasks one after the other, in the order in which they were added. It starts
+/// with the first task. The destructor waits until all tasks are done.
 class Background {
 public:
     Background() = default;

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// A lock is one on a file that stays open for as long as the lock.
+/// The lock of a database: a file that is open and locked for as long as this object exists.
 struct Lock : leveldb::FileLock {
     kelFile file;
 };

@@ -6,14 +6,15 @@
 
 #include "Background.h"
 
-/// All that LevelDB asks of the system, by zukel alone:
+/// Everything that LevelDB needs of the system, implemented with zukel alone:
 ///
 ///     Environment environment;
 ///     leveldb::Options options;
 ///     options.env = &environment;
 ///
-/// It outlives the databases that use it. Any number of threads may use one, and files of LevelDB's
-/// own environment are read and written alike; but the two do not heed each other's lock.
+/// The environment must outlive the databases that use it. Any number of threads may use it. It
+/// reads and writes the same files as LevelDB's own environment, but neither respects the other's
+/// lock.
 class Environment : public leveldb::Env {
 public:
     using Status = leveldb::Status;
@@ -40,8 +41,8 @@ public:
     void SleepForMicroseconds(int microseconds) override;
 
 private:
-    /// How many tables may be mapped besides. The address space has room for them, but a system has
-    /// a limit on the number of mappings; further tables are read by `ReadAt`.
+    /// How many more tables may be mapped. Systems limit the number of mappings of a process;
+    /// further tables are read by `ReadAt`.
     std::atomic<int> mappings_{1000};
     Background background_;
 };

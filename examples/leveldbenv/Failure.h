@@ -6,7 +6,7 @@
 
 #include <string>
 
-/// The status of an operation on the file `name` as LevelDB tells it, with the system's words for
+/// Converts the status of an operation on the file `name` to LevelDB's, with the system's text for
 /// the reason.
 inline leveldb::Status ToStatus(int status, const std::string& name) {
     switch (status) {

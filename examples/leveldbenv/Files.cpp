@@ -38,7 +38,7 @@ private:
     long long position_ = 0;
 };
 
-/// A file in memory: a read copies nothing.
+/// A mapped file: a read copies nothing.
 class Mapped : public leveldb::RandomAccessFile {
 public:
     Mapped(const std::string& name, const kelMappedFile& file, std::atomic<int>& mappings)
@@ -62,7 +62,7 @@ private:
     std::atomic<int>& mappings_;
 };
 
-/// An open file, for those that are not mapped.
+/// An open file, for tables beyond the limit of mappings.
 class Positional : public leveldb::RandomAccessFile {
 public:
     int Open(const std::string& name) { return file_.Open(name, kelFile::ModeRead); }
@@ -79,7 +79,7 @@ private:
     mutable kelFile file_;  // unbuffered, so that threads may share it
 };
 
-/// Gathers what is appended: a table is written in many small pieces.
+/// A buffered file: LevelDB writes a table in many small pieces.
 class Writable : public leveldb::WritableFile {
 public:
     int Open(const std::string& name, int mode) {
@@ -111,7 +111,8 @@ public:
         return written;
     }
 
-    /// What a manifest speaks of has to be there after a power cut: the names of new tables.
+    /// A manifest names new tables: their directory entries must survive a power cut before it
+    /// does.
     Status Sync() override {
         Status flushed = Writable::Flush();
         if (!flushed.ok()) {
@@ -153,7 +154,7 @@ private:
     bool manifest_ = false;
 };
 
-/// Hands a file over when it is open.
+/// Passes `file` to the caller if the open succeeded.
 template <typename File, typename Base>
 Status Result(int status, const std::string& name, std::unique_ptr<File> file, Base** result) {
     *result = status == kelStatusOk ? file.release() : nullptr;

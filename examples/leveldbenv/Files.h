@@ -5,19 +5,19 @@
 #include <atomic>
 #include <string>
 
-/// Opens a file for each of the three ways in which LevelDB uses one. `result` receives what the
-/// caller deletes, or null.
+/// Functions that open a file, one for each of LevelDB's kinds. `result` receives an object that
+/// the caller deletes, or null.
 
-/// Read from its start on: logs and manifests.
+/// For sequential reads: logs and manifests.
 leveldb::Status OpenSequential(const std::string& name, leveldb::SequentialFile** result);
 
-/// Read anywhere, by any number of threads: tables, which nobody changes once they are written.
+/// For reads at any offset, by any number of threads: tables, which never change once written.
 ///
 /// @param mappings how many files may still be mapped; outlives the file.
 leveldb::Status OpenRandomAccess(const std::string& name, std::atomic<int>& mappings,
                                  leveldb::RandomAccessFile** result);
 
-/// Written from its start or its end on.
+/// For writes.
 ///
 /// @param mode `kelFile::ModeTruncate` or `kelFile::ModeAppend`.
 leveldb::Status OpenWritable(const std::string& name, int mode, leveldb::WritableFile** result);

@@ -48,7 +48,7 @@ public:
         line += line.back() == '\n' ? "" : "\n";
         unsigned long long size = line.size();
         const std::lock_guard<std::mutex> lock(lock_);
-        file_.Write(line.data(), size);  // a log that is full stops nothing
+        file_.Write(line.data(), size);  // a failure to log stops nothing
     }
 
 private:

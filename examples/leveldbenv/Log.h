@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Opens a new file for what LevelDB tells of its work, a line each with the moment and the thread.
+/// Creates the file of LevelDB's log messages: one line each, with the time and the thread.
 ///
-/// @param result receives what the caller deletes, or null.
+/// @param result receives an object that the caller deletes, or null.
 leveldb::Status OpenLog(const std::string& name, leveldb::Logger** result);

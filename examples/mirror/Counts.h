@@ -13,5 +13,5 @@ struct Counts {
     unsigned long long failed = 0;
 };
 
-/// The signal that asked for the end of the run, or 0.
+/// The signal that interrupted the run, or 0.
 extern volatile std::sig_atomic_t interruptedBy;

@@ -14,5 +14,5 @@ struct Options {
     zuString target;
 };
 
-/// Reads the command line. @returns -1, or the exit code when there is nothing to do.
+/// Parses the command line. @returns -1, or an exit code if the program ends here.
 int ReadArguments(int count, char** arguments, Options& options);

@@ -40,12 +40,13 @@ public:
         : options_(options), screen_(screen), counts_(counts) {}
 
     std::vector<Action> Run(bool targetExists) {
-        above_ = {TrueName(options_.source)};
+        above_ = {ResolvedPath(options_.source)};
         if (targetExists) {
-            above_.push_back(TrueName(options_.target));  // never to be walked into, by any link
+            above_.push_back(
+                ResolvedPath(options_.target));  // never walked into, whatever links to it
         }
         Compare("", targetExists);
-        // What has vanished goes last: the room is rarely needed before, the files may be.
+        // Deletions come last: if a copy fails before, the target has lost nothing.
         actions_.insert(actions_.end(), vanished_.begin(), vanished_.end());
         return actions_;
     }
@@ -81,7 +82,7 @@ private:
             CompareEntry(below + name, targetExists);
         }
         for (const zuString& name : there) {
-            // Asked for by name once more: a file that is new in the source must not cost one here.
+            // Asked once more, by its name: the source may have got this file since it was listed.
             if (options_.remove && !std::binary_search(names.begin(), names.end(), name) &&
                 kelFileInfo(Source(below + name)).GetType() == kelFileInfo::NoFile) {
                 vanished_.push_back({Action::Remove, below + name, 0, 0, false});
@@ -123,9 +124,9 @@ private:
 
     void CompareDirectory(const zuString& name, bool link, const kelFileInfo& from,
                           kelFileInfo::FileType is) {
-        const zuString trueName =
-            link ? TrueName(Source(name)) : above_.front() + "/" + name.substr(name.rfind('/') + 1);
-        if (std::find(above_.begin(), above_.end(), trueName) != above_.end()) {
+        const zuString resolved = link ? ResolvedPath(Source(name))
+                                       : above_.front() + "/" + name.substr(name.rfind('/') + 1);
+        if (std::find(above_.begin(), above_.end(), resolved) != above_.end()) {
             screen_.Problem("leads back into itself or the target, left out", Source(name));
             ++counts_.leftOut;
             return;
@@ -138,7 +139,7 @@ private:
             actions_.push_back(
                 {Action::MakeDirectory, name, (perms & kPlainBits) | kOwnersBits, 0, false});
         }
-        above_.insert(above_.begin(), trueName);
+        above_.insert(above_.begin(), resolved);
         Compare(name + "/", is == kelFileInfo::Directory);
         above_.erase(above_.begin());
     }
@@ -154,7 +155,7 @@ private:
 
     bool IsSame(const zuString& name, bool link, const kelFileInfo& from,
                 const kelFileInfo& to) const {
-        // What is known of a link is not what is known of the file behind it.
+        // The metadata of a link are not those of its target.
         return link
                    ? SameContents(Source(name), Target(name))
                    : from.GetLength() == to.GetLength() &&
@@ -165,16 +166,16 @@ private:
     const Options& options_;
     Screen& screen_;
     Counts& counts_;
-    std::vector<zuString> above_;  // true names of the directories walked through, nearest first
+    std::vector<zuString> above_;  // resolved paths of the directories being walked
     std::vector<Action> actions_;
     std::vector<Action> vanished_;
 };
 
 }  // namespace
 
-zuString TrueName(const zuString& directory) {
+zuString ResolvedPath(const zuString& directory) {
     zuString name;
-    kelFile::GetRealPath(directory + "/.", name);  // which fails for one that cannot be entered
+    kelFile::GetRealPath(directory + "/.", name);  // fails if the directory cannot be entered
     return kelFileInfo(name).GetType() == kelFileInfo::Directory ? name : "";
 }
 

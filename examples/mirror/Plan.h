@@ -11,13 +11,13 @@ struct Action {
     zuString name;  // below source and target
     int perms;
     unsigned long long size;
-    bool replaces;  // a file that is there already
+    bool replaces;  // the target exists
 };
 
-/// The directory by its true name, without links; empty when it cannot be entered.
-zuString TrueName(const zuString& directory);
+/// The path of the directory without links; empty if the directory cannot be entered.
+zuString ResolvedPath(const zuString& directory);
 
-/// Compares the two trees and says what there is to do, in order. What cannot be done, or is left
-/// out, is told and counted on the way.
+/// Compares the two trees and returns the steps that make them equal, in order. Entries that are
+/// skipped or cannot be read are reported and counted.
 std::vector<Action> MakePlan(const Options& options, bool targetExists, Screen& screen,
                              Counts& counts);

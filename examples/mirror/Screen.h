@@ -4,10 +4,10 @@
 
 #include "Options.h"
 
-/// A name as it can be shown: control characters are written in octal.
+/// The name with its control characters escaped in octal.
 zuString Shown(const zuString& name);
 
-/// All that is printed: lines, and on a terminal a bar below them.
+/// The output: lines and, on a terminal, a progress bar below them.
 class Screen {
 public:
     explicit Screen(Talk talk);
@@ -18,7 +18,7 @@ public:
     void Did(const char* what, const zuString& name);
     void Problem(const char* what, const zuString& name);
     void Progress(unsigned long long done, unsigned long long all);
-    /// Takes the bar away.
+    /// Removes the bar.
     void Clear();
 
 private:

@@ -34,8 +34,8 @@ public:
     }
 
 private:
-    void Tell(bool succeeded, unsigned long long& count, const char* what, const char* failure,
-              const zuString& name) {
+    void Report(bool succeeded, unsigned long long& count, const char* what, const char* failure,
+                const zuString& name) {
         if (succeeded) {
             ++count;
             screen_.Did(what, name);
@@ -48,12 +48,13 @@ private:
     void Do(const Action& action) {
         const zuString& name = action.name;
         if (action.kind == Action::MakeDirectory) {
-            Tell(options_.dryRun || kelDirectory::Create(name, action.perms, false) == kelStatusOk,
-                 counts_.made, "make", "cannot be made", name + "/");
+            Report(
+                options_.dryRun || kelDirectory::Create(name, action.perms, false) == kelStatusOk,
+                counts_.made, "make", "cannot be made", name + "/");
         } else if (action.kind == Action::CopyFile) {
             const int status = options_.dryRun ? kelStatusOk : Replace(name, action.replaces);
-            Tell(status == kelStatusOk, counts_.copied, "copy",
-                 status == kelStatusExists ? "has come up meanwhile" : "cannot be copied", name);
+            Report(status == kelStatusOk, counts_.copied, "copy",
+                   status == kelStatusExists ? "has come up meanwhile" : "cannot be copied", name);
             counts_.bytes += status == kelStatusOk ? action.size : 0;
         } else {
             Remove(name);
@@ -62,8 +63,8 @@ private:
         changed_.insert(slash == zuString::npos ? "." : name.substr(0, slash));
     }
 
-    /// The temporary file is only there to have a name that nobody else uses. It is closed before
-    /// the copy: Windows lets nobody else write to it, and would remove it under its new name too.
+    /// The temporary file only reserves a name that nobody else uses. It is closed before the copy:
+    /// Windows would refuse the copy while it is open, and delete the file under its new name.
     int Replace(const zuString& name, bool replaces) const {
         kelFile file;
         if (file.CreateTemporaryFile(".mirror-XXXXXX") != kelStatusOk) {
@@ -76,7 +77,7 @@ private:
             status = Sync(part);
         }
         if (status == kelStatusOk) {
-            status = replaces ? kelFile::Rename(part, name) : GiveNewName(part, name);
+            status = replaces ? kelFile::Rename(part, name) : RenameToNew(part, name);
         }
         if (status != kelStatusOk) {
             kelFile::Delete(part);
@@ -84,7 +85,7 @@ private:
         return status;
     }
 
-    /// Windows syncs only what may be written, so a read-only copy may be written for that long.
+    /// Windows syncs only files opened for writing: a read-only copy is made writable meanwhile.
     static int Sync(const zuString& part) {
         constexpr int kWritable =
             kelFileInfo::PermissionOwnerRead | kelFileInfo::PermissionOwnerWrite;
@@ -102,8 +103,8 @@ private:
         return status;
     }
 
-    /// Some file systems know no renaming that replaces nothing.
-    static int GiveNewName(const zuString& part, const zuString& name) {
+    /// Some file systems have no rename that refuses an existing target.
+    static int RenameToNew(const zuString& part, const zuString& name) {
         const int status = kelFile::RenameNew(part, name);
         const bool free = kelFileInfo(name).GetType() == kelFileInfo::NoFile;
         return status == kelStatusFailed && free ? kelFile::Rename(part, name) : status;
@@ -114,11 +115,11 @@ private:
         const auto remove = [&] {
             return tree ? kelDirectory::DeleteTree(name) : kelFile::Delete(name);
         };
-        Tell(options_.dryRun || remove() == kelStatusOk, counts_.removed, "remove",
-             "cannot be removed", tree ? name + "/" : name);
+        Report(options_.dryRun || remove() == kelStatusOk, counts_.removed, "remove",
+               "cannot be removed", tree ? name + "/" : name);
     }
 
-    /// The names in the directories that have others now.
+    /// Syncs the directories whose entries have changed.
     void SyncNames() {
         for (const zuString& directory : changed_) {
             if (kelDirectory::Sync(directory) != kelStatusOk) {
@@ -128,7 +129,7 @@ private:
         }
     }
 
-    /// A dry run may have no target to be the current directory.
+    /// In a dry run the target may not exist, so it cannot be the current directory.
     zuString Below(const zuString& name) const { return options_.target + "/" + name; }
 
     const Options& options_;

@@ -2,14 +2,15 @@
 
 #include <cstddef>
 
-// What pluginhost asks of a plug-in: a module that exports these two functions.
+// The interface of pluginhost's plug-ins: modules that export these two functions.
 extern "C" {
 
-/// One line about the plug-in, in static text.
+/// Returns a description of one line, a static string.
 using PluginDescribe = const char*();
 
-/// Makes another text of `text` and writes it with its NUL to `buffer`, which has room for `size`
-/// bytes. Returns the size that it needs with its NUL; nothing is written when that is more.
+/// Transforms `text` and writes the result with its NUL to `buffer`, which has room for `size`
+/// bytes. Returns the size of the result with its NUL; if that is more than `size`, nothing is
+/// written.
 using PluginTransform = std::size_t(const char* text, char* buffer, std::size_t size);
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// A plug-in for the example `load`. Its function has a name that no compiler changes.
+// A plug-in for the example `load`. `extern "C"` keeps the name of its function unmangled.
 
 #if defined(_WIN32)
 #define PLUGIN_EXPORT extern "C" __declspec(dllexport)
