@@ -14,5 +14,5 @@ set(CMAKE_CXX_FLAGS_INIT "-Wno-unused-command-line-argument -nostdinc++ -isystem
 # which it does not link again behind that.
 foreach(kind IN ITEMS EXE SHARED MODULE)
   string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT
-    " -fuse-ld=lld -L${zukel_gcc} -Wl,--whole-archive -lwinpthread -Wl,--no-whole-archive")
+    " -fuse-ld=lld -L${zukel_gcc} -lwinpthread")
 endforeach()

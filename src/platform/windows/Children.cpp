@@ -52,7 +52,7 @@ apr_status_t WaitForEnd(Child& child, Deadline deadline) noexcept {
 apr_status_t QueryEnd(Child& child, ChildEnd& end) noexcept {
     DWORD code = 0;
     if (HandleRuns(child.process)) {
-        return APR_FROM_OS_ERROR(ERROR_BUSY);
+        return SystemStatus(ERROR_BUSY);
     }
     if (GetExitCodeProcess(child.process.Get(), &code) == 0) {
         return LastStatus();

@@ -55,7 +55,7 @@ void CarryOver(const Handle& source, const Handle& copy) noexcept {
 }
 
 /// What a copy onto the file itself returns.
-constexpr apr_status_t kSameFile = APR_FROM_OS_ERROR(ERROR_INVALID_PARAMETER);
+constexpr apr_status_t kSameFile = SystemStatus(ERROR_INVALID_PARAMETER);
 
 }  // namespace
 

@@ -95,7 +95,7 @@ apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept 
     entry = NextEntry(directory);
     const DWORD error = entry != nullptr ? ERROR_SUCCESS : GetLastError();
     return error == ERROR_SUCCESS || error == ERROR_NO_MORE_FILES ? APR_SUCCESS
-                                                                  : APR_FROM_OS_ERROR(error);
+                                                                  : SystemStatus(error);
 }
 
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t) noexcept {

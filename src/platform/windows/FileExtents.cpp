@@ -70,7 +70,7 @@ apr_status_t MoveAt(const FileHandle& file, long long offset, std::size_t& size,
                     Move move) noexcept {
     const DWORD wanted = AtOnce(std::exchange(size, 0));
     if (!HasPlaces(file)) {
-        return APR_FROM_OS_ERROR(ERROR_SEEK_ON_DEVICE);
+        return SystemStatus(ERROR_SEEK_ON_DEVICE);
     }
     const KeptPlace kept(HandleOf(file));
     OVERLAPPED place = At(offset);
@@ -107,7 +107,7 @@ apr_status_t ChangeLength(const FileHandle& file, long long length) noexcept {
         const Handle writing(ReOpenFile(HandleOf(file), GENERIC_WRITE, kShareAll, 0));
         error = writing ? SetEnd(writing.Get(), length) : GetLastError();
     }
-    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    return SystemStatus(error);
 }
 
 apr_status_t ReadBytesAt(const FileHandle& file, long long offset, void* target,
@@ -116,7 +116,7 @@ apr_status_t ReadBytesAt(const FileHandle& file, long long offset, void* target,
         MoveAt(file, offset, size, [&](DWORD wanted, DWORD& got, OVERLAPPED& place) {
             return ReadFile(HandleOf(file), target, wanted, &got, &place);
         });
-    return status == APR_FROM_OS_ERROR(ERROR_HANDLE_EOF) ? APR_SUCCESS : status;
+    return status == SystemStatus(ERROR_HANDLE_EOF) ? APR_SUCCESS : status;
 }
 
 apr_status_t WriteBytesAt(const FileHandle& file, long long offset, const void* source,
@@ -127,7 +127,7 @@ apr_status_t WriteBytesAt(const FileHandle& file, long long offset, const void* 
             return WriteFile(HandleOf(file), source, piece, &put, &place);
         });
     const bool full = status == APR_SUCCESS && wanted && size == 0;
-    return full ? APR_FROM_OS_ERROR(ERROR_DISK_FULL) : status;
+    return full ? SystemStatus(ERROR_DISK_FULL) : status;
 }
 
 }  // namespace zukel::platform

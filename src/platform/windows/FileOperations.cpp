@@ -69,7 +69,7 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
         std::wcscmp(source.Get(), target.Get()) == 0) {
-        return APR_FROM_OS_ERROR(ERROR_ALREADY_EXISTS);  // the system calls that done
+        return SystemStatus(ERROR_ALREADY_EXISTS);  // the system calls that done
     }
     return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }

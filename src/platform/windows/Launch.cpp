@@ -183,7 +183,7 @@ apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wst
     const Streams streams(program);
     std::wstring environment;
     if (program.environment != nullptr && !MakeEnvironment(program.environment, environment)) {
-        return APR_FROM_OS_ERROR(ERROR_NO_UNICODE_TRANSLATION);
+        return SystemStatus(ERROR_NO_UNICODE_TRANSLATION);
     }
     if (!image || !streams) {
         return image ? LastStatus() : image.Status();

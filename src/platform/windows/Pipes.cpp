@@ -217,12 +217,12 @@ apr_status_t Exchange(Pipes& pipes, Transfer& transfer, Until until, Deadline de
         error = error == ERROR_SUCCESS ? output.Begin() : error;
         error = error == ERROR_SUCCESS ? errors.Begin() : error;
         error = error == ERROR_SUCCESS ? Step(input, output, errors, left) : error;
-        status = error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+        status = SystemStatus(error);
     }
     output.Stop();
     errors.Stop();
     return status == APR_SUCCESS && until == Until::Written && transfer.size > 0
-               ? APR_FROM_OS_ERROR(ERROR_BROKEN_PIPE)
+               ? SystemStatus(ERROR_BROKEN_PIPE)
                : status;
 }
 

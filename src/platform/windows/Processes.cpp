@@ -70,7 +70,7 @@ apr_status_t FindProgramFile(const char* name, zuString& path) {
     std::wstring wide;
     FoundProgram found;
     const apr_status_t status = ToWide(name, wide) ? FindProgram(wide, std::wstring(), found)
-                                                   : APR_FROM_OS_ERROR(ERROR_FILE_NOT_FOUND);
+                                                   : SystemStatus(ERROR_FILE_NOT_FOUND);
     if (status == APR_SUCCESS) {
         path = WithSlashes(found.path);
     }

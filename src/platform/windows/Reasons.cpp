@@ -53,7 +53,7 @@ int SystemNumber(apr_status_t status) noexcept {
 
 zuString SystemText(int number) {
     char buffer[512];
-    return apr_strerror(APR_FROM_OS_ERROR(number), buffer, sizeof buffer);
+    return apr_strerror(SystemStatus(static_cast<DWORD>(number)), buffer, sizeof buffer);
 }
 
 }  // namespace zukel::platform

@@ -13,7 +13,7 @@
 namespace zukel::platform {
 
 /// An error of the system in APR's numbering.
-inline apr_status_t SystemStatus(DWORD error) noexcept {
+constexpr apr_status_t SystemStatus(DWORD error) noexcept {
     return APR_FROM_OS_ERROR(static_cast<apr_status_t>(error));
 }
 

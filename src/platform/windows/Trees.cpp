@@ -174,7 +174,7 @@ apr_status_t RemoveTree(const char* path, bool& entered) {
     const DWORD error = TreeRemoval().Run(name.Get(), entered);
     return error == ERROR_SUCCESS     ? APR_SUCCESS
            : error == ERROR_DIRECTORY ? APR_ENOTDIR
-                                      : APR_FROM_OS_ERROR(error);
+                                      : SystemStatus(error);
 }
 
 }  // namespace zukel::platform

@@ -112,7 +112,7 @@ apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t
         return wide.Status();
     }
     const DWORD error = Replace(wide.Get(), contents, size);
-    return error == ERROR_SUCCESS ? APR_SUCCESS : APR_FROM_OS_ERROR(error);
+    return SystemStatus(error);
 }
 
 }  // namespace zukel::platform
