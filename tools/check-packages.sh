@@ -128,7 +128,7 @@ step_package() {
     local place=$builds/check-package wanted
     wanted=$(sed -n 's/^set(ZUKEL_RUNTIME_VERSION \(.*\))/\1/p' "$root/cmake/Runtime.cmake")
     dpkg-deb --field "$builds"/packages/libzukel1_*.deb Depends | grep -E "libapr1[a-z0-9]* \(>= $wanted\)" ||
-        die "libzukel1 does not depend on version $wanted of the runtime, which the build asks for"
+        die "libzukel1 does not depend on version $wanted of APR, which the build asks for"
     rm -rf "$place"
     mkdir -p "$place"/var/lib/dpkg/{info,updates,triggers} "$place"/var/log
     cp /var/lib/dpkg/status "$place/var/lib/dpkg/status"

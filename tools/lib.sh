@@ -5,7 +5,7 @@
 
 set -euo pipefail
 
-# All that is made goes below this folder.
+# Everything that the commands make goes below this folder.
 builds=${ZUKEL_BUILD:-$root/build}
 [[ $builds == /* ]] || builds=$PWD/$builds
 export builds ZUKEL_BUILD=$builds
@@ -27,11 +27,11 @@ die() {
     exit 1
 }
 
-# Whether somebody is there to be asked for a password.
+# Whether there is a terminal at which sudo can ask for a password.
 terminal=
 [[ ! -t 0 ]] || terminal=yes
 
-# Runs a command as root: at once, or through sudo. Without a terminal sudo must not ask.
+# Runs a command as root, through sudo if necessary. Without a terminal sudo must not ask.
 as_root() {
     if [[ $EUID -eq 0 ]]; then
         "$@"
@@ -48,12 +48,12 @@ may_become_root() {
     [[ -n $terminal ]] || sudo -n true 2>/dev/null
 }
 
-# How long another apt is waited for, in seconds.
+# How long to wait for another apt, in seconds.
 apt_patience=900
 
-# apt ARGUMENT...: apt-get as root, without all but its warnings and errors. It waits while another one holds a
-# lock: for the locks of dpkg by its own option, which passes over those of the package lists and of the
-# archives (apt 2.6: both fail at once).
+# apt ARGUMENT...: runs apt-get as root and prints only its warnings and errors. Waits while another apt holds a
+# lock. Its own option waits for the locks of dpkg alone: apt 2.6 fails at once if those of the package lists or
+# of the archives are taken, hence the loop.
 apt() {
     local output end=$((SECONDS + apt_patience)) waiting=
     until output=$(as_root env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq \
@@ -69,7 +69,7 @@ apt() {
     printf '%s\n' "$output"
 }
 
-# Installs those of the named Debian packages that are missing. Touches nothing when none is.
+# Installs those of the named Debian packages that are missing; does nothing if none is.
 need_packages() {
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
         die "this is not a Debian system. Install what README.md names, then build by hand."
@@ -94,14 +94,14 @@ need_packages() {
     }
 }
 
-# make_builds: the folder for all that is made.
+# make_builds: makes the folder $builds.
 make_builds() {
     mkdir -p "$builds" 2>/dev/null && [[ -w $builds ]] ||
         die "$builds cannot be written. Name a folder of your own: ZUKEL_BUILD=FOLDER $0"
 }
 
-# configure PRESET [OPTION...]: configures a preset of CMakePresets.json in the folder of its name below that of
-# the builds, with ccache where there is one.
+# configure PRESET [OPTION...]: configures a preset of CMakePresets.json in the folder of its name below $builds,
+# with ccache if it is installed.
 configure() {
     local preset=$1 launcher=
     shift
@@ -111,8 +111,7 @@ configure() {
         --log-level=WARNING "$@" >/dev/null
 }
 
-# build PRESET [TARGET...] [-- OPTION...]: brings the targets up to date, everything when none is
-# named.
+# build PRESET [TARGET...] [-- OPTION...]: builds the targets, or everything if none is named.
 build() {
     local preset=$1
     shift
@@ -128,7 +127,7 @@ run_ctest() {
         --output-junit "$folder/tests.xml" "$@"
 }
 
-# skipped_tests FOLDER: those that its last run has skipped, with the reason that each gave, a line each.
+# skipped_tests FOLDER: prints the tests that its last run skipped, a line each, with the reason.
 skipped_tests() {
     local results=$builds/$1/tests.xml
     [[ -f $results ]] || return 0
@@ -150,7 +149,7 @@ skipped_tests() {
         /<\/testcase>/ && skipped { print plain(name ": " (reason ~ /[^ ]/ ? reason : "no reason given")) }' "$results"
 }
 
-# Every header and source of the project, each name ended by a NUL.
+# Prints every header and source of the project, each name with a NUL behind it.
 code_files() {
     find "$root" -mindepth 1 \( -path "$builds" -o -name build -o -name '.?*' \) -prune -o -type f \
         \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
