@@ -166,6 +166,23 @@ TEST_F(Linux, UserHostTempDirAndLocale_AreThoseOfTheSystem) {
     unsetenv("LOCPATH");
 }
 
+TEST_F(Linux, MappedMemory_IsUnmappedAtTheEnd) {
+    directory.Write("file", Noise(3U << 20U));
+    const std::string segment = directory / "segment";
+    kelMappedFile file;
+    kelSharedMemory made, attached;
+    EXPECT_THAT(
+        Statuses({kelFile::Copy("file", "copied", 0x600),
+                  file.Open("file", kelMappedFile::ReadWrite, 1, 1), made.Create(10, segment),
+                  attached.Attach(segment), file.Close(), attached.Detach(), made.Destroy()}),
+        Each(kOk));
+    std::ifstream mappings("/proc/self/maps");
+    for (std::string line; std::getline(mappings, line);) {
+        EXPECT_THAT(line, testing::Not(testing::AnyOf(testing::HasSubstr(directory.Path()),
+                                                      testing::HasSubstr("/dev/shm/"))));
+    }
+}
+
 TEST_F(Linux, Sleep_GoesOnThroughSignals) {
     std::signal(SIGALRM, [](int) {});
     const long long before = kelTime::GetMonotonicTime();
