@@ -2,7 +2,7 @@
 # are not ours.
 set(ZUKEL_RUNTIME_VERSION 1.7)
 set(ZUKEL_RUNTIME apr-1>=${ZUKEL_RUNTIME_VERSION})
-if(MSVC)  # without pkg-config; ZUKEL_APR_FOLDER is where the runtime is installed
+if(MSVC)  # without pkg-config; ZUKEL_APR_FOLDER is where APR is installed
   find_path(APR_INCLUDE_DIRS apr.h HINTS ${ZUKEL_APR_FOLDER} PATH_SUFFIXES include/apr-1 include REQUIRED)
   find_library(APR_LIBRARY NAMES apr-1 HINTS ${ZUKEL_APR_FOLDER} PATH_SUFFIXES lib REQUIRED)
   set(APR_STATIC_LIBRARIES apr-1 ws2_32 mswsock rpcrt4 advapi32 shell32 iphlpapi)

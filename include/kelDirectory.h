@@ -148,8 +148,7 @@ public:
     /// Creates an empty directory for the user of the process alone, with a new name made from
     /// `nameTemplate`. It stays until it is removed: see `DeleteTree`.
     ///
-    /// @param nameTemplate must end in at least six `X`. Linux: the last six are replaced. Windows:
-    /// all trailing `X` are.
+    /// @param nameTemplate must end in at least six `X`, of which the last six are replaced.
     /// @param path receives the template with the `X` replaced.
     /// @returns
     /// - `kelStatusOk`;

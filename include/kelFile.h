@@ -261,7 +261,8 @@ public:
     /// power cut after `kelStatusOk` loses nothing of it. The name of a new file is on disk only
     /// after `kelDirectory::Sync` of its directory. After a failure it is unknown what has reached
     /// the disk, and a second `Sync` does not show it: write the data again, to another file.
-    /// `Sync` of a pipe or a terminal fails. Windows: a file opened without `ModeWrite` fails too.
+    /// `Sync` of a pipe or a terminal fails. Windows: `Sync` of a file opened without `ModeWrite`
+    /// needs the right to write it.
     int Sync();
 
     /// @name Positions and lengths

@@ -41,10 +41,10 @@ public:
     static unsigned long long AvailablePagingMemory();
     /// @}
 
-    /// The size and the free space of the disk that holds the directory `path`.
+    /// The size and the free space of the disk that holds `path`, a directory or a file.
     ///
-    /// @param path not null; relative to the current directory. Linux: any bytes; need not be a
-    /// directory. Windows: UTF-8; invalid UTF-8 is refused.
+    /// @param path not null; relative to the current directory. Linux: any bytes. Windows: UTF-8;
+    /// invalid UTF-8 is refused.
     /// @returns false, with `info` unchanged, if the platform refuses the path.
     static bool GetFreeDiskSpace(const char* path, zuDiskInfo& info);
 };

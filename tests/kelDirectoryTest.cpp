@@ -99,7 +99,7 @@ TEST_F(kelDirectoryTest, CreateAndDelete_Table) {
 TEST_F(kelDirectoryTest, CreateTemporary_MakesOneForTheUserAlone) {
     const std::string odd = kOddName, absolute = directory / odd;
     zuString path;
-    for (const std::string& start : {odd, absolute, odd, absolute}) {
+    for (const std::string& start : {odd, absolute, odd, absolute + "XX"}) {
         SCOPED_TRACE(start);
         ASSERT_EQ(kelDirectory::CreateTemporary(start + "XXXXXX", path), kOk);
         EXPECT_EQ(path.size(), start.size() + 6);

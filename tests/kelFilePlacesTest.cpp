@@ -108,7 +108,7 @@ TEST_F(kelFilePlacesTest, ClosedAndUnfitFiles_AreRefused) {
     EXPECT_EQ(place, -7);
     EXPECT_EQ(At(closed, 0, 1), "failed");
     EXPECT_EQ(ReadWhole("file"), "abc");
-    EXPECT_EQ(kelDirectory::Sync(directory.Path()), kOk);
+    EXPECT_THAT(Statuses({reading.Sync(), kelDirectory::Sync(directory.Path())}), Each(kOk));
     EXPECT_EQ(kelDirectory::Sync(""), kelStatusEmptyPath);
 }
 

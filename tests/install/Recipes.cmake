@@ -1,4 +1,4 @@
-# Holds the recipes of packaging/ to the build: their version, the version of the runtime that they ask
+# Holds the recipes of packaging/ to the build: their version, the version of APR that they ask
 # for, the options that they set. The port of vcpkg is run, over commands that only note their calls.
 cmake_minimum_required(VERSION 3.25)
 

@@ -21,7 +21,7 @@ if(WAY MATCHES ^package)
   set(options --no-warn-unused-cli -D CMAKE_PREFIX_PATH=${PLACE} -D CMAKE_CXX_COMPILER=${COMPILER}
               -D PROGRAM=${program})
   if(WAY STREQUAL "package")
-    # Who links the shared library needs not even the means to find the runtime.
+    # Who links the shared library needs not even the means to find APR.
     list(APPEND options -D CMAKE_DISABLE_FIND_PACKAGE_PkgConfig=ON)
   elseif(WAY STREQUAL "package-static")
     list(APPEND options -D COMPONENTS=static -D LIBRARY=zukel::static)
@@ -67,7 +67,7 @@ else()
     execute_process(COMMAND sh -c "${line}" WORKING_DIRECTORY ${WORK} ${fatal})
   endif()
   if(WAY STREQUAL "module")
-    # All that it takes, and nothing of the runtime.
+    # All that it takes, and nothing of APR.
     execute_process(COMMAND ${query} OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE ${fatal})
     separate_arguments(flags UNIX_COMMAND "${flags}")
     set(left)
@@ -91,7 +91,7 @@ if(NOT printed STREQUAL "read: a first line\nread: and a second one\n")
   message(FATAL_ERROR "the program printed ${printed}")
 endif()
 
-# What the program needs: the library or the runtime, by the way it was linked.
+# What the program needs: the library or APR, by the way it was linked.
 set(needed_package libzukel.so.1)
 set(needed_module libzukel.so.1)
 set(needed_package-static libapr-1.so.0)

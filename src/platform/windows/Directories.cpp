@@ -111,7 +111,7 @@ apr_status_t MakeTemporaryDirectory(char* name) noexcept {
     if (security.Get() == nullptr) {
         return LastStatus();
     }
-    TemporaryTemplate temporary(name);
+    TemporaryTemplate temporary(name, 6);
     while (temporary.FillIn()) {
         const WideName wide(name);
         if (!wide) {

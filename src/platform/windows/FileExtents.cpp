@@ -85,7 +85,16 @@ apr_status_t MoveAt(const FileHandle& file, long long offset, std::size_t& size,
 }  // namespace
 
 apr_status_t SyncFile(const FileHandle& file) noexcept {
-    return FlushFileBuffers(HandleOf(file)) != 0 ? APR_SUCCESS : LastStatus();
+    if (FlushFileBuffers(HandleOf(file)) != 0) {
+        return APR_SUCCESS;
+    }
+    const DWORD error = GetLastError();
+    if (error != ERROR_ACCESS_DENIED) {
+        return SystemStatus(error);
+    }
+    // A handle that only reads lacks the right to flush the file.
+    const Handle writing(ReOpenFile(HandleOf(file), GENERIC_WRITE, kShareAll, 0));
+    return writing && FlushFileBuffers(writing.Get()) != 0 ? APR_SUCCESS : LastStatus();
 }
 
 apr_status_t QueryLength(const FileHandle& file, long long& length) noexcept {

@@ -112,7 +112,7 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
 apr_status_t MakeTemporaryFile(char* name, FileHandle& file) noexcept {
     OwnerAlone security;
     constexpr DWORD kDeletes = FILE_FLAG_DELETE_ON_CLOSE;
-    TemporaryTemplate temporary(name);
+    TemporaryTemplate temporary(name, SIZE_MAX);  // all of them, as APR does
     while (temporary.FillIn()) {
         const WideName wide(name);
         if (!wide) {

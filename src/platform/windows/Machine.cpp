@@ -1,6 +1,7 @@
 #include "platform/Machine.h"
 
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -8,6 +9,19 @@
 #include "platform/windows/WideName.h"
 
 namespace zukel::platform {
+
+namespace {
+
+/// As GetDiskFreeSpaceExW, which takes directories only, for the volume of an existing file.
+bool QueryDiskOfFile(const wchar_t* name, ULARGE_INTEGER& available,
+                     ULARGE_INTEGER& total) noexcept {
+    wchar_t volume[1024];
+    return GetFileAttributesW(name) != INVALID_FILE_ATTRIBUTES &&
+           GetVolumePathNameW(name, volume, static_cast<DWORD>(std::size(volume))) != 0 &&
+           GetDiskFreeSpaceExW(volume, &available, &total, nullptr) != 0;
+}
+
+}  // namespace
 
 apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     const std::size_t length = std::strlen(path);
@@ -23,13 +37,14 @@ apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
         std::memcpy(directory.get() + length, "\\", 2);
     }
     const WideName name(directory.get());
+    const WideName file(path);
     ULARGE_INTEGER available{};
     ULARGE_INTEGER total{};
-    ULARGE_INTEGER free{};
-    if (!name) {
-        return name.Status();
+    if (!name || !file) {
+        return name ? file.Status() : name.Status();
     }
-    if (GetDiskFreeSpaceExW(name.Get(), &available, &total, &free) == 0) {
+    if (GetDiskFreeSpaceExW(name.Get(), &available, &total, nullptr) == 0 &&
+        !QueryDiskOfFile(file.Get(), available, total)) {
         return LastStatus();
     }
     disk.available = available.QuadPart;

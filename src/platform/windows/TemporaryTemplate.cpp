@@ -7,8 +7,9 @@
 
 namespace zukel::platform {
 
-TemporaryTemplate::TemporaryTemplate(char* name) noexcept : marks_(name + std::strlen(name)) {
-    while (marks_ != name && marks_[-1] == 'X') {
+TemporaryTemplate::TemporaryTemplate(char* name, std::size_t most) noexcept
+    : marks_(name + std::strlen(name)) {
+    while (length_ != most && marks_ != name && marks_[-1] == 'X') {
         --marks_;
         ++length_;
     }

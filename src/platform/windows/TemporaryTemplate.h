@@ -8,7 +8,8 @@ namespace zukel::platform {
 class TemporaryTemplate {
 public:
     /// @param name stays as long as this object.
-    explicit TemporaryTemplate(char* name) noexcept;
+    /// @param most how many trailing `X` are replaced.
+    TemporaryTemplate(char* name, std::size_t most) noexcept;
 
     /// Puts other signs there. False after many names, or when the system has no random numbers.
     bool FillIn() noexcept;
