@@ -62,6 +62,7 @@ TEST(kelStringTest, vsnprintf_CutsAndTakesTheLengthsOfTheCLibrary) {
     EXPECT_EQ(Format(99, "%jd|%s", least, "x"), "22 -9223372036854775807|x");
     EXPECT_EQ(Format(99, "%08llx|%*lld", kAll >> 4U, 4, 3LL), "20 fffffffffffffff|   3");
     EXPECT_EQ(Format(99, "%%lld|%%%lld%%|%ld", 1LL, 2L), "10 %lld|%1%|2");
+    EXPECT_EQ(Format(99, "%I64d", 7LL), kOnWindows ? "1 7" : "5 %I64d");
     for (const std::size_t length : {252U, 253U, 300U}) {  // of the format, less four
         const std::string longer(length, 'y');
         EXPECT_EQ(Format(400, longer + "%zu", std::size_t{1}),

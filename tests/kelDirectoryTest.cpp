@@ -204,6 +204,7 @@ TEST_F(kelDirectoryTest, AbsoluteAndRelativePaths_AreOfTheCurrentDirectory) {
     }
     const std::string odd = directory / kOddName;
     EXPECT_EQ(kelDirectory::Create(odd, 0x755, false), kOk);
+    EXPECT_EQ(kelDirectory::Create("no/../new", 0x755, false), kOnWindows ? kOk : kFailed);
     EXPECT_EQ(kelDirectory::SetCurrentDirectory(odd + "/./"), kOk);
     EXPECT_EQ(kelDirectory::SetCurrentDirectory("missing"), kFailed);
     EXPECT_EQ(kelDirectory::SetCurrentDirectory(""), kelStatusEmptyPath);

@@ -36,7 +36,10 @@ TEST_F(kelDynamicObjectTest, States_FollowTheTable) {
     fs::copy_file(ZUKEL_TEST_MODULES "/second.dll", "libn" + suffix);
     EXPECT_EQ(object.kelLoadLibraryEx(directory.Path(), "n"), kOk);
     EXPECT_EQ(Answer(object), 2);
+    EXPECT_EQ(Answer(object, "Relayed"), kOnWindows ? 2 : 1) << "Linux: of the module loaded first";
     long long (*answer)() = nullptr;
+    EXPECT_EQ(object.FindSymbol(&answer, "getenv"), kOnWindows ? kFailed : kOk)
+        << "of a library that it is linked with";
     EXPECT_EQ(object.FindSymbol(&answer, "Answer"), kOk);
     fs::copy_file(kFirst, "n" + suffix);
     EXPECT_EQ(object.kelLoadLibraryEx(directory.Path(), "n"), kOk);

@@ -53,6 +53,12 @@ TEST_F(kelFileTest, Open_Table) {
     EXPECT_EQ(ReadWhole("file"), "abcd");
     EXPECT_EQ(kelFile().Open("file", kWrite | kelFile::ModeTruncate), kOk);
     EXPECT_EQ(ReadWhole("file"), "");
+    kelFile passing("file", kRead | kelFile::ModeDeleteOnClose);
+    fs::create_directory("other"), directory.Write("other/file");
+    fs::current_path("other");
+    EXPECT_EQ(passing.Close(), kOk);
+    EXPECT_EQ(fs::exists("file"), kOnWindows) << "Linux: what has the name at the close";
+    EXPECT_EQ(fs::exists("../file"), !kOnWindows) << "Windows: the file that was opened";
 }
 
 TEST_F(kelFileTest, CreateTemporaryFile_MakesTheNameFromTheTemplateAndRemovesIt) {
