@@ -1,5 +1,5 @@
-// The small classes at work. Which symbols are exported is in exported-symbols.txt, and the layouts
-// are in abi/.
+// The classes without much state. Which symbols are exported is in exported-symbols.txt, and the
+// layouts are in abi/.
 
 #include <cstdarg>
 #include <cstdint>
@@ -69,6 +69,15 @@ TEST(kelStringTest, vsnprintf_CutsAndTakesTheLengthsOfTheCLibrary) {
                   std::to_string(length + 1) + " " + longer + "1");
     }
     EXPECT_EQ(Format(99, "%lld %", 1LL), Format(99, "%qd %", 1LL)) << "an end in the middle";
+}
+
+TEST(kelAtomicTest, IncrementAndDecrement_WrapBothWays) {
+    kelAtomic counter, shared;
+    shared = counter;
+    EXPECT_EQ(counter.Decrement(), -1);
+    EXPECT_EQ(shared.Increment(), UINT32_MAX) << "the value before";
+    EXPECT_EQ(counter.Increment(), 0U);
+    EXPECT_EQ(shared.Decrement(), 0) << "the value after";
 }
 
 /// What is assigned without effect, and what does nothing until something is derived from it.
