@@ -50,8 +50,7 @@ class Boost : public Library {
 
     long Start(const Command& command) override {
         const std::string& program = command.words[0];
-        const std::vector<std::string> rest(command.words.begin() + 1, command.words.end());
-        const auto arguments = process::args = rest;
+        const auto arguments = process::args = command.Arguments();
         child_ = std::make_unique<Child>();
         if (command.throughPipe) {
             child_->child = process::child(program, arguments, process::std_out > child_->output);
@@ -73,9 +72,8 @@ class Boost : public Library {
         boost::asio::io_context context;
         std::future<std::string> out;
         std::future<std::string> err;
-        const std::vector<std::string> rest(command.words.begin() + 1, command.words.end());
-        process::child child(command.words[0], process::args = rest, process::std_out > out,
-                             process::std_err > err, context);
+        process::child child(command.words[0], process::args = command.Arguments(),
+                             process::std_out > out, process::std_err > err, context);
         context.run();
         child.wait();
         output = out.get();

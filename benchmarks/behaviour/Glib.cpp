@@ -16,15 +16,6 @@ void Try(Call call) {
     Check(done, reason);
 }
 
-std::vector<const char*> Vector(const std::vector<std::string>& texts) {
-    std::vector<const char*> words;
-    for (const std::string& text : texts) {
-        words.push_back(text.c_str());
-    }
-    words.push_back(nullptr);
-    return words;
-}
-
 class Glib : public Library {
     Description About() const override {
         return {"GLib",
@@ -63,7 +54,7 @@ class Glib : public Library {
         }
         Try([&](GError** error) {
             child_.reset(
-                g_subprocess_launcher_spawnv(launcher.get(), Vector(command.words).data(), error));
+                g_subprocess_launcher_spawnv(launcher.get(), command.Pointers().data(), error));
             return child_ != nullptr;
         });
         const char* const pid = g_subprocess_get_identifier(child_.get());
@@ -81,7 +72,7 @@ class Glib : public Library {
         GBytes* bytes[2] = {};
         Try([&](GError** error) {
             const Held<GSubprocess> process(g_subprocess_newv(
-                Vector(command.words).data(),
+                command.Pointers().data(),
                 GSubprocessFlags(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE),
                 error));
             return process != nullptr && g_subprocess_communicate(process.get(), nullptr, nullptr,

@@ -12,6 +12,17 @@ struct Command {
     std::vector<std::string> words;  ///< The program first.
     std::string directory;           ///< Empty: the caller's.
     bool throughPipe = false;        ///< Its output goes to the caller, who does not read it.
+
+    std::vector<std::string> Arguments() const { return {words.begin() + 1, words.end()}; }
+    /// All words, and a null pointer.
+    std::vector<const char*> Pointers() const {
+        std::vector<const char*> pointers;
+        for (const std::string& word : words) {
+            pointers.push_back(word.c_str());
+        }
+        pointers.push_back(nullptr);
+        return pointers;
+    }
 };
 
 struct Description {

@@ -36,15 +36,11 @@ struct Close {
 
 /// Starts a program with the first so many of its outputs through pipes.
 void Spawn(const Command& command, int pipes, Child& child) {
-    std::vector<char*> words;
-    for (const std::string& word : command.words) {
-        words.push_back(const_cast<char*>(word.c_str()));
-    }
-    words.push_back(nullptr);
+    const std::vector<const char*> words = command.Pointers();
     uv_stdio_container_t streams[3]{};
     uv_process_options_t options{};
     options.file = words[0];
-    options.args = words.data();
+    options.args = const_cast<char**>(words.data());
     options.cwd = command.directory.empty() ? nullptr : command.directory.c_str();
     options.stdio = streams;
     options.stdio_count = pipes == 0 ? 0 : 1 + pipes;

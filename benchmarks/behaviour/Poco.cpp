@@ -40,14 +40,14 @@ class PocoLibrary : public Library {
     void Load(Text file) override { Poco::SharedLibrary().load(file); }
 
     long Start(const Command& command) override {
-        const Poco::Process::Args arguments(command.words.begin() + 1, command.words.end());
         Poco::Pipe pipe;
         Poco::Pipe* const output = command.throughPipe ? &pipe : nullptr;
         child_.reset(new Child{
             pipe, command.directory.empty()
-                      ? Poco::Process::launch(command.words[0], arguments, nullptr, output, nullptr)
-                      : Poco::Process::launch(command.words[0], arguments, command.directory,
-                                              nullptr, output, nullptr)});
+                      ? Poco::Process::launch(command.words[0], command.Arguments(), nullptr,
+                                              output, nullptr)
+                      : Poco::Process::launch(command.words[0], command.Arguments(),
+                                              command.directory, nullptr, output, nullptr)});
         return child_->handle.id();
     }
     bool IsRunning() override { return Poco::Process::isRunning(child_->handle); }
@@ -56,8 +56,8 @@ class PocoLibrary : public Library {
     void Collect(const Command& command, std::string& output, std::string& errors) override {
         Poco::Pipe out;
         Poco::Pipe err;
-        const Poco::Process::Args arguments(command.words.begin() + 1, command.words.end());
-        const auto handle = Poco::Process::launch(command.words[0], arguments, nullptr, &out, &err);
+        const auto handle =
+            Poco::Process::launch(command.words[0], command.Arguments(), nullptr, &out, &err);
         Poco::PipeInputStream first(out);
         Poco::PipeInputStream second(err);
         Poco::StreamCopier::copyToString(first, output);

@@ -21,11 +21,6 @@ struct Child {
 
 std::unique_ptr<Child> StartWith(const Command& command, apr_int32_t errors) {
     auto child = std::make_unique<Child>();
-    std::vector<const char*> words;
-    for (const std::string& word : command.words) {
-        words.push_back(word.c_str());
-    }
-    words.push_back(nullptr);
     apr_procattr_t* attributes = nullptr;
     apr_procattr_create(&attributes, child->pool);
     apr_procattr_cmdtype_set(attributes, APR_PROGRAM_ENV);
@@ -35,8 +30,8 @@ std::unique_ptr<Child> StartWith(const Command& command, apr_int32_t errors) {
     if (command.throughPipe) {
         apr_procattr_io_set(attributes, APR_NO_PIPE, APR_FULL_BLOCK, errors);
     }
-    CheckStatus(
-        apr_proc_create(&child->process, words[0], words.data(), nullptr, attributes, child->pool));
+    CheckStatus(apr_proc_create(&child->process, command.words[0].c_str(),
+                                command.Pointers().data(), nullptr, attributes, child->pool));
     return child;
 }
 

@@ -11,7 +11,7 @@ void CheckStatus(int status) {
 kelProcessOptions Options(const Command& command) {
     kelProcessOptions options;
     options.command = command.words[0];
-    options.arguments.assign(command.words.begin() + 1, command.words.end());
+    options.arguments = command.Arguments();
     options.directory = command.directory;
     return options;
 }

@@ -11,12 +11,43 @@
 
 namespace {
 
-constexpr const char* kModule = ZUKEL_BENCHMARK_MODULE;
+// What is done with an object: a new one each time, or one that lives as long as the program.
 
-/// A file for reading, but now and then a temporary one.
-void Open(kelFile& file, const Place& place, long long number) {
+void Use(kelLibrary& library, const Place&, long long number) {
+    const char* const name = number % 2 == 0 ? "SOAK" : "PATH";
+    zuString text;
+    MUST(library.SetEnvironmentVariable("SOAK", "value") == kelStatusOk);
+    MUST(library.GetEnvironmentVariable(text, name) == kelStatusOk);
+    MUST(library.GetHostName(text) == kelStatusOk);
+    MUST(!library.GetTempDir().empty());
+    MUST(library.GetCurrentUserName(text) == kelStatusOk);
+    MUST(library.GetUserDirectory(text) == kelStatusOk);
+}
+
+void Use(kelDirectory& directory, const Place& place, long long) {
+    zuString name;
+    directory.Close();  // what it has held since the last time
+    MUST(directory.Open(place.path) == kelStatusOk);
+    MUST(directory.ReadFirst(name) == kelStatusOk);
+}
+
+/// Now and then a module that is not there: its reason is kept somewhere, too.
+void Use(kelDynamicObject& module, const Place&, long long number) {
+    long long (*answer)() = nullptr;
+    module.UnloadLibrary();
+    if (number % 10 == 0) {
+        MUST(module.LoadLibrary("/missing.so") != kelStatusOk);
+        MUST(!module.GetError().empty());
+    }
+    MUST(module.LoadLibrary(ZUKEL_BENCHMARK_MODULE) == kelStatusOk);
+    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
+}
+
+void Use(kelFile& file, const Place& place, long long number) {
     const int buffered = number % 2 == 0 ? 0 : kelFile::ModeBuffered;
     char byte = 0;
+    file.Close();
+    MUST(file.Open("/missing/file", kelFile::ModeRead) == kelStatusNotFound);
     if (number % 10 == 0) {
         MUST(file.CreateTemporaryFile(place.path + "/t-XXXXXX") == kelStatusOk);
     } else {
@@ -25,38 +56,24 @@ void Open(kelFile& file, const Place& place, long long number) {
     }
 }
 
-// An object of each class.
-
-void UseLibrary(const Place&, long long) {
-    zuString name;
-    MUST(kelLibrary().GetHostName(name) == kelStatusOk);
+template <typename Object>
+void Once(const Place& place, long long number) {
+    Object object;
+    Use(object, place, number);
 }
+
+template <typename Object>
+void Again(const Place& place, long long number) {
+    static Object object;
+    Use(object, place, number);
+}
+
+// What an object of each other class does.
 
 void UseAtomic(const Place&, long long) {
     kelAtomic counter;
     counter.Increment();
     MUST(counter.Decrement() == 0);
-}
-
-void UseDirectory(const Place& place, long long) {
-    zuString name;
-    MUST(kelDirectory(place.path).ReadFirst(name) == kelStatusOk);
-}
-
-/// Now and then a module that is not there: its reason is kept somewhere, too.
-void UseModule(const Place&, long long number) {
-    kelDynamicObject module;
-    if (number % 10 == 0) {
-        MUST(module.LoadLibrary("/missing.so") != kelStatusOk);
-        MUST(!module.GetError().empty());
-    } else {
-        MUST(module.LoadLibrary(kModule) == kelStatusOk);
-    }
-}
-
-void UseFile(const Place& place, long long number) {
-    kelFile file;
-    Open(file, place, number);
 }
 
 void UseFileInfo(const Place& place, long long) {
@@ -85,6 +102,14 @@ void UseTime(const Place&, long long number) {
     MUST(time.GetFormatTime(text, "%c") == kelStatusOk);
 }
 
+void ReuseTime(const Place&, long long) {
+    static kelTime time(0);
+    zuString text;
+    time.MakeCurrentTime();
+    time.MakeLocalTime();
+    MUST(time.GetFormatTime(text, "%c") == kelStatusOk);
+}
+
 void UseSmallOnes(const Place&, long long) {
     kelMutex mutex(nullptr);
     const kelBarrier barrier;
@@ -104,48 +129,10 @@ void UseStatics(const Place& place, long long number) {
     MUST(kelLibrary::GetAbsoluteFileName("~/a") != "~/a");
 }
 
-// One object each that lives as long as the program, and is used anew each time.
-
-void ReuseLibrary(const Place&, long long number) {
-    static kelLibrary library;
-    const char* const name = number % 2 == 0 ? "SOAK" : "PATH";
-    zuString text;
-    MUST(library.SetEnvironmentVariable("SOAK", "value") == kelStatusOk);
-    MUST(library.GetEnvironmentVariable(text, name) == kelStatusOk);
-    MUST(library.GetHostName(text) == kelStatusOk);
-    MUST(!library.GetTempDir().empty());
-    MUST(library.GetCurrentUserName(text) == kelStatusOk);
-    MUST(library.GetUserDirectory(text) == kelStatusOk);
-}
-
-void ReuseFile(const Place& place, long long number) {
-    static kelFile file;
-    Open(file, place, number);
-    MUST(file.Close() == kelStatusOk);
-    MUST(file.Open("/missing/file", kelFile::ModeRead) == kelStatusNotFound);
-}
-
-void ReuseDirectory(const Place& place, long long) {
-    static kelDirectory directory;
-    zuString name;
-    MUST(directory.Open(place.path) == kelStatusOk);
-    MUST(directory.ReadFirst(name) == kelStatusOk);
-    MUST(directory.Close() == kelStatusOk);
-}
-
 void ListAgain(const Place& place, long long) {
     static kelDirectory directory(place.path);
     MUST(directory.GetFileNames().size() >= Place::kFiles);
     MUST(directory.GetNumberOfFiles() >= Place::kFiles);
-}
-
-void ReuseModule(const Place&, long long number) {
-    static kelDynamicObject module;
-    long long (*answer)() = nullptr;
-    MUST(module.LoadLibrary(kModule) == kelStatusOk);
-    MUST(module.FindSymbol(&answer, "Answer") == kelStatusOk);
-    MUST(module.UnloadLibrary() == kelStatusOk);
-    MUST(number % 10 != 0 || module.LoadLibrary("/missing.so") != kelStatusOk);
 }
 
 void ReuseFileInfo(const Place& place, long long) {
@@ -173,34 +160,26 @@ void ReuseSegment(const Place&, long long) {
     MUST(owner.Destroy() == kelStatusOk);
 }
 
-void ReuseTime(const Place&, long long) {
-    static kelTime time(0);
-    zuString text;
-    time.MakeCurrentTime();
-    time.MakeLocalTime();
-    MUST(time.GetFormatTime(text, "%c") == kelStatusOk);
-}
-
 }  // namespace
 
 const std::vector<Job>& Jobs() {
     static const std::vector<Job> jobs = {
-        {"kelLibrary", UseLibrary},
+        {"kelLibrary", Once<kelLibrary>},
         {"kelAtomic", UseAtomic},
-        {"kelDirectory", UseDirectory},
-        {"kelDynamicObject", UseModule},
-        {"kelFile", UseFile},
+        {"kelDirectory", Once<kelDirectory>},
+        {"kelDynamicObject", Once<kelDynamicObject>},
+        {"kelFile", Once<kelFile>},
         {"kelFileInfo", UseFileInfo},
         {"kelProcess", UseProcess},
         {"kelSharedMemory", UseSegment},
         {"kelTime", UseTime},
         {"kelMutex and the like", UseSmallOnes},
         {"static calls", UseStatics},
-        {"one kelLibrary", ReuseLibrary},
-        {"one kelFile", ReuseFile},
-        {"one kelDirectory, opened", ReuseDirectory},
+        {"one kelLibrary", Again<kelLibrary>},
+        {"one kelFile", Again<kelFile>},
+        {"one kelDirectory, opened", Again<kelDirectory>},
         {"one kelDirectory, listed", ListAgain},
-        {"one kelDynamicObject", ReuseModule},
+        {"one kelDynamicObject", Again<kelDynamicObject>},
         {"one kelFileInfo", ReuseFileInfo},
         {"one kelProcess", ReuseProcess},
         {"one kelSharedMemory", ReuseSegment},
