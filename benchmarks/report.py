@@ -15,7 +15,7 @@ from pathlib import Path
 import matplotlib.pyplot as plt
 
 # Each way with the mark of the chart; the first two are what all libraries stand on.
-PEERS = {"runtime": ("APR", "o"), "system": ("system calls", "|"), "std": ("C/C++", "s"), "boost": ("Boost", "^"),
+PEERS = {"apr": ("APR", "o"), "system": ("system calls", "|"), "std": ("C/C++", "s"), "boost": ("Boost", "^"),
          "glib": ("GLib", "D"), "libuv": ("libuv", "+"), "poco": ("POCO", "v"), "qt": ("Qt", "x")}
 LIBRARIES = list(PEERS)[2:]
 LOST = 0.95  # a peer that takes less than this, as a part of what zukel takes, is better
@@ -161,7 +161,7 @@ The times are medians of {rounds} rounds; in each round all the ways of a job ru
 processor time, but for `StartUntilEnded`, `Run`, `ReplaceWhole`, `Counter` and `LevelDBFill`, which are
 time on the clock.
 “Spread” is the standard deviation of the rounds, in percent of their mean, for the way of the row in which
-that is most. “APR” is the runtime called directly, with a pool for each operation; “system calls” do the
+that is most. “APR” calls APR directly, with a pool for each operation; “system calls” do the
 least that the system offers, without any of the promises of the library. “Cold” is with no `kelLibrary`
 alive; the `LevelDB` rows are a database on this library's files (`examples/leveldbenv.cpp`), beside one on
 LevelDB's own, which calls the system; “native” are `NativeCopy` and `NativeRename`, beside the others' same calls. The files are on {memory},

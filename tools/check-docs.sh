@@ -119,14 +119,14 @@ compare_libraries() {
         }
         END {
             line = "| |"
-            for (i = 1; i <= names; ++i) { sub(/^The runtime \(APR\)$/, "APR", name[i]); line = line " " name[i] " |" }
+            for (i = 1; i <= names; ++i) line = line " " name[i] " |"
             print line
             gsub(/[^|]+/, "---", line)
             print line
             for (r = 1; r <= rows; ++r) {
                 line = "| " row[r] " |"
                 for (i = 1; i <= names; ++i) {
-                    what = said[part[r], name[i] == "APR" && !(("APR") in seen) ? "The runtime (APR)" : name[i]]
+                    what = said[part[r], name[i]]
                     if (what == "") { print "there is no such part: " part[r]; exit }
                     line = line " " (what == "no such operation" ? "–" : what ~ right[r] ? "yes" : "no") " |"
                 }

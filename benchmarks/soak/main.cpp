@@ -1,6 +1,6 @@
 // What a program that lives long does, long: children started, objects of each class made and
 // dropped, one of each used over and over, and a directory listed in eight threads. A kelLibrary
-// lives throughout: the last use of the runtime frees whatever was forgotten. Fails when memory,
+// lives throughout: the last use of APR frees whatever was forgotten. Fails when memory,
 // descriptors or zombies grow.
 //
 //   zukel_soak CHILDREN OBJECTS SECONDS

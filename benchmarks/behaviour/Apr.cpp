@@ -4,7 +4,7 @@
 #include <apr_thread_proc.h>
 #include <apr_version.h>
 
-#include "../RuntimePool.h"
+#include "../AprPool.h"
 #include "Library.h"
 
 namespace {
@@ -43,14 +43,14 @@ void ReadAll(apr_file_t* pipe, std::string& text) {
     }
 }
 
-/// The runtime's segments are known by the name of a file.
+/// APR's segments are known by the name of a file.
 std::string FileOf(Text name) {
     return "/tmp/" + name;
 }
 
-class Runtime : public Library {
+class Apr : public Library {
     Description About() const override {
-        return {"The runtime (APR)", apr_version_string(),
+        return {"APR", apr_version_string(),
                 "`apr_file_copy`, `apr_file_rename`, `apr_proc_create`, `apr_proc_wait`, both "
                 "outputs read one after the other, `apr_file_lock`, `apr_shm_create`, "
                 "`apr_shm_attach`, `apr_shm_remove`, `apr_dso_load`"};
@@ -122,5 +122,5 @@ class Runtime : public Library {
 }  // namespace
 
 std::unique_ptr<Library> ThisLibrary() {
-    return std::make_unique<Runtime>();
+    return std::make_unique<Apr>();
 }

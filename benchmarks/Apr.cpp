@@ -1,4 +1,4 @@
-// The jobs by the bare runtime, with a pool for each operation, as the library needs one.
+// The jobs by APR alone, with a pool for each operation, as the library needs one.
 
 #include <apr_atomic.h>
 #include <apr_dso.h>
@@ -11,8 +11,8 @@
 
 #include <cstring>
 
+#include "AprPool.h"
 #include "Jobs.h"
-#include "RuntimePool.h"
 
 namespace {
 
@@ -100,7 +100,7 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 }
 
 const bool kAdded = [] {
-    const Jobs jobs("runtime", Keep<Pool>);
+    const Jobs jobs("apr", Keep<Pool>);
     jobs.OpenClose<Reader>();
     jobs.CreateWriteClose<File<kCreate>>();
     jobs.ReadUnbuffered<Reader>();
@@ -178,10 +178,10 @@ const bool kAdded = [] {
         });
 
     // In two threads, which must not start APR at once: it counts its users without a lock.
-    const Jobs threaded("runtime");
+    const Jobs threaded("apr");
     threaded.Counter<apr_uint32_t>([](auto& counter) { return apr_atomic_inc32(&counter); });
 
-    const Jobs cold("runtimeCold");
+    const Jobs cold("aprCold");
     cold.OpenClose<Reader>();
     cold.Exists(Exists);
     cold.Repeat("FileFacts", Facts);
