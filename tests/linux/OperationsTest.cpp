@@ -65,6 +65,14 @@ TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
     }
 }
 
+TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
+    directory.Write("file", "old");
+    std::vector<std::string> synced;
+    const Guard sync = AtCall("fsync", [&] { return synced.push_back(ReadWhole("file")), 0; });
+    EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kOk);
+    EXPECT_THAT(synced, ElementsAre("old", "new")) << "the contents, then the name";
+}
+
 /// The kilobytes of a field of `/proc/meminfo`.
 unsigned long long Field(const std::string& name) {
     const std::string text = "\n" + ReadWhole("/proc/meminfo");

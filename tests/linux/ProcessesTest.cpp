@@ -81,12 +81,16 @@ TEST_F(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
         setresuid(kNobody, kNobody, kNobody);
         _exit(kelProcess::IsRunning(1));
     };
-    for (const int error : {0, ENOSYS}) {
-        Refusing("syscall", error, [&] {
-            EXPECT_TRUE(kelProcess::IsRunning(getpid()));
+    const struct {
+        int error;  ///< Of the call for a descriptor: refused, or there is no such process.
+        bool runs;
+    } rows[] = {{0, true}, {ENOSYS, true}, {ESRCH, false}, {EINVAL, false}, {ENOENT, false}};
+    for (const auto& row : rows) {
+        Refusing("syscall", row.error, [&] {
+            EXPECT_EQ(kelProcess::IsRunning(getpid()), row.runs);
             EXPECT_FALSE(kelProcess::IsRunning(0x7FFFFFFF));
             EXPECT_EQ(kelProcess::NativeKill(0x7FFFFFFF), kFailed);
-            EXPECT_EXIT(asNobody(), testing::ExitedWithCode(1), "") << "of another user";
+            EXPECT_EXIT(asNobody(), testing::ExitedWithCode(row.runs), "") << "of another user";
         });
     }
 }
@@ -103,17 +107,28 @@ TEST_F(Processes, AreNotStartedWithoutADescriptorForThem) {
 }
 
 TEST_F(Processes, ThatHaveEnded_AreSentNothing) {
-    for (const char* call : {"kill", "syscall"}) {
-        SCOPED_TRACE(call);
-        kelProcess process;
-        ASSERT_EQ(process.Start("true", false), kOk);
-        ASSERT_TRUE(Ends(process));
-        int calls = 0;
-        const Guard counted = AtCall(call, [&] { return ++calls, EPERM; });
-        EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);
-        EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
-        EXPECT_EQ(calls, 0);
-    }
+    kelProcess process;
+    ASSERT_EQ(process.Start("true", false), kOk);
+    ASSERT_TRUE(Ends(process));
+    const Guard all = Arm({FaultSource::System});
+    EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);
+    EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
+    EXPECT_EQ(fault.struck, "") << "was called";
+}
+
+TEST_F(Processes, ThatEndBeforeASignal_AreNotSentItByTheirNumber) {
+    kelProcess process;
+    ASSERT_EQ(process.Start("sleep", {"30"}, false), kOk);
+    const int pid = process.GetPid();
+    EXPECT_EXIT(_exit(process.IsRunning()), testing::ExitedWithCode(1), "") << "in a forked copy";
+    const Guard ends = AtCall("syscall", [pid] {  // and a sandbox refuses the signal
+        siginfo_t child{};
+        EXPECT_EQ(kill(pid, SIGKILL), 0);
+        EXPECT_EQ(waitid(P_PID, id_t(pid), &child, WEXITED | WNOWAIT), 0);
+        return EPERM;
+    });
+    EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);
+    EXPECT_EQ(process.GetLastError(), std::strerror(ESRCH));
 }
 
 TEST_F(Processes, EndWhereTheProgramIgnoresItsChildrenAndDoNotIgnoreTheirOwn) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <iostream>
 
 #include "faults/Walk.h"
 #include "platform/FileOperations.h"
@@ -50,30 +51,25 @@ constexpr std::size_t kLeastStack = 16 << 10;
 ///
 /// @param cancelled whether the thread is cancelled before the call begins.
 [[noreturn]] void StepInThread(const Row& row, std::size_t stack, bool cancelled) {
-    void* result = nullptr;
-    bool done = false;
+    bool succeeded = false, goesOn = false;
     {
         World it;
         row.prepare(it);
-        std::function<void()> call = [&] {
-            cancelled ? pthread_cancel(pthread_self()) : 0;
-            done = row.call(it) == kOk;
-            pthread_testcancel();
-        };
-        const auto body = [](void* work) -> void* {
-            (*static_cast<std::function<void()>*>(work))();
-            return nullptr;
-        };
         pthread_attr_t attributes;
-        pthread_t thread;
         pthread_attr_init(&attributes);
         const auto least = static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN));
         EXPECT_EQ(pthread_attr_setstacksize(&attributes, std::max(stack, least)), 0);
-        EXPECT_EQ(pthread_create(&thread, &attributes, body, &call), 0);
-        EXPECT_EQ(pthread_join(thread, &result), 0);
+        EXPECT_EQ(pthread_setattr_default_np(&attributes), 0);
+        std::thread([&] {
+            cancelled ? pthread_cancel(pthread_self()) : 0;
+            succeeded = row.call(it) == kOk;
+            pthread_testcancel();
+            goesOn = true;
+        }).join();
     }
-    EXPECT_EQ(result, cancelled ? PTHREAD_CANCELED : nullptr);
-    _exit(done && !testing::Test::HasFailure() ? 0 : 1);
+    EXPECT_EQ(goesOn, !cancelled);
+    std::cerr << (succeeded ? "" : "the call fails\n");
+    _exit(succeeded && !testing::Test::HasFailure() ? 0 : 1);
 }
 
 }  // namespace
@@ -81,10 +77,12 @@ constexpr std::size_t kLeastStack = 16 << 10;
 void zukel::test::StepInThreads(const Row& row) {
     const auto ends = testing::ExitedWithCode(0);
     EXPECT_EXIT(StepInThread(row, kLeastStack, false), ends, "") << row.name;
-    // APR's search for a directory, and a module's own code, may be cancelled.
-    if (row.name.find("GetTempDir") + row.name.find("LoadLibrary") == 2 * std::string::npos) {
-        EXPECT_EXIT(StepInThread(row, 1 << 20, true), ends, "") << row.name << ", cancelled";
+    for (const char* each : {"GetTempDir", "LoadLibrary"}) {
+        if (row.name.find(each) != std::string::npos) {
+            return;  // APR's search for a directory, and a module's own code, may be cancelled
+        }
     }
+    EXPECT_EXIT(StepInThread(row, 1 << 20, true), ends, "") << row.name << ", cancelled";
 }
 
 namespace {
@@ -99,8 +97,9 @@ int StartProgram(World& it) {
     EXPECT_EQ(fs::remove(it.beyond / "ran"), status == kOk);
     EXPECT_EQ(process.GetPid() != -1, status == kOk);
     EXPECT_EQ(process.GetLastError().empty(), status == kOk);
-    // A file that cannot be opened is done without.
-    EXPECT_TRUE(ReadWhole(out) == (status == kOk ? "out\n" : "") || fault.struck == "open");
+    if (fault.struck != "open") {  // a file that cannot be opened is done without
+        EXPECT_EQ(ReadWhole(out), status == kOk ? "out\n" : "");
+    }
     it.beyond.Write("out");  // as it was
     return status;
 }
@@ -127,74 +126,62 @@ TEST(FaultWalk, Programs) {
     EXPECT_TRUE(AllReaped());
 }
 
-int ReadLink(World& it) {
-    const int status = kelFile::ReadSymbolicLink(it.missing, it.text);
-    EXPECT_EQ(it.text == "untouched", status != kOk);
-    it.text = "untouched";
-    return status;
-}
-
 TEST(FaultWalk, Links) {
     Walk({
         {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
          [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
         {CALL(kelFile::CreateSymbolicLink(kNew, it.missing))},
-        {CALL(ReadLink(it)), After::AsBefore, kFailed,
+        {CALL(kelFile::ReadSymbolicLink(it.missing, it.text)), After::AsBefore, kFailed,
          [](World& it) { fs::create_symlink(kNew, it.missing); }},
     });
 }
 
 TEST(FaultWalk, Transfers) {
-    constexpr auto kCopies = After::NoPartOfIt, kMoves = After::AsBeforeOrRenamed;
     // In memory, so that nothing waits for a disk; the move does not mind that it is one volume.
     setenv("TMPDIR", "/dev/shm", 1);
     const Guard back([] { unsetenv("TMPDIR"); });
-    struct Way {
+    const Row copy = {CALL(kelFile::Copy(it.from, it.to, 0x644)), After::NoPartOfIt};
+    const Row move = {CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)),
+                      After::AsBeforeOrRenamed};
+    const struct {
         Row row;
-        std::size_t size;   ///< Of the source.
-        const char* lacks;  ///< A call that the system refuses,
-        int error;          ///< and how.
+        std::size_t size;          ///< Of the source.
+        const char* refused = "";  ///< A call that the system refuses,
+        int error = 0;             ///< and how.
+    } ways[] = {
+        {copy, 3000},
+        {copy, 70000, "copy_file_range", EXDEV},
+        {{CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)), copy.after}, 70000},
+        {{CALL(kelFile::NativeCopy(it.from, it.to, 0)), copy.after}, 9000},
+        {move, 9000},
+        {move, 9000, "renameat2", EPERM},
+        {move, 9000, "linkat", EPERM},
+        {{CALL(kelFile::Rename(&it.library, it.from, it.to))}, 9000},
+        {{CALL(kelFile::NativeRename(it.from, it.to))}, 9000},
     };
-    const Way ways[] = {
-        {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, 3000, "", 0},
-        {{CALL(kelFile::Copy(it.from, it.to, 0x644)), kCopies}, 70000, "copy_file_range", EXDEV},
-        {{CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)), kCopies}, 70000, "", 0},
-        {{CALL(kelFile::NativeCopy(it.from, it.to, 0)), kCopies}, 9000, "", 0},
-        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
-         9000,
-         "",
-         0},
-        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
-         9000,
-         "renameat2",
-         EPERM},
-        {{CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)), kMoves},
-         9000,
-         "linkat",
-         EPERM},
-        {{CALL(kelFile::Rename(&it.library, it.from, it.to))}, 9000, "", 0},
-        {{CALL(kelFile::NativeRename(it.from, it.to))}, 9000, "", 0},
-    };
-    for (const Way& way : ways) {
-        const Guard lacking = AtCall(way.lacks, [error = way.error] { return error; });
-        for (const int kind : {0, 1, 2, 3}) {
-            Row row = way.row;
-            row.prepare = [moves = row.after == kMoves, size = way.size, exists = kind % 2 != 0,
-                           special = kind > 1](World& it) {
-                it.to = moves ? it.beyond / kTo : it.to;
-                if (special && moves) {
-                    fs::create_symlink("somewhere", it.from);
-                } else {
-                    it.place.Write(kFrom, std::string(size, 'c'));
-                    fs::resize_file(it.from, special ? 100000 : size);  // with a hole
-                }
-                // Where the volume has such attributes.
-                setxattr(it.from.c_str(), "user.zukel", "a", 1, 0);
-                if (exists) {
-                    std::ofstream(it.to) << "old";
-                }
-            };
-            Walk({row}, {EIO, EPERM, ENOSYS, EINTR, EINVAL, ENOTSUP, EROFS});
+    for (const auto& way : ways) {
+        const Guard refusing = AtCall(way.refused, [&way] { return way.error; });
+        const bool moves = way.row.after == move.after;
+        for (const std::string source : {"a file", moves ? "a link" : "a file with a hole"}) {
+            for (const std::string target : {"a new name", "a file"}) {
+                Row row = way.row;
+                row.name += " from " + source + " to " + target + " without \"" + way.refused + '"';
+                row.prepare = [=, size = way.size](World& it) {
+                    it.to = moves ? it.beyond / kTo : it.to;
+                    if (source == "a link") {
+                        fs::create_symlink("somewhere", it.from);
+                    } else {
+                        it.place.Write(kFrom, std::string(size, 'c'));
+                        fs::resize_file(it.from, source == "a file" ? size : 100000);
+                    }
+                    // Where the volume has such attributes.
+                    setxattr(it.from.c_str(), "user.zukel", "a", 1, 0);
+                    if (target == "a file") {
+                        std::ofstream(it.to) << "old";
+                    }
+                };
+                Walk({row}, {EIO, EPERM, ENOSYS, EINTR, EINVAL, ENOTSUP, EROFS});
+            }
         }
     }
 }

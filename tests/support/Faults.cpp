@@ -56,10 +56,6 @@ Guard ShortTransfers(std::function<std::size_t(std::size_t)> part) {
     return Guard([] { partOf = {}; });
 }
 
-std::size_t PartOf(std::size_t size) noexcept {
-    return counting && partOf && size > 0 ? partOf(size) : size;
-}
-
 Guard Counting(bool on) {
     ++stretches;
     return Guard([former = std::exchange(counting, on)] {
@@ -68,9 +64,24 @@ Guard Counting(bool on) {
     });
 }
 
-int ErrorOf(FaultSource source, const char* call) noexcept {
+namespace {
+
+using Word = std::intptr_t;
+using Result = std::intmax_t;
+
+/// Counts a call of the library.
+///
+/// @param size of a transfer: receives how many bytes it is to move.
+/// @returns the error that the call is to fail with, or 0.
+int ErrorOf(FaultSource source, const char* call, Word* size = nullptr) noexcept {
     if (stretches == 0 || !counting) {
         return 0;
+    }
+    if (partOf && size != nullptr && *size > 0) {
+        *size = static_cast<Word>(partOf(static_cast<std::size_t>(*size)));
+        if (*size == 0) {
+            return EINTR;
+        }
     }
     if (atCall.first == call || (atCall.first == "" && atCall.second)) {
         const Guard ownWork = Counting(false);
@@ -90,12 +101,22 @@ int ErrorOf(FaultSource source, const char* call) noexcept {
     return strikes ? fault.error : 0;
 }
 
+#ifndef _WIN32
+/// Calls that are made by number have the names of those that the C library makes too.
+const char* NameOf(Word number) {
+    return number == SYS_openat  ? "open"
+           : number == SYS_close ? "close"
+           : number == SYS_read  ? "read"
+           : number == SYS_write ? "write"
+                                 : "syscall";
+}
+#endif
+
+}  // namespace
+
 }  // namespace zukel::test
 
 using namespace zukel::test;
-
-using Word = std::intptr_t;
-using Result = std::intmax_t;
 
 // All arguments of the calls that are wrapped here are integers or pointers, and so are the
 // results: eight words carry those of any of them, whatever their types. An offset may take two.
@@ -104,71 +125,43 @@ using Result = std::intmax_t;
     extern "C" Result __real_##name(WORDS); \
     extern "C" Result __wrap_##name(WORDS)
 
-// FAILS(source, symbol, name, failure) fails without making the call; ENDS gives up a handle and
-// then tells a failure; TRANSFERS moves a part of its bytes on demand.
-#define STRUCK(source, symbol, name, failure, calls)                                 \
+// FAILS fails without making the call; ENDS gives up a handle and then reports a failure; TRANSFERS
+// moves a part of its bytes on demand.
+#define STRUCK(source, symbol, call, failure, calls, size)                           \
     WRAPPED(symbol) {                                                                \
-        const int error = ErrorOf(FaultSource::source, #name);                       \
+        const int error = ErrorOf(FaultSource::source, call, size);                  \
         const Result result =                                                        \
             error == 0 || calls ? __real_##symbol(a, b, c, d, e, f, g, h) : failure; \
         errno = error != 0 ? error : errno;                                          \
         return error != 0 ? failure : result;                                        \
     }
-#define TRANSFERS(source, symbol, name, failure)                                  \
-    WRAPPED(symbol) {                                                             \
-        const int error = ErrorOf(FaultSource::source, #name);                    \
-        const auto size = static_cast<Word>(PartOf(static_cast<std::size_t>(c))); \
-        if (error != 0 || (size == 0 && c != 0)) {                                \
-            errno = error != 0 ? error : EINTR;                                   \
-            return failure;                                                       \
-        }                                                                         \
-        return __real_##symbol(a, b, size, d, e, f, g, h);                        \
-    }
-#define FAILS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, false)
-#define ENDS(source, symbol, name, failure) STRUCK(source, symbol, name, failure, true)
+#define FAILS(source, symbol, name, failure) STRUCK(source, symbol, #name, failure, false, nullptr)
+#define ENDS(source, symbol, name, failure) STRUCK(source, symbol, #name, failure, true, nullptr)
+#define TRANSFERS(source, symbol, name, failure) STRUCK(source, symbol, #name, failure, false, &c)
 #ifdef _WIN32
 // A DLL is called through the pointer that the linker makes for the call, so that is what is
 // wrapped.
 #define TEN_WORDS WORDS, Word i, Word j
-#define FAILS_IN_DLL(symbol, name, failure, calls)                      \
-    extern "C" Word (*__real___imp_##name)(TEN_WORDS);                  \
-    extern "C" Word (*__wrap___imp_##name)(TEN_WORDS);                  \
-    Word (*__wrap___imp_##name)(TEN_WORDS) = [](TEN_WORDS) -> Word {    \
-        const DWORD former = GetLastError();                            \
-        const int error = ErrorOf(FaultSource::System, #name);          \
-        SetLastError(former);                                           \
-        Word result = failure;                                          \
-        if (error == 0 || calls) {                                      \
-            result = __real___imp_##name(a, b, c, d, e, f, g, h, i, j); \
-        }                                                               \
-        if (error != 0) {                                               \
-            SetLastError(static_cast<DWORD>(error));                    \
-        }                                                               \
-        return error != 0 ? failure : result;                           \
+#define FAILS_IN_DLL(symbol, name, failure, calls)                                             \
+    extern "C" Word (*__real___imp_##name)(TEN_WORDS);                                         \
+    extern "C" Word (*__wrap___imp_##name)(TEN_WORDS);                                         \
+    Word (*__wrap___imp_##name)(TEN_WORDS) = [](TEN_WORDS) -> Word {                           \
+        const DWORD former = GetLastError();                                                   \
+        const int error = ErrorOf(FaultSource::System, #name);                                 \
+        SetLastError(former);                                                                  \
+        const Word result =                                                                    \
+            error == 0 || calls ? __real___imp_##name(a, b, c, d, e, f, g, h, i, j) : failure; \
+        if (error != 0) {                                                                      \
+            SetLastError(static_cast<DWORD>(error));                                           \
+        }                                                                                      \
+        return error != 0 ? failure : result;                                                  \
     };
 #endif
 #include "WrappedCalls.inc"
 
 #ifndef _WIN32
-// By number, those that the C library's functions make too have their names.
-WRAPPED(syscall) {
-    const char* const call = a == SYS_openat  ? "open"
-                             : a == SYS_close ? "close"
-                             : a == SYS_read  ? "read"
-                             : a == SYS_write ? "write"
-                                              : "syscall";
-    const bool transfers = a == SYS_read || a == SYS_write || a == SYS_pread64 || a == SYS_pwrite64;
-    const int error = ErrorOf(FaultSource::System, call);
-    const auto size = transfers ? static_cast<Word>(PartOf(static_cast<std::size_t>(d))) : d;
-    const bool interrupted = transfers && size == 0 && d != 0;
-    if (interrupted || (error != 0 && a != SYS_close)) {
-        errno = interrupted ? EINTR : error;
-        return -1;
-    }
-    const Result result = __real_syscall(a, b, c, size, e, f, g, h);
-    errno = error != 0 ? error : errno;
-    return error != 0 ? -1 : result;
-}
+STRUCK(System, syscall, NameOf(a), -1, a == SYS_close,
+       a == SYS_read || a == SYS_write ? &d : nullptr)
 #endif
 
 // The runtime counts a user before it tries to start, also when it then fails.

@@ -51,10 +51,4 @@ auto UnderFaults(Call call) {
 /// How many users and pools of the runtime, blocks of `operator new` and descriptors there are.
 std::array<std::intmax_t, 4> WhatIsHeld();
 
-/// Of the wrappers: how many bytes a transfer is to move.
-std::size_t PartOf(std::size_t size) noexcept;
-
-/// Of the wrappers: counts a call, and gives the error that it is to fail with, or 0.
-int ErrorOf(FaultSource source, const char* call) noexcept;
-
 }  // namespace zukel::test

@@ -11,6 +11,7 @@
 #include "platform/linux/Descriptor.h"
 #include "platform/linux/Permissions.h"
 #include "platform/linux/SystemCall.h"
+#include "platform/linux/Uncancelled.h"
 
 namespace zukel::platform {
 
@@ -60,6 +61,7 @@ apr_status_t MakeDirectory(const char* path, apr_fileperms_t perms) noexcept {
 }
 
 apr_status_t MakeTemporaryDirectory(char* name) noexcept {
+    const Uncancelled uncancelled;  // glibc 2.36: in one of 22 calls mkdtemp calls getrandom
     return mkdtemp(name) != nullptr ? APR_SUCCESS : errno;
 }
 
