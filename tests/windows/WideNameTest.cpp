@@ -92,6 +92,7 @@ TEST(ReparsePoint, LinksLeadWhereTheirMakersSaid) {
         {ReparsePoint(kLink, LR"(..\a)", LR"(..\a)"), true, LR"(..\a)"},
         {ReparsePoint(kLink, LR"(\??\C:\a)", L""), true, LR"(C:\a)"},
         {ReparsePoint(kMount, LR"(\??\C:\a\)", L""), true, LR"(C:\a\)"},
+        {ReparsePoint(kLink, LR"(\??\UNC\server\a)", L""), true, LR"(\\server\a)"},
         {ReparsePoint(kMount, LR"(\??\Volume{1}\)", LR"(D:\b)"), true, LR"(D:\b)"},
         {ReparsePoint(IO_REPARSE_TAG_DEDUP, L"a", L"a"), false, L"untouched"},
     };
