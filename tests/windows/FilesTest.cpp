@@ -102,65 +102,36 @@ TEST_F(WindowsFiles, AreRemovedWithTheTreeThoughNobodyElseMayReadThem) {
     EXPECT_FALSE(fs::exists(file));
 }
 
-std::string Text(std::string format, ...) {
-    char text[64] = "";
-    va_list arguments;
-    va_start(arguments, format);
-    kelString::vsnprintf(text, sizeof text, format.data(), arguments);
-    va_end(arguments);
-    return text;
-}
-
 /// The rows of docs/platform-differences.md that no other test holds.
 TEST_F(WindowsFiles, DifferAsThePageOfDifferencesSays) {
-    const auto open = [](const std::string& name, DWORD share) {
-        const HANDLE opened =
-            CreateFileA(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
-        return opened != INVALID_HANDLE_VALUE && CloseHandle(opened) != 0 ? kOk : kFailed;
-    };
-    constexpr DWORD kReading = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    constexpr auto kMost = INT64_MAX;
     kelFile removed("gone", kWrite | kelFile::ModeDeleteOnClose), temporary;
-    EXPECT_EQ(temporary.CreateTemporaryFile(directory / "tXXXXXXXX"), kOk);
+    ASSERT_EQ(temporary.CreateTemporaryFile(directory / "tXXXXXXXX"), kOk);
     const std::string name = temporary.GetFileName();
+    EXPECT_EQ(name.find('X', directory.Path().size()), std::string::npos) << name;
+    EXPECT_FALSE(std::ifstream(name).is_open()) << "without FILE_SHARE_DELETE";
     kelDynamicObject module;
     long long (*symbol)() = nullptr;
     const struct {
         const char* what;
-        std::function<int()> run;
-        int status;
+        int status, expected;
     } rows[] = {
-        {"a reason without a line end",
-         [&] {
-             kelFile::Delete("no");
-             const zuString text = kelLibrary::GetErrorText();
-             return text.find_last_not_of(" \r\n") + 1 == text.size() ? kOk : kFailed;
-         },
-         kOk},
-        {"temporary, all X replaced",
-         [&] {
-             return name.find('X', directory.Path().size()) == std::string::npos ? kOk : kFailed;
-         },
-         kOk},
-        {"temporary, opened", [&] { return open(name, kReading); }, kFailed},
-        {"temporary, opened with FILE_SHARE_DELETE",
-         [&] { return open(name, kReading | FILE_SHARE_DELETE); }, kOk},
-        {"a directory before ..", [&] { return kelDirectory::Create("no/../e", 0x700, true); },
-         kOk},
-        {"it is not made", [&] { return kelFile::Exists("no") ? kOk : kFailed; }, kFailed},
-        {"a last .", [&] { return kelDirectory::Delete("e/."); }, kOk},
-        {"a number of 64 bits",
-         [&] { return Text("%I64d", kMost) == std::to_string(kMost) ? kOk : kFailed; }, kOk},
-        {"a symbol of a library that the module needs",
-         [&] {
-             return module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll") +
-                    module.FindSymbol(&symbol, "malloc");
-         },
-         kFailed},
+        {"open a temporary file", kelFile().Open(name, kRead), kOk},
+        {"create a directory before ..", kelDirectory::Create("no/../e", 0x700, true), kOk},
+        {"which is not made", kelFile::Exists(nullptr, "no"), kelStatusNotFound},
+        {"delete a last .", kelDirectory::Delete("e/."), kOk},
+        {"load", module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"), kOk},
+        {"find what another library has", module.FindSymbol(&symbol, "malloc"), kFailed},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(row.run(), row.status) << row.what;
+        EXPECT_EQ(row.status, row.expected) << row.what;
     }
+    long long most = INT64_MAX;
+    char text[64] = "", format[] = "%I64d";
+    kelString::vsnprintf(text, sizeof text, format, reinterpret_cast<char*>(&most));
+    EXPECT_EQ(text, std::to_string(most));
+    kelFile::Delete("no");
+    const std::string reason = kelLibrary::GetErrorText();
+    EXPECT_EQ(reason.find_last_not_of(" \r\n") + 1, reason.size()) << reason;
     const Guard elsewhere = WorkingDirectory("..");
     EXPECT_EQ(removed.Close(), kOk);
     EXPECT_FALSE(fs::exists(directory / "gone"));
