@@ -47,6 +47,9 @@ TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
          ""},
         {"CreateFileW", ERROR_ACCESS_DENIED, 1, 9, CALL(kelFile().Open(it.file, kTruncate)),
          kelStatusAccessDenied},
+        // The former temporary file is removed, and still open somewhere.
+        {"CreateFileW", ERROR_ACCESS_DENIED, 3, 3, CALL(kelFile::ReplaceWhole(it.missing, kNew)),
+         kOk},
         // The first call is that of the opening. The root of an empty volume has no entry.
         {"GetFileInformationByHandleEx", ERROR_FILE_NOT_FOUND, 2, 9,
          CALL(Directory::GetFileNames(it.folder, it.names)), kOk},

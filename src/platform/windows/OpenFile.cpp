@@ -63,7 +63,7 @@ std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noex
 DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept {
     const std::size_t length = std::wcslen(to);
     const std::size_t size = offsetof(RenameInformation, name) + (length + 1) * sizeof *to;
-    alignas(RenameInformation) char inside[1024];  // enough for most names, without an allocation
+    alignas(RenameInformation) char inside[1024];  // removing a name must not fail for memory
     std::unique_ptr<char[]> longer;                // aligned for any type
     if (size > sizeof inside) {
         longer.reset(new (std::nothrow) char[size]);

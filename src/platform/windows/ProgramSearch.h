@@ -15,8 +15,8 @@ struct FoundProgram {
 /// Looks for a program. A name without `/`, `\` and `:` is searched for in the system's directory,
 /// in that of Windows, and along the absolute entries of `PATH`, but never in the current
 /// directory; any other name is relative to `directory`. If the name ends in none of `.com`,
-/// `.exe`, `.bat` and
-/// `.cmd`, each is tried in turn, and then the name itself.
+/// `.exe`,
+/// `.bat` and `.cmd`, each is tried in turn, and then the name itself.
 ///
 /// @param directory the child's working directory, or empty for the caller's.
 /// @returns 0 or the reason. Throws `std::bad_alloc`.
