@@ -10,9 +10,9 @@ list(GET zukel_gcc -1 zukel_gcc)
 # The linker is called with these as well, and has no use for them.
 set(CMAKE_CXX_FLAGS_INIT "-Wno-unused-command-line-argument -nostdinc++ -isystem ${zukel_gcc}/include/c++ \
 -isystem ${zukel_gcc}/include/c++/x86_64-w64-mingw32")
-# The linker of GCC warns of the sizes of what clang compiles. What clang links last needs the threads,
-# which it does not link again behind that.
+# The linker of GCC warns of the sizes of what clang compiles. clang does not name the library of the threads,
+# which libstdc++ needs; lld looks into each archive whatever their order. Not the whole of it: it has a version
+# resource, and a DLL takes one.
 foreach(kind IN ITEMS EXE SHARED MODULE)
-  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT
-    " -fuse-ld=lld -L${zukel_gcc} -lwinpthread")
+  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -fuse-ld=lld -L${zukel_gcc} -lwinpthread")
 endforeach()

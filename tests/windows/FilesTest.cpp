@@ -91,6 +91,31 @@ TEST_F(WindowsFiles, PermissionsAreThoseOfTheAccessList) {
     EXPECT_EQ(kelFileInfo(directory / "segment").GetPermissions() & 0x677, 0x600);
 }
 
+TEST_F(WindowsFiles, AreRemovedWithTheTreeThoughNobodyElseMayReadThem) {
+    const std::string tree = directory / "tree";
+    fs::create_directory(tree);
+    const std::string file = directory.Write("tree/file");
+    const HANDLE held = CreateFileA(file.c_str(), GENERIC_READ, FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    kelDirectory::DeleteTree(tree);  // fails under Wine, which removes it when it is closed
+    CloseHandle(held);
+    EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(WindowsFiles, DifferAsThePageOfDifferencesSays) {
+    kelFile temporary;
+    ASSERT_EQ(temporary.CreateTemporaryFile(directory / "tXXXXXXXX"), kOk);
+    const std::string name = temporary.GetFileName();
+    EXPECT_EQ(name.find('X', directory.Path().size()), std::string::npos) << name;
+    EXPECT_FALSE(std::ifstream(name).is_open()) << "without FILE_SHARE_DELETE";
+    EXPECT_EQ(kelFile().Open(name, kRead), kOk) << "with it";
+    EXPECT_EQ(kelDirectory::Create("a", 0x700, false), kOk);
+    EXPECT_EQ(kelDirectory::Delete("a/."), kOk);
+    kelFile::Delete("no");
+    const std::string reason = kelLibrary::GetErrorText();
+    EXPECT_EQ(reason.find_last_not_of(" \r\n") + 1, reason.size()) << reason;
+}
+
 char* Text(kelSharedMemory& memory) {
     return static_cast<char*>(memory.GetBaseAddress());
 }

@@ -5,14 +5,14 @@
 
 namespace zukel::platform {
 
-/// A child keeps its identifier from being used again for as long as its handle is open.
+/// While its handle is open, the identifier of a child is not used again.
 struct Child {
     Handle process;
-    Handle job;  ///< Of what was started for a group.
+    Handle job;  ///< Only if it was started as a group.
     DWORD identifier = 0;
 };
 
-/// Whether the process of the handle runs.
+/// Whether the process runs.
 bool HandleRuns(const Handle& process) noexcept;
 
 }  // namespace zukel::platform

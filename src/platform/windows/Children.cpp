@@ -7,7 +7,7 @@ namespace zukel::platform {
 
 bool HandleRuns(const Handle& process) noexcept {
     DWORD code = 0;
-    // A program may end with the very code that stands for running.
+    // A program may end with the exit code STILL_ACTIVE (259).
     return GetExitCodeProcess(process.Get(), &code) != 0 && code == STILL_ACTIVE &&
            WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
 }

@@ -4,7 +4,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// Backslashes are themselves, but for those before a quotation mark, which count double.
+/// Backslashes are doubled before a quotation mark, and only there.
 void AppendArgument(std::wstring& line, const std::wstring& argument) {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\f\r\"") == std::wstring::npos) {
         line += argument;
@@ -29,7 +29,7 @@ bool IsSafeInMarks(const std::wstring& text) noexcept {
 }  // namespace
 
 std::wstring CommandLine(const std::vector<std::wstring>& arguments) {
-    // In the name of the program backslashes have no meaning.
+    // In the program's name a backslash is never special.
     std::wstring line = L'"' + arguments.front() + L'"';
     for (std::size_t at = 1; at < arguments.size(); ++at) {
         line += L' ';
@@ -44,8 +44,8 @@ bool BatchCommandLine(const std::wstring& interpreter, const std::wstring& scrip
     if (!IsSafeInMarks(script)) {
         return false;
     }
-    // No commands of the registry, the interpreter's extensions on, `!` as it is, and of all marks
-    // the first and the last alone taken away.
+    // /d: no AutoRun commands of the registry; /e:on: command extensions; /v:off: `!` is not
+    // special; /s: only the outer quotation marks are removed.
     std::wstring written = L'"' + interpreter + L"\" /d /e:on /v:off /s /c \"\"" + script + L'"';
     for (std::size_t at = 1; at < arguments.size(); ++at) {
         if (!IsSafeInMarks(arguments[at])) {

@@ -5,20 +5,19 @@
 
 namespace zukel::platform {
 
-/// The command line of a program, written so that the C library of the program takes it apart into
-/// the arguments as they were given.
+/// The command line of a program, quoted so that Microsoft's C library splits it into these
+/// arguments.
 ///
 /// @param arguments the first is the program's name, without quotation marks.
 std::wstring CommandLine(const std::vector<std::wstring>& arguments);
 
-/// The command line of the command interpreter that runs a batch file. Each argument is in
-/// quotation marks, within which the interpreter takes every character for itself but `"`, `%` and
-/// the ends of lines.
+/// The command line by which `cmd.exe` runs a batch file. Each argument is in quotation marks,
+/// within which only `"`, `%` and line ends are special to it.
 ///
 /// @param script the absolute name of the batch file.
 /// @param arguments the first is left out.
-/// @returns false, with `line` unchanged, when one of the texts has such a character, or all of
-/// them are longer than the interpreter reads.
+/// @returns false, with `line` unchanged, if a text has such a character, or the line is longer
+/// than `cmd.exe` accepts.
 bool BatchCommandLine(const std::wstring& interpreter, const std::wstring& script,
                       const std::vector<std::wstring>& arguments, std::wstring& line);
 

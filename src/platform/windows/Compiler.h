@@ -1,6 +1,6 @@
 #pragma once
 
-// What compilers spell in their own ways, and the only place for it.
+// Compiler-specific syntax. No other file of this folder has any.
 
 #include <cstdint>
 

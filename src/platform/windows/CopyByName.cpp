@@ -1,22 +1,22 @@
 #include "platform/FileOperations.h"
 #include "platform/windows/OpenFile.h"
 
-// APR's copy (1.7.2) and the system's `CopyFileW` empty a target before they know that it is not
-// the source, or leave a part of it when the writing fails. So the first is done here, with the
-// result of APR's, and the second only if both files can be opened.
+// APR's copy (1.7.2) truncates a target that is the source under another name, and leaves a partial
+// target after a failure, so it is done here. `CopyFileW` is called only if both files can be
+// opened, and if they are two.
 
 namespace zukel::platform {
 
 namespace {
 
-/// Directories do not open.
+/// Fails for a directory.
 Handle OpenSource(const wchar_t* name) noexcept {
     return Handle(CreateFileW(name, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                               FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
-/// Some files open and then cannot be read, as where another process has locked a part: the target
-/// must not suffer from that.
+/// Some files open and cannot be read, for example if another process has locked a part. The copy
+/// must find out before it truncates the target.
 bool CanBeRead(const Handle& file) noexcept {
     char first = 0;
     DWORD got = 0;
@@ -25,7 +25,8 @@ bool CanBeRead(const Handle& file) noexcept {
             SetFilePointerEx(file.Get(), {}, nullptr, FILE_BEGIN) != 0);
 }
 
-/// The read-only mark is all that a word of permission bits can say of a file here.
+/// Gives a copy the read-only attribute of its source, which is all of its permissions that can be
+/// copied.
 bool TakeReadOnlyMark(const Handle& file, std::uint32_t sourceAttributes) noexcept {
     FILE_BASIC_INFO info{};
     if (GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &info, sizeof info) == 0) {
@@ -40,8 +41,8 @@ bool TakeReadOnlyMark(const Handle& file, std::uint32_t sourceAttributes) noexce
     return SetFileInformationByHandle(file.Get(), FileBasicInfo, &wanted, sizeof wanted) != 0;
 }
 
-/// Gives the copy its source's attributes and time of change, which Wine 8 leaves out: the first
-/// where the target existed, the second always.
+/// Gives the copy its source's attributes and modification time. `CopyFileW` of Wine 8 leaves out
+/// the attributes if the target existed, and the time always.
 void CarryOver(const Handle& source, const Handle& copy) noexcept {
     FILE_BASIC_INFO info{};
     if (GetFileType(copy.Get()) != FILE_TYPE_DISK ||
@@ -52,6 +53,13 @@ void CarryOver(const Handle& source, const Handle& copy) noexcept {
     wanted.LastWriteTime = info.LastWriteTime;
     wanted.FileAttributes = info.FileAttributes;
     SetFileInformationByHandle(copy.Get(), FileBasicInfo, &wanted, sizeof wanted);
+}
+
+/// Whether `CopyFileW` has failed at opening one of the files, so that the target is as it was. It
+/// opens them for itself, shares less of them than this library does, and refuses a target that is
+/// hidden.
+bool IsRefusalToOpen(DWORD error) noexcept {
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
 }
 
 /// What a copy onto the file itself returns.
@@ -65,7 +73,7 @@ apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms
     if (!source || !target) {
         return source ? target.Status() : source.Status();
     }
-    // By name first: the target may not open for writing.
+    // By name first: the target may refuse to be opened for writing.
     if (Identify(source.Get(), Symlinks::Follow) == Identify(target.Get(), Symlinks::Follow)) {
         return kSameFile;
     }
@@ -75,7 +83,7 @@ apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms
     }
     Handle out(CreateFileW(target.Get(), GENERIC_READ | GENERIC_WRITE, kShareAll, nullptr,
                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!out) {  // one that can only be written, such as a pipe
+    if (!out) {  // a pipe may allow writing alone
         out = Handle(CreateFileW(target.Get(), GENERIC_WRITE, kShareAll, nullptr, OPEN_ALWAYS,
                                  FILE_ATTRIBUTE_NORMAL, nullptr));
     }
@@ -83,7 +91,7 @@ apr_status_t CopyWithPermissions(const char* from, const char* to, apr_fileperms
         return LastStatus();
     }
     const FileId file = Identify(in);
-    if (file == Identify(out)) {  // the handles decide: a name may lead elsewhere by now
+    if (file == Identify(out)) {  // again: a name may mean another file by now
         return kSameFile;
     }
     const bool regular = GetFileType(out.Get()) == FILE_TYPE_DISK;
@@ -119,9 +127,11 @@ apr_status_t CopyWithAttributes(const char* from, const char* to, bool normal) n
         status = LastStatus();
     } else if (CopyFileW(sourceName.Get(), targetName.Get(), FALSE) != 0) {
         CarryOver(open(sourceName, FILE_READ_ATTRIBUTES), open(targetName, FILE_WRITE_ATTRIBUTES));
-    } else {  // both ends could be had, so it is the writing that has failed
+    } else {
         status = LastStatus();
-        DropOpenFile(open(targetName, GENERIC_WRITE));
+        if (!present || !IsRefusalToOpen(static_cast<DWORD>(APR_TO_OS_ERROR(status)))) {
+            DropOpenFile(open(targetName, GENERIC_WRITE));
+        }
     }
     if (normal) {
         SetFileAttributesW(targetName.Get(), FILE_ATTRIBUTE_NORMAL);

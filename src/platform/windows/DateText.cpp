@@ -27,7 +27,7 @@ bool DateText::Write(const char* pattern, std::size_t most) {
     for (; *pattern != '\0'; ++pattern) {
         const char* directive = pattern + 1;
         if (*pattern == '%' && (*directive == 'E' || *directive == 'O')) {
-            ++directive;  // another form of the same, where the locale has one
+            ++directive;  // the locale's alternative form, which is not used
         }
         if (*pattern == '%' && *directive != '\0' && WriteDirective(*directive)) {
             pattern = directive;
@@ -163,7 +163,7 @@ void DateText::WriteNumber(long long value, std::size_t width, char filler) {
     text_.append(width > size ? width - size : 0, filler) += digits;
 }
 
-/// The library is given no field that it would refuse.
+/// `strftime` gets only fields that msvcrt accepts.
 void DateText::WriteOfLocale(char directive, bool inRange) {
     std::tm date{};
     date.tm_mday = 1;
@@ -178,7 +178,7 @@ void DateText::WriteOfLocale(char directive, bool inRange) {
     text_.append(room, inRange ? std::strftime(room, sizeof room, pattern, &date) : 1);
 }
 
-/// What another locale than C writes in its own way, where the library takes the date.
+/// Uses `strftime` in any other locale than C, if msvcrt accepts the date.
 void DateText::WriteForm(char directive, const char* plain) {
     const char* const locale = std::setlocale(LC_TIME, nullptr);
     const bool takes = IsWithin(date_.tm_sec, 59) && IsWithin(date_.tm_min, 59) &&
@@ -203,7 +203,7 @@ void DateText::WriteForm(char directive, const char* plain) {
     text_.append(room, std::strftime(room, sizeof room, pattern, &date));
 }
 
-/// The week belongs to the year that its Thursday is in.
+/// A week belongs to the year of its Thursday.
 void DateText::WriteIsoWeek(char directive) {
     long long year = Year();
     long long thursday = date_.tm_yday - (date_.tm_wday + 6) % 7 + 3LL;  // days since the new year
@@ -229,7 +229,8 @@ void DateText::WriteOffset() {
     WriteNumber(std::abs(minutes) / 60 * 100LL + std::abs(minutes) % 60, 4);
 }
 
-/// Of a zone no more is known than its offset; the zone database names many by that alone.
+/// Only the offset of the zone is known, which is also how the zone database abbreviates many
+/// zones.
 void DateText::WriteZone() {
     if (date_.tm_gmtoff == 0) {
         text_ += "UTC";

@@ -7,16 +7,16 @@
 namespace zukel::platform {
 
 /// Writes the fields of a date by a pattern of the C11 `strftime`, as glibc does in its C locale.
-/// The C library of the system (msvcrt) lacks directives, refuses years and fields, and knows the
-/// process's own zone alone; it is asked for what the program's locale writes in its own way.
-/// Directives that C11 does not name stay in the text.
+/// `strftime` of msvcrt lacks directives, refuses some years and fields, and has no other zone than
+/// the process's; it is used only for what depends on the program's locale. Directives that C11
+/// does not have stay in the text.
 class DateText {
 public:
     explicit DateText(const apr_time_exp_t& date) noexcept : date_(date) {}
 
     /// Throws `std::bad_alloc`.
     ///
-    /// @returns false when the text has more than `most` bytes.
+    /// @returns false if the text has more than `most` bytes.
     bool Write(const char* pattern, std::size_t most);
 
     const std::string& Get() const noexcept { return text_; }

@@ -44,8 +44,8 @@ apr_status_t UniversalDate(apr_time_exp_t& date, apr_time_t moment) noexcept {
         --days;
     }
     const auto seconds = static_cast<int>(rest / APR_USEC_PER_SEC);
-    // Days and years counted from the first of March of the year 0 of the Gregorian calendar, whose
-    // eras of 400 years are alike; a leap day is then the last of its year.
+    // Years start in March, so that a leap day is the last day of its year. The Gregorian calendar
+    // repeats every 400 years (an era); day 0 is 1 March of the year 0.
     const apr_time_t since = days + 719468;
     const apr_time_t era = (since >= 0 ? since : since - 146096) / 146097;
     const auto dayOfEra = static_cast<int>(since - era * 146097);

@@ -10,7 +10,7 @@ namespace zukel::platform {
 
 struct DirectoryStream {
     static constexpr std::size_t kRoom = 32 * 1024;
-    /// A component has 255 units at most, a unit three bytes.
+    /// A component has 255 units at most, of up to three bytes each.
     static constexpr int kNameRoom = 1024;
 
     Handle directory;
@@ -69,7 +69,7 @@ apr_status_t OpenDirectory(const char* name, DirectoryHandle& directory) noexcep
 }
 
 apr_status_t RewindDirectory(DirectoryStream& directory) noexcept {
-    directory.rewound = true;  // the next reading asks the system for the first entries again
+    directory.rewound = true;  // the next `Fill` starts again
     directory.next = nullptr;
     return APR_SUCCESS;
 }
@@ -94,8 +94,11 @@ apr_status_t ReadEntry(DirectoryStream& directory, const char*& entry) noexcept 
     SetLastError(ERROR_SUCCESS);
     entry = NextEntry(directory);
     const DWORD error = entry != nullptr ? ERROR_SUCCESS : GetLastError();
-    return error == ERROR_SUCCESS || error == ERROR_NO_MORE_FILES ? APR_SUCCESS
-                                                                  : SystemStatus(error);
+    // Of the root of an empty volume, which has no "." and "..", the first call says
+    // FILE_NOT_FOUND.
+    const bool ended =
+        error == ERROR_SUCCESS || error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND;
+    return ended ? APR_SUCCESS : SystemStatus(error);
 }
 
 apr_status_t MakeDirectory(const char* path, apr_fileperms_t) noexcept {
@@ -150,7 +153,7 @@ apr_status_t RemoveEmptyDirectory(const char* path) noexcept {
 
 apr_status_t SyncNames(const char* path) noexcept {
     DirectoryHandle directory;
-    return OpenDirectory(path, directory);  // for its reason when there is none
+    return OpenDirectory(path, directory);  // for the reason if there is none
 }
 
 apr_status_t QueryCurrentDirectory(zuString& path) {

@@ -62,8 +62,8 @@ apr_status_t WriteEnvironmentVariable(const char* name, const char* value) noexc
     if (_putenv_s(name, value) != 0) {
         return LastStatus();
     }
-    // The C library hands the narrow texts on to the system, which reads them in the code page of
-    // the process. This tells the system what they are.
+    // msvcrt passes the narrow texts on to the system, which converts them by the process's code
+    // page. So the system gets the right ones afterwards.
     const wchar_t* const kept = *wideValue == L'\0' ? nullptr : wideValue;
     return SetEnvironmentVariableW(wideName, kept) != 0 || kept == nullptr ? APR_SUCCESS
                                                                            : LastStatus();
@@ -99,7 +99,7 @@ bool IsSameVariable(const zuString& one, const zuString& other) {
 apr_status_t QueryUserName(zuString& name) {
     SecurityId user{};
     SID_NAME_USE use{};
-    // What an account's name has at most, and its domain's.
+    // The longest names of an account and of a domain (UNLEN, DNLEN) fit.
     std::array<wchar_t, 257> account{};
     std::array<wchar_t, 257> domain{};
     auto accountSize = static_cast<DWORD>(account.size());
@@ -135,8 +135,8 @@ LocaleId ThreadLocale() noexcept {
 }
 
 int LocaleText(LocaleId locale, LocaleFact fact, char* buffer, int size) noexcept {
-    // The two letters of the standards: those of the system's own three-letter forms differ for
-    // some (SWE, CHS).
+    // By ISO 639 and ISO 3166: the first two letters of the system's own abbreviations (SWE, CHS)
+    // are not always the same.
     const LCTYPE type = fact == LocaleFact::Language  ? LOCALE_SISO639LANGNAME
                         : fact == LocaleFact::Country ? LOCALE_SISO3166CTRYNAME
                                                       : LOCALE_IDEFAULTANSICODEPAGE;
@@ -153,7 +153,7 @@ unsigned LongName(const char* name, char* buffer, unsigned size) noexcept {
         found.reset(new (std::nothrow) wchar_t[length]);
         const DWORD room = length;
         length = found ? GetLongPathNameW(wide.Get(), found.get(), room) : 0;
-        if (length >= room) {  // the path has changed since it was measured
+        if (length >= room) {  // the path has changed in between
             return 0;
         }
     }

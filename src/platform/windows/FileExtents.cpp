@@ -11,9 +11,9 @@ namespace zukel::platform {
 
 namespace {
 
-/// Keeps the place where a file stands while it is read or written elsewhere: the system moves it
-/// with every transfer. The system serialises those of one handle anyway, and a lock of ours, one
-/// of a few for all files, makes the three steps one.
+/// Restores the position of a file after a transfer at another one: the system moves the position
+/// with every transfer. One of a few locks for all files keeps two such transfers of one handle
+/// apart; the system serialises the transfers of a handle anyway.
 class KeptPlace {
 public:
     explicit KeptPlace(HANDLE file) noexcept : file_(file), lock_(LockFor(file)) {
@@ -61,10 +61,10 @@ DWORD SetEnd(HANDLE file, long long length) noexcept {
                : GetLastError();
 }
 
-/// Moves one piece of `size` bytes at a place, and leaves the position where it was.
+/// Transfers up to `size` bytes at an offset, without changing the position.
 ///
-/// @param move the call: it takes how many bytes, where it counts those moved, and the place.
-/// @param size receives how many were moved; 0 after a failure.
+/// @param size receives how many were transferred; 0 after a failure.
+/// @param move the call, with the size, the counter of bytes transferred, and the offset.
 template <typename Move>
 apr_status_t MoveAt(const FileHandle& file, long long offset, std::size_t& size,
                     Move move) noexcept {
@@ -112,7 +112,7 @@ apr_status_t QueryLength(const FileHandle& file, long long& length) noexcept {
 apr_status_t ChangeLength(const FileHandle& file, long long length) noexcept {
     DWORD error = SetEnd(HandleOf(file), length);
     if (error == ERROR_ACCESS_DENIED) {
-        // A handle that only appends has not the right to that.
+        // A handle that only appends may not.
         const Handle writing(ReOpenFile(HandleOf(file), GENERIC_WRITE, kShareAll, 0));
         error = writing ? SetEnd(writing.Get(), length) : GetLastError();
     }

@@ -7,14 +7,14 @@ namespace zukel::platform {
 
 namespace {
 
-/// Microseconds since 1970 of what the system counts in tenths of them since 1601.
+/// Converts units of 100 ns since 1601 to microseconds since 1970.
 long long MicroSeconds(const FILETIME& time) noexcept {
     constexpr long long kBetween = 11644473600LL * 1000000;
     const auto high = static_cast<std::uint64_t>(time.dwHighDateTime) << 32U;
     return static_cast<long long>((high | time.dwLowDateTime) / 10) - kBetween;
 }
 
-/// Links and mount points, but none of the other reparse points, which stand for the file itself.
+/// True for links and mount points; other reparse points are properties of the file itself.
 bool IsLink(const Handle& file, DWORD attributes) noexcept {
     FILE_ATTRIBUTE_TAG_INFO tag{};
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
@@ -50,7 +50,7 @@ apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexce
         return wide.Status();
     }
     Handle file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES | READ_CONTROL, symlinks);
-    if (!file && GetLastError() == ERROR_ACCESS_DENIED) {  // without its owner, then
+    if (!file && GetLastError() == ERROR_ACCESS_DENIED) {  // then without its owner
         file = OpenForFacts(wide.Get(), FILE_READ_ATTRIBUTES, symlinks);
     }
     if (!file) {
@@ -68,7 +68,7 @@ apr_status_t QueryFile(const char* name, LinkMode mode, FileFacts& facts) noexce
         found.modified = MicroSeconds(info.ftLastWriteTime);
     } else {
         found.type = TypeOf(file, 0);
-        if (found.type != APR_CHR && found.type != APR_PIPE) {  // which have nothing to tell
+        if (found.type != APR_CHR && found.type != APR_PIPE) {  // which have no metadata
             return LastStatus();
         }
     }
@@ -108,7 +108,7 @@ apr_status_t FindFile(const char* name) noexcept {
     }
     const DWORD attributes = GetFileAttributesW(wide.Get());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
-        // Of a file of the system's own, such as its paging file.
+        // The paging file, for example, exists and cannot be opened.
         return GetLastError() == ERROR_SHARING_VIOLATION ? APR_SUCCESS : LastStatus();
     }
     const bool found = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ||

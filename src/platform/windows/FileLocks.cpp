@@ -9,7 +9,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// A byte that no file has. A lock of contents would keep others from reading them.
+/// A byte that no file has: locks are mandatory, and one of the contents would keep others from
+/// reading.
 OVERLAPPED LockedPlace() noexcept {
     OVERLAPPED place{};
     place.Offset = 0xFFFFFFFE;

@@ -11,7 +11,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// The names, or the reason of the first that the system cannot take.
+/// 0, or why the first of the refused names was refused.
 apr_status_t StatusOfNames(const WideName& first, const WideName& second) noexcept {
     return first ? second.Status() : first.Status();
 }
@@ -25,7 +25,7 @@ bool IsFile(const FileId& file) noexcept {
 apr_status_t RenameFile(const char* from, const char* to) noexcept {
     const WideName source(from);
     WideName target(to);
-    // A short name would be read from where the file is.
+    // FileRenameInfo resolves a relative name against the directory of the file.
     if (!source || !target || !target.MakeExtended()) {
         return StatusOfNames(source, target);
     }
@@ -40,11 +40,11 @@ apr_status_t RenameFile(const char* from, const char* to) noexcept {
         return SystemStatus(opened);
     }
     const FileId moved = Identify(file);
-    // Two names of one file stay both. Of a single name the system makes the other, in other case.
+    // Two hard links of one file both stay. A change of case in the only name goes to the system.
     if (moved.links > 1 && moved == present) {
         return APR_SUCCESS;
     }
-    if (!IsFile(moved) && IsFile(present)) {  // Wine 8 would put the directory in its place
+    if (!IsFile(moved) && IsFile(present)) {  // Wine 8 replaces the file by the directory
         return APR_ENOTDIR;
     }
     const DWORD error = RepeatWhileShared([&] { return RenameOpenFile(file, target.Get()); });
@@ -69,7 +69,7 @@ apr_status_t RenameToNew(const char* from, const char* to) noexcept {
     const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
         std::wcscmp(source.Get(), target.Get()) == 0) {
-        return SystemStatus(ERROR_ALREADY_EXISTS);  // the system calls that done
+        return SystemStatus(ERROR_ALREADY_EXISTS);  // for the system that is a success
     }
     return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }
@@ -81,14 +81,17 @@ apr_status_t RemoveFile(const char* name) noexcept {
     }
     Handle file;
     DWORD error = RepeatWhileShared([&] {
-        // A link to a directory goes as any other link.
+        // The link itself, also one to a directory.
         file = OpenForFacts(wide.Get(), DELETE | FILE_READ_ATTRIBUTES, Symlinks::NoFollow);
         return file ? ERROR_SUCCESS : GetLastError();
     });
     if (file) {
         constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
-        const DWORD kind = Identify(file).attributes & (FILE_ATTRIBUTE_DIRECTORY | kLink);
-        error = kind == FILE_ATTRIBUTE_DIRECTORY ? ERROR_ACCESS_DENIED : RemoveOpenFile(file);
+        const FileId found = Identify(file);
+        const DWORD kind = found.attributes & (FILE_ATTRIBUTE_DIRECTORY | kLink);
+        // What cannot be identified may be a directory too.
+        error = !found.known || kind == FILE_ATTRIBUTE_DIRECTORY ? ERROR_ACCESS_DENIED
+                                                                 : RemoveOpenFile(file);
     }
     return error == ERROR_SUCCESS ? APR_SUCCESS : SystemStatus(error);
 }

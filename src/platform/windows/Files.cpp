@@ -35,7 +35,28 @@ DWORD Disposition(int mode) noexcept {
     return truncates ? CREATE_ALWAYS : OPEN_ALWAYS;
 }
 
-/// Takes all rights to write from a handle but that to append.
+/// Opens a file of that name as `mode` says.
+///
+/// @returns none, with the reason as the system's last error.
+FileHandle OpenFor(const wchar_t* name, DWORD rights, int mode) noexcept {
+    const DWORD deletes = (mode & APR_FOPEN_DELONCLOSE) != 0 ? FILE_FLAG_DELETE_ON_CLOSE : 0;
+    const auto open = [&](DWORD disposition) {
+        return Own(CreateFileW(name, rights, kShareAll, nullptr, disposition,
+                               FILE_ATTRIBUTE_NORMAL | deletes, nullptr));
+    };
+    const DWORD disposition = Disposition(mode);
+    FileHandle file = open(disposition);
+    // CREATE_ALWAYS refuses a hidden file and one of the system. TRUNCATE_EXISTING does not.
+    if (!file && disposition == CREATE_ALWAYS && GetLastError() == ERROR_ACCESS_DENIED) {
+        file = open(TRUNCATE_EXISTING);
+        if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) {
+            SetLastError(ERROR_ACCESS_DENIED);
+        }
+    }
+    return file;
+}
+
+/// Replaces a handle by one that may append, but not write elsewhere.
 apr_status_t NarrowToAppending(FileHandle& file, DWORD rights) noexcept {
     HANDLE narrowed = nullptr;
     const HANDLE self = GetCurrentProcess();
@@ -46,8 +67,8 @@ apr_status_t NarrowToAppending(FileHandle& file, DWORD rights) noexcept {
     return APR_SUCCESS;
 }
 
-/// Why a file could not be opened. The system says of a name below a file the same as of one below
-/// a missing directory.
+/// Why a file could not be opened. For a name below a file the system returns the same error as for
+/// one below a missing directory.
 apr_status_t OpenStatus(const wchar_t* name) noexcept {
     const DWORD error = GetLastError();
     const std::size_t size = std::wcslen(name) + 1;
@@ -84,12 +105,10 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
     if (!wide) {
         return wide.Status();
     }
-    // The system truncates only for who has all the rights to write.
+    // Truncation needs GENERIC_WRITE, which kAppendAlone is a part of.
     const DWORD writing = appends && !truncates ? kAppendAlone : GENERIC_WRITE;
-    const DWORD deletes = (mode & APR_FOPEN_DELONCLOSE) != 0 ? FILE_FLAG_DELETE_ON_CLOSE : 0;
     FileHandle opened =
-        Own(CreateFileW(wide.Get(), (reads ? GENERIC_READ : 0) | (writes ? writing : 0), kShareAll,
-                        nullptr, Disposition(mode), FILE_ATTRIBUTE_NORMAL | deletes, nullptr));
+        OpenFor(wide.Get(), (reads ? GENERIC_READ : 0) | (writes ? writing : 0), mode);
     if (!opened) {
         return OpenStatus(wide.Get());
     }
@@ -101,7 +120,7 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
         }
     }
     if (writes && (mode & APR_FOPEN_SPARSE) != 0) {
-        DWORD nothing = 0;  // a file system without holes writes them out
+        DWORD nothing = 0;  // a file system without sparse files refuses, and writes zeros
         DeviceIoControl(HandleOf(opened), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &nothing,
                         nullptr);
     }
@@ -111,6 +130,9 @@ apr_status_t OpenFileByName(const char* name, int mode, FileHandle& file) noexce
 
 apr_status_t MakeTemporaryFile(char* name, FileHandle& file) noexcept {
     OwnerAlone security;
+    if (security.Get() == nullptr) {  // others could read a file with the access of its folder
+        return LastStatus();
+    }
     constexpr DWORD kDeletes = FILE_FLAG_DELETE_ON_CLOSE;
     TemporaryTemplate temporary(name, SIZE_MAX);  // all of them, as APR does
     while (temporary.FillIn()) {
@@ -137,7 +159,7 @@ apr_status_t ReadBytes(const FileHandle& file, void* target, std::size_t& size) 
     const BOOL read = ReadFile(HandleOf(file), target, AtOnce(size), &got, nullptr);
     const DWORD error = read != 0 ? ERROR_SUCCESS : GetLastError();
     size = read != 0 ? got : 0;
-    // A pipe whose writers are gone.
+    // The writers of a pipe have closed it.
     const bool ended = error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
     return read != 0 || ended ? APR_SUCCESS : SystemStatus(error);
 }
@@ -163,7 +185,7 @@ apr_status_t MovePosition(const FileHandle& file, Origin from, long long offset,
     LARGE_INTEGER place{};
     distance.QuadPart = offset;
     if (SetFilePointerEx(HandleOf(file), distance, &place, method) == 0) {
-        // Of APR's tests one takes this for a file without a place.
+        // APR_STATUS_IS_ESPIPE holds for ERROR_NEGATIVE_SEEK too.
         return GetLastError() == ERROR_NEGATIVE_SEEK ? APR_EINVAL : LastStatus();
     }
     position = place.QuadPart;

@@ -6,7 +6,7 @@
 
 namespace zukel::platform {
 
-/// Owns a handle of the system, or none: null and the mark of a failed opening are none.
+/// Owns a handle of the system, or none: null and INVALID_HANDLE_VALUE are empty.
 class Handle {
 public:
     Handle() noexcept = default;
@@ -25,10 +25,10 @@ public:
     explicit operator bool() const noexcept { return handle_ != nullptr; }
     HANDLE Get() const noexcept { return handle_; }
 
-    /// Hands the handle over: it is not closed any more.
+    /// Gives up the handle without closing it.
     HANDLE Release() noexcept { return std::exchange(handle_, nullptr); }
 
-    /// False when the system reports a failure. The handle is gone either way.
+    /// False if the system reports a failure. The object is empty either way.
     bool Close() noexcept {
         const HANDLE handle = std::exchange(handle_, nullptr);
         return handle == nullptr || CloseHandle(handle) != 0;

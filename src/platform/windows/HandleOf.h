@@ -13,7 +13,7 @@ inline HANDLE HandleOf(const FileHandle& file) noexcept {
     return reinterpret_cast<HANDLE>(file.Get());
 }
 
-/// One call moves no more: a server need not take more, and the caller asks again.
+/// The size of one transfer: a file server may refuse larger ones, and the caller repeats the call.
 inline DWORD AtOnce(std::size_t size) noexcept {
     constexpr std::size_t kMost = std::size_t{32} << 20U;
     return static_cast<DWORD>((std::min)(size, kMost));

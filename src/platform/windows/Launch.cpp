@@ -14,7 +14,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// A handle that a child may take over; none for none.
+/// A duplicate that a child can inherit; none for none.
 Handle Inheritable(HANDLE handle) noexcept {
     const HANDLE self = GetCurrentProcess();
     HANDLE copy = nullptr;
@@ -25,14 +25,14 @@ Handle Inheritable(HANDLE handle) noexcept {
     return Handle(copy);
 }
 
-/// The device that takes everything and gives nothing.
+/// The null device.
 Handle Nowhere() noexcept {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     return Handle(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, kShareAll, &inherited,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-/// The three streams of a child. They can be inherited for as long as this lives.
+/// The standard streams of a child, as inheritable handles.
 class Streams {
 public:
     explicit Streams(const Program& program) noexcept
@@ -55,7 +55,7 @@ public:
         start.hStdError = shared_ ? output_.Get() : error_.Get();
     }
 
-    /// Each of them once.
+    /// Each handle once.
     std::vector<HANDLE> List() const {
         std::vector<HANDLE> list = {output_.Get()};
         for (const Handle* const each : {&input_, &error_}) {
@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    /// Where the caller has no such stream itself, an output goes nowhere.
+    /// If the caller has no such stream itself, an output goes to the null device.
     static Handle Open(const Stream& stream, DWORD own) noexcept {
         switch (stream.kind) {
             case Stream::Kind::Inherited: {
@@ -88,7 +88,7 @@ private:
     Handle error_;
 };
 
-/// What a child inherits: the handles of this list, and no other of the process.
+/// The list of the only handles that a child inherits.
 class InheritedHandles {
 public:
     explicit InheritedHandles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
@@ -120,8 +120,8 @@ private:
     bool filled_ = false;
 };
 
-/// The system would run a program in the caller's directory, or in none, for some that do not
-/// exist.
+/// Checks the working directory, and makes it absolute: `CreateProcessW` accepts some that do not
+/// exist, and starts the program in another one.
 apr_status_t CheckDirectory(const char* name, std::wstring& directory) {
     const WideName wide(name);
     if (!wide) {
@@ -135,7 +135,7 @@ apr_status_t CheckDirectory(const char* name, std::wstring& directory) {
     return (found.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? APR_SUCCESS : APR_ENOTDIR;
 }
 
-/// The variables as the system takes them: sorted, each with a NUL behind it, and one more.
+/// The environment block of the system: sorted variables, each with a NUL, and a further NUL.
 bool MakeEnvironment(const char* const* variables, std::wstring& block) {
     std::vector<std::wstring> wide;
     for (; *variables != nullptr; ++variables) {
@@ -154,8 +154,7 @@ bool MakeEnvironment(const char* const* variables, std::wstring& block) {
     return true;
 }
 
-/// Puts a program that has not begun to run into a job of its own, and lets it run. What cannot be
-/// put there is ended.
+/// Assigns a suspended process to a job of its own, and resumes it. Terminates it if that fails.
 apr_status_t RunInJob(Child& child, HANDLE thread) noexcept {
     child.job = Handle(CreateJobObjectW(nullptr, nullptr));
     if (!child.job || AssignProcessToJobObject(child.job.Get(), child.process.Get()) == 0 ||
@@ -176,17 +175,17 @@ bool ReadArguments(const char* const* arguments, std::vector<std::wstring>& wide
     return true;
 }
 
-/// Starts what `path` names, with the command line.
+/// Starts the program `path` with the command line.
 apr_status_t Create(const std::wstring& path, std::wstring& line, const std::wstring& directory,
                     const Program& program, Child& child) {
     const WideName image(path.c_str());
     const Streams streams(program);
+    if (!image || !streams) {
+        return image ? LastStatus() : image.Status();
+    }
     std::wstring environment;
     if (program.environment != nullptr && !MakeEnvironment(program.environment, environment)) {
         return SystemStatus(ERROR_NO_UNICODE_TRANSLATION);
-    }
-    if (!image || !streams) {
-        return image ? LastStatus() : image.Status();
     }
     InheritedHandles inherited(streams.List());
     if (!inherited) {

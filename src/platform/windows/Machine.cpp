@@ -29,11 +29,11 @@ apr_status_t QueryDisk(const char* path, DiskBytes& disk) noexcept {
     if (!directory) {
         return APR_ENOMEM;
     }
-    if (length == 0) {  // which would stand for the current disk
+    if (length == 0) {  // the system would take the current disk
         return APR_ENOENT;
     }
     std::memcpy(directory.get(), path, length + 1);
-    if (std::strchr("/\\:", path[length - 1]) == nullptr) {  // which the name of a share needs
+    if (std::strchr("/\\:", path[length - 1]) == nullptr) {  // required after the name of a share
         std::memcpy(directory.get() + length, "\\", 2);
     }
     const WideName name(directory.get());

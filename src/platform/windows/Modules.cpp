@@ -12,8 +12,7 @@ namespace zukel::platform {
 
 namespace {
 
-/// The name as the system takes it when it is to add no extension: one without an extension ends in
-/// a dot.
+/// The name, with a dot behind it if it has no extension: otherwise `LoadLibraryExW` adds `.dll`.
 bool Complete(const wchar_t* name, std::unique_ptr<wchar_t[]>& complete) noexcept {
     const std::size_t length = std::wcslen(name);
     complete.reset(new (std::nothrow) wchar_t[length + 2]);
@@ -50,8 +49,8 @@ apr_status_t LoadModule(const char* name, apr_pool_t* pool, apr_dso_handle_t*& t
     if (!Complete(wide.Get(), complete)) {
         return APR_ENOMEM;
     }
-    DWORD mode = 0;  // no box that asks the user for a disk
-    SetThreadErrorMode(SEM_FAILCRITICALERRORS, &mode);
+    DWORD mode = 0;  // no message box if the drive has no disk
+    SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, &mode);
     const HMODULE module = LoadLibraryExW(complete.get(), nullptr, search);
     const apr_status_t status = module != nullptr ? APR_SUCCESS : LastStatus();
     SetThreadErrorMode(mode, nullptr);

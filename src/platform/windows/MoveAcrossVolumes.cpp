@@ -18,7 +18,7 @@ bool MarkForRemoval(const Handle& file, bool remove) noexcept {
     return SetFileInformationByHandle(file.Get(), FileDispositionInfo, &info, sizeof info) != 0;
 }
 
-/// The file that goes, held so that nobody writes to it meanwhile.
+/// The file that is moved. It is not shared for writing, so that nobody changes it meanwhile.
 class Source {
 public:
     explicit Source(const wchar_t* name) noexcept
@@ -47,8 +47,8 @@ public:
         return SetFileInformationByHandle(copy.Get(), FileBasicInfo, &facts, sizeof facts) != 0;
     }
 
-    /// Whether the system will let it be deleted: a read-only file first has to lose that
-    /// attribute.
+    /// Whether it can be deleted. Removes the read-only attribute first; the destructor restores
+    /// it.
     bool CanDelete() noexcept {
         if ((facts_.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
             unprotected_ = SetAttributes(FILE_ATTRIBUTE_NORMAL);
@@ -76,13 +76,16 @@ private:
 };
 
 /// The names of a file's other streams than its contents, as `:name:$DATA`. None where the file
-/// system has no streams, or does not tell them.
+/// system has no streams, or does not return them.
 std::vector<std::wstring> OtherStreams(const Handle& file) {
     std::vector<char> room(64 * 1024);
     std::vector<std::wstring> names;
-    if (GetFileInformationByHandleEx(file.Get(), FileStreamInfo, room.data(),
-                                     static_cast<DWORD>(room.size())) == 0) {
-        return names;
+    while (GetFileInformationByHandleEx(file.Get(), FileStreamInfo, room.data(),
+                                        static_cast<DWORD>(room.size())) == 0) {
+        if (GetLastError() != ERROR_MORE_DATA) {
+            return names;
+        }
+        room.resize(2 * room.size());
     }
     for (const char* at = room.data();;) {
         FILE_STREAM_INFO head{};
@@ -100,7 +103,7 @@ std::vector<std::wstring> OtherStreams(const Handle& file) {
     }
 }
 
-/// What a browser, for one, has noted of a file that it has brought.
+/// Copies the other streams: a browser, for example, stores there where a file comes from.
 bool CopyStreams(const Source& source, const wchar_t* from, const wchar_t* to) {
     const std::vector<std::wstring> names = OtherStreams(source.File());
     return std::all_of(names.begin(), names.end(), [&](const std::wstring& name) {

@@ -48,9 +48,14 @@ std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noex
     }
     if (name) {
         const DWORD length = GetFinalPathNameByHandleW(file.Get(), name.get(), size + 1, 0);
-        if (length == 0 || length > size) {  // it was renamed in between
+        if (length > size) {  // it was renamed in between
+            SetLastError(ERROR_SHARING_VIOLATION);
+        }
+        if (length == 0 || length > size) {
             name.reset();
         }
+    } else if (size != 0) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     }
     return name;
 }
@@ -58,7 +63,7 @@ std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra) noex
 DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept {
     const std::size_t length = std::wcslen(to);
     const std::size_t size = offsetof(RenameInformation, name) + (length + 1) * sizeof *to;
-    alignas(RenameInformation) char inside[1024];  // a name is freed without memory too
+    alignas(RenameInformation) char inside[1024];  // removing a name must not fail for memory
     std::unique_ptr<char[]> longer;                // aligned for any type
     if (size > sizeof inside) {
         longer.reset(new (std::nothrow) char[size]);
@@ -129,7 +134,7 @@ void DropOpenFile(Handle file) noexcept {
         return;
     }
     const std::unique_ptr<wchar_t[]> name = FinalName(file);
-    // Cut first, so that other names of the file show no part either.
+    // Truncated first: its other hard links must not show a part either.
     SetFilePointerEx(file.Get(), {}, nullptr, FILE_BEGIN);
     SetEndOfFile(file.Get());
     file.Close();

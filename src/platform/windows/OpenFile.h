@@ -12,12 +12,12 @@
 namespace zukel::platform {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-/// With these rights alone the system puts every write at the end of the file, whoever else writes.
+/// With only these rights every write goes to the end of the file, whoever else writes.
 constexpr DWORD kAppendAlone = FILE_GENERIC_WRITE & ~static_cast<DWORD>(FILE_WRITE_DATA);
 
 /// What tells one file from another, whatever its names.
 struct FileId {
-    bool known = false;  ///< False for what is not there, and for devices and pipes.
+    bool known = false;  ///< False for a missing file, a device and a pipe.
     std::uint64_t volume = 0;
     std::uint64_t id[2] = {0, 0};
     std::uint32_t links = 0;  ///< How many names it has.
@@ -29,21 +29,25 @@ struct FileId {
     }
 };
 
-/// Whether a symbolic link stands for itself or for what it leads to.
+/// Whether the name of a symbolic link means the link or its target.
 enum class Symlinks { NoFollow, Follow };
 
-/// Opens what exists, a directory too, without access to its contents.
+/// Opens an existing file or directory with these rights.
 Handle OpenForFacts(const wchar_t* name, DWORD access, Symlinks symlinks) noexcept;
 
 FileId Identify(const Handle& file) noexcept;
 FileId Identify(const wchar_t* name, Symlinks symlinks) noexcept;
 
-/// The absolute name of an open file, in the extended form, with room for `extra` more units; null
-/// when the system does not tell it, or for want of memory.
+/// The absolute name of an open file, in the extended form, with room for `extra` more units.
+///
+/// @returns null, with the reason as the system's last error, if the system does not return it, as
+/// on a volume without a drive letter, or there is no memory.
 std::unique_ptr<wchar_t[]> FinalName(const Handle& file, std::size_t extra = 0) noexcept;
 
-/// Repeats what scanners and indexers hold up for a moment: a call that gives the system's error, 0
-/// for success. At most about a tenth of a second.
+/// Repeats a call while it returns ERROR_SHARING_VIOLATION, for 127 ms at most: virus scanners and
+/// indexers hold new files open for a moment.
+///
+/// @param call returns 0 or the system's error.
 template <typename Call>
 DWORD RepeatWhileShared(Call call) noexcept {
     DWORD error = call();
@@ -54,25 +58,25 @@ DWORD RepeatWhileShared(Call call) noexcept {
     return error;
 }
 
-/// Gives an open file another name, over a file that has it: where the volume can, also while
-/// somebody holds that one open.
+/// Renames an open file, replacing a file of that name: also one that is open, if the volume has
+/// POSIX semantics.
 ///
 /// @param file open with DELETE.
 /// @returns 0 or the system's error.
 DWORD RenameOpenFile(const Handle& file, const wchar_t* to) noexcept;
 
-/// Takes the name of an open file away: at once where the volume can, else when the last who has it
-/// open closes it.
+/// Removes the name of an open file: at once if the volume has POSIX semantics, else when its last
+/// handle is closed.
 ///
 /// @param file open with DELETE.
 /// @returns 0 or the system's error.
 DWORD RemoveOpenFile(const Handle& file) noexcept;
 
-/// Moves the rest of one open file to the other, where it stands.
+/// Copies one open file to the other, each from its position on.
 bool CopyContents(const Handle& from, const Handle& to) noexcept;
 
-/// Cuts an open file to nothing and takes its name away, the real one if it was opened through a
-/// link. For files that are half written; what is no plain file stays.
+/// Truncates and removes a partly written file: if it was opened through a link, the link's target.
+/// Devices and pipes stay.
 void DropOpenFile(Handle file) noexcept;
 
 }  // namespace zukel::platform

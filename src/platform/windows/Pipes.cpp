@@ -23,8 +23,8 @@ bool IsClosed(DWORD error) noexcept {
            error == ERROR_PIPE_NOT_CONNECTED || error == ERROR_HANDLE_EOF;
 }
 
-/// A transfer by one pipe that is under way. It is called off at the end of its life: the memory
-/// that it reads or writes is not touched any more then.
+/// An overlapped transfer of a pipe. The destructor cancels it and waits for its end, after which
+/// the system no longer uses the buffer.
 class Operation {
 public:
     explicit Operation(FileHandle& pipe) noexcept
@@ -37,7 +37,7 @@ public:
     bool IsUnderWay() const noexcept { return underWay_; }
     HANDLE Event() const noexcept { return event_.Get(); }
 
-    /// Begins one, with `call`. A pipe whose other end is closed is closed.
+    /// Starts a transfer by `call`. If the other end of the pipe is closed, closes this one.
     template <typename Call>
     DWORD Begin(Call call) noexcept {
         state_ = {};
@@ -49,7 +49,9 @@ public:
         return Close(GetLastError());
     }
 
-    /// Tells how many bytes it has moved; waits for its end.
+    /// Waits for its end.
+    ///
+    /// @param size receives how many bytes were transferred.
     DWORD Finish(DWORD& size) noexcept {
         underWay_ = false;
         size = 0;
@@ -58,7 +60,7 @@ public:
                    : Close(GetLastError());
     }
 
-    /// Calls it off, and tells what it has moved all the same.
+    /// Cancels it, and returns how many bytes it had transferred.
     DWORD Stop() noexcept {
         DWORD size = 0;
         if (underWay_) {
@@ -83,7 +85,7 @@ private:
     bool underWay_ = false;
 };
 
-/// One of the outputs: what is read goes to the end of a text.
+/// One of the outputs, which is appended to a text.
 class Reader {
 public:
     Reader(FileHandle& pipe, zuString& text)
@@ -142,7 +144,7 @@ private:
     Operation operation_;
 };
 
-/// Waits for the first of the transfers under way, and finishes those that are through.
+/// Waits until a transfer has ended, and finishes those that have.
 DWORD Step(Writer& input, Reader& output, Reader& errors, int milliSeconds) {
     HANDLE events[3];
     DWORD count = 0;
@@ -177,8 +179,8 @@ std::atomic<unsigned> pipesMade{0};
 }  // namespace
 
 apr_status_t MakePipe(bool write, FileHandle& own, FileHandle& child) noexcept {
-    // A pipe without a name cannot be overlapped. Nobody else gets between its two ends: there is
-    // one of this name, and it takes one client.
+    // Anonymous pipes have no overlapped transfers. No other process can connect in between: there
+    // is one instance of this name (FILE_FLAG_FIRST_PIPE_INSTANCE), and it has one client.
     wchar_t name[64];
     std::swprintf(name, std::size(name), L"\\\\.\\pipe\\zukel-%lu-%u-%lu", GetCurrentProcessId(),
                   pipesMade.fetch_add(1), GetTickCount());

@@ -21,8 +21,8 @@ zuString WithSlashes(const std::wstring& path) {
     return text;
 }
 
-/// Opens the process with exactly this identifier: the system takes three numbers behind one for it
-/// as well.
+/// Opens the process with exactly this identifier. Identifiers are multiples of 4, and the system
+/// ignores the two lowest bits.
 Handle OpenByIdentifier(int pid) noexcept {
     const auto identifier = static_cast<DWORD>(pid);
     Handle process(OpenProcess(kLooking, FALSE, identifier));
@@ -41,7 +41,7 @@ bool IsProcessRunning(int pid) noexcept {
 }
 
 apr_status_t EndProcess(int pid) noexcept {
-    const Handle process = OpenByIdentifier(pid);  // held until the end, and with it the identifier
+    const Handle process = OpenByIdentifier(pid);  // keeps the identifier from being used again
     if (process ? !HandleRuns(process) : GetLastError() != ERROR_ACCESS_DENIED) {
         return APR_EPROC_UNKNOWN;
     }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const wchar_t* kExtensions[] = {L".com", L".exe", L".bat", L".cmd"};
 
-/// A text that a call of the system writes: it gives the length, or the size that it needs.
+/// The text of a call of the system that returns its length, or the size that it needs.
 template <typename Call>
 std::wstring TextOf(Call call) {
     std::wstring text;
@@ -33,8 +33,8 @@ bool IsAbsolute(const std::wstring& name) noexcept {
     return (separates(0) && separates(1)) || (name.size() > 1 && name[1] == L':' && separates(2));
 }
 
-/// The extension in small letters, of the name that the system makes of this one: it drops dots and
-/// spaces at the end.
+/// The extension in small letters, without the dots and spaces at the end of the name, which the
+/// system removes.
 std::wstring ExtensionOf(const std::wstring& name) {
     const std::size_t last = name.find_last_not_of(L". ");
     const std::wstring kept = name.substr(0, last == std::wstring::npos ? 0 : last + 1);
@@ -53,7 +53,7 @@ bool IsFile(const std::wstring& name) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-/// Takes the program if it is there, with one of the extensions if the name has none.
+/// Sets `program` if the file exists, with one of the extensions if the name has none.
 bool Take(const std::wstring& name, FoundProgram& program) {
     const auto take = [&program](const std::wstring& path) {
         if (!IsFile(path)) {
@@ -72,7 +72,7 @@ bool Take(const std::wstring& name, FoundProgram& program) {
            take(name);
 }
 
-/// The folders to look through, in order.
+/// The directories to search, in order.
 std::vector<std::wstring> FoldersOfPrograms() {
     std::vector<std::wstring> folders = {TextOf(GetSystemDirectoryW), TextOf(GetWindowsDirectoryW)};
     const std::wstring path = TextOf(
@@ -102,7 +102,7 @@ std::wstring CommandInterpreter() {
 apr_status_t FindProgram(const std::wstring& name, const std::wstring& directory,
                          FoundProgram& program) {
     const apr_status_t missing = SystemStatus(ERROR_FILE_NOT_FOUND);
-    // The system has no such names, and a colon behind the drive's means a stream of a file.
+    // No file has such a name; a colon behind that of the drive separates a stream.
     if (name.empty() || name.find_first_of(L"\"<>|*") != std::wstring::npos ||
         (name.find(L':', 2) != std::wstring::npos && !IsAbsolute(name.substr(4)))) {
         return missing;

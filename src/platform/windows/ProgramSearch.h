@@ -13,10 +13,10 @@ struct FoundProgram {
 };
 
 /// Looks for a program. A name without `/`, `\` and `:` is searched for in the system's directory,
-/// in that of Windows, and along the absolute entries of `PATH`, and so never in the current
-/// directory; another name is read from `directory`. To a name that does not end in one of them
-/// `.com`, `.exe`,
-/// `.bat` and `.cmd` are added in turn, before it is taken as it is.
+/// in that of Windows, and along the absolute entries of `PATH`, but never in the current
+/// directory; any other name is relative to `directory`. If the name ends in none of `.com`,
+/// `.exe`,
+/// `.bat` and `.cmd`, each is tried in turn, and then the name itself.
 ///
 /// @param directory the child's working directory, or empty for the caller's.
 /// @returns 0 or the reason. Throws `std::bad_alloc`.
@@ -26,7 +26,7 @@ apr_status_t FindProgram(const std::wstring& name, const std::wstring& directory
 /// The interpreter of batch files, in the system's own directory.
 std::wstring CommandInterpreter();
 
-/// The absolute form of a name; empty when the system cannot tell. Throws `std::bad_alloc`.
+/// The absolute form of a name; empty if the system returns none. Throws `std::bad_alloc`.
 std::wstring AbsoluteName(const std::wstring& name);
 
 }  // namespace zukel::platform

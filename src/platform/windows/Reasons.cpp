@@ -1,8 +1,9 @@
 #include "platform/Reasons.h"
 
 #include <cerrno>
+#include <iterator>
 
-#include "platform/windows/System.h"
+#include "platform/windows/WideName.h"
 
 namespace zukel::platform {
 
@@ -13,7 +14,7 @@ struct Pair {
     DWORD number;
 };
 
-/// The C library's numbers, and what APR has added to them.
+/// Numbers of the C library and of APR.
 constexpr Pair kPairs[] = {
     {ENOENT, ERROR_FILE_NOT_FOUND},
     {EACCES, ERROR_ACCESS_DENIED},
@@ -52,6 +53,18 @@ int SystemNumber(apr_status_t status) noexcept {
 }
 
 zuString SystemText(int number) {
+    // APR (1.7.2) returns the text in the process's code page, with the ends of its lines as
+    // blanks.
+    wchar_t text[512];
+    constexpr DWORD kHow = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS |
+                           FORMAT_MESSAGE_MAX_WIDTH_MASK;  // ends of lines become blanks
+    const DWORD length = FormatMessageW(kHow, nullptr, static_cast<DWORD>(number), 0, text,
+                                        static_cast<DWORD>(std::size(text)), nullptr);
+    std::wstring told(text, length);
+    told.erase(told.find_last_not_of(L" \r\n") + 1);
+    if (!told.empty()) {
+        return ToUtf8(told);
+    }
     char buffer[512];
     return apr_strerror(SystemStatus(static_cast<DWORD>(number)), buffer, sizeof buffer);
 }

@@ -1,6 +1,7 @@
 #include "platform/windows/ReparsePoint.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "platform/windows/System.h"
 
@@ -8,8 +9,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// The head of `REPARSE_DATA_BUFFER` for links, which the headers of the system leave out. The
-/// offsets are in bytes, from where the paths start.
+/// The head of `REPARSE_DATA_BUFFER` for links, which is in the headers of the driver kit alone.
+/// The offsets are in bytes from the start of the paths.
 struct Head {
     ULONG tag;
     USHORT size;
@@ -41,7 +42,10 @@ bool LinkTarget(const void* data, std::size_t size, std::wstring& target) {
     }
     std::wstring text(bytes / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), static_cast<const char*>(data) + offset, text.size() * sizeof text[0]);
-    if (!printed && text.compare(0, 4, L"\\??\\") == 0) {
+    constexpr wchar_t kShare[] = L"\\??\\UNC\\";
+    if (!printed && text.compare(0, std::size(kShare) - 1, kShare) == 0) {
+        text.replace(0, std::size(kShare) - 1, L"\\\\");
+    } else if (!printed && text.compare(0, 4, kShare, 4) == 0) {
         text.erase(0, 4);
     }
     target = std::move(text);

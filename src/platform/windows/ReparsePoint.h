@@ -5,12 +5,12 @@
 
 namespace zukel::platform {
 
-/// Where a symbolic link or a mount point leads to, from what `FSCTL_GET_REPARSE_POINT` gives.
+/// The target of a symbolic link or a mount point, from the data of `FSCTL_GET_REPARSE_POINT`.
 ///
 /// @param data `size` bytes, of any content.
-/// @param target receives the path as its maker wrote it where the link has kept that, and as the
-/// system reads it, without the prefix `\\??\`, where not; unchanged for anything else.
-/// @returns false for anything else. Throws `std::bad_alloc`.
+/// @param target receives the path for display if the link has one, else the path that the system
+/// follows, without the prefix `\\??\`. Unchanged for any other reparse point.
+/// @returns false for any other reparse point. Throws `std::bad_alloc`.
 bool LinkTarget(const void* data, std::size_t size, std::wstring& target);
 
 }  // namespace zukel::platform

@@ -16,14 +16,14 @@ SecurityId WellKnown(WELL_KNOWN_SID_TYPE type) noexcept {
     return id;
 }
 
-/// The system and its administrators, who can do everything anyway.
+/// Whether it is the system or the administrators, who have access to everything anyway.
 bool IsTrusted(PSID id) noexcept {
     SecurityId administrators = WellKnown(WinBuiltinAdministratorsSid);
     SecurityId system = WellKnown(WinLocalSystemSid);
     return EqualSid(id, administrators.Get()) != 0 || EqualSid(id, system.Get()) != 0;
 }
 
-/// One entry of an access list. Entries of other kinds than these two grant nothing here.
+/// One entry of an access list. Entries of other types are neither.
 struct Entry {
     bool allows = false;
     bool denies = false;
@@ -53,8 +53,8 @@ Entry EntryAt(PACL list, DWORD index) noexcept {
     return entry;
 }
 
-/// What the list grants to one who has these identifiers: the first entry that speaks of a right
-/// decides.
+/// What the list grants to a user with these identifiers: for each right the first entry that names
+/// it decides.
 ACCESS_MASK Granted(PACL list, std::initializer_list<PSID> identifiers) noexcept {
     if (list == nullptr) {
         return FILE_ALL_ACCESS;

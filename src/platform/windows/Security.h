@@ -5,29 +5,29 @@
 
 #include "platform/windows/Handle.h"
 
-/// Who owns what, and who may do what with it.
+/// Owners and access lists.
 namespace zukel::platform {
 
-/// A security identifier with room for the longest there is.
+/// A security identifier, with room for the longest.
 struct SecurityId {
     alignas(8) char bytes[SECURITY_MAX_SID_SIZE];
 
     PSID Get() noexcept { return bytes; }
 };
 
-/// The user of the process. False when the system does not tell.
+/// The user of the process. False if the system does not return it.
 bool CurrentUser(SecurityId& user) noexcept;
 
-/// Attributes of something new that its maker alone may use, whatever its folder would have passed
-/// on.
+/// Security attributes of a new object that only its creator may use. It inherits nothing from its
+/// directory.
 class OwnerAlone {
 public:
-    /// @param inheritance ACE flags: what is made in a new directory gets its access by them.
+    /// @param inheritance ACE flags: how the entries of a new directory inherit the access.
     explicit OwnerAlone(DWORD inheritance = 0) noexcept;
     OwnerAlone(const OwnerAlone&) = delete;
     OwnerAlone& operator=(const OwnerAlone&) = delete;
 
-    /// Null, for the system's own choice, when the user is not known.
+    /// Null if the user is not known, with the reason as the system's last error.
     SECURITY_ATTRIBUTES* Get() noexcept { return known_ ? &attributes_ : nullptr; }
 
 private:
@@ -43,21 +43,21 @@ class SecurityOfFile {
 public:
     /// @param file open with READ_CONTROL.
     explicit SecurityOfFile(const Handle& file) noexcept;
-    /// Null when the system does not tell.
+    /// Null if the system does not return it.
     PSID Owner() const noexcept { return owner_; }
     PSID Group() const noexcept { return group_; }
 
-    /// `APR_FPROT_` bits, as far as the list tells them by itself: for the owner by the entries for
-    /// it, the group and everyone; for the group by those for it and everyone; for others by those
-    /// for everyone. In what other groups these are is not asked.
+    /// `APR_FPROT_` bits by the entries of the list: for the owner those for it, the group and
+    /// everyone; for the group those for it and everyone; for others those for everyone. Membership
+    /// in other groups is not looked up.
     int Permissions() const noexcept;
 
-    /// Whether the owner is the process's user, or the system or its administrators, and nobody but
-    /// these may write.
+    /// Whether the owner is the process's user, the system or the administrators, and nobody else
+    /// may write.
     bool IsOwnAndClosed() const noexcept;
 
 private:
-    std::unique_ptr<char[]> descriptor_;  ///< What the others point into.
+    std::unique_ptr<char[]> descriptor_;  ///< The other members point into it.
     PSID owner_ = nullptr;
     PSID group_ = nullptr;
     PACL list_ = nullptr;  ///< Null grants everything to everybody.

@@ -11,16 +11,16 @@
 #include "platform/windows/OpenFile.h"
 #include "platform/windows/Security.h"
 
-// A segment is a file under its name, mapped by everyone who holds it. The mappings have no names
-// of their own, so it is the file and its access list that say which segment it is and who may
-// attach. APR (1.7.2) maps the file under a name made of the file's, which others can take,
-// and asks each time for a token that it never closes.
+// A segment is a file of its name, which every holder maps. The mappings have no names, so the file
+// identifies the segment, and its access list decides who may attach. APR (1.7.2) names the mapping
+// after the file, which lets another process take the name first, and opens a token in each call
+// that it never closes.
 
 namespace zukel::platform {
 
 namespace {
 
-/// What stands before the usable block. The creator writes `mapped` last.
+/// What precedes the usable block. The creator writes `mapped` last.
 struct Header {
     std::atomic<std::uint64_t> mapped;  ///< The size of the file.
     std::uint64_t usable;
@@ -36,7 +36,7 @@ using Mapping = std::unique_ptr<Header, Unmap>;
 
 }  // namespace
 
-/// What a process holds of a segment.
+/// A segment that this process has mapped.
 struct Segment {
     Segment() = default;
     ~Segment();
@@ -45,8 +45,8 @@ struct Segment {
 
     Handle file;
     FileId id;
-    std::unique_ptr<wchar_t[]> name;     ///< That the file had, from wherever it is read.
-    std::unique_ptr<wchar_t[]> removed;  ///< Its name once that one is freed.
+    std::unique_ptr<wchar_t[]> name;     ///< Absolute, of the file when it was opened.
+    std::unique_ptr<wchar_t[]> removed;  ///< The file's name after `FreeName`.
     Mapping mapping;
 };
 
@@ -56,14 +56,14 @@ constexpr DWORD kRights = GENERIC_READ | GENERIC_WRITE | DELETE;
 
 Handle MakeFile(const wchar_t* name) noexcept {
     OwnerAlone security;
-    constexpr DWORD kInMemory = FILE_ATTRIBUTE_TEMPORARY;  // as long as there is enough of it
+    constexpr DWORD kInMemory = FILE_ATTRIBUTE_TEMPORARY;  // while there is enough of it
     return security.Get() == nullptr ? Handle()
                                      : Handle(CreateFileW(name, kRights, kShareAll, security.Get(),
                                                           CREATE_NEW, kInMemory, nullptr));
 }
 
-/// Whether the volume of the file has the room. A file system that keeps holes would find out at
-/// the first touch.
+/// Whether the volume of the file has enough space. On a file system with sparse files the first
+/// access would fail otherwise.
 bool VolumeHasRoom(const wchar_t* name, std::uint64_t bytes) noexcept {
     wchar_t volume[1024];
     ULARGE_INTEGER room{};
@@ -86,7 +86,7 @@ Mapping Map(const Handle& file) noexcept {
                            : nullptr);
 }
 
-/// The name that frees a file's own, or null.
+/// What `FreeName` renames a file to, or null.
 std::unique_ptr<wchar_t[]> RemovedName(const Handle& file, const FileId& id) noexcept {
     constexpr std::size_t kExtra = 1 + 16 + std::size(kRemoved);
     std::unique_ptr<wchar_t[]> name = FinalName(file, kExtra);
@@ -118,10 +118,10 @@ apr_status_t Hold(Handle& file, Mapping mapping, SegmentHandle& segment,
     return APR_SUCCESS;
 }
 
-/// The system removes no file that is mapped. So the name is freed by giving the file another one,
-/// under which the last who lets go of it can remove it.
+/// Removes the name of a segment. The system does not remove a mapped file, so a mapped one is
+/// renamed instead, and the last process that unmaps it removes it.
 ///
-/// @param removed that other name.
+/// @param removed the new name.
 apr_status_t FreeName(const Handle& file, const std::unique_ptr<wchar_t[]>& removed) noexcept {
     if (RemoveOpenFile(file) == ERROR_SUCCESS) {
         return APR_SUCCESS;
@@ -129,8 +129,8 @@ apr_status_t FreeName(const Handle& file, const std::unique_ptr<wchar_t[]>& remo
     return removed ? SystemStatus(RenameOpenFile(file, removed.get())) : APR_ENOMEM;
 }
 
-/// Whether it is a segment, and no file of somebody's that has the name: its header is in accord
-/// with its size, or is still empty in a file of the kind that is made for segments.
+/// Whether a file is a segment, and not another file of that name: its header matches its size, or
+/// it is a temporary or empty file whose header is not yet written.
 bool IsSegment(const Handle& file, const FileId& id) noexcept {
     constexpr DWORD kNever =
         FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_READONLY;
@@ -140,13 +140,13 @@ bool IsSegment(const Handle& file, const FileId& id) noexcept {
     if (!id.known || (id.attributes & kNever) != 0 || GetFileSizeEx(file.Get(), &size) == 0) {
         return false;
     }
-    ReadFile(file.Get(), header, sizeof header, &got, nullptr);  // zeros where it may not be read
+    ReadFile(file.Get(), header, sizeof header, &got, nullptr);  // stays zero if it may not be read
     const auto bytes = static_cast<std::uint64_t>(size.QuadPart);
     const bool kind = bytes == 0 || (id.attributes & FILE_ATTRIBUTE_TEMPORARY) != 0;
     return header[0] == 0 ? kind : header[0] == bytes && header[1] == bytes - sizeof(Header);
 }
 
-/// Removes a file whose name has been freed, unless somebody still maps it.
+/// Removes a file that `FreeName` has renamed, unless another process still maps it.
 void RemoveIfFreed(const Segment& segment) noexcept {
     if (Identify(segment.removed.get(), Symlinks::NoFollow) == segment.id) {
         DeleteFileW(segment.removed.get());
@@ -167,7 +167,7 @@ void ReleaseSegment(Segment* segment) noexcept {
 
 apr_status_t CreateSegment(std::uint64_t size, const char* name, SegmentHandle& segment,
                            SegmentBlock& block) noexcept {
-    constexpr std::uint64_t kRest = std::uint64_t{1} << 20U;  // what the volume keeps beside it
+    constexpr std::uint64_t kRest = std::uint64_t{1} << 20U;  // which stay free on the volume
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     const WideName wide(name);
     if (!wide) {
@@ -221,7 +221,7 @@ apr_status_t AttachSegment(const char* name, SegmentHandle& segment, SegmentBloc
     const std::uint64_t mapped = mapping->mapped.load(std::memory_order_acquire);
     if (mapped != static_cast<std::uint64_t>(size.QuadPart) ||
         mapping->usable != mapped - sizeof(Header)) {
-        return APR_EINVAL;  // it is not whole
+        return APR_EINVAL;  // not complete
     }
     return Hold(file, std::move(mapping), segment, block);
 }
@@ -255,8 +255,7 @@ apr_status_t RemoveName(const char* name) noexcept {
 apr_status_t RemoveSegmentName(const char*, const Segment& segment) noexcept {
     const FileId named = Identify(segment.name.get(), Symlinks::NoFollow);
     const DWORD error = named.known ? ERROR_SUCCESS : GetLastError();
-    // By the handle: whatever takes the name in the meantime, or has it where that cannot be told,
-    // is not touched.
+    // By the handle: a file that takes the name in the meantime is not touched.
     const bool another = named.known && !(named == segment.id);
     const bool gone = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
     return another || gone ? APR_SUCCESS : FreeName(segment.file, segment.removed);

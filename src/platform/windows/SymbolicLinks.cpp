@@ -19,8 +19,8 @@ bool StartsWith(const std::wstring& text, const wchar_t* start) noexcept {
     return text.compare(0, std::wcslen(start), start) == 0;
 }
 
-/// The path that a link with this text leads to, which is read from the directory of the link
-/// unless it has a drive or a root of its own.
+/// The path of a link's target: relative to the directory of the link, unless it has a drive or
+/// starts with a backslash.
 std::wstring FromLink(const std::wstring& target, const std::wstring& name) {
     const bool own = target[0] == L'\\' || (target.size() > 1 && target[1] == L':');
     const std::size_t stop = name.find_last_of(L"/\\:");
@@ -33,7 +33,8 @@ bool LeadsToDirectory(const std::wstring& path) noexcept {
            (Identify(name.Get(), Symlinks::Follow).attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// The path without the prefix of the extended form, where the system reads it as the same one.
+/// The path without the prefix of the extended form, if the system then resolves it to the same
+/// one.
 std::wstring Plain(const wchar_t* extended) {
     std::wstring path(extended);
     if (StartsWith(path, LR"(\\?\UNC\)")) {
@@ -52,7 +53,7 @@ std::wstring Plain(const wchar_t* extended) {
 apr_status_t MakeSymbolicLink(const char* target, const char* name) {
     const WideName link(name);
     std::wstring text;
-    std::wstring place;  // not in the extended form, in which the system works no `..` out
+    std::wstring place;  // without the extended form, in which `..` is not resolved
     if (!link || !ToWide(name, place) || !ToWide(target, text)) {
         return link ? SystemStatus(ERROR_FILE_NOT_FOUND) : link.Status();
     }
@@ -66,7 +67,7 @@ apr_status_t MakeSymbolicLink(const char* target, const char* name) {
     if (error == ERROR_INVALID_PARAMETER) {  // a system that does not know the flag
         error = make(kind);
     }
-    // Wine 8 makes none and calls that a success.
+    // Wine 8 returns success and creates none.
     constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
     if (error == ERROR_SUCCESS &&
         (Identify(link.Get(), Symlinks::NoFollow).attributes & kLink) == 0) {

@@ -12,6 +12,7 @@ TemporaryFile::TemporaryFile(const wchar_t* target) : target_(target) {
     const std::size_t stop = place.find_last_of(L"/\\:");
     const std::wstring folder = place.substr(0, stop == std::wstring::npos ? 0 : stop + 1);
     constexpr unsigned kTries = 1000;
+    constexpr unsigned kTriesDenied = 10;
     for (unsigned number = 0; number < kTries && !file_; ++number) {
         std::array<wchar_t, 40> name{};
         std::swprintf(name.data(), name.size(), L".zukel-%lx-%x",
@@ -19,7 +20,11 @@ TemporaryFile::TemporaryFile(const wchar_t* target) : target_(target) {
         name_ = folder + name.data();
         file_ = Handle(CreateFileW(name_.c_str(), GENERIC_WRITE | DELETE, kShareAll, nullptr,
                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file_ && GetLastError() != ERROR_FILE_EXISTS) {
+        const DWORD error = file_ ? ERROR_SUCCESS : GetLastError();
+        // A removed file whose last handle is still open, such as a scanner's, denies its name.
+        const bool taken =
+            error == ERROR_FILE_EXISTS || (error == ERROR_ACCESS_DENIED && number < kTriesDenied);
+        if (!taken) {
             break;
         }
     }
@@ -29,7 +34,7 @@ TemporaryFile::TemporaryFile(const wchar_t* target) : target_(target) {
 TemporaryFile::~TemporaryFile() {
     file_.Close();
     if (made_) {
-        SetFileAttributesW(name_.c_str(), FILE_ATTRIBUTE_NORMAL);  // it may be read-only by now
+        SetFileAttributesW(name_.c_str(), FILE_ATTRIBUTE_NORMAL);  // it may have become read-only
         DeleteFileW(name_.c_str());
     }
 }

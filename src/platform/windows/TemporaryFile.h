@@ -6,12 +6,13 @@
 
 namespace zukel::platform {
 
-/// A new file beside the target, removed again unless it is given the target's name.
+/// A new file in the directory of the target. The destructor removes it unless it has got the
+/// target's name.
 class TemporaryFile {
 public:
     /// Throws `std::bad_alloc`.
     ///
-    /// @param target stays as long as this object. Where the file cannot be made, the reason is the
+    /// @param target must outlive this object. If the file cannot be created, the reason is the
     /// system's last error.
     explicit TemporaryFile(const wchar_t* target);
     ~TemporaryFile();
@@ -19,13 +20,13 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     explicit operator bool() const noexcept { return made_; }
-    /// Open for writing and with DELETE. Others may open it too, as for its other streams.
+    /// Open for writing and with DELETE, and shared, so that its other streams can be opened.
     const Handle& File() const noexcept { return file_; }
     const wchar_t* Name() const noexcept { return name_.c_str(); }
 
-    /// Closes the file and gives it the target's name, over a file that has it.
+    /// Closes the file and renames it to the target, replacing a file of that name.
     bool TakeTargetsName() noexcept;
-    /// The same while it stays open, over a file that somebody may have open, where the volume can.
+    /// The same, but it stays open, and the target may be open if the volume has POSIX semantics.
     ///
     /// @returns 0 or the system's error.
     DWORD TakeTargetsNameOpen() noexcept;
@@ -34,7 +35,7 @@ private:
     const wchar_t* target_;
     std::wstring name_;
     Handle file_;
-    bool made_ = false;  ///< And stands under its own name.
+    bool made_ = false;  ///< And still has the name `name_`.
 };
 
 }  // namespace zukel::platform

@@ -16,7 +16,7 @@ TemporaryTemplate::TemporaryTemplate(char* name, std::size_t most) noexcept
 }
 
 bool TemporaryTemplate::FillIn() noexcept {
-    // Small letters and digits: the system does not tell case apart.
+    // No capital letters: names are case-insensitive.
     constexpr char kSigns[] = "abcdefghijklmnopqrstuvwxyz0123456789";
     constexpr int kTries = 100;
     for (std::size_t at = 0; at < length_; ++at) {

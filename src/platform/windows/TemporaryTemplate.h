@@ -4,14 +4,14 @@
 
 namespace zukel::platform {
 
-/// The `X` at the end of a name, which stand for signs to be tried until the name is free.
+/// The `X` at the end of a name, which are replaced by random characters until the name is free.
 class TemporaryTemplate {
 public:
-    /// @param name stays as long as this object.
+    /// @param name must outlive this object.
     /// @param most how many trailing `X` are replaced.
     TemporaryTemplate(char* name, std::size_t most) noexcept;
 
-    /// Puts other signs there. False after many names, or when the system has no random numbers.
+    /// Writes other characters. False after 100 names, or if the system has no random numbers.
     bool FillIn() noexcept;
 
 private:

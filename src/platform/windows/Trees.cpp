@@ -13,22 +13,25 @@ namespace {
 constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
 constexpr DWORD kFolder = FILE_ATTRIBUTE_DIRECTORY;
 
-/// A directory on the way from the root of the tree to the current one. Nobody else may move or
-/// remove it while it is open, so that its name leads to it.
+/// A directory between the root of the tree and the current one. While it is open without
+/// FILE_SHARE_DELETE nobody can rename or remove it, so its path stays valid.
 struct Level {
     Handle folder;
     std::size_t length;                 ///< Of its path.
     std::vector<std::wstring> folders;  ///< Still to be removed.
 };
 
-/// Opens what has the name, a link itself, for its removal.
-DWORD Open(const std::wstring& path, DWORD share, Handle& file) noexcept {
-    constexpr DWORD kAccess =
-        DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES | SYNCHRONIZE | FILE_LIST_DIRECTORY;
+/// Opens an entry for its removal; of a link, the link itself.
+///
+/// @param listing FILE_LIST_DIRECTORY or 0. Of a file that is the right to read it, which its
+/// removal does not need, and which may be denied, or not shared by a program that has it open.
+DWORD Open(const std::wstring& path, DWORD listing, DWORD share, Handle& file) noexcept {
+    const DWORD access =
+        DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES | SYNCHRONIZE | listing;
     constexpr DWORD kItself = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT;
     return RepeatWhileShared([&] {
         file = Handle(
-            CreateFileW(path.c_str(), kAccess, share, nullptr, OPEN_EXISTING, kItself, nullptr));
+            CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, kItself, nullptr));
         return file ? ERROR_SUCCESS : GetLastError();
     });
 }
@@ -40,7 +43,7 @@ DWORD AttributesOf(const Handle& file) noexcept {
                : 0;
 }
 
-/// Removes an open file or empty directory, a read-only one too.
+/// Removes an open file or empty directory, also a read-only one.
 DWORD Remove(const Handle& file) noexcept {
     const DWORD attributes = AttributesOf(file);
     if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
@@ -68,14 +71,14 @@ public:
                 levels_.pop_back();
                 Note(error);
                 if (error == ERROR_SUCCESS && levels_.empty()) {
-                    error_ = ERROR_SUCCESS;  // nothing is left, whatever failed before
+                    error_ = ERROR_SUCCESS;  // nothing is left
                 }
                 continue;
             }
             path_ += L'\\' + level.folders.back();
             level.folders.pop_back();
             const DWORD error = Enter();
-            if (error == ERROR_DIRECTORY) {  // a link or a file has taken its place
+            if (error == ERROR_DIRECTORY) {  // it has been replaced by a link or a file
                 RemoveEntry();
             } else if (error != ERROR_FILE_NOT_FOUND) {
                 Note(error);
@@ -87,11 +90,12 @@ public:
 private:
     void Note(DWORD error) noexcept { error_ = error_ == ERROR_SUCCESS ? error : error_; }
 
-    /// Makes the directory of the path the current one, and removes what is in it but for
+    /// Makes the directory of the path the current one, and removes its entries except for
     /// directories.
     DWORD Enter() {
         Handle folder;
-        const DWORD error = Open(path_, FILE_SHARE_READ | FILE_SHARE_WRITE, folder);
+        const DWORD error =
+            Open(path_, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE, folder);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -131,7 +135,7 @@ private:
 
     void RemoveEntry() noexcept {
         Handle file;
-        DWORD error = Open(path_, kShareAll, file);
+        DWORD error = Open(path_, 0, kShareAll, file);
         error = error == ERROR_SUCCESS ? Remove(file) : error;
         Note(error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error);
     }

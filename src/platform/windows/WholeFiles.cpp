@@ -11,14 +11,14 @@ namespace zukel::platform {
 
 namespace {
 
-/// The file that is replaced.
+/// The file that will be replaced.
 struct Former {
     Handle file;
-    std::unique_ptr<wchar_t[]> name;  ///< Behind all links.
+    std::unique_ptr<wchar_t[]> name;  ///< With all links resolved.
     DWORD attributes = 0;
 };
 
-/// @returns 0, also when there is none, or the system's error.
+/// @returns 0, also if there is none, or the system's error.
 DWORD Find(const wchar_t* name, Former& former) noexcept {
     Handle file = OpenForFacts(name, FILE_READ_ATTRIBUTES | READ_CONTROL, Symlinks::Follow);
     if (!file) {
@@ -32,7 +32,7 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
         (facts.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
-    // A caller who may not write the file must not replace it by way of its directory.
+    // A caller who may not write the file must not replace it either.
     if ((facts.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
         return ERROR_ACCESS_DENIED;
     }
@@ -40,9 +40,10 @@ DWORD Find(const wchar_t* name, Former& former) noexcept {
         return GetLastError();
     }
     former.name = FinalName(file);
+    const DWORD error = GetLastError();
     former.attributes = facts.FileAttributes;
     former.file = std::move(file);
-    return former.name ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+    return former.name ? ERROR_SUCCESS : error;
 }
 
 /// Gives the new file the access list and the attributes of the former one.

@@ -9,7 +9,8 @@ namespace zukel::platform {
 
 namespace {
 
-/// Names of so many units, with the NUL, leave no room for a file in the directory that they name.
+/// From this length on, with the NUL, a directory has no room for a file with an 8.3 name
+/// (MAX_PATH).
 constexpr std::size_t kLongestPlain = 248;
 constexpr std::size_t kLongestComponent = 255;
 constexpr std::size_t kLongest = 32766;
@@ -24,27 +25,26 @@ wchar_t UpperAscii(wchar_t unit) noexcept {
 
 bool EqualsIgnoringCase(const wchar_t* text, std::size_t length, const wchar_t* upper) noexcept {
     for (std::size_t at = 0; at < length; ++at) {
-        if (UpperAscii(text[at]) != upper[at]) {  // which a NUL in `upper` does as well
+        if (UpperAscii(text[at]) != upper[at]) {  // also at the end of `upper`
             return false;
         }
     }
     return upper[length] == L'\0';
 }
 
-/// Whether the name is one of the system's own name space, `\\?\` or `\\.\`, which it takes as it
-/// is.
+/// Whether the name is in the namespace `\\?\` or `\\.\`, in which the system changes nothing.
 bool IsOfTheSystem(const wchar_t* name) noexcept {
     return IsSeparator(name[0]) && IsSeparator(name[1]) && (name[2] == L'?' || name[2] == L'.') &&
            IsSeparator(name[3]);
 }
 
-/// Whether the name is read from nowhere but its own drive or share.
+/// Whether the name does not depend on a current directory.
 bool IsAbsolute(const wchar_t* name) noexcept {
     return name[0] != L'\0' && ((name[1] == L':' && IsSeparator(name[2])) ||
                                 (IsSeparator(name[0]) && IsSeparator(name[1])));
 }
 
-/// The digit of a port, superscripts included.
+/// The digit of a port, including superscripts.
 bool IsPortNumber(wchar_t unit) noexcept {
     return (unit >= L'1' && unit <= L'9') || unit == L'\u00B9' || unit == L'\u00B2' ||
            unit == L'\u00B3';
@@ -104,7 +104,7 @@ bool WideName::Convert(const char* name) noexcept {
     const auto convert = [name](wchar_t* target, int capacity) {
         return MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, name, -1, target, capacity);
     };
-    if (std::strlen(name) >= 3 * kLongest) {  // no unit has more bytes
+    if (std::strlen(name) >= 3 * kLongest) {  // a unit has three bytes at most
         Refuse(ERROR_FILENAME_EXCED_RANGE);
         return false;
     }
@@ -172,12 +172,12 @@ bool WideName::Extend(Form form) noexcept {
     }
     wchar_t* const full = room.get() + kShareSize;
     const DWORD length = GetFullPathNameW(text_, size, full, nullptr);
-    if (length == 0 || length >= size) {  // the current directory has changed since
+    if (length == 0 || length >= size) {  // the current directory has changed in between
         return Refuse(ERROR_FILENAME_EXCED_RANGE);
     }
     const wchar_t* text = full;
     if ((form == Form::Extended || length >= kLongestPlain) && !IsOfTheSystem(full)) {
-        const bool share = IsSeparator(full[0]);  // its two separators are a part of the prefix
+        const bool share = IsSeparator(full[0]);  // the prefix includes its two separators
         const std::size_t prefix = share ? kShareSize : std::size(kDrive) - 1;
         wchar_t* const start = full + (share ? 2 : 0) - prefix;
         std::wmemcpy(start, share ? kShare : kDrive, prefix);

@@ -7,19 +7,19 @@
 
 namespace zukel::platform {
 
-/// Whether a name may stand for a device of the system, such as NUL.
+/// Whether a name may be that of a device of the system, such as NUL.
 enum class Devices { Refused, Taken };
 
 /// The name of a file in the form that the system's wide calls take, made without throwing. Every
 /// call goes through it.
 ///
-/// A name of up to 247 units stays as it is. A longer one is made absolute, `.`, `..` and doubled
-/// separators are worked out, and it gets the extended form, `\\?\C:\...` or `\\?\UNC\server\...`.
-/// A name that starts with `\\?\` or `\\.\` stays as it is whatever its length.
+/// A name of up to 247 units stays as it is. A longer one is made absolute and normalised (`.`,
+/// `..`, doubled separators), and gets the extended form, `\\?\C:\...` or `\\?\UNC\server\...`. A
+/// name that starts with `\\?\` or `\\.\` stays as it is, whatever its length.
 ///
 /// These are refused, with a reason: invalid UTF-8 as a file that does not exist; a component of
 /// more than 255 units; a component that the system reads as a device, such as `nul.txt` or
-/// `C:\con`. With `Devices::Taken` a name that is the device's alone, such as `NUL`, is taken.
+/// `C:\con`. With `Devices::Taken` the plain name of a device, such as `NUL`, is accepted.
 class WideName {
 public:
     explicit WideName(const char* name, Devices devices = Devices::Refused) noexcept;
@@ -27,7 +27,7 @@ public:
     WideName(const WideName&) = delete;
     WideName& operator=(const WideName&) = delete;
 
-    /// False when the name was refused, or there was no memory for it.
+    /// False if the name was refused, or there was no memory for it.
     explicit operator bool() const noexcept { return status_ == APR_SUCCESS; }
     /// 0 or why it was refused.
     apr_status_t Status() const noexcept { return status_; }
@@ -44,10 +44,10 @@ private:
     static constexpr int kInline = 264;
 
     bool Convert(const char* name) noexcept;
-    /// Makes room for `size` units that replace the text once they are written.
+    /// Allocates `size` units for a new text.
     bool Reserve(std::size_t size, std::unique_ptr<wchar_t[]>& room) noexcept;
     bool Settle(Devices devices) noexcept;
-    enum class Form { Absolute, Extended };  ///< Of a name that is short enough without.
+    enum class Form { Absolute, Extended };  ///< What a short name becomes.
     bool Extend(Form form) noexcept;
     bool Refuse(DWORD reason) noexcept {
         status_ = SystemStatus(reason);

@@ -2,9 +2,9 @@
 
 #include "platform/windows/Handle.h"
 
-// What Windows has had since version 8 or 10, and what the headers of a build for Windows 7 leave
-// out. An older system refuses these classes with ERROR_INVALID_PARAMETER, and so does Wine 8 but
-// for the first.
+// What Windows has since version 8 or 10, and the headers of a build for Windows 7 leave out. An
+// older system refuses these classes with ERROR_INVALID_PARAMETER, and so does Wine 8, except for
+// the first.
 namespace zukel::platform {
 
 /// For `GetFileInformationByHandleEx` with `FileId128`.
@@ -14,7 +14,7 @@ constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(2
 /// For `SetFileInformationByHandle` with `RenameInformation`.
 constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
 
-/// For `CreateSymbolicLinkW`: who has switched the developer mode on needs no privilege.
+/// For `CreateSymbolicLinkW`: no privilege is needed in developer mode.
 constexpr DWORD kUnprivilegedLink = 0x2;
 
 constexpr DWORD kDispositionDelete = 0x1;
@@ -36,7 +36,7 @@ struct RenameInformation {
     wchar_t name[1];
 };
 
-/// Whether the system, or the file system, has refused because it does not know the request.
+/// Whether the system or the file system does not know the request.
 inline bool IsUnsupported(DWORD error) noexcept {
     return error == ERROR_INVALID_PARAMETER || error == ERROR_NOT_SUPPORTED ||
            error == ERROR_INVALID_FUNCTION || error == ERROR_INVALID_LEVEL;
