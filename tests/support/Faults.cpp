@@ -161,7 +161,7 @@ using namespace zukel::test;
 
 #ifndef _WIN32
 STRUCK(System, syscall, NameOf(a), -1, a == SYS_close,
-       a == SYS_read || a == SYS_write ? &d : nullptr)
+       a == SYS_read || a == SYS_write || a == SYS_pread64 || a == SYS_pwrite64 ? &d : nullptr)
 #endif
 
 // The runtime counts a user before it tries to start, also when it then fails.
