@@ -128,7 +128,7 @@ void Share(const std::string& shortName, std::size_t size, bool attach) {
     munmap(owner, size);
 }
 
-/// The files that tell all of the memory: the machine, the process, and its control groups' limits.
+/// The files that tell all of the memory: the machine, the process, and the limits of its cgroups.
 std::vector<std::string> MemoryFiles() {
     std::vector<std::string> files = {"/proc/meminfo", "/proc/self/cgroup", "/proc/self/statm"};
     std::string line;

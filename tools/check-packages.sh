@@ -126,7 +126,7 @@ step_package() {
     lintian --allow-root --suppress-tags initial-upload-closes-no-bugs --fail-on error,warning "${packages[@]}"
 
     local place=$builds/check-package wanted
-    wanted=$(sed -n 's/^set(ZUKEL_RUNTIME_VERSION \(.*\))/\1/p' "$root/cmake/Runtime.cmake")
+    wanted=$(sed -n 's/^set(ZUKEL_APR_VERSION \(.*\))/\1/p' "$root/cmake/Apr.cmake")
     dpkg-deb --field "$builds"/packages/libzukel1_*.deb Depends | grep -E "libapr1[a-z0-9]* \(>= $wanted\)" ||
         die "libzukel1 does not depend on version $wanted of APR, which the build asks for"
     rm -rf "$place"

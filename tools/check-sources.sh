@@ -72,7 +72,7 @@ test_names() {
 }
 
 # House words, as extended regular expressions for whole words, each with the term that the field has for it. In
-# public headers, the documents and the comments of the sources:
+# documents and in the comments of sources and scripts:
 house_words=(
     'the runtime' 'APR'
     'collect(s|ed)? (it|a child|the child|children|them all)' 'reap'
@@ -155,11 +155,13 @@ check_wording() {
             if (words > most) { print $0; print "    a sentence of " words " words: the most are " most; bad = 1 }
         }
         END { exit bad }' || bad=1
-    # Documents and tables that tools write have the words of their programs.
-    mapfile -t prose < <(find README.md CONTRIBUTING.md SECURITY.md docs src examples -type f \
-        \( -name '*.md' -o -name '*.h' -o -name '*.cpp' \) ! -path docs/behaviour.md ! -path 'docs/benchmarks/*' | sort)
+    # Of sources and scripts the comments count. Tools write the tables of the measurements.
+    mapfile -t prose < <(find . \( -path ./build -o -path ./.git -o -path "./${builds#"$root/"}" \) -prune -o \
+        -type f -printf '%P\n' | sort)
     { header_sentences "${headers[@]}"
-        grep -nHE '//|^[^/]*$' "${prose[@]}" | awk -F: '$1 ~ /[.]md$/ || /\/\//'
+        printf '%s\n' "${prose[@]}" | grep -E '[.]md$' | grep -v '^docs/benchmarks/' | xargs grep -nH ''
+        printf '%s\n' "${prose[@]}" | grep -E '[.](cpp|h)$' | xargs grep -nH '//'
+        printf '%s\n' "${prose[@]}" | grep -E '^(tools|[.]ci)/|[.](sh|cmake|in)$|CMakeLists[.]txt$' | xargs grep -nHE '^ *#'
     } | find_house_words house_words || bad=1
     return $bad
 }

@@ -135,7 +135,7 @@ def forget(program):
         return f"{seen}; {program.zombies()} after one more start"
 
 
-@case("A child has ended and nobody has collected it: does it run?")
+@case("A child has ended and nobody has reaped it: does it run?")
 def ended(program):
     pid = program.do("start", "", "", "/bin/true").value
     need(int(pid or 0) > 0 and program.wait(3, lambda: not runs(pid), turn=False))

@@ -3,10 +3,10 @@
 #include <array>
 #include <forward_list>
 
-#include "frame/RuntimeUse.h"
+#include "frame/AprUse.h"
 #include "frame/SharedRecord.h"
 
 struct kelLibraryRecord : zukel::SharedRecord {
-    zukel::RuntimeUse runtime;
+    zukel::AprUse apr;
     std::forward_list<std::array<char, 24>> locales;  ///< The texts that `GetLocale` has returned.
 };

@@ -2,7 +2,7 @@
 
 #include <apr_pools.h>
 
-#include "frame/RuntimeUse.h"
+#include "frame/AprUse.h"
 
 namespace zukel {
 
@@ -14,7 +14,7 @@ namespace zukel {
 class Pool {
 public:
     Pool() noexcept {
-        if (!runtime_.IsStarted() || apr_pool_create(&pool_, nullptr) != APR_SUCCESS) {
+        if (!apr_.IsStarted() || apr_pool_create(&pool_, nullptr) != APR_SUCCESS) {
             pool_ = nullptr;
         }
     }
@@ -32,7 +32,7 @@ public:
     explicit operator bool() const noexcept { return pool_ != nullptr; }
 
 private:
-    RuntimeUse runtime_;
+    AprUse apr_;
     apr_pool_t* pool_ = nullptr;
 };
 

@@ -1,5 +1,5 @@
-// The portable side of what only Windows does, and of what the platform may answer. Here stand-ins
-// take the place of some of its functions, and give the answers that a test has put here.
+// The portable code for what only Windows does, and for rare answers of the platform. Here fakes
+// replace some functions of the platform, and return what a test has set.
 
 #include <utility>
 

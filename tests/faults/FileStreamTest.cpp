@@ -196,7 +196,7 @@ TEST_F(FileStream, IdleObjectsAreOneBlockAndStartNothing) {
     EXPECT_THAT(costs, Each(ElementsAre(0, 0, 1, 0))) << "users of APR, pools, blocks, descriptors";
     EXPECT_EQ(CostOf([] { return std::make_unique<kelAtomic>(); })[1], 0) << "pools";
     EXPECT_EQ(CostOf([] { return std::make_unique<kelDynamicObject>(); })[1], 0) << "pools";
-    const Guard armed = Arm({FaultSource::Runtime, 1000000});
+    const Guard armed = Arm({FaultSource::Apr, 1000000});
     UnderFaults([&] {
         EXPECT_EQ(kelFileInfo(name).GetSize(), 1);
         EXPECT_THAT(

@@ -1,4 +1,4 @@
-// Every operation that may fail, with every call below it failing in turn: of the runtime, of the
+// Every operation that may fail, with every call below it failing in turn: of APR, of the
 // system and of `operator new`. A table of operations tells what each may fail with, and what it
 // then leaves.
 
@@ -77,10 +77,10 @@ bool Step(const Row& row, Entries& after) {
 }  // namespace
 
 void zukel::test::Walk(const std::vector<Row>& rows, const std::vector<int>& refusals) {
-    constexpr auto kRuntime = FaultSource::Runtime, kMemory = FaultSource::Memory;
+    constexpr auto kApr = FaultSource::Apr, kMemory = FaultSource::Memory;
     constexpr auto kSystem = FaultSource::System;
-    std::vector<FaultPlan> walks = {{kRuntime, 1, true}, {kRuntime}, {kMemory, 1, true},
-                                    {kMemory},           {kSystem},  {kSystem, 1, false, kDenied}};
+    std::vector<FaultPlan> walks = {{kApr, 1, true}, {kApr},    {kMemory, 1, true},
+                                    {kMemory},       {kSystem}, {kSystem, 1, false, kDenied}};
     for (const int error : refusals) {
         walks.push_back({kSystem, 1, true, error});
     }

@@ -12,7 +12,7 @@ using Operations = InDirectory;
 namespace {
 
 /// The thread sanitizer does not know the lock that guards this for one of threads.
-TEST(Runtime, CopiesOfTheLibraryInOneProcess_StartAndStopItAtTheSameTime) {
+TEST(Apr, CopiesOfTheLibraryInOneProcess_StartAndStopItAtTheSameTime) {
     const auto run = [] {
         std::vector<int (*)(int)> uses;
         for (const std::string copy : {"/copy1.dll", "/copy2.dll"}) {

@@ -22,7 +22,7 @@ thread_local bool counting = false;
 /// Whether any thread does. Windows: before, a thread's own variables may still be in the making.
 std::atomic<int> stretches{0};
 thread_local std::intmax_t blocks = 0;  ///< Of `operator new` that have not been given back.
-std::atomic<long> users{0};             ///< Starts of the runtime less its stops.
+std::atomic<long> users{0};             ///< Starts of APR less its stops.
 std::atomic<long> pools{0};             ///< That were made and not destroyed.
 
 std::intmax_t Descriptors() {
@@ -164,11 +164,11 @@ STRUCK(System, syscall, NameOf(a), -1, a == SYS_close,
        a == SYS_read || a == SYS_write || a == SYS_pread64 || a == SYS_pwrite64 ? &d : nullptr)
 #endif
 
-// The runtime counts a user before it tries to start, also when it then fails.
+// APR counts a user before it tries to start, even if that fails.
 WRAPPED(apr_initialize) {
     ++zukel::test::users;
     const Result status = __real_apr_initialize(a, b, c, d, e, f, g, h);
-    return ErrorOf(FaultSource::Runtime, "apr_initialize") != 0 ? APR_EGENERAL : status;
+    return ErrorOf(FaultSource::Apr, "apr_initialize") != 0 ? APR_EGENERAL : status;
 }
 WRAPPED(apr_terminate) {
     --zukel::test::users;
@@ -176,7 +176,7 @@ WRAPPED(apr_terminate) {
 }
 
 WRAPPED(apr_pool_create_ex) {
-    const int error = ErrorOf(FaultSource::Runtime, "apr_pool_create_ex");
+    const int error = ErrorOf(FaultSource::Apr, "apr_pool_create_ex");
     const Result status = error != 0 ? error : __real_apr_pool_create_ex(a, b, c, d, e, f, g, h);
     zukel::test::pools += static_cast<apr_status_t>(status) == APR_SUCCESS ? 1 : 0;
     return status;

@@ -10,9 +10,9 @@ namespace zukel::test {
 
 enum class FaultSource {
     None,
-    Runtime,  ///< Calls of the runtime, which give `APR_EGENERAL`.
-    System,   ///< Calls that the platform folder makes, which tell an error.
-    Memory    ///< `operator new`, which throws `std::bad_alloc`.
+    Apr,     ///< Calls of APR, which return `APR_EGENERAL`.
+    System,  ///< Calls that the platform folder makes, which tell an error.
+    Memory   ///< `operator new`, which throws `std::bad_alloc`.
 };
 
 /// A fault that strikes calls which are made within `Counting(true)`.
@@ -48,7 +48,7 @@ auto UnderFaults(Call call) {
     return call();
 }
 
-/// How many users and pools of the runtime, blocks of `operator new` and descriptors there are.
+/// How many users and pools of APR, blocks of `operator new` and descriptors there are.
 std::array<std::intmax_t, 4> WhatIsHeld();
 
 }  // namespace zukel::test

@@ -1,4 +1,4 @@
-#include "frame/RuntimeUse.h"
+#include "frame/AprUse.h"
 
 #include <apr_general.h>
 
@@ -47,13 +47,13 @@ void Stop() noexcept {
 
 }  // namespace
 
-RuntimeUse::RuntimeUse() noexcept {
+AprUse::AprUse() noexcept {
     const std::lock_guard<std::mutex> lock(uses.lock);
     started_ = uses.count > 0 || Start();
     uses.count += started_ ? 1 : 0;
 }
 
-RuntimeUse::~RuntimeUse() {
+AprUse::~AprUse() {
     if (started_) {
         const std::lock_guard<std::mutex> lock(uses.lock);
         if (--uses.count == 0) {
