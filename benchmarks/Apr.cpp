@@ -44,9 +44,6 @@ bool Facts() {
     apr_finfo_t info;
     return apr_stat(&info, kKnownFile, APR_FINFO_MIN | APR_FINFO_LINK, Pool()) == APR_SUCCESS;
 }
-apr_status_t Remove(const std::string& path) {
-    return apr_dir_remove(path.c_str(), Pool());
-}
 
 struct Directory {
     explicit Directory(const std::string& name) {
@@ -101,13 +98,8 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const bool kAdded = [] {
     const Jobs jobs("apr", Keep<Pool>);
-    jobs.OpenClose<Reader>();
-    jobs.CreateWriteClose<File<kCreate>>();
-    jobs.ReadUnbuffered<Reader>();
-    jobs.ReadUnbufferedLines<Reader>();
-    jobs.ReadBuffered<BufferedReader>();
-    jobs.ReadLines<BufferedReader>();
-    jobs.WriteBuffered<File<kCreate | APR_FOPEN_BUFFERED>>();
+    jobs.Plain<Reader, File<kCreate>>();
+    jobs.Buffered<BufferedReader, File<kCreate | APR_FOPEN_BUFFERED>>();
     jobs.Copy([](auto& from, auto& to) {
         return apr_file_copy(from.c_str(), to.c_str(), kDefault, Pool());
     });
@@ -120,10 +112,10 @@ const bool kAdded = [] {
         apr_dir_close(open.directory);
         return names;
     });
-    jobs.MakeAndRemove([](auto& path) { return apr_dir_make(path.c_str(), kDefault, Pool()); },
-                       Remove);
-    jobs.MakeFiveLevels(
-        [](auto& path) { return apr_dir_make_recursive(path.c_str(), kDefault, Pool()); }, Remove);
+    jobs.Directories(
+        [](auto& path) { return apr_dir_make(path.c_str(), kDefault, Pool()); },
+        [](auto& path) { return apr_dir_make_recursive(path.c_str(), kDefault, Pool()); },
+        [](auto& path) { return apr_dir_remove(path.c_str(), Pool()); });
     jobs.Repeat("FileFacts", Facts);
     jobs.With("ReadVariable", Make<Pool>(), [](const Pool& pool) {
         char* value = nullptr;

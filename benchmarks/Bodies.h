@@ -28,6 +28,12 @@ void Once(const Call& call) {
     }
 }
 
+/// Has values made that nobody needs.
+template <typename... Values>
+void Use(Values&&... values) {
+    (benchmark::DoNotOptimize(values), ...);
+}
+
 /// Once before the clock runs, so that what it works on exists.
 template <typename Call>
 void Loop(benchmark::State& state, const Call& call) {

@@ -4,16 +4,13 @@
 
 template <typename Path>
 void ThreeParts(const Path& path) {
-    benchmark::DoNotOptimize(path.parent_path().string());
-    benchmark::DoNotOptimize(path.filename().string());
-    benchmark::DoNotOptimize(path.stem().string());
+    Use(path.parent_path().string(), path.filename().string(), path.stem().string());
 }
 
 /// The jobs by a library that is made like the file systems of the C++ library. Its functions are
 /// found by the type of their argument.
 template <typename Path, typename Iterator, typename Options>
 void AddFilesystem(const Jobs& jobs, Options overwrite) {
-    const auto removeOne = [](const auto& path) { return remove(Path(path)); };
     jobs.Copy([=](auto& from, auto& to) { return copy_file(Path(from), Path(to), overwrite); });
     jobs.Rename([](auto& from, auto& to) { rename(Path(from), Path(to)); });
     jobs.DeleteTree([](auto& path) { return remove_all(Path(path)) > 0; });
@@ -25,13 +22,12 @@ void AddFilesystem(const Jobs& jobs, Options overwrite) {
         }
         return names;
     });
-    jobs.MakeAndRemove([](auto& path) { return create_directory(Path(path)); }, removeOne);
-    jobs.MakeFiveLevels([](auto& path) { return create_directories(Path(path)); }, removeOne);
+    jobs.Directories([](auto& path) { return create_directory(Path(path)); },
+                     [](auto& path) { return create_directories(Path(path)); },
+                     [](auto& path) { return remove(Path(path)); });
     jobs.Repeat("FileFacts", [] {
         const Path path(kKnownFile);
-        benchmark::DoNotOptimize(file_size(path));
-        benchmark::DoNotOptimize(symlink_status(path));
-        benchmark::DoNotOptimize(last_write_time(path));
+        Use(file_size(path), symlink_status(path), last_write_time(path));
     });
     jobs.With("NormalizePath", Make<Path>(kLongPath),
               [](auto& path) { return path.lexically_normal(); });

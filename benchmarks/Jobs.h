@@ -130,15 +130,28 @@ public:
             });
         });
     }
+    /// What files without a buffer do.
+    template <typename Reader, typename Writer>
+    void Plain() const {
+        OpenClose<Reader>();
+        CreateWriteClose<Writer>();
+        ReadUnbuffered<Reader>();
+        ReadUnbufferedLines<Reader>();
+    }
+    /// What files do only with a buffer.
+    template <typename Reader, typename Writer>
+    void Buffered() const {
+        ReadBuffered<Reader>();
+        ReadLines<Reader>();
+        WriteBuffered<Writer>();
+    }
     /// All that files with a buffer do.
     template <typename Reader, typename Writer, typename UnbufferedReader = Reader>
     void Streams() const {
         OpenClose<Reader>();
         CreateWriteClose<Writer>();
         ReadUnbuffered<UnbufferedReader>();
-        ReadBuffered<Reader>();
-        ReadLines<Reader>();
-        WriteBuffered<Writer>();
+        Buffered<Reader, Writer>();
     }
 
     // Names: calls with one or two of them, as MustDo makes them.
@@ -214,10 +227,12 @@ public:
             MustDo(remove, name);
         });
     }
-    template <typename Make, typename Remove>
-    void MakeFiveLevels(Make make, Remove remove) const {
+    /// With `makeAll`, which makes those above it as well.
+    template <typename Make, typename MakeAll, typename Remove>
+    void Directories(Make make, MakeAll makeAll, Remove remove) const {
+        MakeAndRemove(make, remove);
         With("MakeFiveLevels", Levels, [=](const auto& levels) {
-            MustDo(make, levels.front());
+            MustDo(makeAll, levels.front());
             for (const std::string& level : levels) {
                 MustDo(remove, level);
             }

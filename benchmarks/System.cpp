@@ -158,10 +158,7 @@ void ReadFiles(const std::vector<std::string>& files) {
 
 const bool kAdded = [] {
     const Jobs jobs("system");
-    jobs.OpenClose<Reader>();
-    jobs.CreateWriteClose<Writer>();
-    jobs.ReadUnbuffered<Reader>();
-    jobs.ReadUnbufferedLines<Reader>();
+    jobs.Plain<Reader, Writer>();
     jobs.ReadAt<Reader>();
     jobs.Copy(Copy);
     jobs.Rename([](auto& from, auto& to) { return std::rename(from.c_str(), to.c_str()); });

@@ -33,15 +33,11 @@ constexpr int kDefault = kelFileInfo::PermissionDefault;
 
 void Facts() {
     const kelFileInfo info(kKnownFile);
-    benchmark::DoNotOptimize(info.GetSize());
-    benchmark::DoNotOptimize(info.GetType());
-    benchmark::DoNotOptimize(info.GetLastModifiedTime());
+    Use(info.GetSize(), info.GetType(), info.GetLastModifiedTime());
 }
 
 void ThreeParts(const kelFileInfo& info) {
-    benchmark::DoNotOptimize(info.GetPath());
-    benchmark::DoNotOptimize(info.GetFileName());
-    benchmark::DoNotOptimize(info.GetBaseName());
+    Use(info.GetPath(), info.GetFileName(), info.GetBaseName());
 }
 
 void Share(const std::string& name, std::size_t size, bool attach) {
@@ -58,24 +54,18 @@ void Share(const std::string& name, std::size_t size, bool attach) {
 
 const bool kAdded = [] {
     const Jobs jobs("zukel", Keep<kelLibrary>);
-    jobs.OpenClose<Reader>();
-    jobs.CreateWriteClose<File<kCreate>>();
-    jobs.ReadUnbuffered<Reader>();
-    jobs.ReadUnbufferedLines<Reader>();
+    jobs.Plain<Reader, File<kCreate>>();
     jobs.ReadAt<Reader>();
-    jobs.ReadBuffered<BufferedReader>();
-    jobs.ReadLines<BufferedReader>();
-    jobs.WriteBuffered<File<kCreate | kelFile::ModeBuffered>>();
+    jobs.Buffered<BufferedReader, File<kCreate | kelFile::ModeBuffered>>();
     jobs.Copy([](auto& from, auto& to) { return kelFile::Copy(from, to, kDefault); });
     jobs.Rename([](auto& from, auto& to) { return kelFile::Rename(from, to); });
     jobs.ReplaceWhole([](auto& name, auto& text) { return kelFile::ReplaceWhole(name, text); });
     jobs.DeleteTree([](auto& path) { return kelDirectory::DeleteTree(path); });
     jobs.Exists([](auto& name) { return kelFile::Exists(name); });
     jobs.List([](auto& directory) { return kelDirectory::GetFileNames(directory); });
-    jobs.MakeAndRemove([](auto& path) { return kelDirectory::Create(path, kDefault, false); },
-                       [](auto& path) { return kelDirectory::Delete(path); });
-    jobs.MakeFiveLevels([](auto& path) { return kelDirectory::Create(path, kDefault, true); },
-                        [](auto& path) { return kelDirectory::Delete(path); });
+    jobs.Directories([](auto& path) { return kelDirectory::Create(path, kDefault, false); },
+                     [](auto& path) { return kelDirectory::Create(path, kDefault, true); },
+                     [](auto& path) { return kelDirectory::Delete(path); });
     jobs.Repeat("FileFacts", Facts);
     jobs.With("NormalizePath", Make<zuString>(kLongPath), kelDirectory::GetAbsolutePath);
     jobs.Repeat("RelativePath", [] { return kelDirectory::GetRelativePath(kFrom, kTo); });

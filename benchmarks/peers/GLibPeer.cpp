@@ -115,10 +115,9 @@ const bool kAdded = [] {
     });
     jobs.Exists([](auto& name) { return g_file_test(name.c_str(), G_FILE_TEST_EXISTS) != 0; });
     jobs.List(List);
-    jobs.MakeAndRemove([](auto& path) { return g_mkdir(path.c_str(), 0777); },
-                       [](auto& path) { return g_rmdir(path.c_str()); });
-    jobs.MakeFiveLevels([](auto& path) { return g_mkdir_with_parents(path.c_str(), 0777); },
-                        [](auto& path) { return g_rmdir(path.c_str()); });
+    jobs.Directories([](auto& path) { return g_mkdir(path.c_str(), 0777); },
+                     [](auto& path) { return g_mkdir_with_parents(path.c_str(), 0777); },
+                     [](auto& path) { return g_rmdir(path.c_str()); });
     jobs.With(
         "FileFacts", [] { return At(kKnownFile); }, Facts);
     jobs.Repeat("NormalizePath",

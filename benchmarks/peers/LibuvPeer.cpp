@@ -76,10 +76,7 @@ void Run(uv_process_options_t& options) {
 
 const bool kAdded = [] {
     const Jobs jobs("libuv");
-    jobs.OpenClose<Reader>();
-    jobs.CreateWriteClose<File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>();
-    jobs.ReadUnbuffered<Reader>();
-    jobs.ReadUnbufferedLines<Reader>();
+    jobs.Plain<Reader, File<UV_FS_O_WRONLY | UV_FS_O_CREAT | UV_FS_O_TRUNC>>();
     jobs.ReadAt<Reader>();
     jobs.Copy([](auto& from, auto& to) { return Do(uv_fs_copyfile, from.c_str(), to.c_str(), 0); });
     jobs.Rename([](auto& from, auto& to) { return Do(uv_fs_rename, from.c_str(), to.c_str()); });

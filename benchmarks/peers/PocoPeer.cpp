@@ -42,23 +42,18 @@ const bool kAdded = [] {
         Poco::File(directory).list(names);
         return names;
     });
-    jobs.MakeAndRemove([](auto& path) { return Poco::File(path).createDirectory(); },
-                       [](auto& path) { Poco::File(path).remove(); });
-    jobs.MakeFiveLevels([](auto& path) { Poco::File(path).createDirectories(); },
-                        [](auto& path) { Poco::File(path).remove(); });
+    jobs.Directories([](auto& path) { return Poco::File(path).createDirectory(); },
+                     [](auto& path) { Poco::File(path).createDirectories(); },
+                     [](auto& path) { Poco::File(path).remove(); });
     jobs.DeleteTree([](auto& path) { Poco::File(path).remove(true); });
     jobs.Repeat("FileFacts", [] {
         const Poco::File file(kKnownFile);
-        benchmark::DoNotOptimize(file.getSize());
-        benchmark::DoNotOptimize(file.isFile());
-        benchmark::DoNotOptimize(file.getLastModified());
+        Use(file.getSize(), file.isFile(), file.getLastModified());
     });
     jobs.With("NormalizePath", Make<std::string>(kLongPath),
               [](auto& path) { return Poco::Path(path).toString(); });
     jobs.With("ThreeNameParts", Make<Poco::Path>(kLongPath), [](const Poco::Path& path) {
-        benchmark::DoNotOptimize(path.parent().toString());
-        benchmark::DoNotOptimize(path.getFileName());
-        benchmark::DoNotOptimize(path.getBaseName());
+        Use(path.parent().toString(), path.getFileName(), path.getBaseName());
     });
     jobs.Repeat("ReadVariable", [] { return Poco::Environment::get("PATH"); });
     jobs.Repeat("SetVariable", [] { Poco::Environment::set("ZUKEL_BENCHMARK_POCO", "value"); });

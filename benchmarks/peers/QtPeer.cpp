@@ -73,21 +73,16 @@ const bool kAdded = [] {
     jobs.Exists([](auto& name) { return QFile::exists(Text(name)); });
     jobs.List(
         [](auto& directory) { return QDir(Text(directory)).entryList(kEntries, QDir::Unsorted); });
-    jobs.MakeAndRemove([](auto& path) { return QDir().mkdir(Text(path)); },
-                       [](auto& path) { return QDir().rmdir(Text(path)); });
-    jobs.MakeFiveLevels([](auto& path) { return QDir().mkpath(Text(path)); },
-                        [](auto& path) { return QDir().rmdir(Text(path)); });
+    jobs.Directories([](auto& path) { return QDir().mkdir(Text(path)); },
+                     [](auto& path) { return QDir().mkpath(Text(path)); },
+                     [](auto& path) { return QDir().rmdir(Text(path)); });
     jobs.With("FileFacts", Make<QString>(kKnownFile), [](const QString& name) {
         const QFileInfo info(name);
-        benchmark::DoNotOptimize(info.size());
-        benchmark::DoNotOptimize(info.isSymLink());
-        benchmark::DoNotOptimize(info.lastModified());
+        Use(info.size(), info.isSymLink(), info.lastModified());
     });
     jobs.With("NormalizePath", Make<QString>(kLongPath), QDir::cleanPath);
     jobs.With("ThreeNameParts", Make<QFileInfo>(kLongPath), [](const QFileInfo& info) {
-        benchmark::DoNotOptimize(info.path());
-        benchmark::DoNotOptimize(info.fileName());
-        benchmark::DoNotOptimize(info.completeBaseName());
+        Use(info.path(), info.fileName(), info.completeBaseName());
     });
     jobs.Repeat("ReadVariable", [] { return qgetenv("PATH"); });
     jobs.Repeat("SetVariable", [] { return qputenv("ZUKEL_BENCHMARK_QT", "value"); });
