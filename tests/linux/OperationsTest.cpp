@@ -97,6 +97,9 @@ TEST_F(Operations, FiguresAreThoseOfTheSystem) {
 #if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 37U) << "what the processor offers";
     const rlimit limit{rlim_t{1} << 42U, RLIM_INFINITY};
+    rlimit former{};
+    EXPECT_EQ(getrlimit(RLIMIT_AS, &former), 0);
+    const Guard back([former] { setrlimit(RLIMIT_AS, &former); });
     EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 32U);
     const auto pages = std::stoull(ReadWhole("/proc/self/statm"));
