@@ -34,7 +34,9 @@ TEST_F(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
 
 TEST_F(Linux, PermissionsOfCopies_Table) {
     umask(026);
-    directory.Write("from");
+    fs::permissions(".", fs::perms::all);
+    const Guard user = Unprivileged();  // a write by root keeps the set-ID bits
+    directory.Write("from", "text");
     fs::last_write_time("from", fs::last_write_time("from") - std::chrono::hours(99));
     const struct {
         int perms;

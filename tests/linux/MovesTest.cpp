@@ -101,6 +101,21 @@ TEST_F(Moves, AWriterThatWaitsForTheLease_WritesToTheFileThatStays) {
     EXPECT_EQ(ReadWhole(Moved()), accepted ? "line\nmore\n" : "line\n");
 }
 
+TEST_F(Moves, AWriterThatHoldsTheSourceOpen_IsWaitedFor) {
+    directory.Write("from", "line\n");
+    int holder = open("from", O_WRONLY | O_APPEND);  // the system lends no lease then
+    const Guard writes = AtCall("fcntl", [&] {
+        if (holder >= 0 && !fs::exists("from")) {  // moved aside, for the last check
+            EXPECT_EQ(write(holder, "more\n", 5), 5);
+            EXPECT_EQ(close(std::exchange(holder, -1)), 0);
+        }
+        return 0;
+    });
+    EXPECT_EQ(Move("from", "to"), kFailed);
+    EXPECT_EQ(ReadWhole("from"), "line\nmore\n");
+    close(holder);
+}
+
 TEST_F(Moves, TheNewNameIsSyncedAndTheFormerTargetNeverLost) {
     bool strikes = true;
     for (int nth = 1; strikes; ++nth) {
