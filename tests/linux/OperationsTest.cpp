@@ -73,6 +73,17 @@ TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
     EXPECT_THAT(synced, ElementsAre("old", "new")) << "the contents, then the name";
 }
 
+TEST_F(Operations, ReplaceWholeKeepsTheFormerFileIfTheNewOneIsNotWhole) {
+    directory.Write("file", "old");
+    for (const char* call : {"write", "fchown", "fchmod", "fsync", "close", "renameat"}) {
+        const Guard failing = Failing(call, EIO);
+        EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kFailed)
+            << call;
+        EXPECT_EQ(ReadWhole("file"), "old") << call;
+        EXPECT_EQ(directory.Count(), 1) << call;
+    }
+}
+
 /// The kilobytes of a field of `/proc/meminfo`.
 unsigned long long Field(const std::string& name) {
     const std::string text = "\n" + ReadWhole("/proc/meminfo");
