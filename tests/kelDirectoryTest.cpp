@@ -49,16 +49,11 @@ TEST_F(kelDirectoryTest, States_FollowTheTable) {
     EXPECT_EQ(kelDirectory::GetFileNames(directory.Path() + "///").size(), names.size());
 }
 
-TEST_F(kelDirectoryTest, GetFileNames_TellsFourAnswersApart) {
-    zuStlVector<zuString> names = {"untouched"};
-    EXPECT_EQ(kelDirectory::GetFileNames("", names), kelStatusEmptyPath);
-    EXPECT_EQ(kelDirectory::GetFileNames("no", names), kelStatusNotFound);
-    EXPECT_EQ(kelDirectory::GetFileNames(zuString("/\0x", 3), names), kelStatusNotFound);
-    EXPECT_THAT(names, ElementsAre("untouched"));
+TEST_F(kelDirectoryTest, GetFileNames_TellsAnEmptyOneFromAFailure) {
+    zuStlVector<zuString> names = {"former"};
     EXPECT_EQ(kelDirectory::GetFileNames(".", names), kOk);
     EXPECT_THAT(names, ElementsAre());
     directory.Write("a"), directory.Write("b");
-    EXPECT_EQ(kelDirectory::GetFileNames("b", names), kFailed) << "a file";
     EXPECT_EQ(kelDirectory::GetFileNames(".", names), kOk);
     EXPECT_THAT(names, testing::UnorderedElementsAre("a", "b"));
 }
@@ -109,16 +104,6 @@ TEST_F(kelDirectoryTest, CreateTemporary_MakesOneForTheUserAlone) {
         EXPECT_EQ(kelFile(path + "/file", kWrite).Write('x'), kOk) << "its user can use it";
     }
     EXPECT_EQ(directory.Count(), 8) << "one for each, with its file";
-    path = "untouched";
-    const std::pair<zuString, int> rows[] = {
-        {"", kelStatusEmptyPath},         {odd, kFailed},
-        {odd + "XXXXX", kFailed},         {odd + "XXXXXXx", kFailed},
-        {"no/XXXXXX", kelStatusNotFound}, {odd + '\0' + "XXXXXX", kelStatusNotFound}};
-    for (const auto& [name, status] : rows) {
-        EXPECT_EQ(kelDirectory::CreateTemporary(name, path), status) << name;
-    }
-    EXPECT_EQ(path, "untouched");
-    EXPECT_EQ(directory.Count(), 8);
 }
 
 TEST_F(kelDirectoryTest, DeleteTree_RemovesAllOfItAndNothingElse) {
@@ -129,18 +114,8 @@ TEST_F(kelDirectoryTest, DeleteTree_RemovesAllOfItAndNothingElse) {
         fs::permissions(directory.Write(name, "x"), fs::perms::owner_read);
     }
     const bool links = MakeLink(directory / "outside", "tree/a/link") && MakeLink("no", "tree/no");
-    const std::pair<std::string, int> rows[] = {
-        {"", kelStatusEmptyPath},
-        {"no", kelStatusNotFound},
-        {"no/no", kelStatusNotFound},
-        {"outside/file", kFailed},
-        {"tree/.", kFailed},
-        {"tree/a/..", kFailed},
-        {{"tree\0x", 6}, kFailed},
-        {"tree/a/link", links ? kFailed : kelStatusNotFound},
-        {"tree/a/link/", links ? kFailed : kelStatusNotFound}};
-    for (const auto& [path, status] : rows) {
-        EXPECT_EQ(kelDirectory::DeleteTree(path), status) << path;
+    for (const std::string path : {"tree/a/link", "tree/a/link/"}) {
+        EXPECT_EQ(kelDirectory::DeleteTree(path), links ? kFailed : kelStatusNotFound) << path;
     }
     EXPECT_TRUE(fs::exists("tree/a/b/c/4"));
     EXPECT_EQ(kelDirectory::DeleteTree("tree//"), kOk);

@@ -5,34 +5,6 @@ using kelFileLinksTest = InDirectory;
 
 namespace {
 
-TEST_F(kelFileLinksTest, WhatIsRefused_HasItsStatusAndChangesNothing) {
-    directory.Write("file", "f");
-    const zuString nul("no\0x", 4);
-    zuString text = "untouched";
-    const struct {
-        const char* call;
-        int status, expected;
-    } rows[] = {
-        {"make to nothing", kelFile::CreateSymbolicLink("", "file"), kelStatusEmptyTarget},
-        {"make under no name", kelFile::CreateSymbolicLink("file", ""), kelStatusEmptyPath},
-        {"make to a NUL", kelFile::CreateSymbolicLink(nul, "no"), kelStatusNotFound},
-        {"make under a NUL", kelFile::CreateSymbolicLink("file", nul), kelStatusNotFound},
-        {"read nothing", kelFile::ReadSymbolicLink("", text), kelStatusEmptyPath},
-        {"read missing", kelFile::ReadSymbolicLink("no", text), kelStatusNotFound},
-        {"read a NUL", kelFile::ReadSymbolicLink(nul, text), kelStatusNotFound},
-        {"read a file", kelFile::ReadSymbolicLink("file", text), kFailed},
-        {"read a directory", kelFile::ReadSymbolicLink(".", text), kFailed},
-        {"path of nothing", kelFile::GetRealPath("", text), kelStatusEmptyPath},
-        {"path of missing", kelFile::GetRealPath("no", text), kelStatusNotFound},
-        {"path of a NUL", kelFile::GetRealPath(nul, text), kelStatusNotFound},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.status, row.expected) << row.call;
-    }
-    EXPECT_EQ(text, "untouched");
-    EXPECT_EQ(directory.Count(), 1);
-}
-
 TEST_F(kelFileLinksTest, RealPaths_AreThoseOfTheFile) {
     directory.Write(kOddName), fs::create_directory("folder");
     const std::string odd = kOddName, separator(1, char(fs::path::preferred_separator));

@@ -19,8 +19,6 @@ const Operation kCopies[] = {
 const Operation kRenames[] = {
     {"Rename", [](auto& from, auto& to) { return kelFile::Rename(from, to); }},
     {"NativeRename", [](auto& from, auto& to) { return kelFile::NativeRename(from, to); }}};
-const Operation kRenameNew = {"RenameNew",
-                              [](auto& from, auto& to) { return kelFile::RenameNew(from, to); }};
 
 TEST_F(kelFileOperationsTest, Copies_WriteEveryByteIntoTheTargetItself) {
     const std::string to = MakeLink("to", "soft") ? "soft" : "to";
@@ -128,19 +126,6 @@ TEST_F(kelFileOperationsTest, ExistsAndDelete_Table) {
     EXPECT_EQ(kelFile::SetPermissions("missing", 0x600), kFailed);
 }
 
-TEST_F(kelFileOperationsTest, EmptyNames_HaveTheirOwnStatuses) {
-    for (const Operation& each :
-         {kCopies[0], kCopies[1], kCopies[2], kRenames[0], kRenames[1], kRenameNew}) {
-        EXPECT_EQ(each.call("", "x"), kelStatusEmptySource) << each.name;
-        EXPECT_EQ(each.call("x", ""), kelStatusEmptyTarget) << each.name;
-    }
-    zuString text;
-    EXPECT_THAT(Statuses({kelFile::Delete(""), kelFile::SetPermissions("", 0x600),
-                          kelFile::Exists(nullptr, ""), kelFile::ReadWhole("", text),
-                          kelFile::ReplaceWhole("", text)}),
-                Each(kelStatusEmptyPath));
-}
-
 TEST_F(kelFileOperationsTest, WholeFiles_AreReadAndReplaced) {
     for (const std::string& contents :
          {std::string(), std::string("a\0b", 3), Noise(4096), Noise(70000), std::string("short")}) {
@@ -151,31 +136,6 @@ TEST_F(kelFileOperationsTest, WholeFiles_AreReadAndReplaced) {
         EXPECT_TRUE(back == contents) << back.size();
     }
     EXPECT_EQ(directory.Count(), 1) << "nothing beside it is left";
-}
-
-TEST_F(kelFileOperationsTest, WholeFiles_WhatIsNoFileIsRefusedWithItsReason) {
-    const zuString cut(directory.Write("file", "old") + '\0' + "x");
-    zuString text = "untouched";
-    const struct {
-        const char* name;
-        int status, expected;
-    } rows[] = {
-        {"read a missing file", kelFile::ReadWhole("no", text), kelStatusNotFound},
-        {"read a NUL", kelFile::ReadWhole(cut, text), kelStatusNotFound},
-        {"read a directory", kelFile::ReadWhole(".", text),
-         kOnWindows ? kelStatusAccessDenied : kFailed},
-        {"replace below nothing", kelFile::ReplaceWhole("no/file", text), kelStatusNotFound},
-        {"replace a NUL", kelFile::ReplaceWhole(cut, text), kelStatusNotFound},
-        {"replace a directory", kelFile::ReplaceWhole(directory.Path(), text), kFailed},
-        {"replace a device", kOnWindows ? kFailed : kelFile::ReplaceWhole("/dev/null", text),
-         kFailed},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.status, row.expected) << row.name;
-    }
-    EXPECT_EQ(text, "untouched");
-    EXPECT_EQ(ReadWhole("file"), "old");
-    EXPECT_EQ(directory.Count(), 1);
 }
 
 TEST_F(kelFileOperationsTest, ReplaceWhole_KeepsPermissionsAndLinksAndLeavesOtherNames) {

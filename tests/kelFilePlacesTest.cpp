@@ -83,35 +83,6 @@ TEST_P(kelFilePlaces, ReadAtAndWriteAt_MoveNothingAndSeeWhatWasWritten) {
     EXPECT_EQ(At(appending, 1, 2), "12");
 }
 
-TEST_F(kelFilePlacesTest, ClosedAndUnfitFiles_AreRefused) {
-    kelFile closed, reading(directory.Write("file", "abc"), kRead);
-    kelFile device(kNullDevice, kReadWrite);
-    long long place = -7;
-    const std::pair<const char*, int> rows[] = {
-        {"closed Sync", closed.Sync()},
-        {"closed GetPosition", closed.GetPosition(place)},
-        {"closed GetLength", closed.GetLength(place)},
-        {"closed SetLength", closed.SetLength(0)},
-        {"closed Lock", closed.Lock(kelFile::LockShared, 0)},
-        {"closed Unlock", closed.Unlock()},
-        {"length of a device", device.GetLength(place)},
-        {"SetLength for reading", reading.SetLength(0)},
-        {"WriteAt for reading", Put(reading, 0, "x")},
-        {"an exclusive lock for reading", reading.Lock(kelFile::LockExclusive, 0)},
-        {"Unlock without a lock", reading.Unlock()},
-        {"Sync of a file as a directory", kelDirectory::Sync("file")},
-        {"Sync of a missing directory", kelDirectory::Sync("no")},
-    };
-    for (const auto& [call, status] : rows) {
-        EXPECT_EQ(status, kFailed) << call;
-    }
-    EXPECT_EQ(place, -7);
-    EXPECT_EQ(At(closed, 0, 1), "failed");
-    EXPECT_EQ(ReadWhole("file"), "abc");
-    EXPECT_THAT(Statuses({reading.Sync(), kelDirectory::Sync(directory.Path())}), Each(kOk));
-    EXPECT_EQ(kelDirectory::Sync(""), kelStatusEmptyPath);
-}
-
 TEST_F(kelFilePlacesTest, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {
     constexpr auto kShared = kelFile::LockShared, kExclusive = kelFile::LockExclusive;
     const std::string name = directory.Write("file", "abc");

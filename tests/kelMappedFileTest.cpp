@@ -95,20 +95,4 @@ TEST_F(kelMappedFileTest, Objects_HoldTheMemoryEachForItself) {
     EXPECT_EQ(kelFile::Delete("file"), kOk) << "Windows lets no mapped file go";
 }
 
-TEST_F(kelMappedFileTest, WhatCannotBeMapped_HasItsStatus) {
-    directory.Write("file", "contents");
-    const std::pair<zuString, int> rows[] = {{"", kelStatusEmptyPath},
-                                             {"no", kelStatusNotFound},
-                                             {"no/file", kelStatusNotFound},
-                                             {{"file\0", 5}, kelStatusNotFound},
-                                             {".", kOnWindows ? kelStatusAccessDenied : kFailed},
-                                             {kNullDevice, kFailed}};
-    for (const auto& [name, status] : rows) {
-        kelMappedFile file;
-        EXPECT_EQ(file.Open(name, kReadOnly), status) << name;
-        EXPECT_EQ(file.Open(name, kReadOnly, 0, 0), status) << name;
-        EXPECT_FALSE(file.IsOpen()) << name;
-    }
-}
-
 }  // namespace

@@ -91,7 +91,7 @@ int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
 }
 
 int kelDirectory::DeleteTree(const zuString& path) {
-    bool missing = false;
+    bool missing = !zukel::IsWhole(path);
     const int status = zukel::OnName(path, zukel::MapStatus, [&](const char* name) {
         bool entered = false;
         const apr_status_t reason = platform::RemoveTree(name, entered);

@@ -11,7 +11,7 @@ namespace {
 /// them threads share a record.
 template <typename Call>
 int OnOpen(kelFileRecord& record, Call call) noexcept {
-    return record.stream.IsOpen() ? zukel::MapStatus(call(record.stream)) : kelStatusFailed;
+    return zukel::MapStatus(record.stream.IsOpen() ? call(record.stream) : APR_EBADF);
 }
 
 }  // namespace
