@@ -198,6 +198,11 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
     long long place = -7, (*symbol)() = nullptr;
     unsigned long long size = 4;
     char line[8] = "1234567";
+    zuString text;
+    int code = 0;
+    kelProcess none;
+    Memory memory;
+    memory.Detach();  // which ends it
     EXPECT_EQ(ended.SeekToEnd(), kOk);
     Check({
         {CALL(closed.Sync()), kFailed, kClosed},
@@ -216,6 +221,33 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(Mapped().Sync()), kFailed, kClosed},
         {CALL(kelDynamicObject().FindSymbol(&symbol, "x")), kFailed, kClosed},
         {CALL(closed.ReadLine(line, sizeof line)), kFailed, kClosed},
+        {CALL(closed.Read(line, size)), kFailed, kClosed},
+        {CALL(closed.Read(*line)), kFailed, kClosed},
+        {CALL(closed.Write(*line)), kFailed, kClosed},
+        {CALL(closed.Write(line, size)), kFailed, kClosed},
+        {CALL(closed.WriteLine("x")), kFailed, kClosed},
+        {CALL(closed.SeekTo(0)), kFailed, kClosed},
+        {CALL(closed.SeekToBegin()), kFailed, kClosed},
+        {CALL(closed.SeekToEnd()), kFailed, kClosed},
+        {CALL(closed.Flush()), kFailed, kClosed},
+        {CALL(closed.Close()), kFailed, kClosed},
+        {CALL(Directory().ReadFirst(text)), kelStatusNotOpen, kClosed},
+        {CALL(Directory().ReadNext(text)), kelStatusNotOpen, kClosed},
+        {CALL(Directory().GetNumberOfFiles()), 0, kClosed},
+        {CALL(int(Directory().GetFileNames().size())), 0, kClosed},
+        {CALL(Mapped().Close()), kFailed, kClosed},
+        {CALL(none.Kill()), kFailed, kWrong},
+        {CALL(none.Wait(0)), kFailed, kWrong},
+        {CALL(none.GetExitCode(code)), kFailed, kWrong},
+        {CALL(none.GetSignal(code)), kFailed, kWrong},
+        {CALL(none.WriteInput("x", 1)), kFailed, kAny},
+        {CALL(none.CloseInput()), kFailed, kClosed},
+        {CALL(none.ReadOutput(line, size)), kFailed, kClosed},
+        {CALL(none.ReadErrors(line, size)), kFailed, kClosed},
+        {CALL(memory.Attach("")), kFailed, kClosed},
+        {CALL(memory.Create(8, "x")), kFailed, kClosed},
+        {CALL(memory.Detach()), kFailed, kClosed},
+        {CALL(memory.Destroy()), kFailed, kClosed},
         {CALL(ended.ReadLine(line, sizeof line)), kFailed, ENODATA},
     });
     EXPECT_EQ(place, -7);
