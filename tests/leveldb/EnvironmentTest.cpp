@@ -3,8 +3,6 @@
 
 #include "leveldbenv/Environment.h"
 
-#include <leveldb/db.h>
-
 #include <map>
 #include <memory>
 
@@ -14,118 +12,82 @@ using namespace zukel::test;
 
 namespace {
 
-using Database = std::unique_ptr<leveldb::DB>;
+using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-Database Opened(Environment& environment, const std::string& name, leveldb::Status& status) {
-    leveldb::Options options;
-    options.env = &environment;
-    options.paranoid_checks = true;
-    leveldb::DB* database = nullptr;
-    status = leveldb::DB::Open(options, name, &database);
-    return Database(database);
+/// Few keys, so that values are replaced, and values of any length, each of them once.
+Pairs Values(std::mt19937& random, int round) {
+    Pairs values;
+    for (int number = 0; number < 2000; ++number) {
+        const std::string mark = std::to_string(round) + '.' + std::to_string(number);
+        values.emplace_back("key" + std::to_string(random() % 200),
+                            mark + std::string(random() % 1500, 'v'));
+    }
+    return values;
 }
 
-std::vector<std::string> Lines(const std::string& path) {
-    std::vector<std::string> lines;
-    std::istringstream text(ReadWhole(path));
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(line);
+/// The lines of a text, as a key and what follows the space.
+Pairs Lines(const std::string& text) {
+    Pairs lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        const std::string key = line.substr(0, line.find(' '));
+        lines.emplace_back(key, line.erase(0, key.size() + 1));
     }
     return lines;
 }
-
-/// What was stored, as it goes in and as it has to come out.
-class Model {
-public:
-    explicit Model(unsigned seed) : random_(seed) {}
-
-    unsigned Below(unsigned limit) {
-        return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_);
-    }
-
-    /// Lines to be loaded: few keys, so that values are replaced, and values of any length.
-    std::string NextLines() {
-        next_.clear();
-        std::string text;
-        for (int number = 0; number < 2000; ++number) {
-            const std::string key = "key" + std::to_string(Below(200));
-            const std::string value = std::to_string(++written_) + std::string(Below(1500), 'v');
-            next_.emplace_back(key, value);
-            text += key + ' ' + value + '\n';
-        }
-        return text;
-    }
-
-    /// The lines that the writer has confirmed are stored; the one behind them may be.
-    void Check(leveldb::DB& database, const std::vector<std::string>& confirmed) {
-        for (std::size_t at = 0; at < confirmed.size(); ++at) {
-            ASSERT_EQ(confirmed[at], next_[at].first);
-            stored_[next_[at].first] = next_[at].second;
-        }
-        if (confirmed.size() < next_.size()) {
-            const auto& [key, value] = next_[confirmed.size()];
-            std::string found;
-            if (database.Get(leveldb::ReadOptions(), key, &found).ok() && found == value) {
-                stored_[key] = value;
-            }
-        }
-        leveldb::ReadOptions checked;
-        checked.verify_checksums = true;
-        const std::unique_ptr<leveldb::Iterator> each(database.NewIterator(checked));
-        std::map<std::string, std::string> all;
-        for (each->SeekToFirst(); each->Valid(); each->Next()) {
-            all[each->key().ToString()] = each->value().ToString();
-        }
-        EXPECT_TRUE(each->status().ok()) << each->status().ToString();
-        for (const auto& [key, value] : stored_) {
-            EXPECT_TRUE(all[key] == value) << key << " is " << all[key].substr(0, 8) << "..., not "
-                                           << value.substr(0, 8) << "...";
-        }
-        EXPECT_EQ(all.size(), stored_.size());
-    }
-
-private:
-    std::mt19937 random_;
-    long long written_ = 0;
-    std::vector<std::pair<std::string, std::string>> next_;
-    std::map<std::string, std::string> stored_;
-};
 
 TEST(LevelDB, KilledWriters_LoseNothingThatTheyHaveConfirmed) {
     const char* const given = std::getenv("ZUKEL_SEED");
     const unsigned seed = given != nullptr ? unsigned(std::atoi(given)) : std::random_device()();
     SCOPED_TRACE("ZUKEL_SEED=" + std::to_string(seed));
+    std::mt19937 random(seed);
     const TemporaryDirectory directory;
-    const std::string name = directory / "database";
-    Model model(seed);
+    kelProcessOptions load, list;
+    load.command = list.command = ZUKEL_LEVELDBENV;
+    load.arguments = {directory / "database", "load"};
+    list.arguments = {directory / "database", "list"};
+    load.input.kind = load.output.kind = kelProcessOptions::StreamFile;
+    std::map<std::string, std::string> stored;
     std::size_t all = 0;
     for (int round = 0; round < 100 && !HasFailure(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        Environment environment;
-        kelProcessOptions options;
-        options.command = ZUKEL_LEVELDBENV;
-        options.arguments = {name, "load"};
-        options.input.kind = options.output.kind = kelProcessOptions::StreamFile;
-        options.input.file = directory.Write("lines", model.NextLines());
-        options.output.file = directory.Write("confirmed");
-        kelProcess writer;
-        ASSERT_EQ(writer.Start(options), kOk) << writer.GetLastError();
-        leveldb::Status status;
-        if (round % 10 == 0) {
-            EXPECT_TRUE(Eventually([&] { return fs::file_size(options.output.file) > 0; }));
-            EXPECT_FALSE(Opened(environment, name, status)) << "the writer has it";
-            EXPECT_TRUE(status.IsIOError()) << status.ToString();
+        const Pairs values = Values(random, round);
+        std::string text;
+        for (const auto& [key, value] : values) {
+            text.append(key).append(" ").append(value).append("\n");
         }
-        kelTime::Sleep(model.Below(60000));
+        load.input.file = directory.Write("lines", text);
+        load.output.file = directory.Write("confirmed");
+        kelProcess writer;
+        ASSERT_EQ(writer.Start(load), kOk) << writer.GetLastError();
+        zuString output, errors;
+        int code = -1;
+        if (round % 10 == 0) {
+            EXPECT_TRUE(Eventually([&] { return fs::file_size(load.output.file) > 0; }));
+            EXPECT_EQ(kelProcess::Run(list, "", output, errors, code, -1), kOk);
+            EXPECT_EQ(code, 1) << "the writer has it";
+        }
+        kelTime::Sleep(random() % 60000);
         EXPECT_EQ(kelProcess::NativeKill(writer.GetPid()), kOk) << "it has ended by itself";
         EXPECT_EQ(writer.Wait(-1), kOk);
-        const Database database = Opened(environment, name, status);
-        ASSERT_TRUE(database) << status.ToString();
-        const std::vector<std::string> confirmed = Lines(options.output.file);
+        const Pairs confirmed = Lines(ReadWhole(load.output.file));
         all += confirmed.size();
-        model.Check(*database, confirmed);
-        const Database second = Opened(environment, name, status);
-        EXPECT_FALSE(second) << "this process has it";
+        for (std::size_t at = 0; at < confirmed.size(); ++at) {
+            ASSERT_EQ(confirmed[at].first, values[at].first);
+            stored[values[at].first] = values[at].second;
+        }
+        EXPECT_EQ(kelProcess::Run(list, "", output, errors, code, -1), kOk);
+        EXPECT_EQ(code, 0) << errors;
+        const Pairs found = Lines(output);
+        for (const auto& [key, value] : found) {
+            // The one behind those that were confirmed may be stored too.
+            const bool last = confirmed.size() < values.size() &&
+                              std::pair(key, value) == values[confirmed.size()];
+            EXPECT_TRUE(last || stored[key] == value)
+                << key << " is " << value.substr(0, 8) << "..., not " << stored[key].substr(0, 8);
+            stored[key] = value;
+        }
+        EXPECT_EQ(found.size(), stored.size());
     }
     EXPECT_GT(all, 100U) << "the writers were killed before they wrote";
 }
@@ -136,6 +98,10 @@ TEST(LevelDB, Environment_DoesWhatItsInterfaceTells) {
     Environment environment;
     const std::string missing = directory / "missing", contents = std::string(200000, 'a') + "end!";
     const std::string name = directory.Write("file", contents);
+    leveldb::FileLock *lock = nullptr, *second = nullptr;
+    ASSERT_TRUE(environment.LockFile(directory / "lock", &lock).ok());
+    EXPECT_TRUE(environment.LockFile(directory / "lock", &second).IsIOError());
+    EXPECT_TRUE(environment.UnlockFile(lock).ok());
     std::uint64_t size = 0;
     std::vector<std::string> names;
     EXPECT_TRUE(environment.GetFileSize(missing, &size).IsNotFound());
