@@ -244,6 +244,7 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(none.CloseInput()), kFailed, kClosed},
         {CALL(none.ReadOutput(line, size)), kFailed, kClosed},
         {CALL(none.ReadErrors(line, size)), kFailed, kClosed},
+        {CALL(kelMutex().Lock()), kFailed, kOnWindows ? kAny : ENOSYS},
         {CALL(memory.Attach("")), kFailed, kClosed},
         {CALL(memory.Create(8, "x")), kFailed, kClosed},
         {CALL(memory.Detach()), kFailed, kClosed},

@@ -1,9 +1,9 @@
 // Base classes that applications derive from; their own operations do nothing.
 
+#include "frame/StatusMapping.h"
 #include "kelBarrier.h"
 #include "kelCondition.h"
 #include "kelMutex.h"
-#include "kelStatus.h"
 #include "kelThread.h"
 
 kelMutex::kelMutex() = default;
@@ -14,13 +14,13 @@ kelMutex& kelMutex::operator=(const kelMutex& other) {
     return *this;
 }
 int kelMutex::Lock() {
-    return kelStatusFailed;
+    return zukel::Fail(APR_ENOTIMPL);
 }
 int kelMutex::Trylock() {
-    return kelStatusFailed;
+    return zukel::Fail(APR_ENOTIMPL);
 }
 int kelMutex::Unlock() {
-    return kelStatusFailed;
+    return zukel::Fail(APR_ENOTIMPL);
 }
 
 kelBarrier::kelBarrier(std::size_t) {}
