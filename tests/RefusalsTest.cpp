@@ -25,12 +25,15 @@ struct Row {
 };
 #define CALL(...) #__VA_ARGS__, [&]() -> int { return __VA_ARGS__; }
 
-/// The number that Windows has for it, of several the usual one.
-int OnWindows(int number) {
-    const std::pair<int, int> same[] = {{3, ENOENT},  {203, ENOENT}, {2, ENOENT},  {6, EBADF},
-                                        {87, EINVAL}, {183, EEXIST}, {38, ENODATA}};
-    for (const auto& [windows, linux] : same) {
-        number = number == windows ? linux : number;
+/// The reason, by its name on Linux, that a number of Windows stands for; or the number.
+int ReasonOf(int number) {
+    const std::pair<int, int> reasons[] = {{2, kMissing}, {3, kMissing}, {203, kMissing},
+                                           {6, kClosed},  {87, kWrong},  {183, EEXIST},
+                                           {38, ENODATA}};
+    for (const auto& [windows, reason] : reasons) {
+        if (number == windows) {
+            return reason;
+        }
     }
     return number;
 }
@@ -43,7 +46,7 @@ void Check(const std::vector<Row>& rows) {
         EXPECT_EQ(row.make(), row.status);
         const int number = Library::GetErrorNumber();
         const std::string text = Library::GetErrorText();
-        EXPECT_EQ(row.reason == kAny ? kAny : kOnWindows ? OnWindows(number) : number, row.reason);
+        EXPECT_EQ(row.reason == kAny ? kAny : kOnWindows ? ReasonOf(number) : number, row.reason);
         EXPECT_EQ(text, kOnWindows ? text : std::strerror(number));
         EXPECT_NE(text, "");
         EXPECT_TRUE(kelFile::Exists("file"));
