@@ -29,7 +29,7 @@ struct Row {
 int ReasonOf(int number) {
     const std::pair<int, int> reasons[] = {{2, kMissing}, {3, kMissing}, {203, kMissing},
                                            {6, kClosed},  {87, kWrong},  {183, EEXIST},
-                                           {38, ENODATA}};
+                                           {38, ENODATA}, {50, ENOSYS}};
     for (const auto& [windows, reason] : reasons) {
         if (number == windows) {
             return reason;
@@ -65,10 +65,12 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     zuString text = "untouched";
     zuStlVector<zuString> names = {"untouched"};
     zuDiskInfo disk;
+    Mapped mapped;
     Check({
         {CALL(kelFile::Copy("", "x", 0x644)), kNoSource, kWrong},
         {CALL(kelFile::Copy(nullptr, "", "x", 0x1000)), kNoSource, kWrong},
         {CALL(kelFile::Copy("x", "", 0x644)), kNoTarget, kWrong},
+        {CALL(kelFile::Copy(nullptr, "x", "", 0x1000)), kNoTarget, kWrong},
         {CALL(kelFile::NativeCopy("", "x", 0)), kNoSource, kWrong},
         {CALL(kelFile::NativeCopy("x", "", 0)), kNoTarget, kWrong},
         {CALL(kelFile::Rename("", "x")), kNoSource, kWrong},
@@ -90,8 +92,8 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::CreateTemporary("", text)), kNoPath, kWrong},
         {CALL(Directory::DeleteTree("")), kNoPath, kWrong},
         {CALL(Directory::Sync("")), kNoPath, kWrong},
-        {CALL(Mapped().Open("", Mapped::ReadOnly)), kNoPath, kWrong},
-        {CALL(Mapped().Open("", Mapped::ReadOnly, 0, 0)), kNoPath, kWrong},
+        {CALL(mapped.Open("", Mapped::ReadOnly)), kNoPath, kWrong},
+        {CALL(mapped.Open("", Mapped::ReadOnly, 0, 0)), kNoPath, kWrong},
     });
     // Up to the NUL a text is the name of something else, which must not suffer.
     const zuString nul("\0tail", 5), file = "file" + nul, folder = "folder" + nul;
@@ -123,7 +125,8 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::DeleteTree(folder)), kNone},
         {CALL(Directory::GetFileNames(folder, names)), kNone},
         {CALL(Directory::SetCurrentDirectory(folder))},
-        {CALL(Mapped().Open(file, Mapped::ReadOnly)), kNone},
+        {CALL(mapped.Open(file, Mapped::ReadOnly)), kNone},
+        {CALL(mapped.Open(file, Mapped::ReadOnly, 0, 0)), kNone},
         {CALL(library.GetEnvironmentVariable(text, variable)), kNoVariable, kAny},
         {CALL(library.SetEnvironmentVariable(variable, "x")), kNoVariable, kAny},
         {CALL(library.SetEnvironmentVariable("ZUKEL_NUL", other)), kNoVariable, kAny},
@@ -154,8 +157,10 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::GetFileNames("no", names)), kNone},
         {CALL(int(Directory::GetFileNames("no").size())), 0},
         {CALL(Directory::Sync("no"))},
-        {CALL(Mapped().Open("no", Mapped::ReadOnly)), kNone},
-        {CALL(Mapped().Open("no/file", Mapped::ReadOnly, 0, 0)), kNone},
+        {CALL(mapped.Open("no", Mapped::ReadOnly)), kNone},
+        {CALL(mapped.Open("no", Mapped::ReadOnly, 0, 0)), kNone},
+        {CALL(mapped.Open("no/file", Mapped::ReadOnly)), kNone},
+        {CALL(mapped.Open("no/file", Mapped::ReadOnly, 0, 0)), kNone},
         {CALL(library.GetEnvironmentVariable(text, "ZUKEL_UNSET")), kNoVariable},
         {CALL(Memory().Attach(directory / "no"))},
         {CALL(kelSystem::GetFreeDiskSpace("no", disk)), false},
@@ -176,11 +181,14 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::DeleteTree("folder/..")), kFailed, kAny},
         {CALL(Directory::GetFileNames("file", names)), kFailed, kAny},
         {CALL(Directory::Sync("file")), kFailed, kAny},
-        {CALL(Mapped().Open(".", Mapped::ReadOnly)), directoryStatus, kAny},
-        {CALL(Mapped().Open(kNullDevice, Mapped::ReadOnly, 0, 0)), kFailed, kAny},
+        {CALL(mapped.Open(".", Mapped::ReadOnly)), directoryStatus, kAny},
+        {CALL(mapped.Open(".", Mapped::ReadOnly, 0, 0)), directoryStatus, kAny},
+        {CALL(mapped.Open(kNullDevice, Mapped::ReadOnly)), kFailed, kAny},
+        {CALL(mapped.Open(kNullDevice, Mapped::ReadOnly, 0, 0)), kFailed, kAny},
         {CALL(kelProcess::NativeKill(-1)), kFailed, kWrong},
         {CALL(kelTime(-1).GetFormatTime(text, "%Y")), kFailed, kWrong},
     });
+    EXPECT_FALSE(mapped.IsOpen());
     EXPECT_EQ(memory.Destroy(), kOk) << "its name stands";
     EXPECT_EQ(text, "untouched");
     EXPECT_THAT(names, ElementsAre("untouched"));
@@ -199,7 +207,7 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
     kelFile closed, reading(directory.Write("file", "text"), kRead), ended("file", kRead);
     kelFile device(kNullDevice, kReadWrite);
     long long place = -7, (*symbol)() = nullptr;
-    unsigned long long size = 4;
+    unsigned long long size = 4, written = 1;
     char line[8] = "1234567";
     zuString text;
     int code = 0;
@@ -217,7 +225,7 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(closed.ReadAt(0, line, size)), kFailed, kClosed},
         {CALL(device.GetLength(place)), kFailed, kAny},
         {CALL(reading.SetLength(0)), kFailed, kAny},
-        {CALL(reading.WriteAt(0, "x", size)), kFailed, kAny},
+        {CALL(reading.WriteAt(0, "x", written)), kFailed, kAny},
         {CALL(reading.Lock(kelFile::LockExclusive, 0)), kFailed, kAny},
         {CALL(reading.Unlock()), kFailed, kAny},
         {CALL(Directory().Close()), kelStatusNotOpen, kClosed},
@@ -247,7 +255,9 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(none.CloseInput()), kFailed, kClosed},
         {CALL(none.ReadOutput(line, size)), kFailed, kClosed},
         {CALL(none.ReadErrors(line, size)), kFailed, kClosed},
-        {CALL(kelMutex().Lock()), kFailed, kOnWindows ? kAny : ENOSYS},
+        {CALL(kelMutex().Lock()), kFailed, ENOSYS},
+        {CALL(kelMutex().Trylock()), kFailed, ENOSYS},
+        {CALL(kelMutex().Unlock()), kFailed, ENOSYS},
         {CALL(memory.Attach("")), kFailed, kClosed},
         {CALL(memory.Create(8, "x")), kFailed, kClosed},
         {CALL(memory.Detach()), kFailed, kClosed},
@@ -255,6 +265,9 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(ended.ReadLine(line, sizeof line)), kFailed, ENODATA},
     });
     EXPECT_EQ(place, -7);
+    EXPECT_EQ(size, 4U) << "of closed objects";
+    EXPECT_EQ(written, 0U) << "to a file opened for reading";
+    EXPECT_TRUE(closed.EndOfFile());
     EXPECT_EQ(ReadWhole("file"), "text");
     EXPECT_THAT(Statuses({reading.Sync(), Directory::Sync(directory.Path())}), Each(kOk));
 }

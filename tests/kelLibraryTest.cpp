@@ -1,5 +1,3 @@
-#include <clocale>
-
 // As <windows.h> has them: the first stands before the header, the second comes after it.
 #define GetEnvironmentVariable GetEnvironmentVariableA
 #include "kelLibrary.h"

@@ -91,13 +91,12 @@ int kelDirectory::Delete(const kelLibrary*, const zuString& path) {
 }
 
 int kelDirectory::DeleteTree(const zuString& path) {
-    bool missing = !zukel::IsWhole(path);
+    bool entered = false;
     const int status = zukel::OnName(path, zukel::MapStatus, [&](const char* name) {
-        bool entered = false;
-        const apr_status_t reason = platform::RemoveTree(name, entered);
-        missing = !entered && APR_STATUS_IS_ENOENT(reason);
-        return reason;
+        return platform::RemoveTree(name, entered);
     });
+    const bool missing =
+        status == kelStatusFailed && !entered && APR_STATUS_IS_ENOENT(zukel::LastReason());
     return missing ? kelStatusNotFound : status;
 }
 
