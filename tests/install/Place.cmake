@@ -16,9 +16,9 @@ endif()
 
 file(READ ${PLACE}/share/zukel/zukel.spdx.json parts)
 string(JSON version GET "${parts}" packages 0 versionInfo)
-string(JSON runtime GET "${parts}" packages 1 versionInfo)
-if(NOT version STREQUAL VERSION OR NOT runtime MATCHES "^1[.][0-9]+[.][0-9]+$")
-  message(SEND_ERROR "the list of parts has version ${version}, and ${runtime} of APR")
+string(JSON apr GET "${parts}" packages 1 versionInfo)
+if(NOT version STREQUAL VERSION OR NOT apr MATCHES "^1[.][0-9]+[.][0-9]+$")
+  message(SEND_ERROR "the list of parts has version ${version}, and ${apr} of APR")
 endif()
 
 file(GLOB_RECURSE texts ${PLACE}/*.cmake ${PLACE}/*.pc ${PLACE}/*.h ${PLACE}/*.json ${PLACE}/*.md)
