@@ -139,34 +139,6 @@ TEST_F(kelDirectoryTest, DeleteTree_TakesManyFilesAndDepth) {
     EXPECT_FALSE(fs::exists("tree"));
 }
 
-TEST_F(kelDirectoryTest, Threads_DeleteTreeIsNotLedOutByADirectorySwappedForALink) {
-    if (!MakeLink("nowhere", "link")) {
-        GTEST_SKIP() << "no symbolic links here";
-    }
-    for (int round = 0; round < 60; ++round) {
-        fs::create_directories("victim"), fs::create_directories("tree/swapped/more");
-        directory.Write("victim/precious", "kept");
-        for (int number = 0; number < 30; ++number) {
-            directory.Write("tree/swapped/" + std::to_string(number));
-        }
-        std::atomic<bool> ended{false};
-        std::thread swapper([&] {
-            std::error_code failed;
-            while (!ended) {
-                fs::rename("tree/swapped", "tree/moved", failed);
-                fs::create_directory_symlink(directory / "victim", "tree/swapped", failed);
-                fs::remove("tree/swapped", failed);
-                fs::rename("tree/moved", "tree/swapped", failed);
-            }
-        });
-        kelDirectory::DeleteTree("tree");
-        ended = true;
-        swapper.join();
-        ASSERT_EQ(ReadWhole("victim/precious"), "kept") << "round " << round;
-        kelDirectory::DeleteTree("tree");
-    }
-}
-
 TEST_F(kelDirectoryTest, AbsoluteAndRelativePaths_AreOfTheCurrentDirectory) {
     for (const auto& [path, result] : Table<2>(R"(
              _    _     /       /        ab:c        /ab:c        .                /

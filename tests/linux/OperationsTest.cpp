@@ -65,6 +65,27 @@ TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
     }
 }
 
+TEST_F(Operations, DeleteTreeIsNotLedOutByADirectoryThatIsMovedOrSwappedForALink) {
+    fs::create_directories("victim/moves"), directory.Write("victim/file");
+    bool moved = true;
+    for (int nth = 1; moved; ++nth) {
+        fs::create_directories("tree/moves/a/b"), directory.Write("tree/moves/file");
+        int calls = 0;
+        const Guard meanwhile = AtCall("", [&] {
+            std::error_code gone;  // when it has been removed by then
+            if (++calls == nth) {
+                fs::rename("tree/moves", "victim/moved", gone);
+                fs::create_directory_symlink(directory / "victim", "tree/moves", gone);
+            }
+            return 0;
+        });
+        UnderFaults([] { return kelDirectory::DeleteTree("tree"); });
+        moved = calls >= nth;
+        fs::remove_all("victim/moved"), fs::remove_all("tree");
+        ASSERT_EQ(directory.Count(), 3) << "the victim is not whole: moved before call " << nth;
+    }
+}
+
 TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
     directory.Write("file", "old");
     std::vector<std::string> synced;
