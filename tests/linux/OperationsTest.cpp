@@ -105,6 +105,48 @@ TEST_F(Operations, ReplaceWholeKeepsTheFormerFileIfTheNewOneIsNotWhole) {
     }
 }
 
+TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
+    const auto put = [&] { std::rename(directory.Write("theirs", "theirs").c_str(), "file"); };
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"another file", put},
+        {"nothing", [] { fs::remove("file"); }},
+        {"a link", [&] { put(), fs::rename("file", "there"), MakeLink("there", "file"); }},
+    };
+    for (const auto& [what, meddle] : rows) {
+        bool meddled = true;
+        for (int nth = 1; meddled; ++nth) {
+            SCOPED_TRACE(testing::Message() << what << " before call " << nth);
+            fs::remove("file"), directory.Write("file", "old");
+            int calls = 0;
+            bool replaced = false;
+            const Guard meanwhile = AtCall("", [&, &meddle = meddle] {
+                if (++calls == nth) {
+                    replaced = ReadWhole("file") == "new";
+                    meddle();
+                }
+                return 0;
+            });
+            EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kOk);
+            if (!replaced) {
+                EXPECT_EQ(ReadWhole("file"), "new");
+            }
+            meddled = calls >= nth;
+        }
+    }
+    for (const bool pipe : {false, true}) {
+        SCOPED_TRACE(pipe ? "a pipe" : "a file of one's own alone");
+        fs::remove("file"), directory.Write("file", "old");
+        const Guard meanwhile = AtCall("faccessat", [&] {
+            put(), fs::permissions("file", fs::perms(0600));
+            return pipe ? fs::remove("file"), mkfifo("file", 0600) : 0;
+        });
+        EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }),
+                  pipe ? kFailed : kOk);
+        EXPECT_EQ(fs::is_fifo("file"), pipe);
+        EXPECT_EQ(ModeOf("file"), 0600U);
+    }
+}
+
 /// The kilobytes of a field of `/proc/meminfo`.
 unsigned long long Field(const std::string& name) {
     const std::string text = "\n" + ReadWhole("/proc/meminfo");

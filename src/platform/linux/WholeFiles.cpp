@@ -75,14 +75,18 @@ apr_status_t Find(const char* name, Entry& entry, struct stat& facts) {
     return status;
 }
 
-/// Copies everything but the contents from the former file. The owner comes first: changing it
-/// clears permissions. Set-ID bits and capabilities do not survive a write either.
-apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) noexcept {
+/// Copies everything but the contents from the file that has the name. The owner comes first:
+/// changing it clears permissions. Set-ID bits and capabilities do not survive a write either.
+///
+/// @returns `ESTALE` if somebody has removed the file meanwhile, or put something else in its place
+/// that has to be looked at from the start.
+apr_status_t CarryOver(const Entry& entry, int made) noexcept {
     const int directory = entry.directory.Get();
     const char* const name = entry.name.c_str();
+    const auto reason = [] { return errno == ENOENT || errno == ELOOP ? ESTALE : errno; };
     // A caller who may not write the file must not replace it by way of its directory.
     if (faccessat(directory, name, W_OK, AT_EACCESS) != 0) {
-        return errno;
+        return reason();
     }
     const auto open = [&](int how) {
         constexpr int kPlain = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -94,10 +98,10 @@ apr_status_t CarryOver(const Entry& entry, const struct stat& former, int made) 
     }
     struct stat opened {};
     if (!from || fstat(from.Get(), &opened) != 0) {
-        return errno;
+        return reason();
     }
-    if (!IsSameFile(opened, former)) {
-        return EBUSY;  // somebody else is replacing it too
+    if (!S_ISREG(opened.st_mode)) {
+        return ESTALE;
     }
     SourcePermissions permissions(opened);
     const bool hasAttributes = HasExtendedAttributes(from.Get());
@@ -135,11 +139,9 @@ apr_status_t Sync(const Descriptor& file) noexcept {
     return StatusOf(Uninterrupted([&] { return fsync(file.Get()); }));
 }
 
-}  // namespace
-
-apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t size) {
+/// @returns `ESTALE` if the file has changed so much meanwhile that it has to be tried again.
+apr_status_t ReplaceOnce(const char* name, const char* contents, std::size_t size) {
     constexpr mode_t kNewFile = 0666;
-    const Uncancelled uncancelled;
     Entry entry;
     struct stat former {};
     apr_status_t status = Find(name, entry, former);
@@ -155,7 +157,7 @@ apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t
     }
     status = WriteAll(made, contents, size);
     if (status == APR_SUCCESS && exists) {
-        status = CarryOver(entry, former, made.Get());
+        status = CarryOver(entry, made.Get());
     }
     if (status == APR_SUCCESS) {
         status = Sync(made);
@@ -168,6 +170,18 @@ apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t
     }
     temporary.Release();
     return Sync(entry.directory);
+}
+
+}  // namespace
+
+apr_status_t ReplaceContents(const char* name, const char* contents, std::size_t size) {
+    constexpr int kMostTries = 10;
+    const Uncancelled uncancelled;
+    apr_status_t status = ESTALE;
+    for (int tries = 0; tries < kMostTries && status == ESTALE; ++tries) {
+        status = ReplaceOnce(name, contents, size);
+    }
+    return status;
 }
 
 }  // namespace zukel::platform
