@@ -145,6 +145,35 @@ TEST_F(Moves, TheNewNameIsSyncedAndTheFormerTargetNeverLost) {
     EXPECT_EQ(ReadWhole("to"), "newest");
 }
 
+TEST_F(Moves, ADirectoryMadeUnderTheTargetsNameMeanwhile_IsNotReplaced) {
+    directory.Write("from", "new");
+    for (const int error : {0, EINVAL}) {  // of the exchange
+        SCOPED_TRACE(error);
+        std::error_code stands;
+        const Guard meanwhile =
+            AtCall("renameat2", [&] { return fs::create_directories("to/kept", stands), error; });
+        EXPECT_EQ(Move("from", "to"), kFailed);
+        EXPECT_EQ(ReadWhole("from"), "new");
+        EXPECT_TRUE(fs::exists("to/kept"));
+        EXPECT_EQ(directory.Count(), 3) << "something is left";
+        fs::remove_all("to");
+    }
+}
+
+TEST_F(Moves, APipePutInThePlaceOfTheSource_StaysThere) {
+    const TemporaryDirectory disk;  // which may give a removed file's number to the next
+    const std::string from = disk / "from";
+    for (const int nth : {1, 2, 3, 4, 5, 6, 7, 8}) {
+        fs::remove(from), disk.Write("from", "new");
+        int calls = 0;
+        const Guard meanwhile = AtCall("", [&] {
+            return ++calls == nth && fs::remove(from) ? mkfifo(from.c_str(), 0600) : 0;
+        });
+        EXPECT_EQ(Move(from, disk / "to"), kFailed) << "before call " << nth;
+        EXPECT_TRUE(fs::is_fifo(from)) << "before call " << nth;
+    }
+}
+
 TEST_F(Moves, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     const TemporaryDirectory disk;
     const std::string file = disk.Write("file", "0123456789abcdef"), pipe = disk / "pipe";

@@ -114,7 +114,7 @@ private:
         if (fstat(in_.Get(), &opened) != 0) {
             return false;
         }
-        if (!IsSameFile(opened, source_)) {
+        if (!IsSameFile(opened, source_) || !S_ISREG(opened.st_mode)) {
             errno = EBUSY;
             return false;
         }
@@ -173,11 +173,30 @@ private:
                lease_.IsUnbroken();
     }
 
+    bool ExchangeWithTarget() const noexcept {
+        const int directory = Directory();
+        return renameat2(directory, copy_.Get(), directory, place_.name, RENAME_EXCHANGE) == 0;
+    }
+
+    /// Whether it was a directory that had the target's name, made there meanwhile.
+    bool WasDirectory(const TemporaryName& former) noexcept {
+        struct stat facts {};
+        const bool was = place_.LookAt(former.Get(), facts) && S_ISDIR(facts.st_mode);
+        reason_ = was ? EISDIR : reason_;
+        return was;
+    }
+
     /// Renames the copy to the target's name. A file that had it gets a temporary name, from which
-    /// it can be restored.
+    /// it can be restored. A directory is not replaced.
     bool ReplaceTarget() noexcept {
         const int directory = Directory();
-        if (renameat2(directory, copy_.Get(), directory, place_.name, RENAME_EXCHANGE) == 0) {
+        if (ExchangeWithTarget()) {
+            if (WasDirectory(copy_)) {
+                if (!ExchangeWithTarget()) {
+                    copy_.Release();  // it stays under the temporary name
+                }
+                return false;
+            }
             former_ = &copy_;
             return true;
         }
@@ -185,6 +204,10 @@ private:
         if (IsRefusal(errno)) {
             if (aside_.TakeOver(place_.name)) {
                 former_ = &aside_;
+                if (WasDirectory(aside_)) {
+                    RollBack();
+                    return false;
+                }
             } else if (errno != ENOENT) {
                 return false;
             }
