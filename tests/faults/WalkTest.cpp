@@ -297,7 +297,17 @@ kelProcessOptions Both() {
     return options;
 }
 
+/// Has ended children reaped, at the end of a scope that an exception may leave too: what is killed
+/// ends as soon as the system lets it.
+Guard ReapsAll() {
+    return Guard([] {
+        const Guard own = Counting(false);
+        EXPECT_TRUE(kOnWindows || AllReaped());
+    });
+}
+
 int RunBoth(World& it) {
+    const Guard reaped = ReapsAll();
     zuString errors = "untouched";
     int code = -1;
     const int status = kelProcess::Run(Both(), it.file, it.text, errors, code, -1);
@@ -305,7 +315,6 @@ int RunBoth(World& it) {
     EXPECT_EQ(it.text, status == kOk ? it.file : "untouched");
     EXPECT_EQ(errors, it.text);
     EXPECT_EQ(code, status == kOk ? 0 : -1);
-    EXPECT_TRUE(kOnWindows || AllReaped()) << "as soon as the system lets it";
     return status;
 }
 
@@ -317,10 +326,9 @@ int FeedBoth(World& it) {
     options.input.kind = options.output.kind = Options::StreamPipe;
     options.errors.kind = Options::StreamNothing;
     int code = -1;
-    const Guard ended([&it] {
+    const Guard reaped = ReapsAll(), ended([&it] {
         const Guard own = Counting(false);
         it.process = kelProcess();
-        EXPECT_TRUE(kOnWindows || AllReaped()) << "as soon as the system lets it";
     });
     const int status = it.process.Start(options);
     unsigned long long size = sizeof it.line - 1;
