@@ -246,10 +246,10 @@ public:
     int SeekToEnd();
 
     /// Whether a read has reached the end of the file. True on a closed object, and from the read
-    /// that reached the end until the position is set, even if the file has grown since. A read
-    /// reaches the end if it gets nothing; a line or a buffered read also if it gets less than it
-    /// asked for. A read that ends exactly at the last byte does not count. After any other
-    /// failure: false until an operation succeeds.
+    /// that reached the end until the next seek, even if the file has grown since or the seek
+    /// fails. A read reaches the end if it gets nothing; a line or a buffered read also if it gets
+    /// less than it asked for. A read that ends exactly at the last byte does not count. After any
+    /// other failure: false until an operation succeeds.
     bool EndOfFile();
 
     /// Hands the buffer of a file opened with `ModeBuffered` to the system; on any other file it

@@ -68,9 +68,7 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     Mapped mapped;
     Check({
         {CALL(kelFile::Copy("", "x", 0x644)), kNoSource, kWrong},
-        {CALL(kelFile::Copy(nullptr, "", "x", 0x1000)), kNoSource, kWrong},
         {CALL(kelFile::Copy("x", "", 0x644)), kNoTarget, kWrong},
-        {CALL(kelFile::Copy(nullptr, "x", "", 0x1000)), kNoTarget, kWrong},
         {CALL(kelFile::NativeCopy("", "x", 0)), kNoSource, kWrong},
         {CALL(kelFile::NativeCopy("x", "", 0)), kNoTarget, kWrong},
         {CALL(kelFile::Rename("", "x")), kNoSource, kWrong},
@@ -93,7 +91,6 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::DeleteTree("")), kNoPath, kWrong},
         {CALL(Directory::Sync("")), kNoPath, kWrong},
         {CALL(mapped.Open("", Mapped::ReadOnly)), kNoPath, kWrong},
-        {CALL(mapped.Open("", Mapped::ReadOnly, 0, 0)), kNoPath, kWrong},
     });
     // Up to the NUL a text is the name of something else, which must not suffer.
     const zuString nul("\0tail", 5), file = "file" + nul, folder = "folder" + nul;
@@ -119,14 +116,12 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(kelFileInfo(file).GetType()), kelFileInfo::NoFile},
         {CALL(Directory().Open(folder))},
         {CALL(Directory::Create(other, 0x755, false))},
-        {CALL(Directory::Create(other, 0x755, true))},
         {CALL(Directory::CreateTemporary("x" + nul + "XXXXXX", text)), kNone},
         {CALL(Directory::Delete(folder))},
         {CALL(Directory::DeleteTree(folder)), kNone},
         {CALL(Directory::GetFileNames(folder, names)), kNone},
         {CALL(Directory::SetCurrentDirectory(folder))},
         {CALL(mapped.Open(file, Mapped::ReadOnly)), kNone},
-        {CALL(mapped.Open(file, Mapped::ReadOnly, 0, 0)), kNone},
         {CALL(library.GetEnvironmentVariable(text, variable)), kNoVariable, kAny},
         {CALL(library.SetEnvironmentVariable(variable, "x")), kNoVariable, kAny},
         {CALL(library.SetEnvironmentVariable("ZUKEL_NUL", other)), kNoVariable, kAny},
@@ -141,10 +136,9 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     EXPECT_TRUE(Directory::GetFileNames(folder).empty());
     EXPECT_EQ(Library::GetAbsoluteFileName("$" + variable), "$" + variable);
     Check({
-        {CALL(kelFile().Open("no", kRead)), kNone},
         {CALL(kelFile::Delete("no"))},
+        {CALL(kelProcess().Start("no-such-program", false))},
         {CALL(kelFile::Copy("no", "file", 0))},
-        {CALL(kelFile::Exists("no")), false},
         {CALL(kelFile::ReadWhole("no", text)), kNone},
         {CALL(kelFile::ReplaceWhole("no/file", text)), kNone},
         {CALL(kelFile::ReadSymbolicLink("no", text)), kNone},
@@ -153,14 +147,10 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory().Open("no"))},
         {CALL(Directory::CreateTemporary("no/XXXXXX", text)), kNone},
         {CALL(Directory::DeleteTree("no")), kNone},
-        {CALL(Directory::DeleteTree("no/no")), kNone},
         {CALL(Directory::GetFileNames("no", names)), kNone},
         {CALL(int(Directory::GetFileNames("no").size())), 0},
         {CALL(Directory::Sync("no"))},
         {CALL(mapped.Open("no", Mapped::ReadOnly)), kNone},
-        {CALL(mapped.Open("no", Mapped::ReadOnly, 0, 0)), kNone},
-        {CALL(mapped.Open("no/file", Mapped::ReadOnly)), kNone},
-        {CALL(mapped.Open("no/file", Mapped::ReadOnly, 0, 0)), kNone},
         {CALL(library.GetEnvironmentVariable(text, "ZUKEL_UNSET")), kNoVariable},
         {CALL(Memory().Attach(directory / "no"))},
         {CALL(kelSystem::GetFreeDiskSpace("no", disk)), false},
@@ -182,9 +172,7 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
         {CALL(Directory::GetFileNames("file", names)), kFailed, kAny},
         {CALL(Directory::Sync("file")), kFailed, kAny},
         {CALL(mapped.Open(".", Mapped::ReadOnly)), directoryStatus, kAny},
-        {CALL(mapped.Open(".", Mapped::ReadOnly, 0, 0)), directoryStatus, kAny},
         {CALL(mapped.Open(kNullDevice, Mapped::ReadOnly)), kFailed, kAny},
-        {CALL(mapped.Open(kNullDevice, Mapped::ReadOnly, 0, 0)), kFailed, kAny},
         {CALL(kelProcess::NativeKill(-1)), kFailed, kWrong},
         {CALL(kelTime(-1).GetFormatTime(text, "%Y")), kFailed, kWrong},
     });
@@ -196,11 +184,6 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     EXPECT_EQ(text, "value");
     EXPECT_EQ(ReadWhole("file"), "text");
     EXPECT_EQ(directory.Count(), 2);
-}
-
-TEST_F(Refusals, OfAProgramThatIsNotThere_HasItsReason) {
-    directory.Write("file");
-    Check({{CALL(kelProcess().Start("no-such-program", false))}});
 }
 
 TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
@@ -226,6 +209,7 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(device.GetLength(place)), kFailed, kAny},
         {CALL(reading.SetLength(0)), kFailed, kAny},
         {CALL(reading.WriteAt(0, "x", written)), kFailed, kAny},
+        {CALL(reading.WriteLine("x")), kFailed, kAny},
         {CALL(reading.Lock(kelFile::LockExclusive, 0)), kFailed, kAny},
         {CALL(reading.Unlock()), kFailed, kAny},
         {CALL(Directory().Close()), kelStatusNotOpen, kClosed},
@@ -233,13 +217,10 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
         {CALL(kelDynamicObject().FindSymbol(&symbol, "x")), kFailed, kClosed},
         {CALL(closed.ReadLine(line, sizeof line)), kFailed, kClosed},
         {CALL(closed.Read(line, size)), kFailed, kClosed},
-        {CALL(closed.Read(*line)), kFailed, kClosed},
         {CALL(closed.Write(*line)), kFailed, kClosed},
         {CALL(closed.Write(line, size)), kFailed, kClosed},
         {CALL(closed.WriteLine("x")), kFailed, kClosed},
         {CALL(closed.SeekTo(0)), kFailed, kClosed},
-        {CALL(closed.SeekToBegin()), kFailed, kClosed},
-        {CALL(closed.SeekToEnd()), kFailed, kClosed},
         {CALL(closed.Flush()), kFailed, kClosed},
         {CALL(closed.Close()), kFailed, kClosed},
         {CALL(Directory().ReadFirst(text)), kelStatusNotOpen, kClosed},

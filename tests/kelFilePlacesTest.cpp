@@ -1,6 +1,7 @@
 #include "support/Testing.h"
 
 using namespace zukel::test;
+using kelFilePlacesTest = InDirectory;
 
 namespace {
 
@@ -18,69 +19,15 @@ int Put(kelFile& file, long long offset, const std::string& bytes) {
     return status;
 }
 
-/// Position and length, as text.
-std::string Place(kelFile& file) {
-    long long position = -1, length = -1;
-    EXPECT_THAT(Statuses({file.GetPosition(position), file.GetLength(length)}), Each(kOk));
-    return std::to_string(position) + " of " + std::to_string(length);
-}
-
-using kelFilePlacesTest = InDirectory;
-class kelFilePlaces : public InDirectory, public testing::WithParamInterface<int> {
-protected:
-    kelFile Make(const std::string& content, int mode = 0) const {
-        return {directory.Write("file", content), kReadWrite | GetParam() | mode};
-    }
-};
-INSTANTIATE_TEST_SUITE_P(Modes, kelFilePlaces, testing::Values(0, kBuffered));
-
-TEST_P(kelFilePlaces, PositionAndLength_CountWhatStandsInTheBuffer) {
-    kelFile file = Make("0123456789");
-    char byte = 0;
-    EXPECT_EQ(Place(file), "0 of 10");
-    EXPECT_EQ(file.Read(byte), kOk);
-    EXPECT_EQ(Place(file), "1 of 10") << "whatever was read ahead";
-    EXPECT_EQ(file.WriteLine("ab"), kOk);
-    EXPECT_EQ(Place(file), "3 of 10");
-    EXPECT_THAT(Statuses({file.SeekTo(9), file.WriteLine("cde")}), Each(kOk));
-    EXPECT_EQ(Place(file), "12 of 12");
-    EXPECT_EQ(file.SetLength(5'000'000'000LL), kOk);
-    EXPECT_EQ(Place(file), "12 of 5000000000");
-    EXPECT_EQ(file.SetLength(4), kOk);
-    EXPECT_EQ(Place(file), "12 of 4") << "the position stays";
-    EXPECT_EQ(file.SetLength(-1), kFailed);
-    EXPECT_THAT(Statuses({file.Write('z'), file.Close()}), Each(kOk));
-    EXPECT_EQ(ReadWhole("file"), std::string("0ab3\0\0\0\0\0\0\0\0z", 13));
-
-    kelFile appending = Make("0123", kelFile::ModeAppend);
-    EXPECT_EQ(appending.WriteLine("45"), kOk);
-    EXPECT_EQ(Place(appending), "6 of 6");
-    EXPECT_THAT(Statuses({appending.SetLength(1), appending.WriteLine("x"), appending.Close()}),
-                Each(kOk));
-    EXPECT_EQ(ReadWhole("file"), "0x");
-}
-
-TEST_P(kelFilePlaces, ReadAtAndWriteAt_MoveNothingAndSeeWhatWasWritten) {
-    kelFile file = Make("0123456789");
-    char byte = 0;
-    EXPECT_EQ(file.Read(byte), kOk);
-    EXPECT_EQ(At(file, 8, 5), "89") << "fewer at the end";
-    EXPECT_EQ(At(file, 20, 5), "") << "none beyond it, and no failure";
+TEST_F(kelFilePlacesTest, Lengths_AreBeyondFourGigabytesAndNeverNegative) {
+    kelFile file(directory.Write("file", "0123456789"), kReadWrite);
+    long long length = -1;
+    EXPECT_THAT(Statuses({file.SetLength(5'000'000'000LL), file.GetLength(length)}), Each(kOk));
+    EXPECT_EQ(length, 5'000'000'000LL);
+    EXPECT_THAT(Statuses({file.SetLength(-1), Put(file, -1, "x")}), Each(kFailed));
     EXPECT_EQ(At(file, -1, 5), "failed");
-    EXPECT_FALSE(file.EndOfFile());
-    EXPECT_EQ(Put(file, 1, "ab"), kOk);
-    EXPECT_EQ(file.Read(byte), kOk);
-    EXPECT_EQ(byte, 'a') << "what was read ahead is read again, from the same place";
-    EXPECT_EQ(file.WriteLine("cd"), kOk);
-    EXPECT_EQ(At(file, 0, 6), "0acd45") << "what stood in the buffer";
-    EXPECT_EQ(Put(file, 12, "x"), kOk);
-    EXPECT_EQ(file.Write('e'), kOk);
-    EXPECT_EQ(Put(file, -1, "y"), kFailed);
-    EXPECT_EQ(file.Sync(), kOk);
-    EXPECT_EQ(ReadWhole("file"), std::string("0acde56789\0\0x", 13));
-    kelFile appending = Make("0123", kelFile::ModeAppend);
-    EXPECT_EQ(Put(appending, 0, "y"), kFailed);
-    EXPECT_EQ(At(appending, 1, 2), "12");
+    EXPECT_THAT(Statuses({Put(file, 4'999'999'999LL, "x"), file.SetLength(4)}), Each(kOk));
+    EXPECT_EQ(ReadWhole("file"), "0123");
 }
 
 TEST_F(kelFilePlacesTest, Lock_BindsOtherObjectsAndEndsWithItsOwnOnly) {

@@ -153,71 +153,17 @@ TEST_P(kelFileData, TypedValues_AreTheirBytesInMemoryAndComeBackOrAreRefused) {
     }
 }
 
-TEST_P(kelFileData, BlocksPositionsAndEnd_AreThoseOfTheLastOperation) {
-    kelFile file = Make("0123456789");
-    EXPECT_FALSE(file.EndOfFile()) << "nothing has met it yet";
-    short block[8] = {};
-    unsigned long long size = sizeof block;
-    char byte = 0;
-    EXPECT_EQ(file.Read(block, size), kOk) << "a part is a success";
-    EXPECT_EQ(size, 10U);
-    EXPECT_EQ(file.Read(block, size), kFailed);
-    EXPECT_EQ(size, 0U);
-    EXPECT_THAT(
-        Statuses({file.SeekToBegin(), file.Read(byte), file.WriteLine("ab"), file.Read(byte)}),
-        Each(kOk));
-    EXPECT_EQ(byte, '3') << "a write goes behind what was read";
-    EXPECT_THAT(Statuses({file.Write('c'), file.Flush()}), Each(kOk));
-    EXPECT_EQ(ReadWhole("file"), "0ab3c56789");
-    EXPECT_THAT(Statuses({file.SeekToEnd(), file.Read(byte)}), ElementsAre(kOk, kFailed));
-    EXPECT_TRUE(file.EndOfFile());
-    EXPECT_EQ(file.SeekTo(-1), kFailed);
-    EXPECT_FALSE(file.EndOfFile()) << "which the seek hides";
-    size = 3;
-    const std::string large(9000, 'l');  // more than a buffer takes
-    EXPECT_THAT(Statuses({file.SeekTo(12), file.Write(L"x", size), file.WriteLine(large.c_str()),
-                          file.Close()}),
-                Each(kOk));
-    const std::string ofWide(reinterpret_cast<const char*>(L"x"), 3);
-    EXPECT_EQ(ReadWhole("file"), std::string("0ab3c56789\0\0", 12) + ofWide + large);
-}
-
-TEST_P(kelFileData, Appending_GoesBehindWhateverIsThereAndReadsFromTheStart) {
+TEST_P(kelFileData, Appending_GoesBehindWhateverOthersHavePutThere) {
     constexpr int kAppend = kelFile::ModeAppend;
     kelFile file = Make("old", kAppend), other("file", kWrite | kAppend);
-    char line[16] = "";
-    EXPECT_EQ(file.ReadLine(line, sizeof line), kOk);
-    EXPECT_STREQ(line, "old");
     for (kelFile* each : {&file, &other, &file}) {
-        EXPECT_EQ(each->SeekToBegin(), kOk) << "which moves no write";
         EXPECT_THAT(Statuses({each->WriteLine("12"), each->Flush()}), Each(kOk));
     }
     EXPECT_EQ(ReadWhole("file"), "old121212");
-    EXPECT_THAT(Statuses({file.SeekTo(8), file.ReadLine(line, sizeof line)}), Each(kOk));
-    EXPECT_STREQ(line, "2");
     kelFile again("file", kReadWrite | kAppend | kelFile::ModeTruncate | GetParam());
     EXPECT_EQ(ReadWhole("file"), "");
     EXPECT_THAT(Statuses({other.WriteLine("4"), again.WriteLine("5"), again.Close()}), Each(kOk));
     EXPECT_EQ(ReadWhole("file"), "45");
-}
-
-TEST_P(kelFileData, ReadLine_TakesPiecesThatFitAndRefusalsChangeNothing) {
-    kelFile file = Make("a\r\nabcdef\ng");
-    char buffer[16] = "x";
-    EXPECT_EQ(file.ReadLine(buffer, 1), kOk) << "takes nothing";
-    EXPECT_STREQ(buffer, "");
-    for (const char* line : {"a\r\n", "abc", "def", "\n", "g"}) {
-        EXPECT_EQ(file.ReadLine(buffer, 4), kOk);
-        EXPECT_STREQ(buffer, line);
-    }
-    EXPECT_EQ(file.ReadLine(buffer, 4), kFailed);
-    EXPECT_TRUE(file.EndOfFile());
-    EXPECT_STREQ(buffer, "");
-    kelFile reading("file", kRead | GetParam());
-    unsigned long long size = 2;
-    EXPECT_THAT(Statuses({reading.Write(buffer, size), reading.WriteLine("x")}), Each(kFailed));
-    EXPECT_EQ(size, 0U) << "opened for reading";
-    EXPECT_THAT(Statuses({reading.Read(*buffer), reading.Close()}), Each(kOk)) << "still usable";
 }
 
 }  // namespace

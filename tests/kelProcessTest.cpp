@@ -21,7 +21,6 @@ void ExpectIdle(kelProcess& process, int error) {
 }
 
 TEST_F(kelProcessTest, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
-    const std::string nul("\0x", 2);
     directory.Write("text", "not to be run"), directory.Write("alien", {"\x7f\0\n", 3});
     directory.Write("broken", "#!/no/such/interpreter\n");
     fs::permissions("broken", fs::perms::owner_all), fs::permissions("alien", fs::perms::owner_all);
@@ -31,15 +30,12 @@ TEST_F(kelProcessTest, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
     } rows[] = {{"no-such-program-anywhere", "", ENOENT},
                 {"missing.bat", "", ENOENT},
                 {"", "", ENOENT},
-                {directory / "missing.exe", "", ENOENT},
                 {kChild, "missing", ENOENT},
                 {directory / "broken", "", ENOENT},
                 {kChild, "text", ENOTDIR},
                 {directory / "text", "", EACCES},
                 {directory.Path(), "", EACCES},
-                {"./alien", directory.Path(), ENOEXEC},
-                {kChild + nul, "", ENOENT},
-                {kChild, directory.Path() + nul, ENOENT}};
+                {"./alien", directory.Path(), ENOEXEC}};
     kelProcess process;
     for (const auto& [command, folder, error] : rows) {
         SCOPED_TRACE("\"" + command + "\" in \"" + folder + "\"");
@@ -47,9 +43,7 @@ TEST_F(kelProcessTest, Start_OfWhatCannotRun_TellsTheReasonAndLeavesNoChild) {
         EXPECT_EQ(process.Start(command, {}, folder, false), kFailed);
         ExpectIdle(process, error);
     }
-    EXPECT_EQ(process.Start(kChild, {"say", nul}, "", {"out" + nul}, false), kFailed);
-    ExpectIdle(process, EINVAL);
-    EXPECT_EQ(process.Start(kChild, {"say"}, "", {"out" + nul}, false), kOk);
+    EXPECT_EQ(process.Start(kChild, {"say"}, "", {std::string("out\0x", 5)}, false), kOk);
     EXPECT_TRUE(Ends(process));
     EXPECT_FALSE(fs::exists("out")) << "the name of no file";
     EXPECT_TRUE(AllReaped());

@@ -1,5 +1,4 @@
-// What an open file does with system calls that move fewer bytes than they were asked for, that a
-// signal interrupts, and that are not made at all.
+// What an open file asks of the system, and what becomes of it in a forked copy.
 
 #include "linux/Users.h"
 
@@ -7,95 +6,6 @@ using namespace zukel::test;
 using FileStream = InDirectory;
 
 namespace {
-
-/// A file as a text and a position, to compare with.
-struct Model {
-    std::string content;
-    bool appends, buffered;
-    std::size_t position = 0;
-
-    std::string Next(std::size_t size) {
-        const std::string bytes = content.substr(std::min(position, content.size()), size);
-        position += bytes.size();
-        return bytes;
-    }
-    std::string NextLine(std::size_t size) {
-        const std::size_t feed = std::min(content.find('\n', position), content.size());
-        return Next(std::min(size, std::max(feed, position) + 1 - position));
-    }
-    void Put(const std::string& bytes) {
-        if (!bytes.empty()) {
-            position = appends ? content.size() : position;
-            content.resize(std::max(content.size(), position + bytes.size()));
-            content.replace(position, bytes.size(), bytes);
-            position += bytes.size();
-        }
-    }
-};
-
-/// Makes an operation on a file and on its model.
-void Operate(const std::string& operation, kelFile& file, Model& model, std::string room,
-             const std::string& text, std::size_t position) {
-    SCOPED_TRACE(operation);
-    if (operation == "Read") {
-        unsigned long long size = room.size();
-        const int status = file.Read(room.data(), size);
-        const std::string expected = model.Next(model.buffered ? room.size() : size);
-        EXPECT_EQ(status, expected.empty() ? kFailed : kOk);
-        EXPECT_EQ(room.substr(0, size), expected);
-    } else if (operation == "ReadLine") {
-        const std::string line = model.NextLine(room.size() - 1);
-        EXPECT_EQ(file.ReadLine(room.data(), room.size()), line.empty() ? kFailed : kOk);
-        EXPECT_EQ(room.substr(0, line.size() + 1), line + '\0');
-    } else if (operation == "Write") {
-        unsigned long long size = text.size();
-        EXPECT_EQ(file.Write(text.data(), size), kOk);
-        EXPECT_GE(size, model.buffered ? text.size() : 0);
-        model.Put(text.substr(0, size));
-    } else if (operation == "WriteLine") {
-        EXPECT_EQ(file.WriteLine(text.c_str()), kOk);
-        model.Put(text);
-    } else if (operation == "SeekTo") {
-        EXPECT_EQ(file.SeekTo(static_cast<long long>(position)), kOk);
-        model.position = position;
-    } else {
-        EXPECT_EQ(file.SeekTo(-1), kFailed) << "which moves nothing";
-        EXPECT_EQ(file.Flush(), kOk);
-    }
-}
-
-TEST_F(FileStream, RandomOperations_AreThoseOfAModel) {
-    const char* const operations[] = {"Read", "ReadLine", "Write", "WriteLine", "SeekTo", "Flush"};
-    std::mt19937 random;
-    const auto upTo = [&](std::size_t most) { return random() % (most + 1); };
-    const auto someText = [&](std::size_t size) {
-        std::string text(size, '\0');
-        std::generate(text.begin(), text.end(),
-                      [&] { return upTo(30) == 0 ? '\n' : char('a' + upTo(25)); });
-        return text;
-    };
-    const Guard shortened = ShortTransfers([&](std::size_t size) {  // 0 is an interruption
-        return upTo(5) == 0 ? 0 : std::max<std::size_t>(1, size * upTo(9) / 9);
-    });
-    for (const int append : {0, int{kelFile::ModeAppend}}) {
-        for (unsigned seed = 0; seed < 300 && !HasFailure(); ++seed) {
-            const int mode = append | (seed % 2 == 0 ? 0 : kBuffered);
-            SCOPED_TRACE("mode " + std::to_string(mode) + ", seed " + std::to_string(seed));
-            random.seed(seed);
-            Model model{someText(9000), append != 0, seed % 2 != 0};
-            kelFile file(directory.Write("file", model.content), kReadWrite | mode);
-            for (int count = 0; count < 40 && !HasFailure(); ++count) {
-                const std::size_t most = upTo(4) == 0 ? 9000 : 60;
-                const std::string room(upTo(most) + 2, '#'), text = someText(upTo(most));
-                const std::size_t position = upTo(12000);
-                const char* const operation = operations[upTo(5)];
-                UnderFaults([&] { Operate(operation, file, model, room, text, position); });
-            }
-            EXPECT_EQ(UnderFaults([&] { return file.Close(); }), kOk);
-            EXPECT_EQ(ReadWhole("file"), model.content);
-        }
-    }
-}
 
 TEST_F(FileStream, LinesAndWholeFiles_CostFewCalls) {
     std::string lines;

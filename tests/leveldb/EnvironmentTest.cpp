@@ -1,10 +1,6 @@
-// LevelDB on the environment of examples/leveldbenv: writers that are killed, and what the
-// interface of an environment promises.
-
-#include "leveldbenv/Environment.h"
+// LevelDB on the environment of examples/leveldbenv: writers that are killed.
 
 #include <map>
-#include <memory>
 
 #include "support/Testing.h"
 
@@ -93,48 +89,6 @@ TEST(LevelDB, KilledWriters_LoseNothingThatTheyHaveConfirmed) {
         EXPECT_EQ(found.size(), stored.size());
     }
     EXPECT_GT(all, 100U) << "the writers were killed before they wrote";
-}
-
-/// What the databases above do not ask for.
-TEST(LevelDB, Environment_DoesWhatItsInterfaceTells) {
-    const TemporaryDirectory directory;
-    Environment environment;
-    const std::string missing = directory / "missing", contents = std::string(200000, 'a') + "end!";
-    const std::string name = directory.Write("file", contents);
-    leveldb::FileLock *lock = nullptr, *second = nullptr;
-    ASSERT_TRUE(environment.LockFile(directory / "lock", &lock).ok());
-    EXPECT_TRUE(environment.LockFile(directory / "lock", &second).IsIOError());
-    EXPECT_TRUE(environment.UnlockFile(lock).ok());
-    std::uint64_t size = 0;
-    std::vector<std::string> names;
-    EXPECT_TRUE(environment.GetFileSize(missing, &size).IsNotFound());
-    EXPECT_TRUE(environment.GetChildren(missing, &names).IsNotFound());
-
-    leveldb::Slice read;
-    std::vector<char> room(contents.size());
-    leveldb::SequentialFile* sequential = nullptr;
-    EXPECT_TRUE(environment.NewSequentialFile(missing, &sequential).IsNotFound());
-    EXPECT_EQ(sequential, nullptr);
-    ASSERT_TRUE(environment.NewSequentialFile(name, &sequential).ok());
-    const std::unique_ptr<leveldb::SequentialFile> in(sequential);
-    EXPECT_TRUE(in->Skip(199999).ok());
-    for (const char* const part : {"aen", "d!", ""}) {  // the end is no failure
-        EXPECT_TRUE(in->Read(3, &read, room.data()).ok());
-        EXPECT_EQ(read.ToString(), part);
-    }
-
-    // More files than are mapped: the last of these are read by the system.
-    std::vector<std::unique_ptr<leveldb::RandomAccessFile>> tables;
-    for (int count = 0; count < 1003; ++count) {
-        leveldb::RandomAccessFile* table = nullptr;
-        ASSERT_TRUE(environment.NewRandomAccessFile(name, &table).ok());
-        tables.emplace_back(table);
-        ASSERT_TRUE(table->Read(199998, 4, &read, room.data()).ok());
-        ASSERT_EQ(read.ToString(), "aaen");
-        EXPECT_EQ(read.data() == room.data(), count >= 1000) << count;
-    }
-    EXPECT_FALSE(tables[0]->Read(contents.size(), 1, &read, room.data()).ok());
-    EXPECT_FALSE(tables[0]->Read(1, contents.size(), &read, room.data()).ok());
 }
 
 }  // namespace

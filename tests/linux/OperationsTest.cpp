@@ -67,23 +67,17 @@ TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
 
 TEST_F(Operations, DeleteTreeIsNotLedOutByADirectoryThatIsMovedOrSwappedForALink) {
     fs::create_directories("victim/moves"), directory.Write("victim/file");
-    bool moved = true;
-    for (int nth = 1; moved; ++nth) {
+    const auto move = [&] {
+        std::error_code gone;  // when it has been removed by then
+        fs::rename("tree/moves", "victim/moved", gone);
+        fs::create_directory_symlink(directory / "victim", "tree/moves", gone);
+    };
+    BeforeEachCall("", move, [&] {
         fs::create_directories("tree/moves/a/b"), directory.Write("tree/moves/file");
-        int calls = 0;
-        const Guard meanwhile = AtCall("", [&] {
-            std::error_code gone;  // when it has been removed by then
-            if (++calls == nth) {
-                fs::rename("tree/moves", "victim/moved", gone);
-                fs::create_directory_symlink(directory / "victim", "tree/moves", gone);
-            }
-            return 0;
-        });
         UnderFaults([] { return kelDirectory::DeleteTree("tree"); });
-        moved = calls >= nth;
         fs::remove_all("victim/moved"), fs::remove_all("tree");
-        ASSERT_EQ(directory.Count(), 3) << "the victim is not whole: moved before call " << nth;
-    }
+        ASSERT_EQ(directory.Count(), 3) << "the victim is not whole";
+    });
 }
 
 TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
@@ -112,26 +106,16 @@ TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
         {"nothing", [] { fs::remove("file"); }},
         {"a link", [&] { put(), fs::rename("file", "there"), MakeLink("there", "file"); }},
     };
-    for (const auto& [what, meddle] : rows) {
-        bool meddled = true;
-        for (int nth = 1; meddled; ++nth) {
-            SCOPED_TRACE(testing::Message() << what << " before call " << nth);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.first);
+        bool replaced = false;
+        const auto meddle = [&] { replaced = ReadWhole("file") == "new", row.second(); };
+        BeforeEachCall("", meddle, [&] {
             fs::remove("file"), directory.Write("file", "old");
-            int calls = 0;
-            bool replaced = false;
-            const Guard meanwhile = AtCall("", [&, &meddle = meddle] {
-                if (++calls == nth) {
-                    replaced = ReadWhole("file") == "new";
-                    meddle();
-                }
-                return 0;
-            });
+            replaced = false;
             EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kOk);
-            if (!replaced) {
-                EXPECT_EQ(ReadWhole("file"), "new");
-            }
-            meddled = calls >= nth;
-        }
+            EXPECT_TRUE(replaced || ReadWhole("file") == "new") << ReadWhole("file");
+        });
     }
     for (const bool pipe : {false, true}) {
         SCOPED_TRACE(pipe ? "a pipe" : "a file of one's own alone");

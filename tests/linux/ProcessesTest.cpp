@@ -95,19 +95,12 @@ TEST_F(Processes, OfOthersAreSeenByDescriptorsAndByNumbers) {
     }
 }
 
-TEST_F(Processes, AreNotStartedWithoutADescriptorForThem) {
-    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
-        Refusing("syscall", error, [error] {
-            kelProcess process;
-            EXPECT_EQ(process.Start("true", false), kFailed);
-            EXPECT_EQ(process.GetLastError(), std::strerror(error));
-            EXPECT_EQ(process.GetPid(), -1);
-        });
-    }
-}
-
-TEST_F(Processes, ThatHaveEnded_AreSentNothing) {
+TEST_F(Processes, AreNotStartedWithoutADescriptorAndSentNothingAfterTheirEnd) {
     kelProcess process;
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        Refusing("syscall", error, [&] { EXPECT_EQ(process.Start("true", false), kFailed); });
+        EXPECT_EQ(process.GetLastError(), std::strerror(error));
+    }
     ASSERT_EQ(process.Start("true", false), kOk);
     ASSERT_TRUE(Ends(process));
     const Guard all = Arm({FaultSource::System});
