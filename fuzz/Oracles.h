@@ -3,8 +3,9 @@
 #include <string>
 #include <vector>
 
-/// The pure work on names and the texts of a time, each beside a second implementation that is
-/// written another way: plain and slow. What generated tests and the fuzz targets have in common.
+/// The pure work on names and the texts of a time, and an open file, each beside a second
+/// implementation that is written another way: plain and slow. What generated tests and the fuzz
+/// targets have in common.
 namespace zukel::fuzz {
 
 /// @name Checks
@@ -20,6 +21,9 @@ std::string CheckRelativePath(const std::string& texts);
 /// The first byte says where the date comes from, as many as that needs are the date, and the rest
 /// is the pattern. The oracle is the C library, in a zone with a summer.
 std::string CheckTimePattern(const std::string& bytes);
+/// The first bytes say how a file is opened and what it holds, and the rest are operations on it.
+/// The oracle is a text with a position.
+std::string CheckOpenFile(const std::string& bytes);
 /// @}
 
 /// A text of up to 16 words from an alphabet that is hostile to all of these.

@@ -15,8 +15,6 @@ using namespace zukel;
 using namespace zukel::platform;
 using zukel::test::Table;
 
-namespace {
-
 TEST(Names, GeneratedNames_AgreeWithTheOracles) {
     const char* const given = std::getenv("ZUKEL_SEED");
     const auto seed = given != nullptr ? std::strtoul(given, nullptr, 10) : std::random_device{}();
@@ -145,5 +143,3 @@ TEST(MachineTexts, LocaleNames) {
         EXPECT_EQ(told, facts) << name;
     }
 }
-
-}  // namespace

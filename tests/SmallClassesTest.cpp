@@ -8,8 +8,6 @@
 
 using namespace zukel::test;
 
-namespace {
-
 TEST(kelSystemTest, Figures_AreThoseOfTheMachine) {
     EXPECT_EQ(kelProcess::GetCurrentProcessPid(), getpid());
     EXPECT_GT(kelSystem::AvailablePhysicalMemory(), 1024U);
@@ -35,7 +33,7 @@ TEST(kelSystemTest, Figures_AreThoseOfTheMachine) {
 }
 
 /// The result and the text of a buffer of this size.
-std::string Format(int size, std::string format, ...) {
+static std::string Format(int size, std::string format, ...) {
     std::string text(static_cast<std::size_t>(size) + 1, '#');
     va_list arguments;
     va_start(arguments, format);
@@ -95,5 +93,3 @@ TEST(InterfaceTest, SmallClasses_AreMadeAndAssigned) {
     one = other;
     one = std::move(other);
 }
-
-}  // namespace

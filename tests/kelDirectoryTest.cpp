@@ -6,9 +6,7 @@ using namespace zukel::test;
 using Names = std::multiset<std::string>;
 using kelDirectoryTest = InDirectory;
 
-namespace {
-
-Names Listed(kelDirectory& directory) {
+static Names Listed(kelDirectory& directory) {
     const auto names = directory.GetFileNames();
     EXPECT_EQ(directory.GetNumberOfFiles(), static_cast<int>(names.size()));
     return {names.begin(), names.end()};
@@ -180,5 +178,3 @@ TEST_F(kelDirectoryTest, AbsoluteAndRelativePaths_AreOfTheCurrentDirectory) {
         EXPECT_EQ(kelDirectory::GetRelativePath("\xC3\x84/b", "\xC3\x84"), "./../") << name;
     }
 }
-
-}  // namespace

@@ -3,11 +3,9 @@
 using namespace zukel::test;
 using kelDynamicObjectTest = InDirectory;
 
-namespace {
-
 const std::string kFirst = ZUKEL_TEST_MODULES "/first.dll";
 
-long long Answer(kelDynamicObject& object, const char* name = "Answer") {
+static long long Answer(kelDynamicObject& object, const char* name = "Answer") {
     long long (*answer)() = nullptr;
     return object.FindSymbol(&answer, name) == kOk ? answer() : -1;
 }
@@ -48,5 +46,3 @@ TEST_F(kelDynamicObjectTest, States_FollowTheTable) {
     EXPECT_EQ((kelDynamicObject() = object).UnloadLibrary(), kOk);
     EXPECT_EQ(Answer(object), -1) << "for both";
 }
-
-}  // namespace

@@ -4,8 +4,6 @@ using namespace zukel::test;
 using kelFileInfoTest = InDirectory;
 using Info = kelFileInfo;
 
-namespace {
-
 TEST_F(kelFileInfoTest, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
     const std::string name = directory / "a.b.c";
     const Info info(nullptr, name);
@@ -62,5 +60,3 @@ TEST_F(kelFileInfoTest, Types_AreOfLinksThemselvesUnlessTheyAreToBeFollowed) {
         EXPECT_EQ(Info("dangling", Info::LinksFollowed).GetType(), Info::NoFile);
     }
 }
-
-}  // namespace

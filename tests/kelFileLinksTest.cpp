@@ -3,8 +3,6 @@
 using namespace zukel::test;
 using kelFileLinksTest = InDirectory;
 
-namespace {
-
 TEST_F(kelFileLinksTest, RealPaths_AreThoseOfTheFile) {
     directory.Write(kOddName), fs::create_directory("folder");
     const std::string odd = kOddName, separator(1, char(fs::path::preferred_separator));
@@ -51,5 +49,3 @@ TEST_F(kelFileLinksTest, Links_AreMadeReadAndFollowed) {
     EXPECT_EQ(kelFile::ReadSymbolicLink("loop/x", real), kFailed);
     EXPECT_EQ(kelFile::ReadSymbolicLink("loop", real), kOk) << "the link itself is no loop";
 }
-
-}  // namespace

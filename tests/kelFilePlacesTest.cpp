@@ -3,16 +3,14 @@
 using namespace zukel::test;
 using kelFilePlacesTest = InDirectory;
 
-namespace {
-
 /// Bytes of a file through `ReadAt`; "failed" when it fails.
-std::string At(kelFile& file, long long offset, unsigned long long size) {
+static std::string At(kelFile& file, long long offset, unsigned long long size) {
     std::string bytes(size, '?');
     const int status = file.ReadAt(offset, bytes.data(), size);
     return status == kOk ? bytes.substr(0, size) : "failed";
 }
 
-int Put(kelFile& file, long long offset, const std::string& bytes) {
+static int Put(kelFile& file, long long offset, const std::string& bytes) {
     unsigned long long size = bytes.size();
     const int status = file.WriteAt(offset, bytes.data(), size);
     EXPECT_EQ(size, status == kOk ? bytes.size() : 0);
@@ -88,5 +86,3 @@ TEST_F(kelFilePlacesTest, Threads_OfOneObjectMeetTheirOwnPlaces) {
     EXPECT_EQ(file.Read(byte), kOk);
     EXPECT_EQ(byte, '3') << "no position was moved";
 }
-
-}  // namespace

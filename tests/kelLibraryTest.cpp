@@ -8,8 +8,6 @@ using namespace zukel::test;
 using Library = kelLibrary;
 using kelLibraryTest = InDirectory;
 
-namespace {
-
 TEST_F(kelLibraryTest, Variables_AreSeenByTheLibraryAndByGetenvAndListed) {
     constexpr int kNone = kelStatusNoVariable;
     const char* const name = "ZUKEL_TEST";
@@ -104,5 +102,3 @@ TEST_F(kelLibraryTest, StatusTexts_AreOneForEach) {
     EXPECT_STREQ(Library::GetStatusText(kelStatusOk), "success");
     EXPECT_STREQ(Library::GetStatusText(-1), "unknown status");
 }
-
-}  // namespace

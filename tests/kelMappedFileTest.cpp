@@ -3,12 +3,10 @@
 using namespace zukel::test;
 using kelMappedFileTest = InDirectory;
 
-namespace {
-
 constexpr auto kReadOnly = kelMappedFile::ReadOnly, kWritable = kelMappedFile::ReadWrite;
 
 /// What an object shows.
-std::string Shown(const kelMappedFile& file) {
+static std::string Shown(const kelMappedFile& file) {
     return {static_cast<const char*>(file.GetAddress()), file.GetSize()};
 }
 
@@ -93,5 +91,3 @@ TEST_F(kelMappedFileTest, Objects_HoldTheMemoryEachForItself) {
     EXPECT_FALSE(assigned.IsOpen());
     EXPECT_EQ(kelFile::Delete("file"), kOk) << "Windows lets no mapped file go";
 }
-
-}  // namespace

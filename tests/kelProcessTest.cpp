@@ -4,13 +4,11 @@ using namespace zukel::test;
 using Names = std::vector<std::string>;
 using kelProcessTest = InDirectory;
 
-namespace {
-
 const std::string kChild = ZUKEL_TEST_CHILD;
 
 /// The object failed with the system's text for the error; of Windows only with some text, as APR
 /// has it in the user's language. It has no process, and the next failure has no reason.
-void ExpectIdle(kelProcess& process, int error) {
+static void ExpectIdle(kelProcess& process, int error) {
     const std::string text = kelProcess(process).GetLastError();
     EXPECT_EQ(text, kOnWindows ? text : error == 0 ? "" : std::strerror(error));
     EXPECT_EQ(text.empty(), error == 0);
@@ -125,5 +123,3 @@ TEST_F(kelProcessTest, States_FollowTheTable) {
         ExpectIdle(process, ESRCH);
     }
 }
-
-}  // namespace

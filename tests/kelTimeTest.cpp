@@ -5,11 +5,9 @@
 
 using namespace zukel::test;
 
-namespace {
-
 constexpr long long kSecond = 1000000;
 
-std::string Format(const kelTime& time, const std::string& pattern = "%Y-%m-%d %H:%M:%S") {
+static std::string Format(const kelTime& time, const std::string& pattern = "%Y-%m-%d %H:%M:%S") {
     zuString text = "failed";
     const bool succeeded = time.GetFormatTime(text, pattern) == kOk;
     EXPECT_EQ(succeeded, text != "failed") << text;
@@ -95,5 +93,3 @@ TEST(kelTimeTest, PresentMomentAndSleep_AreOfTheClocks) {
         ASSERT_GE(now, std::exchange(last, now)) << "it never goes back";
     }
 }
-
-}  // namespace

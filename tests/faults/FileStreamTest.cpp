@@ -5,8 +5,6 @@
 using namespace zukel::test;
 using FileStream = InDirectory;
 
-namespace {
-
 TEST_F(FileStream, LinesAndWholeFiles_CostFewCalls) {
     std::string lines;
     for (int line = 0; line < 100; ++line) {
@@ -79,7 +77,7 @@ TEST_F(FileStream, ForkedCopies_LeaveTheEndToTheParent) {
 
 /// What an object has taken when it has been made: users of APR, pools, blocks, descriptors.
 template <typename Make>
-std::array<std::intmax_t, 4> CostOf(Make make) {
+static std::array<std::intmax_t, 4> CostOf(Make make) {
     auto before = WhatIsHeld();
     const auto object = UnderFaults(make);
     auto after = WhatIsHeld();
@@ -121,5 +119,3 @@ TEST_F(FileStream, IdleObjectsAreOneBlockAndStartNothing) {
     });
     EXPECT_EQ(fault.calls, 0) << "of APR, the first " << fault.struck;
 }
-
-}  // namespace

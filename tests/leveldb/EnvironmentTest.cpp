@@ -6,12 +6,10 @@
 
 using namespace zukel::test;
 
-namespace {
-
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 /// Few keys, so that values are replaced, and values of any length, each of them once.
-Pairs Values(std::mt19937& random, int round) {
+static Pairs Values(std::mt19937& random, int round) {
     Pairs values;
     for (int number = 0; number < 2000; ++number) {
         const std::string mark = std::to_string(round) + '.' + std::to_string(number);
@@ -22,7 +20,7 @@ Pairs Values(std::mt19937& random, int round) {
 }
 
 /// The lines of a text, as a key and what follows the space.
-Pairs Lines(const std::string& text) {
+static Pairs Lines(const std::string& text) {
     Pairs lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
@@ -90,5 +88,3 @@ TEST(LevelDB, KilledWriters_LoseNothingThatTheyHaveConfirmed) {
     }
     EXPECT_GT(all, 100U) << "the writers were killed before they wrote";
 }
-
-}  // namespace

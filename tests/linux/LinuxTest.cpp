@@ -9,8 +9,6 @@
 using namespace zukel::test;
 using Linux = InDirectory;
 
-namespace {
-
 TEST_F(Linux, Rights_AreTheUsersAndPermissionsThoseOfTheFile) {
     umask(026);
     const TemporaryDirectory closed;
@@ -180,5 +178,3 @@ TEST_F(Linux, Sleep_GoesOnThroughSignals) {
     ualarm(0, 0);
     EXPECT_GE(kelTime::GetMonotonicTime(), before + 30000);
 }
-
-}  // namespace

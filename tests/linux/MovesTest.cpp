@@ -7,22 +7,20 @@
 using namespace zukel::test;
 using Moves = InMemory;
 
-namespace {
-
-int Move(const std::string& from, const std::string& to) {
+static int Move(const std::string& from, const std::string& to) {
     const auto move = [&] { return zukel::platform::MoveAcrossVolumes(from.c_str(), to.c_str()); };
     return UnderFaults(move) == 0 ? kOk : kFailed;
 }
 
 /// Opens the source, writes to it and closes it, as a logger does; false if it could not.
-bool Put(const std::string& text, int flags) {
+static bool Put(const std::string& text, int flags) {
     const int file = open("from", O_WRONLY | flags, 0666);
     const bool written = file >= 0 && write(file, text.data(), text.size()) == ssize_t(text.size());
     return file >= 0 && close(file) == 0 && written;
 }
 
 /// The file under the one name or the other.
-std::string Moved() {
+static std::string Moved() {
     return fs::exists("from") ? "from" : "to";
 }
 
@@ -222,5 +220,3 @@ TEST_F(Moves, AcrossVolumes_CarryTheFactsAndLeaveASourceThatChanges) {
     EXPECT_EQ(fs::read_symlink("link"), "anywhere");
     EXPECT_EQ(kelFileInfo("link").GetLastModifiedTime(), 2000000);
 }
-
-}  // namespace

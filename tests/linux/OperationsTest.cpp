@@ -9,8 +9,6 @@
 using namespace zukel::test;
 using Operations = InDirectory;
 
-namespace {
-
 /// The thread sanitizer does not know the lock that guards this for one of threads.
 TEST(Apr, CopiesOfTheLibraryInOneProcess_StartAndStopItAtTheSameTime) {
     const auto run = [] {
@@ -132,7 +130,7 @@ TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
 }
 
 /// The kilobytes of a field of `/proc/meminfo`.
-unsigned long long Field(const std::string& name) {
+static unsigned long long Field(const std::string& name) {
     const std::string text = "\n" + ReadWhole("/proc/meminfo");
     return std::stoull(text.substr(text.find("\n" + name + ":") + name.size() + 2));
 }
@@ -165,5 +163,3 @@ TEST_F(Operations, FiguresAreThoseOfTheSystem) {
     EXPECT_NEAR(double(kelSystem::UsedVirtualMemory()), double(pages * page / 1024), 1e3);
 #endif
 }
-
-}  // namespace

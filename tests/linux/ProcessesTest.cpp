@@ -6,12 +6,10 @@
 
 using namespace zukel::test;
 
-namespace {
-
 using Processes = InDirectory;
 
 /// Lets a system call fail, as older systems and sandboxes make it, while the work is done.
-void Refusing(const char* call, int error, const std::function<void()>& work) {
+static void Refusing(const char* call, int error, const std::function<void()>& work) {
     SCOPED_TRACE(call + std::string(": ") + std::strerror(error));
     const Guard refused = Failing(call, error);
     UnderFaults(work);
@@ -182,5 +180,3 @@ TEST_F(Processes, NumbersThatMeanGroups_NeverReachTheSystem) {
     }
     EXPECT_EQ(fault.calls, 0);
 }
-
-}  // namespace

@@ -9,8 +9,6 @@
 using namespace zukel::test;
 using WindowsPrograms = InDirectory;
 
-namespace {
-
 using Names = zuStlVector<zuString>;
 
 const std::string kChild = ZUKEL_TEST_CHILD;
@@ -101,5 +99,3 @@ TEST_F(WindowsPrograms, IdentifiersBesideOneAndTheCodeThatStandsForRunning_AreNo
     EXPECT_TRUE(Ends(ended));
     EXPECT_FALSE(kelProcess::IsRunning(ended.GetPid()));
 }
-
-}  // namespace

@@ -7,8 +7,6 @@
 
 #include <string>
 
-namespace {
-
 using zukel::platform::Devices;
 using zukel::platform::LinkTarget;
 using zukel::platform::SystemStatus;
@@ -68,8 +66,8 @@ TEST(WideName, WhatNamesNoFileIsRefused) {
 }
 
 /// What the system gives of a link: its paths lie anywhere behind the head.
-std::string ReparsePoint(unsigned long tag, const std::wstring& substitute,
-                         const std::wstring& print) {
+static std::string ReparsePoint(unsigned long tag, const std::wstring& substitute,
+                                const std::wstring& print) {
     const auto bytes = [](const std::wstring& text) {
         return static_cast<unsigned short>(2 * text.size());
     };
@@ -108,5 +106,3 @@ TEST(ReparsePoint, LinksLeadWhereTheirMakersSaid) {
         }
     }
 }
-
-}  // namespace

@@ -7,9 +7,7 @@
 using namespace zukel::test;
 using Windows = InDirectory;
 
-namespace {
-
-HANDLE Hold(const std::string& name, DWORD access) {
+static HANDLE Hold(const std::string& name, DWORD access) {
     return CreateFileA(name.c_str(), access, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
 }
 
@@ -110,5 +108,3 @@ TEST_F(Windows, LocalTime_HasTheRulesOfItsYear) {
     EXPECT_EQ(kelTime(0).GetFormatTime(text, "%z %Z"), kOk);
     EXPECT_EQ(text, "+0000 UTC");
 }
-
-}  // namespace
