@@ -47,15 +47,6 @@ TEST_F(kelDirectoryTest, States_FollowTheTable) {
     EXPECT_EQ(kelDirectory::GetFileNames(directory.Path() + "///").size(), names.size());
 }
 
-TEST_F(kelDirectoryTest, GetFileNames_TellsAnEmptyOneFromAFailure) {
-    zuStlVector<zuString> names = {"former"};
-    EXPECT_EQ(kelDirectory::GetFileNames(".", names), kOk);
-    EXPECT_THAT(names, ElementsAre());
-    directory.Write("a"), directory.Write("b");
-    EXPECT_EQ(kelDirectory::GetFileNames(".", names), kOk);
-    EXPECT_THAT(names, testing::UnorderedElementsAre("a", "b"));
-}
-
 TEST_F(kelDirectoryTest, CreateAndDelete_Table) {
     for (const auto& [path, plain, recursive, deleted] : Table<4>(R"(
              new    ok ok ok    a/b/c    no ok ok    a//b/./~/ no ok ok    directory      no ok ok
