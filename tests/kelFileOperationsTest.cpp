@@ -83,19 +83,12 @@ TEST_F(kelFileOperationsTest, RenameNew_NeverReplaces) {
     directory.Write("from", "source"), directory.Write("to", "target");
     fs::create_directory("folder");
     const bool links = MakeLink("nowhere", "dangling");
-    const struct {
-        const char *from, *to;
-        int status;
-    } rows[] = {{"from", "to", kelStatusExists},
-                {"from", "from", kelStatusExists},
-                {"from", "folder", kelStatusExists},
-                {"folder", "to", kelStatusExists},
-                {"no", "new", kFailed},
-                {"from", links ? "dangling" : "to", kelStatusExists},
-                {"from", "new", kOk},
-                {"folder", "moved", kOk}};
-    for (const auto& [from, to, status] : rows) {
-        EXPECT_EQ(kelFile::RenameNew(from, to), status) << from << " to " << to;
+    for (const auto& [from, to, goes] : Table<3>(R"(
+             from to exists    from from exists        from folder exists    folder to exists
+             no new no         from dangling exists    from new yes          folder moved yes)")) {
+        const int status = goes == "exists" ? kelStatusExists : goes == "no" ? kFailed : kOk;
+        EXPECT_EQ(kelFile::RenameNew(from, links || to != "dangling" ? to : "to"), status)
+            << from << " to " << to;
         EXPECT_EQ(ReadWhole("to"), "target");
     }
     EXPECT_EQ(ReadWhole("new"), "source");

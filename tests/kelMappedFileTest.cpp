@@ -15,38 +15,23 @@ TEST_F(kelMappedFileTest, Parts_AreThoseAskedForWhateverThePage) {
     while (contents.size() < 200000) {
         contents += std::to_string(contents.size()) + ' ';
     }
-    const unsigned long long all = contents.size();
+    contents.resize(200000);
     const std::string name = directory.Write(kOddName, contents);
-    const struct {
-        long long offset;
-        unsigned long long length;
-        bool fits;
-    } rows[] = {{0, all, true},
-                {0, 0, true},
-                {static_cast<long long>(all), 0, true},
-                {1, 1, true},
-                {4095, 2, true},
-                {4096, 4096, true},
-                {65535, 70000, true},
-                {65536, 5, true},
-                {131073, all - 131073, true},
-                {1, all, false},
-                {static_cast<long long>(all) + 1, 0, false},
-                {131072, all - 131071, false},
-                {-1, 1, false},
-                {0, ~0ULL, false},
-                {1, ~0ULL, false},
-                {std::numeric_limits<long long>::max(), 1, false},
-                {std::numeric_limits<long long>::min(), 0, false}};
-    for (const auto& [offset, length, fits] : rows) {
+    for (const auto& [place, size, fits] : Table<3>(R"(
+             0 200000 yes      0 0 yes           200000 0 yes        1 1 yes        4095 2 yes
+             4096 4096 yes     65535 70000 yes   65536 5 yes         131073 68927 yes
+             1 200000 no       200001 0 no       131072 68929 no     -1 1 no
+             0 18446744073709551615 no           1 18446744073709551615 no
+             9223372036854775807 1 no            -9223372036854775808 0 no)")) {
+        const long long offset = std::stoll(place);
+        const unsigned long long length = std::stoull(size);
         for (const auto access : {kReadOnly, kWritable}) {
-            SCOPED_TRACE(std::to_string(offset) + ", " + std::to_string(length));
+            SCOPED_TRACE(size + " bytes at " + place);
             kelMappedFile file;
-            EXPECT_EQ(file.Open(name, access, offset, length), fits ? kOk : kFailed);
-            EXPECT_EQ(file.IsOpen(), fits);
-            EXPECT_EQ(file.GetAddress() == nullptr, !fits || length == 0);
-            EXPECT_TRUE(Shown(file) ==
-                        (fits ? contents.substr(static_cast<std::size_t>(offset), length) : ""));
+            EXPECT_EQ(file.Open(name, access, offset, length), fits == "yes" ? kOk : kFailed);
+            EXPECT_EQ(file.IsOpen(), fits == "yes");
+            EXPECT_EQ(file.GetAddress() == nullptr, fits == "no" || length == 0);
+            EXPECT_TRUE(Shown(file) == (fits == "yes" ? contents.substr(offset, length) : ""));
         }
     }
     kelMappedFile whole;

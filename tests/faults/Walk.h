@@ -133,8 +133,6 @@ enum class After {
     AsBeforeOrRenamed,  ///< As before; if clearing up fails too, under some name of the directory.
 };
 
-constexpr auto kSame = After::AsBefore;
-
 struct Row {
     std::string name;
     std::function<int(World&)> call;
@@ -142,8 +140,15 @@ struct Row {
     int failure = kFailed;
     std::function<void(World&)> prepare = [](World&) {};
     bool plain = true;  ///< One operation, and none of the test's own work.
+
+    Row(std::string text, std::function<int(World&)> makes)
+        : name(std::move(text)), call(std::move(makes)) {}
+    Row& Leaves(After what) { return after = what, *this; }
+    Row& Fails(int status) { return failure = status, *this; }
+    Row& Prepared(std::function<void(World&)> how) { return prepare = std::move(how), *this; }
+    Row& WithOwnWork() { return plain = false, *this; }
 };
-#define CALL(...) #__VA_ARGS__, [=]([[maybe_unused]] World & it) -> int { return __VA_ARGS__; }
+#define CALL(...) Row(#__VA_ARGS__, [=]([[maybe_unused]] World& it) -> int { return __VA_ARGS__; })
 
 /// Makes the row's call in threads of processes of their own, where that can be.
 void StepInThreads(const Row& row);

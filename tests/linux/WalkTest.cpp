@@ -125,21 +125,23 @@ int StartOnFreeStreams(World& it) {
 TEST(FaultWalk, Programs) {
     const auto files = [](World& it) { it.beyond.Write("out"), it.beyond.Write("err"); };
     Walk({
-        {CALL(StartProgram(it)), After::AsBefore, kFailed, files, false},
-        {CALL(StartOnFreeStreams(it)), After::AsBefore, kFailed, files, false},
+        CALL(StartProgram(it)).Prepared(files).WithOwnWork(),
+        CALL(StartOnFreeStreams(it)).Prepared(files).WithOwnWork(),
     });
-    StepInThreads({CALL(it.process.Start("true", {"x"}, "/", true))});
-    StepInThreads({CALL(Status(it.process.Start("no-such-program", false) == kFailed))});
+    StepInThreads(CALL(it.process.Start("true", {"x"}, "/", true)));
+    StepInThreads(CALL(Status(it.process.Start("no-such-program", false) == kFailed)));
     EXPECT_TRUE(AllReaped());
 }
 
 TEST(FaultWalk, Links) {
     Walk({
-        {CALL(kelFile::ReplaceWhole(it.from, kNew)), After::Replaced, kFailed,
-         [](World& it) { fs::create_symlink(fs::path(it.file).filename(), it.from); }},
-        {CALL(kelFile::CreateSymbolicLink(kNew, it.missing))},
-        {CALL(kelFile::ReadSymbolicLink(it.missing, it.text)), After::AsBefore, kFailed,
-         [](World& it) { fs::create_symlink(kNew, it.missing); }},
+        CALL(kelFile::ReplaceWhole(it.from, kNew)).Leaves(After::Replaced).Prepared([](World& it) {
+            fs::create_symlink(fs::path(it.file).filename(), it.from);
+        }),
+        CALL(kelFile::CreateSymbolicLink(kNew, it.missing)),
+        CALL(kelFile::ReadSymbolicLink(it.missing, it.text)).Prepared([](World& it) {
+            fs::create_symlink(kNew, it.missing);
+        }),
     });
 }
 
@@ -147,9 +149,9 @@ TEST(FaultWalk, Transfers) {
     // In memory, so that nothing waits for a disk; the move does not mind that it is one volume.
     setenv("TMPDIR", "/dev/shm", 1);
     const Guard back([] { unsetenv("TMPDIR"); });
-    const Row copy = {CALL(kelFile::Copy(it.from, it.to, 0x644)), After::NoPartOfIt};
-    const Row move = {CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0)),
-                      After::AsBeforeOrRenamed};
+    const Row copy = CALL(kelFile::Copy(it.from, it.to, 0x644)).Leaves(After::NoPartOfIt);
+    const Row move = CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0))
+                         .Leaves(After::AsBeforeOrRenamed);
     const struct {
         Row row;
         std::size_t size;          ///< Of the source.
@@ -158,13 +160,13 @@ TEST(FaultWalk, Transfers) {
     } ways[] = {
         {copy, 3000},
         {copy, 70000, "copy_file_range", EXDEV},
-        {{CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)), copy.after}, 70000},
-        {{CALL(kelFile::NativeCopy(it.from, it.to, 0)), copy.after}, 9000},
+        {CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)).Leaves(copy.after), 70000},
+        {CALL(kelFile::NativeCopy(it.from, it.to, 0)).Leaves(copy.after), 9000},
         {move, 9000},
         {move, 9000, "renameat2", EPERM},
         {move, 9000, "linkat", EPERM},
-        {{CALL(kelFile::Rename(&it.library, it.from, it.to))}, 9000},
-        {{CALL(kelFile::NativeRename(it.from, it.to))}, 9000},
+        {CALL(kelFile::Rename(&it.library, it.from, it.to)), 9000},
+        {CALL(kelFile::NativeRename(it.from, it.to)), 9000},
     };
     for (const auto& way : ways) {
         const Guard refusing = AtCall(way.refused, [&way] { return way.error; });

@@ -4,8 +4,6 @@
 
 #include "faults/Walk.h"
 
-#include <functional>
-
 namespace zukel::test {
 
 const char* const kOtherVolume = "D:";
@@ -32,8 +30,7 @@ TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
         const char* call;
         DWORD error;
         int first, last;  ///< Which of the calls fail, from 1.
-        const char* what;
-        std::function<int(World&)> run;
+        Row operation;
         int status;
         std::string file = "0123456789abcdef";  ///< What it holds then.
     } rows[] = {
@@ -59,14 +56,14 @@ TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
          CALL(kelFile().CreateTemporaryFile(it.missing + "XXXXXX")), kelStatusAccessDenied},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.call) + " fails in " + row.what);
+        SCOPED_TRACE(std::string(row.call) + " fails in " + row.operation.name);
         World it;
         int calls = 0;
         const Guard answer = AtCall(row.call, [&] {
             ++calls;
             return row.first <= calls && calls <= row.last ? static_cast<int>(row.error) : 0;
         });
-        EXPECT_EQ(UnderFaults([&] { return row.run(it); }), row.status);
+        EXPECT_EQ(UnderFaults([&] { return row.operation.call(it); }), row.status);
         EXPECT_GE(calls, row.first) << "it was not called";
         EXPECT_EQ(ReadWhole(it.file), row.file);
         EXPECT_TRUE(fs::exists(it.folder));

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using zukel::platform::Devices;
 using zukel::platform::LinkTarget;
@@ -38,30 +39,22 @@ TEST(WideName, LongNamesGetTheExtendedFormAndShortOnesStay) {
 }
 
 TEST(WideName, WhatNamesNoFileIsRefused) {
+    constexpr DWORD kInvalid = ERROR_INVALID_NAME, kLong = ERROR_FILENAME_EXCED_RANGE;
+    constexpr DWORD kNotFound = ERROR_FILE_NOT_FOUND;
     const std::string longest(255, 'x');
     const struct {
-        std::string name;
+        std::vector<std::string> names;
         DWORD plain, taken;  ///< The reasons without and with leave for devices.
-    } rows[] = {
-        {"NUL", ERROR_INVALID_NAME, 0},
-        {"Con", ERROR_INVALID_NAME, 0},
-        {"lpt1", ERROR_INVALID_NAME, 0},
-        {"COM\xC2\xB2", ERROR_INVALID_NAME, 0},
-        {"nul.txt", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
-        {"C:nul", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
-        {"x/aux/y", ERROR_INVALID_NAME, ERROR_INVALID_NAME},
-        {"nulx", 0, 0},
-        {"com0", 0, 0},
-        {"com12", 0, 0},
-        {longest, 0, 0},
-        {longest + "x", ERROR_FILENAME_EXCED_RANGE, ERROR_FILENAME_EXCED_RANGE},
-        {"\xFF", ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND},
-        {"\xED\xA0\x80", ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(WideName(row.name.c_str()).Status(), SystemStatus(row.plain)) << row.name;
-        EXPECT_EQ(WideName(row.name.c_str(), Devices::Taken).Status(), SystemStatus(row.taken))
-            << row.name;
+    } rows[] = {{{"NUL", "Con", "lpt1", "COM\xC2\xB2"}, kInvalid, 0},
+                {{"nul.txt", "C:nul", "x/aux/y"}, kInvalid, kInvalid},
+                {{"nulx", "com0", "com12", longest}, 0, 0},
+                {{longest + "x"}, kLong, kLong},
+                {{"\xFF", "\xED\xA0\x80"}, kNotFound, kNotFound}};
+    for (const auto& [names, plain, taken] : rows) {
+        for (const std::string& name : names) {
+            EXPECT_EQ(WideName(name.c_str()).Status(), SystemStatus(plain)) << name;
+            EXPECT_EQ(WideName(name.c_str(), Devices::Taken).Status(), SystemStatus(taken)) << name;
+        }
     }
 }
 
