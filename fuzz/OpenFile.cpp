@@ -127,6 +127,10 @@ private:
         Same("the status of " + what, status, int{succeeds ? kelStatusOk : kelStatusFailed});
     }
 
+    /// Wine 8 moves the position of an appending file even if it is to write nothing.
+    std::string TakeText(Input& input) const {
+        return SomeText(input.TakeSize() + (model_.appends ? 1 : 0), count_);
+    }
     void Read(Input& input) {
         std::string room(input.TakeSize() + 1, '#');
         unsigned long long size = room.size();
@@ -146,14 +150,14 @@ private:
         model_.hasEnded |= line.size() + 1 < room.size() && (line.empty() || line.back() != '\n');
     }
     void Write(Input& input) {
-        const std::string text = SomeText(input.TakeSize(), count_);
+        const std::string text = TakeText(input);
         unsigned long long size = text.size();
         Succeeds("Write", file_.Write(text.data(), size));
         Same("a whole write", size >= text.size() || !model_.buffered, true);
         model_.Write(text.substr(0, size));
     }
     void WriteLine(Input& input) {
-        const std::string text = SomeText(input.TakeSize(), count_);
+        const std::string text = TakeText(input);
         Succeeds("WriteLine", file_.WriteLine(text.c_str()));
         model_.Write(text);
     }
@@ -175,7 +179,7 @@ private:
     }
     void WriteAt(Input& input) {
         const std::size_t place = input.Take<std::uint16_t>() % 12000;
-        const std::string text = SomeText(input.TakeSize(), count_);
+        const std::string text = TakeText(input);
         unsigned long long size = text.size();
         const int status = file_.WriteAt(static_cast<long long>(place), text.data(), size);
         Succeeds("WriteAt", status, !model_.appends);

@@ -63,16 +63,15 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
              EXPECT_EQ(text, std::getenv("PATH"));
              EXPECT_EQ(library.GetUserDirectory(text), kOk);
              EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), text + "/x");
-             EXPECT_STREQ(library.GetLocale(), kelLibrary().GetLocale());
-             EXPECT_NE(library.GetTempDir(), "");
              kelSystem::GetMemoryDetails(memory);
              EXPECT_EQ(memory.totalPhysical, kelSystem::TotalPhysicalMemory());
          }},
         {"segments", 100,
          [](int, auto& own) {
              kelSharedMemory owner, attached;
-             EXPECT_THAT(Statuses({owner.Create(64, own), attached.Attach(own), attached.Detach(),
-                                   owner.Destroy()}),
+             const std::string name = own + " segment";  // which is a file on Windows
+             EXPECT_THAT(Statuses({owner.Create(64, name), attached.Attach(name),
+                                   attached.Detach(), owner.Destroy()}),
                          Each(kOk));
          }},
         {"modules", 100,

@@ -8,13 +8,11 @@
 
 using namespace zukel::test;
 
-namespace {
-
 const std::string kModule = ZUKEL_TEST_MODULES "/first.dll";
 const std::string kUnset = "$ZUKEL_NAME_OF_A_VARIABLE_THAT_IS_NOT_SET/" + std::string(20, 'x');
 
 /// Wine 8 refuses one start in some 1,500 with ERROR_INTERNAL_ERROR, whatever the library does.
-int Make(const Row& row, World& it) {
+static int Make(const Row& row, World& it) {
     constexpr int kInternalError = 1359;
     const int status = row.call(it);
     const bool refused = status != kOk && Library::GetErrorNumber() == kInternalError;
@@ -25,7 +23,7 @@ int Make(const Row& row, World& it) {
 ///
 /// @param after the names that the call leaves when it succeeds, taken from the first call.
 /// @returns whether it succeeded.
-bool Step(const Row& row, Entries& after) {
+static bool Step(const Row& row, Entries& after) {
     World it;
     row.prepare(it);
     auto before = it.Names();
@@ -82,8 +80,6 @@ bool Step(const Row& row, Entries& after) {
     return false;
 }
 
-}  // namespace
-
 void zukel::test::Walk(const std::vector<Row>& rows, const std::vector<int>& refusals) {
     constexpr auto kApr = FaultSource::Apr, kMemory = FaultSource::Memory;
     constexpr auto kSystem = FaultSource::System;
@@ -135,8 +131,6 @@ void zukel::test::Walk(const std::vector<Row>& rows, const std::vector<int>& ref
     }
 }
 
-namespace {
-
 TEST(FaultWalk, Surroundings) {
     constexpr int kNoVariable = kelStatusNoVariable, kNoUser = kelStatusNoUser;
     Walk({CALL(Library(it.library).Terminate()), CALL((it.library = Library()).Initialize()),
@@ -164,12 +158,12 @@ TEST(FaultWalk, Surroundings) {
 }
 
 /// Brings what was written to the file, if it was.
-int Flushed(int written, kelFile& file) {
+static int Flushed(int written, kelFile& file) {
     return written == kOk ? file.Flush() : written;
 }
 
 /// Reads a line. After a failure the text is empty.
-int Line(World& it, kelFile& file) {
+static int Line(World& it, kelFile& file) {
     const int status = file.ReadLine(it.line, sizeof it.line);
     if (status != kOk) {
         EXPECT_EQ(std::exchange(it.line[0], 'x'), '\0');
@@ -232,7 +226,7 @@ TEST(FaultWalk, Files) {
 constexpr unsigned kEntries = kOnWindows ? 4 : 3;
 
 /// Lists a directory. What fails before the first entry has another status.
-int Names(World& it) {
+static int Names(World& it) {
     zuStlVector<zuString> names = {"untouched"};
     const int status = Directory::GetFileNames(it.place.Path(), names);
     EXPECT_EQ(names.size(), status == kOk ? kEntries : 1U);
@@ -240,7 +234,7 @@ int Names(World& it) {
 }
 
 /// Makes temporary directories, which are removed again.
-int MadeTemporary(World& it, int count) {
+static int MadeTemporary(World& it, int count) {
     int status = kOk;
     for (int made = 0; made < count && status == kOk; ++made) {
         status = Directory::CreateTemporary(it.missing + "XXXXXX", it.text);
@@ -274,7 +268,7 @@ TEST(FaultWalk, Directories) {
 }
 
 /// A program that gives back what it is given, to both outputs.
-kelProcessOptions Both() {
+static kelProcessOptions Both() {
     kelProcessOptions options;
     options.command = ZUKEL_TEST_CHILD;
     options.arguments = {"both"};
@@ -283,14 +277,14 @@ kelProcessOptions Both() {
 
 /// Has ended children reaped, at the end of a scope that an exception may leave too: what is killed
 /// ends as soon as the system lets it.
-Guard ReapsAll() {
+static Guard ReapsAll() {
     return Guard([] {
         const Guard own = Counting(false);
         EXPECT_TRUE(kOnWindows || AllReaped());
     });
 }
 
-int RunBoth(World& it) {
+static int RunBoth(World& it) {
     const Guard reaped = ReapsAll();
     zuString errors = "untouched";
     int code = -1;
@@ -303,7 +297,7 @@ int RunBoth(World& it) {
 }
 
 /// The same in steps, with a changed environment.
-int FeedBoth(World& it) {
+static int FeedBoth(World& it) {
     using Options = kelProcessOptions;
     Options options = Both();
     options.setVariables = {{"ZUKEL_BOTH", it.file}};
@@ -344,5 +338,3 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
           CALL(Status(kelProcess(it.process).IsRunning())).Prepared(child)});
     EXPECT_TRUE(AllReaped());
 }
-
-}  // namespace

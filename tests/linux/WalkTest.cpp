@@ -37,8 +37,6 @@ void EndChild(int pid) {
 
 }  // namespace zukel::test
 
-namespace {
-
 // Instrumented code takes several times the stack.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kLeastStack = 1 << 20;
@@ -50,7 +48,7 @@ constexpr std::size_t kLeastStack = 16 << 10;
 /// with 0 when the call has succeeded and the thread has ended as expected.
 ///
 /// @param cancelled whether the thread is cancelled before the call begins.
-[[noreturn]] void StepInThread(const Row& row, std::size_t stack, bool cancelled) {
+[[noreturn]] static void StepInThread(const Row& row, std::size_t stack, bool cancelled) {
     bool succeeded = false, goesOn = false;
     {
         World it;
@@ -79,8 +77,6 @@ constexpr std::size_t kLeastStack = 16 << 10;
     _exit(succeeded && !testing::Test::HasFailure() ? 0 : 1);
 }
 
-}  // namespace
-
 void zukel::test::StepInThreads(const Row& row) {
     const auto ends = testing::ExitedWithCode(0);
     EXPECT_EXIT(StepInThread(row, kLeastStack, false), ends, "") << row.name;
@@ -92,10 +88,8 @@ void zukel::test::StepInThreads(const Row& row) {
     EXPECT_EXIT(StepInThread(row, 1 << 20, true), ends, "") << row.name << ", cancelled";
 }
 
-namespace {
-
 /// Starts the program with every stretch of the work.
-int StartProgram(World& it) {
+static int StartProgram(World& it) {
     const std::string out = it.beyond / "out", error = it.beyond / "err";
     kelProcess& process = it.process = kelProcess();
     const int status = process.Start(it.program, {it.file}, it.beyond.Path(), {out, error}, true);
@@ -112,7 +106,7 @@ int StartProgram(World& it) {
 }
 
 /// The same when the files take the numbers of the streams.
-int StartOnFreeStreams(World& it) {
+static int StartOnFreeStreams(World& it) {
     const int in = dup(STDIN_FILENO), error = dup(STDERR_FILENO);
     const Guard back([=] {
         dup2(in, STDIN_FILENO), dup2(error, STDERR_FILENO);
@@ -194,5 +188,3 @@ TEST(FaultWalk, Transfers) {
         }
     }
 }
-
-}  // namespace

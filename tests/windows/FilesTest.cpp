@@ -9,12 +9,7 @@ using WindowsNames = InDirectory;
 using WindowsFiles = InDirectory;
 using WindowsSegments = InDirectory;
 
-namespace {
-
-struct Call {
-    const char* what;
-    std::function<int()> run;
-};
+#define CALL(...) std::pair(#__VA_ARGS__, [&]() -> int { return __VA_ARGS__; })
 
 TEST_F(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
     const std::string a(150, 'a'), b(150, 'b'), deep = directory / a + "/" + b;
@@ -28,23 +23,22 @@ TEST_F(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
         SCOPED_TRACE(way);
         const std::string end = way[0] == '\\' ? "\\" : "/", mark = std::to_string(++round);
         const std::string from = way + end + "from" + mark, to = way + end + "to" + mark;
-        const Call calls[] = {
-            {"open", [&] { return kelFile().Open(from, kWrite); }},
-            {"write", [&] { return kelFile(from, kWrite).WriteLine("x"); }},
-            {"exists", [&] { return kelFile::Exists(nullptr, from); }},
-            {"facts", [&] { return kelFileInfo(from).GetSize() == 1 ? kOk : kFailed; }},
-            {"copy", [&] { return kelFile::Copy(from, to, 0xFFF); }},
-            {"native copy", [&] { return kelFile::NativeCopy(from, to, 0); }},
-            {"permissions", [&] { return kelFile::SetPermissions(to, 0x600); }},
-            {"rename", [&] { return kelFile::Rename(to, from); }},
-            {"native rename", [&] { return kelFile::NativeRename(from, to); }},
-            {"listing", [&] { return kelDirectory(way).GetNumberOfFiles() == 1 ? kOk : kFailed; }},
-            {"delete", [&] { return kelFile::Delete(to); }},
-            {"make", [&] { return kelDirectory::Create(to, 0x755, false); }},
-            {"remove", [&] { return kelDirectory::Delete(to); }},
-        };
-        for (const Call& call : calls) {
-            EXPECT_EQ(call.run(), kOk) << call.what;
+        const std::vector<std::pair<const char*, std::function<int()>>> calls = {
+            CALL(kelFile().Open(from, kWrite)),
+            CALL(kelFile(from, kWrite).WriteLine("x")),
+            CALL(kelFile::Exists(nullptr, from)),
+            CALL(kelFileInfo(from).GetSize() - 1),
+            CALL(kelFile::Copy(from, to, 0xFFF)),
+            CALL(kelFile::NativeCopy(from, to, 0)),
+            CALL(kelFile::SetPermissions(to, 0x600)),
+            CALL(kelFile::Rename(to, from)),
+            CALL(kelFile::NativeRename(from, to)),
+            CALL(kelDirectory(way).GetNumberOfFiles() - 1),
+            CALL(kelFile::Delete(to)),
+            CALL(kelDirectory::Create(to, 0x755, false)),
+            CALL(kelDirectory::Delete(to))};
+        for (const auto& [text, call] : calls) {
+            EXPECT_EQ(call(), kOk) << text;
         }
         EXPECT_EQ(kelFile::Copy(from, from, 0xFFF), kFailed);
     }
@@ -116,7 +110,7 @@ TEST_F(WindowsFiles, DifferAsThePageOfDifferencesSays) {
     EXPECT_EQ(reason.find_last_not_of(" \r\n") + 1, reason.size()) << reason;
 }
 
-char* Text(kelSharedMemory& memory) {
+static char* Text(kelSharedMemory& memory) {
     return static_cast<char*>(memory.GetBaseAddress());
 }
 
@@ -165,7 +159,7 @@ TEST_F(WindowsSegments, HeadersThatClaimTooMuch_DoNotAttach) {
 }
 
 /// Grows by four with each handle that is never closed. (Wine 8 does not count handles.)
-std::uintptr_t NextHandle() {
+static std::uintptr_t NextHandle() {
     const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     CloseHandle(event);
     return reinterpret_cast<std::uintptr_t>(event);
@@ -198,5 +192,3 @@ TEST_F(WindowsSegments, OutliveACreatorThatWasKilled) {
     attached = kelSharedMemory();
     EXPECT_EQ(directory.Count(), 0);
 }
-
-}  // namespace

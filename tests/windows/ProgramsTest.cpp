@@ -56,9 +56,9 @@ TEST_F(WindowsPrograms, HandlesOfTheApplication_DoNotReachAChild) {
     kelProcess process;
     ASSERT_EQ(process.Start(kChild, {"sleep", "30"}, false), kOk);
     CloseHandle(writer);
-    char byte = 0;
+    char first = 0;
     DWORD got = 0;
-    EXPECT_EQ(PeekNamedPipe(reader, &byte, 1, &got, nullptr, nullptr), 0) << "the child has it";
+    EXPECT_EQ(PeekNamedPipe(reader, &first, 1, &got, nullptr, nullptr), 0) << "the child has it";
     EXPECT_EQ(process.Kill(), kOk);
     CloseHandle(reader);
 }
