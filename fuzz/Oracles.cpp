@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <cwchar>
 #include <sstream>
 
 #include "directory/PathText.h"
@@ -14,6 +16,7 @@
 #include "file/NameParts.h"
 #include "kelStatus.h"
 #include "kelTime.h"
+#include "zubase/zuWString.h"
 
 namespace zukel::fuzz {
 
@@ -80,6 +83,23 @@ std::string CheckNameParts(const std::string& name) {
                    name.substr(0, start) + "|" + name.substr(start) + "|" +
                        name.substr(start, inside ? dot - start : std::string::npos) + "|" +
                        (behindSlash ? name.substr(dot + 1) : "") + "|");
+}
+
+std::string CheckWideName(const std::string& name) {
+    const std::string text = name.c_str();
+    const zuWString wide(text);
+    std::wstring expected(text.size() + 1, L'\0');
+    const char* from = text.c_str();
+    std::mbstate_t state{};
+    const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const locale_t former = uselocale(utf8);
+    const bool valid =
+        mbsrtowcs(expected.data(), &from, expected.size(), &state) != static_cast<std::size_t>(-1);
+    uselocale(former);
+    freelocale(utf8);
+    return valid && std::wcscmp(wide.c_str(), expected.c_str()) != 0
+               ? Compare(name, "another wide form", "that of the C library")
+               : Compare(name, Narrow(wide.c_str()), text);
 }
 
 std::string CheckExpansion(const std::string& name) {

@@ -13,6 +13,8 @@ namespace zukel::fuzz {
 /// @{
 std::string CheckNormalizedPath(const std::string& path);
 std::string CheckNameParts(const std::string& name);
+/// The wide form, and the bytes that it is made of; valid UTF-8 as the C library has it.
+std::string CheckWideName(const std::string& name);
 /// The user directory is `<~>`, or missing when the name has an odd length; a variable has a value,
 /// full of what would be expanded once more, unless its name begins with a U.
 std::string CheckExpansion(const std::string& name);
@@ -29,10 +31,33 @@ std::string CheckOpenFile(const std::string& bytes);
 /// A text of up to 16 words from an alphabet that is hostile to all of these.
 template <typename Random>
 std::string HostileName(Random& random) {
-    static const std::vector<std::string> words = {
-        "/",  "/",         "\\",         ".",    "..",   "...", ":",
-        "~",  "$",         "a",          "A",    "b",    "|",   "//",
-        "c:", "$PLATFORM", "$PLATFORMS", "\x80", "\xff", "U",   std::string(1, '\0')};
+    static const std::vector<std::string> words = {"/",
+                                                   "/",
+                                                   "\\",
+                                                   ".",
+                                                   "..",
+                                                   "...",
+                                                   ":",
+                                                   "~",
+                                                   "$",
+                                                   "a",
+                                                   "A",
+                                                   "b",
+                                                   "|",
+                                                   "//",
+                                                   "c:",
+                                                   "$PLATFORM",
+                                                   "$PLATFORMS",
+                                                   "\x80",
+                                                   "\xff",
+                                                   "U",
+                                                   std::string(1, '\0'),
+                                                   "\u00e4",
+                                                   "\u20ac",
+                                                   "\U0001f600",
+                                                   "\ufffd",
+                                                   "\xed\xa0\x80",
+                                                   "\xf0\x9f"};
     std::string name;
     for (auto count = random() % 17; count > 0; --count) {
         name += words[random() % words.size()];

@@ -25,6 +25,7 @@ TEST(Names, GeneratedNames_AgreeWithTheOracles) {
         const std::string name = fuzz::HostileName(random);
         ASSERT_EQ(fuzz::CheckNormalizedPath(name), "");
         ASSERT_EQ(fuzz::CheckNameParts(name), "");
+        ASSERT_EQ(fuzz::CheckWideName(name), "");
         ASSERT_EQ(fuzz::CheckExpansion(name), "");
         ASSERT_EQ(fuzz::CheckRelativePath(name + '|' + fuzz::HostileName(random)), "");
         std::string bytes(9, '\0');

@@ -15,6 +15,7 @@ struct Threads : InDirectory {
 /// No object lives between two rounds, so APR starts and stops with them unless a thread holds it.
 TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
     folder.Write("a", "four"), fs::create_directory(folder / "b");
+    kelFile places(folder / "a", kReadWrite);
     const struct {
         const char* what;
         int rounds;
@@ -37,13 +38,21 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
                          Each(kOk));
              EXPECT_EQ(value, number);
          }},
+        {"places of one file", 500,
+         [&places](int number, auto& own) {
+             unsigned long long size = own.size();
+             std::string back(size, '?');
+             EXPECT_EQ(places.WriteAt(4 + 1000 * number, own.data(), size), kOk);
+             EXPECT_EQ(places.ReadAt(4 + 1000 * number, back.data(), size), kOk);
+             EXPECT_EQ(back, own);
+         }},
         {"listings", 100,
          [this](int, auto&) {
              const auto names = kelDirectory::GetFileNames(folder.Path());
              EXPECT_THAT(names, testing::UnorderedElementsAre("a", "b"));
              EXPECT_EQ(kelDirectory::GetRelativePath(folder.Path(), folder / "b"), "./b/");
              EXPECT_EQ(kelDirectory::GetCurrentDirectory(), fs::canonical(".").u8string());
-             EXPECT_EQ(kelFileInfo(folder / "a").GetSize(), 4);
+             EXPECT_GE(kelFileInfo(folder / "a").GetSize(), 4);
          }},
         {"times", 500,
          [](int number, auto& own) {
@@ -70,8 +79,8 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
          [](int, auto& own) {
              kelSharedMemory owner, attached;
              const std::string name = own + " segment";  // which is a file on Windows
-             EXPECT_THAT(Statuses({owner.Create(64, name), attached.Attach(name),
-                                   attached.Detach(), owner.Destroy()}),
+             EXPECT_THAT(Statuses({owner.Create(64, name), attached.Attach(name), attached.Detach(),
+                                   owner.Destroy()}),
                          Each(kOk));
          }},
         {"modules", 100,

@@ -47,38 +47,36 @@ TEST_F(Moves, WhatIsWrittenBeforeAnyCall_IsThereAfterIt) {
                 {"restrict", all, restrict, "line\n"},
                 {"replace", all, replace, "LINE\n", true},
                 {"overwrite", all, overwrite, "LINE\n", true}};
-    // Meddles before the nth call of that name; false if there are fewer.
-    const auto step = [&](const Row& row, const char* call, int nth) {
-        SCOPED_TRACE(std::string(row.name) + " before " + call + " " + std::to_string(nth));
-        fs::permissions(directory.Write("from", "line\n"), fs::perms(0644));
-        const int holder = row.heldOpen ? open("from", O_WRONLY) : -1;
-        const auto time = fs::last_write_time("from");
-        bool done = false;
-        unsigned mode = 0644;
-        int calls = 0;
-        const Guard meanwhile = AtCall(call, [&] {
-            if (++calls == nth && row.meddle()) {
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        fs::file_time_type time;
+        unsigned mode = 0;
+        bool tried = false, done = false;
+        const auto meddle = [&] {
+            tried = true;
+            if (row.meddle()) {
                 done = true;
                 mode = ModeOf("from");
                 fs::last_write_time("from", row.keepsTime ? time : fs::last_write_time("from"));
             }
-            return 0;
-        });
-        const int status = Move("from", "to");
-        close(holder);
-        const auto texts = TextsIn(".");
-        EXPECT_THAT(texts, testing::Contains(done ? row.result : "line\n"));
-        const bool isThereAgain = status == kOk && fs::exists("from");
-        EXPECT_EQ(texts.size(), isThereAgain ? 2U : 1U) << "a name is left";
-        EXPECT_EQ(ModeOf(Moved()), mode);
-        EXPECT_THAT(status, testing::AnyOf(kOk, calls < nth ? kOk : kFailed)) << "without cause";
-        fs::remove("from"), fs::remove("to");
-        return calls >= nth;
-    };
-    for (const Row& row : rows) {
+        };
         for (const char* call : row.calls) {
-            for (int nth = 1; step(row, call, nth); ++nth) {
-            }
+            BeforeEachCall(call, meddle, [&] {
+                fs::permissions(directory.Write("from", "line\n"), fs::perms(0644));
+                const int holder = row.heldOpen ? open("from", O_WRONLY) : -1;
+                time = fs::last_write_time("from");
+                mode = 0644;
+                tried = done = false;
+                const int status = Move("from", "to");
+                close(holder);
+                const auto texts = TextsIn(".");
+                EXPECT_THAT(texts, testing::Contains(done ? row.result : "line\n"));
+                const bool isThereAgain = status == kOk && fs::exists("from");
+                EXPECT_EQ(texts.size(), isThereAgain ? 2U : 1U) << "a name is left";
+                EXPECT_EQ(ModeOf(Moved()), mode);
+                EXPECT_THAT(status, testing::AnyOf(kOk, tried ? kFailed : kOk)) << "without cause";
+                fs::remove("from"), fs::remove("to");
+            });
         }
     }
 }

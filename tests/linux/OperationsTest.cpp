@@ -30,6 +30,10 @@ TEST_F(Operations, RightsAreTheEffectiveUsersAlsoWhereASandboxRefusesToTell) {
     fs::permissions(directory.Path(), fs::perms::all);
     const std::string name = directory.Write("file");
     kelFile file(name, kRead);
+    {
+        const Guard refused = Failing("faccessat", EPERM);
+        EXPECT_TRUE(UnderFaults([&] { return kelFile::Exists(name); }));
+    }
     if (geteuid() != 0 || getegid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }

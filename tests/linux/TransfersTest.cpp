@@ -180,8 +180,9 @@ TEST_F(Transfers, AccessLists_AreCarriedOrGrantNobodyMore) {
     }
 }
 
-TEST_F(Transfers, RefusedAndInterruptedCalls_FailNothing) {
+TEST_F(Transfers, RefusedInterruptedAndShortCalls_FailNothing) {
     const TemporaryDirectory disk;  // where copies sync nothing
+    const Guard shortened = ShortTransfers([](std::size_t size) { return size / 2 + 1; });
     const std::string text = Noise(1100000);
     const auto transfer = [&](const char* call, int error, int last) {
         for (const Way& way : kWays) {

@@ -49,18 +49,19 @@ inline Guard Failing(const char* call, int error, int first = 1, int last = INT_
 }
 
 /// Makes `run` again and again, and does `meddle` before the first call of this name, then before
-/// the second one, to the last; of any call if the name is empty.
+/// the second one, and so on, until there is no such call any more; of any call if it is empty.
 inline void BeforeEachCall(const char* call, const std::function<void()>& meddle,
                            const std::function<void()>& run) {
-    int calls = 1;
-    for (int nth = 1; calls >= nth && !testing::Test::HasFailure(); ++nth) {
+    bool reached = true;
+    for (int nth = 1; reached && !testing::Test::HasFailure(); ++nth) {
         SCOPED_TRACE(testing::Message() << "before call " << nth << " of \"" << call << '"');
-        calls = 0;
+        int calls = 0;
         const Guard meanwhile = AtCall(call, [&] {
             ++calls == nth ? meddle() : void();
             return 0;
         });
         run();
+        reached = calls >= nth;
     }
 }
 
