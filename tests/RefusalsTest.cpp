@@ -41,6 +41,7 @@ static void Check(int status, int reason, const std::vector<Call>& calls) {
         const std::string told = Library::GetErrorText();
         EXPECT_EQ(reason == kAny ? kAny : kOnWindows ? ReasonOf(number) : number, reason);
         EXPECT_EQ(told, kOnWindows ? told : std::strerror(number));
+        EXPECT_EQ(told.find_last_not_of(" \r\n") + 1, told.size()) << told;
         EXPECT_NE(told, "");
         EXPECT_TRUE(kelFile::Exists("file"));
         EXPECT_EQ(Library::GetErrorNumber(), number) << "a success changes nothing";
@@ -73,8 +74,8 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
            CALL(kelFile::ReplaceWhole("", text)), CALL(kelFile::CreateSymbolicLink("file", "")),
            CALL(kelFile::ReadSymbolicLink("", text)), CALL(kelFile::GetRealPath("", text)),
            CALL(Directory::GetFileNames("", names)), CALL(Directory::CreateTemporary("", text)),
-           CALL(Directory::DeleteTree("")), CALL(Directory::Sync("")),
-           CALL(mapped.Open("", Mapped::ReadOnly))});
+           CALL(Directory::DeleteTree("")), CALL(Directory::SetCurrentDirectory("")),
+           CALL(Directory::Sync("")), CALL(mapped.Open("", Mapped::ReadOnly))});
     // Up to the NUL a text is the name of something else, which must not suffer.
     const zuString nul("\0tail", 5), file = "file" + nul, folder = "folder" + nul;
     const zuString other = "other" + nul, variable = "ZUKEL_NUL" + nul, child = ZUKEL_TEST_CHILD;
@@ -112,10 +113,12 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     Check(kFailed, kMissing,
           {CALL(kelFile::Delete("no")), CALL(kelProcess().Start("no-such-program", false)),
            CALL(kelFile::Copy("no", "file", 0)), CALL(Directory().Open("no")),
-           CALL(Directory::Sync("no")), CALL(Memory().Attach(directory / "no"))});
+           CALL(Directory::Sync("no")), CALL(Directory::SetCurrentDirectory("no")),
+           CALL(kelFile::SetPermissions("no", 0x600)), CALL(Memory().Attach(directory / "no"))});
     Check(kNone, kMissing,
           {CALL(kelFile::ReadWhole("no", text)), CALL(kelFile::ReplaceWhole("no/file", text)),
            CALL(kelFile::ReadSymbolicLink("no", text)), CALL(kelFile::GetRealPath("no", text)),
+           CALL(kelFile::CreateSymbolicLink("file", "no/no")), CALL(kelFile().Open("", kRead)),
            CALL(Directory::CreateTemporary("no/XXXXXX", text)), CALL(Directory::DeleteTree("no")),
            CALL(Directory::GetFileNames("no", names)), CALL(mapped.Open("no", Mapped::ReadOnly))});
     Check(-1, kMissing, {CALL(kelFileInfo("no").GetSize())});
@@ -151,7 +154,7 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
 
 TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
     kelFile closed, reading(directory.Write("file", "text"), kRead), ended("file", kRead);
-    kelFile device(kNullDevice, kReadWrite);
+    kelFile device(kNullDevice, kReadWrite), readingAhead("file", kRead | kBuffered);
     long long place = -7, (*symbol)() = nullptr;
     unsigned long long size = 4, written = 1;
     char line[8] = "1234567";
@@ -177,6 +180,7 @@ TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {
     Check(kFailed, kAny,
           {CALL(device.GetLength(place)), CALL(reading.SetLength(0)),
            CALL(reading.WriteAt(0, "x", written)), CALL(reading.WriteLine("x")),
+           CALL(readingAhead.WriteLine("x")), CALL(readingAhead.Write('x')),
            CALL(reading.Lock(kelFile::LockExclusive, 0)), CALL(reading.Unlock()),
            CALL(none.WriteInput("x", 1))});
     Check(kelStatusNotOpen, kClosed,

@@ -2,11 +2,9 @@
 
 using namespace zukel::test;
 
-namespace {
-
 using Memory = kelSharedMemory;
 
-bool Stands(const std::string& name) {
+static bool Stands(const std::string& name) {
     return Memory().Attach(name) == kOk;
 }
 
@@ -86,5 +84,3 @@ TEST_F(kelSharedMemoryTest, Sizes_AreExactOrRefusedWithoutAName) {
         EXPECT_EQ(memory.Create(1, own), kOk) << size;
     }
 }
-
-}  // namespace

@@ -8,15 +8,15 @@ using namespace zukel::test;
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-/// Few keys, so that values are replaced, and values of any length, each of them once.
-static Pairs Values(std::mt19937& random, int round) {
-    Pairs values;
+/// Lines of a key and a value: few keys, so that values are replaced, and values of any length,
+/// each of them once.
+static std::string SomeLines(std::mt19937& random, int round) {
+    std::ostringstream lines;
     for (int number = 0; number < 2000; ++number) {
-        const std::string mark = std::to_string(round) + '.' + std::to_string(number);
-        values.emplace_back("key" + std::to_string(random() % 200),
-                            mark + std::string(random() % 1500, 'v'));
+        lines << "key" << random() % 200 << ' ' << round << '.' << number
+              << std::string(random() % 1500, 'v') << '\n';
     }
-    return values;
+    return lines.str();
 }
 
 /// The lines of a text, as a key and what follows the space.
@@ -45,11 +45,8 @@ TEST(LevelDB, KilledWriters_LoseNothingThatTheyHaveConfirmed) {
     std::size_t all = 0;
     for (int round = 0; round < 100 && !HasFailure(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        const Pairs values = Values(random, round);
-        std::string text;
-        for (const auto& [key, value] : values) {
-            text.append(key).append(" ").append(value).append("\n");
-        }
+        const std::string text = SomeLines(random, round);
+        const Pairs values = Lines(text);
         load.input.file = directory.Write("lines", text);
         load.output.file = directory.Write("confirmed");
         kelProcess writer;

@@ -90,17 +90,6 @@ TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
     EXPECT_THAT(synced, ElementsAre("old", "new")) << "the contents, then the name";
 }
 
-TEST_F(Operations, ReplaceWholeKeepsTheFormerFileIfTheNewOneIsNotWhole) {
-    directory.Write("file", "old");
-    for (const char* call : {"write", "fchown", "fchmod", "fsync", "close", "renameat"}) {
-        const Guard failing = Failing(call, EIO);
-        EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kFailed)
-            << call;
-        EXPECT_EQ(ReadWhole("file"), "old") << call;
-        EXPECT_EQ(directory.Count(), 1) << call;
-    }
-}
-
 TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
     const auto put = [&] { std::rename(directory.Write("theirs", "theirs").c_str(), "file"); };
     const std::pair<const char*, std::function<void()>> rows[] = {

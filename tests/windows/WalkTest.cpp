@@ -21,8 +21,6 @@ void EndChild(int) {}
 // A thread cannot be cancelled here.
 void StepInThreads(const Row&) {}
 
-namespace {
-
 /// Errors of calls that Windows returns where Wine 8 does not, or not for root.
 TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
     constexpr int kTruncate = kWrite | kelFile::ModeTruncate;
@@ -69,7 +67,5 @@ TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
         EXPECT_TRUE(fs::exists(it.folder));
     }
 }
-
-}  // namespace
 
 }  // namespace zukel::test

@@ -8,10 +8,7 @@
 #include <string>
 #include <vector>
 
-using zukel::platform::Devices;
-using zukel::platform::LinkTarget;
-using zukel::platform::SystemStatus;
-using zukel::platform::WideName;
+using namespace zukel::platform;
 
 TEST(WideName, LongNamesGetTheExtendedFormAndShortOnesStay) {
     const std::string a(120, 'a'), b(130, 'b'), part = a + "\\" + b;

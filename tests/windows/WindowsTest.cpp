@@ -77,9 +77,7 @@ TEST_F(Windows, UserHomeAndLocale_AreThoseOfTheSystem) {
     EXPECT_EQ(name, std::getenv("USERNAME"));
     EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~/x"), home + "/x");
     EXPECT_TRUE(fs::is_directory(library.GetTempDir()));
-    const zuString locale = library.GetLocale();
-    EXPECT_EQ(locale.find('_'), 2U) << locale;
-    EXPECT_EQ(locale.find('.'), 5U) << locale;
+    EXPECT_THAT(library.GetLocale(), testing::MatchesRegex("\\w\\w_\\w\\w\\.\\d+"));
 }
 
 /// The build sets the zone, which Wine takes from `TZ`.
@@ -104,7 +102,4 @@ TEST_F(Windows, LocalTime_HasTheRulesOfItsYear) {
         EXPECT_EQ(time.GetFormatTime(text, "%F %R %z %Z"), kOk);
         EXPECT_EQ(text, row.text);
     }
-    zuString text;
-    EXPECT_EQ(kelTime(0).GetFormatTime(text, "%z %Z"), kOk);
-    EXPECT_EQ(text, "+0000 UTC");
 }
