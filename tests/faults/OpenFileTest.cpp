@@ -13,8 +13,7 @@ TEST(OpenFile, GeneratedOperations_AgreeWithTheOracle) {
     });
     for (unsigned seed = 0; seed < 2000; ++seed) {
         random.seed(seed);
-        std::string bytes(250, '\0');
-        std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+        const std::string bytes = Noise(250, seed);
         ASSERT_EQ(UnderFaults([&] { return zukel::fuzz::CheckOpenFile(bytes); }), "")
             << "seed " << seed;
     }

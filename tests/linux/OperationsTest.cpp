@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <grp.h>
 
+#include "fuzz/Oracles.h"
 #include "linux/Users.h"
 
 using namespace zukel::test;
@@ -119,6 +120,12 @@ TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
                   pipe ? kFailed : kOk);
         EXPECT_EQ(fs::is_fifo("file"), pipe);
         EXPECT_EQ(ModeOf("file"), 0600U);
+    }
+}
+
+TEST_F(Operations, GeneratedOnesOfATreeAgreeWithTheOracle) {
+    for (unsigned seed = 0; seed < 150; ++seed) {
+        ASSERT_EQ(zukel::fuzz::CheckTree(Noise(240, seed)), "") << "seed " << seed;
     }
 }
 

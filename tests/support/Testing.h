@@ -111,10 +111,11 @@ struct InDirectory : testing::Test {
     const Guard here = WorkingDirectory(directory.Path());
 };
 
-/// Bytes without a pattern.
-inline std::string Noise(std::size_t size) {
+/// Bytes without a pattern, others for each seed.
+inline std::string Noise(std::size_t size, unsigned seed = 1) {
     std::string bytes(size, '\0');
-    std::generate(bytes.begin(), bytes.end(), std::minstd_rand());
+    std::mt19937 random(seed);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
     return bytes;
 }
 
