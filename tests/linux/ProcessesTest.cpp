@@ -100,6 +100,7 @@ TEST_F(Processes, AreNotStartedWithoutADescriptorAndSentNothingAfterTheirEnd) {
         EXPECT_EQ(process.GetLastError(), std::strerror(error));
     }
     ASSERT_EQ(process.Start("true", false), kOk);
+    EXPECT_EQ(process.GetLastError(), "") << "of the earlier start";
     ASSERT_TRUE(Ends(process));
     const Guard all = Arm({FaultSource::System});
     EXPECT_EQ(UnderFaults([&] { return process.Kill(); }), kFailed);

@@ -27,6 +27,8 @@ struct Segments : InDirectory {
 };
 
 TEST_F(Segments, AreTheirOwnersAloneUnderEveryMask) {
+    // As APR and every version name it.
+    EXPECT_STREQ(zukel::platform::SegmentPath("ab").Text(), "/dev/shm/ShM.ce3H80e76fb1");
     const struct {
         mode_t mask;
         int error;  ///< Of a call that changes the permissions.
