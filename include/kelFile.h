@@ -153,7 +153,8 @@ public:
     ///
     /// `Write` of a `long`, `unsigned long` or `wchar_t` that does not fit the width in the file
     /// returns `kelStatusFailed` and writes nothing. A buffered value is taken whole or not at all.
-    /// Of an unbuffered one a full device may take a part; the block form reports how much.
+    /// Of an unbuffered one a device that runs full may take a part, with `kelStatusOk`; the block
+    /// form reports how much.
     /// @{
 
     /// Reads or writes one value, as described above.
