@@ -27,7 +27,7 @@ std::string CheckTimePattern(const std::string& bytes);
 /// The oracle is a text with a position.
 std::string CheckOpenFile(const std::string& bytes);
 /// Every three bytes are an operation with two names of a small tree, in which links and hard links
-/// come to be. The oracle is the C++ library, in a tree of its own. Not on Windows.
+/// come to be. The oracle is the C++ library, in a tree of its own.
 std::string CheckTree(const std::string& bytes);
 /// @}
 

@@ -1,8 +1,5 @@
 // Operations on names beside those of the C++ library, each in a directory of its own.
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -28,6 +25,9 @@ namespace fs = std::filesystem;
 constexpr const char* kNames[] = {"a", "b", "d", "d/a", "d/b", "d/e", "l", "m", "l/a", "m/e"};
 constexpr const char* kTargets[] = {"a", "d", "l", "m", "nothing", "d/a"};
 
+/// Not on Windows.
+constexpr bool kNativeReplaces = fs::path::preferred_separator == '/';
+
 std::string Contents(const fs::path& name) {
     return (std::ostringstream() << std::ifstream(name, std::ios::binary).rdbuf()).str();
 }
@@ -36,7 +36,7 @@ std::string Contents(const fs::path& name) {
 std::string Tree(const fs::path& root) {
     std::map<std::string, std::string> all;
     for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        const std::string name = entry.path().lexically_relative(root).string();
+        const std::string name = entry.path().lexically_relative(root).generic_string();
         all[name] = entry.is_symlink()     ? "-> " + fs::read_symlink(entry).string()
                     : entry.is_directory() ? "/"
                                            : "= " + Contents(entry.path());
@@ -82,14 +82,23 @@ struct Plain {
     static bool RenameNew(const fs::path& from, const fs::path& to) {
         return TypeOf(to) == fs::file_type::not_found && Rename(from, to);
     }
-    static bool Delete(const fs::path& name) { return unlink(name.c_str()) == 0; }
-    static bool Create(const fs::path& name) { return mkdir(name.c_str(), 0755) == 0; }
+    static bool Delete(const fs::path& name) {
+        std::error_code failed;
+        return TypeOf(name) != fs::file_type::directory && fs::remove(name, failed);
+    }
+    static bool Create(const fs::path& name) {
+        std::error_code failed;
+        return fs::create_directory(name, failed);
+    }
     static bool CreateAll(const fs::path& name) {
         std::error_code failed;
         fs::create_directories(name, failed);
         return fs::is_directory(name, failed);
     }
-    static bool Remove(const fs::path& name) { return rmdir(name.c_str()) == 0; }
+    static bool Remove(const fs::path& name) {
+        std::error_code failed;
+        return TypeOf(name) == fs::file_type::directory && fs::remove(name, failed);
+    }
     static bool RemoveTree(const fs::path& name) {
         std::error_code failed;
         return TypeOf(name) == fs::file_type::directory && fs::remove_all(name, failed) > 0;
@@ -104,6 +113,11 @@ struct Plain {
         }
         fs::remove(target, failed);  // other names of the file keep what it had
         return Write(target, text);
+    }
+    static bool HardLink(const fs::path& from, const fs::path& to) {
+        std::error_code failed;
+        fs::create_hard_link(from, to, failed);
+        return !failed;
     }
     static bool Link(const std::string& target, const fs::path& name) {
         std::error_code failed;
@@ -144,7 +158,7 @@ std::string CheckTree(const std::string& bytes) {
         const std::string second = kNames[number(at + 2) % std::size(kNames)];
         const std::string text = std::to_string(at),
                           target = kTargets[number(at + 2) % std::size(kTargets)];
-        const std::string from = root / first, to = root / second;
+        const std::string from = (root / first).string(), to = (root / second).string();
         const fs::path from2 = twin / first, to2 = twin / second;
         zuString read;
         zuStlVector<zuString> names;
@@ -156,7 +170,11 @@ std::string CheckTree(const std::string& bytes) {
              [&] { return Outcome(Plain::Copy(from2, to2)); }},
             {"Rename", [&] { return Outcome(kelFile::Rename(from, to)); },
              [&] { return Outcome(Plain::Rename(from2, to2)); }},
-            {"NativeRename", [&] { return Outcome(kelFile::NativeRename(from, to)); },
+            {"NativeRename",
+             [&] {
+                 return Outcome(kNativeReplaces ? kelFile::NativeRename(from, to)
+                                                : kelFile::Rename(from, to));
+             },
              [&] { return Outcome(Plain::Rename(from2, to2)); }},
             {"RenameNew", [&] { return Outcome(kelFile::RenameNew(from, to)); },
              [&] { return Outcome(Plain::RenameNew(from2, to2)); }},
@@ -178,8 +196,8 @@ std::string CheckTree(const std::string& bytes) {
             {"CreateSymbolicLink",
              [&] { return Outcome(kelFile::CreateSymbolicLink(target, from)); },
              [&] { return Outcome(Plain::Link(target, from2)); }},
-            {"hard link", [&] { return Outcome(link(from.c_str(), to.c_str()) == 0); },
-             [&] { return Outcome(link(from2.c_str(), to2.c_str()) == 0); }},
+            {"hard link", [&] { return Outcome(Plain::HardLink(from, to)); },
+             [&] { return Outcome(Plain::HardLink(from2, to2)); }},
             {"ReadSymbolicLink",
              [&] {
                  const int status = kelFile::ReadSymbolicLink(from, read);
@@ -193,12 +211,12 @@ std::string CheckTree(const std::string& bytes) {
             {"GetRealPath",
              [&] {
                  const int status = kelFile::GetRealPath(from, read);
-                 return Outcome(status, fs::path(read).lexically_relative(root).string());
+                 return Outcome(status, fs::path(read).lexically_relative(root).generic_string());
              },
              [&] {
                  std::error_code failed;
                  const fs::path real = fs::canonical(from2, failed);
-                 return Outcome(!failed, real.lexically_relative(twin).string());
+                 return Outcome(!failed, real.lexically_relative(twin).generic_string());
              }},
             {"Exists", [&] { return Outcome(kelFile::Exists(from)); },
              [&] {

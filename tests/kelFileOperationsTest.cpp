@@ -78,11 +78,12 @@ TEST_F(kelFileOperationsTest, Renames_ReplaceFilesAlone) {
 
 TEST_F(kelFileOperationsTest, RenameNew_NeverReplaces) {
     directory.Write("from", "source"), directory.Write("to", "target");
-    fs::create_directory("folder");
+    fs::create_directory("folder"), fs::create_hard_link("to", "hard");
     const bool links = MakeLink("nowhere", "dangling");
     for (const auto& [from, to, goes] : Table<3>(R"(
              from to exists    from from exists        from folder exists    folder to exists
-             no new no         from dangling exists    from new yes          folder moved yes)")) {
+             no new no         from dangling exists    to hard exists        to .//to exists
+             from new yes      folder moved yes)")) {
         const int status = goes == "exists" ? kelStatusExists : goes == "no" ? kFailed : kOk;
         EXPECT_EQ(kelFile::RenameNew(from, links || to != "dangling" ? to : "to"), status)
             << from << " to " << to;

@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 #include <grp.h>
 
-#include "fuzz/Oracles.h"
 #include "linux/Users.h"
 
 using namespace zukel::test;
@@ -120,12 +119,6 @@ TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
                   pipe ? kFailed : kOk);
         EXPECT_EQ(fs::is_fifo("file"), pipe);
         EXPECT_EQ(ModeOf("file"), 0600U);
-    }
-}
-
-TEST_F(Operations, GeneratedOnesOfATreeAgreeWithTheOracle) {
-    for (unsigned seed = 0; seed < 150; ++seed) {
-        ASSERT_EQ(zukel::fuzz::CheckTree(Noise(240, seed)), "") << "seed " << seed;
     }
 }
 

@@ -16,6 +16,11 @@ apr_status_t StatusOfNames(const WideName& first, const WideName& second) noexce
     return first ? second.Status() : first.Status();
 }
 
+bool DifferInCaseAlone(const wchar_t* first, const wchar_t* second) noexcept {
+    return CompareStringOrdinal(first, -1, second, -1, TRUE) == CSTR_EQUAL &&
+           std::wcscmp(first, second) != 0;
+}
+
 bool IsFile(const FileId& file) noexcept {
     return file.known && (file.attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
@@ -61,15 +66,16 @@ apr_status_t RenameInPlace(const char* from, const char* to) noexcept {
 }
 
 apr_status_t RenameToNew(const char* from, const char* to) noexcept {
-    const WideName source(from);
-    const WideName target(to);
-    if (!source || !target) {
+    WideName source(from);
+    WideName target(to);
+    if (!source || !target || !source.MakeExtended() || !target.MakeExtended()) {
         return StatusOfNames(source, target);
     }
     const FileId present = Identify(target.Get(), Symlinks::NoFollow);
     if (present.known && Identify(source.Get(), Symlinks::NoFollow) == present &&
-        std::wcscmp(source.Get(), target.Get()) == 0) {
-        return SystemStatus(ERROR_ALREADY_EXISTS);  // for the system that is a success
+        !DifferInCaseAlone(source.Get(), target.Get())) {
+        // The same name, or another one of the file. For the system that is a success.
+        return SystemStatus(ERROR_ALREADY_EXISTS);
     }
     return MoveFileExW(source.Get(), target.Get(), 0) != 0 ? APR_SUCCESS : LastStatus();
 }

@@ -18,3 +18,9 @@ TEST(OpenFile, GeneratedOperations_AgreeWithTheOracle) {
             << "seed " << seed;
     }
 }
+
+TEST(Tree, GeneratedOperations_AgreeWithTheOracle) {
+    for (unsigned seed = 0; seed < (kOnWindows ? 10U : 150U); ++seed) {
+        ASSERT_EQ(zukel::fuzz::CheckTree(Noise(240, seed)), "") << "seed " << seed;
+    }
+}
