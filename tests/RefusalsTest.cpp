@@ -111,16 +111,16 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     EXPECT_TRUE(Directory::GetFileNames(folder).empty());
     EXPECT_EQ(Library::GetAbsoluteFileName("$" + variable), "$" + variable);
     Check(kFailed, kMissing,
-          {CALL(kelFile::Delete("no")), CALL(kelProcess().Start("no-such-program", false)),
-           CALL(kelFile::Copy("no", "file", 0)), CALL(Directory().Open("no")),
-           CALL(Directory::Sync("no")), CALL(Directory::SetCurrentDirectory("no")),
-           CALL(kelFile::SetPermissions("no", 0x600)), CALL(Memory().Attach(directory / "no"))});
+          {CALL(kelFile::Delete("no")), CALL(kelFile::Copy("no", "file", 0)),
+           CALL(Directory().Open("no")), CALL(Directory::Sync("no")),
+           CALL(Directory::SetCurrentDirectory("no")), CALL(kelFile::SetPermissions("no", 0x600)),
+           CALL(Memory().Attach(directory / "no"))});
     Check(kNone, kMissing,
           {CALL(kelFile::ReadWhole("no", text)), CALL(kelFile::ReplaceWhole("no/file", text)),
            CALL(kelFile::ReadSymbolicLink("no", text)), CALL(kelFile::GetRealPath("no", text)),
-           CALL(kelFile::CreateSymbolicLink("file", "no/no")), CALL(kelFile().Open("", kRead)),
-           CALL(Directory::CreateTemporary("no/XXXXXX", text)), CALL(Directory::DeleteTree("no")),
-           CALL(Directory::GetFileNames("no", names)), CALL(mapped.Open("no", Mapped::ReadOnly))});
+           CALL(kelFile().Open("", kRead)), CALL(Directory::CreateTemporary("no/XXXXXX", text)),
+           CALL(Directory::DeleteTree("no")), CALL(Directory::GetFileNames("no", names)),
+           CALL(mapped.Open("no", Mapped::ReadOnly))});
     Check(-1, kMissing, {CALL(kelFileInfo("no").GetSize())});
     Check(0, kMissing, {CALL(int(Directory::GetFileNames("no").size()))});
     Check(kNoVariable, kMissing, {CALL(library.GetEnvironmentVariable(text, "ZUKEL_UNSET"))});
@@ -150,6 +150,11 @@ TEST_F(Refusals, OfNames_HaveTheirStatusAndReasonAndChangeNothing) {
     EXPECT_EQ(text, "value");
     EXPECT_EQ(ReadWhole("file"), "text");
     EXPECT_EQ(directory.Count(), 2);
+}
+
+TEST_F(Refusals, OfAProgramThatIsNotThere_HasItsReason) {
+    directory.Write("file");
+    Check(kFailed, kMissing, {CALL(kelProcess().Start("no-such-program", false))});
 }
 
 TEST_F(Refusals, OfClosedAndUnfitObjects_HaveTheirReasonAndChangeNothing) {

@@ -44,11 +44,11 @@ TEST_F(kelFileInfoTest, Facts_AreASnapshotThatAssignmentsShareAndCopiesRetake) {
 
 TEST_F(kelFileInfoTest, Types_AreOfLinksThemselvesUnlessTheyAreToBeFollowed) {
     const std::string file = directory.Write("file", "four");
-    const std::tuple<std::string, int> rows[] = {{"", Info::NoFile},
-                                                 {"file/below", Info::NoFile},
-                                                 {"file", Info::RegularFile},
-                                                 {".", Info::Directory},
-                                                 {kNullDevice, Info::OtherFile}};
+    const std::pair<std::string, int> rows[] = {{"", Info::NoFile},
+                                                {"file/below", Info::NoFile},
+                                                {"file", Info::RegularFile},
+                                                {".", Info::Directory},
+                                                {kNullDevice, Info::OtherFile}};
     for (const auto& [name, type] : rows) {
         EXPECT_EQ(Info(name).GetType(), type) << name;
     }

@@ -36,6 +36,7 @@ TEST_F(kelFileLinksTest, Links_AreMadeReadAndFollowed) {
         EXPECT_EQ(kelFile::Delete("link"), kOk);
     }
     EXPECT_EQ(kelFile::CreateSymbolicLink("file", directory.Path()), kelStatusExists);
+    EXPECT_EQ(kelFile::CreateSymbolicLink("file", "no/link"), kelStatusNotFound);
     EXPECT_EQ(kelFile::CreateSymbolicLink("file", "inner"), kOk);
     EXPECT_EQ(kelFile::CreateSymbolicLink("inner", "outer"), kOk);
     EXPECT_EQ(kelFile::GetRealPath("file", place), kOk);
