@@ -218,7 +218,11 @@ private:
     template <typename T, typename Stored = T>
     void ValueOf(bool writes, std::int64_t bits) {
         T value;
-        std::memcpy(&value, &bits, sizeof value);
+        if constexpr (std::is_floating_point_v<T>) {
+            value = static_cast<T>(bits);  // the 80387 changes what is no number
+        } else {
+            std::memcpy(&value, &bits, sizeof value);
+        }
         const auto stored = static_cast<Stored>(value);
         const bool fits = !writes || std::is_same_v<T, Stored> || static_cast<T>(stored) == value;
         const std::string before(reinterpret_cast<const char*>(&value), sizeof value);
@@ -239,7 +243,7 @@ private:
         }
         const std::string bytes = model_.Read(model_.buffered ? sizeof stored : moved);
         std::string expected = bytes + before.substr(bytes.size());
-        if (bytes.size() == sizeof stored) {
+        if (bytes.size() == sizeof stored && !std::is_same_v<T, Stored>) {
             Stored whole;
             bytes.copy(reinterpret_cast<char*>(&whole), sizeof whole);
             const auto wide = static_cast<T>(whole);
