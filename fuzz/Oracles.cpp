@@ -86,22 +86,24 @@ std::string CheckNameParts(const std::string& name) {
 }
 
 std::string CheckWideName(const std::string& name) {
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     const std::string text = name.c_str();
     const zuWString wide(text);
-    std::wstring expected(text.size() + 1, L'\0');
-    const char* from = text.c_str();
-    std::mbstate_t state{};
-    const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    const locale_t former = uselocale(utf8);
-    const bool valid =
-        mbsrtowcs(expected.data(), &from, expected.size(), &state) !=
-            static_cast<std::size_t>(-1) &&
-        *std::max_element(expected.begin(), expected.end()) <= L'\U0010ffff';  // glibc takes more
-    uselocale(former);
-    freelocale(utf8);
-    return valid && std::wcscmp(wide.c_str(), expected.c_str()) != 0
-               ? Compare(name, "another wide form", "that of the C library")
-               : Compare(name, Narrow(wide.c_str()), text);
+    if (utf8 != nullptr) {
+        std::wstring expected(text.size() + 1, L'\0');
+        const char* from = text.c_str();
+        std::mbstate_t state{};
+        const locale_t former = uselocale(utf8);
+        const std::size_t size = mbsrtowcs(expected.data(), &from, expected.size(), &state);
+        uselocale(former);
+        const bool valid =
+            size != static_cast<std::size_t>(-1) &&
+            *std::max_element(expected.begin(), expected.end()) <= L'\U0010ffff';  // glibc: more
+        if (valid && std::wcscmp(wide.c_str(), expected.c_str()) != 0) {
+            return Compare(name, "another wide form", "that of the C library");
+        }
+    }
+    return Compare(name, Narrow(wide.c_str()), text);
 }
 
 std::string CheckExpansion(const std::string& name) {
