@@ -1,5 +1,5 @@
 // Open files beside a model of them, where system calls move fewer bytes than they were asked for
-// and signals interrupt them.
+// and signals interrupt them; and operations on a tree beside those of the C++ library.
 
 #include "fuzz/Oracles.h"
 #include "support/Faults.h"
