@@ -90,6 +90,7 @@ TEST_F(Threads, EachHasItsOwnObjects_AnswersAreThoseOfOneThread) {
              EXPECT_EQ(module.LoadLibrary(ZUKEL_TEST_MODULES "/first.dll"), kOk);
              ASSERT_EQ(module.FindSymbol(&answer, "Answer"), kOk);
              EXPECT_EQ(answer(), 1);
+             EXPECT_EQ(kelDynamicObject().LoadLibrary("no such"), kFailed);
          }},
         {"processes", 5,
          [](int number, auto& own) {

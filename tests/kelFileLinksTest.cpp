@@ -46,6 +46,4 @@ TEST_F(kelFileLinksTest, Links_AreMadeReadAndFollowed) {
     EXPECT_EQ(kelFile::GetRealPath("outer", real), kelStatusNotFound) << "it leads to nothing";
     EXPECT_EQ(kelFile::CreateSymbolicLink("loop", "loop"), kOk);
     EXPECT_EQ(kelFile::GetRealPath("loop", real), kFailed);
-    EXPECT_EQ(kelFile::ReadSymbolicLink("loop/x", real), kFailed);
-    EXPECT_EQ(kelFile::ReadSymbolicLink("loop", real), kOk) << "the link itself is no loop";
 }

@@ -77,7 +77,6 @@ TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
 }
 
 TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
-    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("a/b"), "a/b") << "nothing is asked";
     for (const std::size_t length : {1U, 255U, 256U, 5000U}) {
         const std::string text(length, 'x');
         longName = [&](char* buffer, unsigned size) {

@@ -162,6 +162,13 @@ inline bool Eventually(const std::function<bool()>& condition) {
     return rounds < 5000;
 }
 
+/// Wine 8 refuses one start in some 1,500 with ERROR_INTERNAL_ERROR, whatever the library does.
+inline int Started(const std::function<int()>& start) {
+    const int status = start();
+    const bool refused = status != kOk && kelLibrary::GetErrorNumber() == 1359;
+    return kOnWindows && refused ? start() : status;
+}
+
 inline bool Ends(const kelProcess& process) {
     return Eventually([&] { return !process.IsRunning(); });
 }

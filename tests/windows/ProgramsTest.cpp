@@ -21,7 +21,10 @@ TEST_F(WindowsPrograms, BatchFiles_GetEachArgumentAsItIsOrDoNotStart) {
              {"", "x", "a b", "x&cd", "x>file", "x|cd", "^x", "(x)", "!x!", "a=b;c,d", "end\\"}) {
             SCOPED_TRACE(name + " with " + argument);
             kelProcess process;
-            ASSERT_EQ(process.Start(directory / name, {argument, "y"}, true), kOk);
+            const auto start = [&] {
+                return process.Start(directory / name, {argument, "y"}, true);
+            };
+            ASSERT_EQ(Started(start), kOk) << process.GetLastError();
             EXPECT_TRUE(Ends(process));
             EXPECT_EQ(ReadWhole(out),
                       "1=\"" + argument + "\"\r\nall=\"" + argument + "\" \"y\"\r\n");
