@@ -86,6 +86,7 @@ TEST(InterfaceTest, SmallClasses_AreMadeAndAssigned) {
     };
     kelBarrier barrier(nullptr, 2);
     (barrier = kelBarrier(0)).Block(1);  // returns at once
+    barrier.Reset();
     kelMutex(nullptr) = kelMutex(), kelCondition(nullptr) = kelCondition();
     Thread(nullptr) = Thread();
 }

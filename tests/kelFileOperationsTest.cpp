@@ -34,6 +34,10 @@ TEST_F(kelFileOperationsTest, Copies_WriteEveryByteIntoTheTargetItself) {
             EXPECT_TRUE(ReadWhole("hard") == content) << "another file stands there";
             EXPECT_EQ(fs::is_symlink(to), to == "soft");
             EXPECT_EQ(copy("from", kNullDevice), kOk);
+            if (!kOnWindows) {
+                EXPECT_EQ(copy(kNullDevice, to), kOk);
+                EXPECT_EQ(ReadWhole("hard"), "");
+            }
             fs::remove("to"), fs::remove("hard");
         }
     }

@@ -69,3 +69,20 @@ TEST_F(kelFilePlacesTest, Lock_IsHeldByProcessesAndEndsWithThem) {
         EXPECT_TRUE(Ends(holder));
     }
 }
+
+TEST_F(kelFilePlacesTest, Threads_OfOneObjectMeetTheirOwnPlaces) {
+    constexpr int kThreads = 4, kRounds = 500, kBlock = 512;
+    kelFile file(directory.Write("file", "0123456789"), kReadWrite);
+    EXPECT_EQ(file.SeekTo(3), kOk);
+    InThreads(kThreads, [&](int number) {
+        for (int round = 0; round < kRounds; ++round) {
+            const long long place = 10 + kBlock * (round % 7 * kThreads + number);
+            const std::string bytes(kBlock, static_cast<char>('a' + (round + number) % 26));
+            ASSERT_EQ(Put(file, place, bytes), kOk) << place;
+            ASSERT_EQ(At(file, place, kBlock), bytes) << place;
+        }
+    });
+    char byte = 0;
+    EXPECT_EQ(file.Read(byte), kOk);
+    EXPECT_EQ(byte, '3') << "no position was moved";
+}

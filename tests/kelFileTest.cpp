@@ -26,7 +26,9 @@ TEST_F(kelFileTest, Open_Table) {
     const struct {
         std::string name;
         int mode, status;
-    } rows[] = {{"no", kRead, kNone},
+    } rows[] = {{"", kRead, kNone},
+                {"no", kRead, kNone},
+                {"no", kReadWrite, kNone},
                 {"file/x", kRead, kFailed},
                 {".", kRead, kOnWindows ? kDenied : kOk},
                 {"file", 0, kDenied},

@@ -72,11 +72,17 @@ TEST(OpenRoad, AllTestsPassed_LeadToTheShortNameElseToTheCallers) {
         EXPECT_EQ(opened(), 'L') << row.what;
         *row.answer = truth;
     }
+    for (int block = 2; block < 5; ++block) {  // the wide name, the path, the narrow name
+        const Guard armed = Arm({FaultSource::Memory, block, true});
+        EXPECT_EQ(opened(), 'L') << block;
+        EXPECT_NE(fault.struck, "") << block;
+    }
     shortPath = directory / "gone";
     EXPECT_EQ(opened(), kelStatusNotFound) << "a failure by the short name is final";
 }
 
 TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("a/b"), "a/b") << "nothing is asked";
     for (const std::size_t length : {1U, 255U, 256U, 5000U}) {
         const std::string text(length, 'x');
         longName = [&](char* buffer, unsigned size) {
@@ -91,6 +97,8 @@ TEST(LongNameStep, NameWithATilde_IsReplacedByWhateverFits) {
         EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob\\x"), "~bob/x") << second;
     }
     EXPECT_EQ(asked, "~bob/x 301");
+    longName = [](char*, unsigned) { return ~0U; };
+    EXPECT_EQ(kelLibrary::GetAbsoluteFileName("~bob"), "~bob");
 }
 
 TEST(Machine, MemoryFigures_AreRoundedEachByItself) {

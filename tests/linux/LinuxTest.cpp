@@ -71,6 +71,25 @@ TEST_F(Linux, ReplaceWhole_KeepsTheGroupOrNeitherWhereOwnersCannotBeGiven) {
     }
 }
 
+TEST_F(Linux, AFullDevice_TakesWhatTheBufferHolds) {
+    const std::string text(400000, 'x');
+    const struct {
+        unsigned long long before, taken;  ///< Bytes: of the first write, and of the second.
+        int last;                          ///< What a write returns then.
+    } rows[] = {{0, 0, kOk}, {1, 16383, kFailed}, {16383, 1, kFailed}, {16384, 0, kFailed}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before);
+        kelFile full("/dev/full", kWrite | kBuffered);
+        unsigned long long before = row.before, size = 40000;
+        EXPECT_EQ(full.Write(text.data(), before), kOk);
+        EXPECT_EQ(full.Write(text.data(), size), kFailed);
+        EXPECT_EQ(size, row.taken) << "what an unfilled buffer still took";
+        EXPECT_EQ(full.Write(1.0), row.last);
+        EXPECT_THAT(Statuses({full.SeekToBegin(), full.Close()}), Each(kFailed));
+        EXPECT_FALSE(full.IsOpen());
+    }
+}
+
 TEST_F(Linux, ADiskThatIsFullForATime_GetsEachByteOnce) {
     const std::string text = Noise(400000);
     kelFile file("file", kWrite | kBuffered);

@@ -90,6 +90,17 @@ TEST_F(Operations, ReplaceWholeSyncsTheContentsBeforeTheyHaveTheName) {
     EXPECT_THAT(synced, ElementsAre("old", "new")) << "the contents, then the name";
 }
 
+TEST_F(Operations, ReplaceWholeKeepsTheFormerFileIfTheNewOneIsNotWhole) {
+    directory.Write("file", "old");
+    for (const char* call : {"write", "fchown", "fchmod", "fsync", "close", "renameat"}) {
+        const Guard failing = Failing(call, EIO);
+        EXPECT_EQ(UnderFaults([] { return kelFile::ReplaceWhole("file", "new"); }), kFailed)
+            << call;
+        EXPECT_EQ(ReadWhole("file"), "old") << call;
+        EXPECT_EQ(directory.Count(), 1) << call;
+    }
+}
+
 TEST_F(Operations, ReplaceWholeGoesOnWhateverOthersPutUnderItsName) {
     const auto put = [&] { std::rename(directory.Write("theirs", "theirs").c_str(), "file"); };
     const std::pair<const char*, std::function<void()>> rows[] = {
@@ -138,6 +149,11 @@ TEST_F(Operations, FiguresAreThoseOfTheSystem) {
         return std::clamp(given, least, most) == given;
     })) << kelSystem::AvailablePagingMemory()
         << " for " << available();
+#ifndef __x86_64__
+    const auto stack = reinterpret_cast<std::uintptr_t>(&available);
+    EXPECT_GT(kelSystem::TotalVirtualMemory() << 10U, stack);
+    EXPECT_LT(kelSystem::TotalVirtualMemory() << 8U, stack) << "the stack is at the upper end";
+#endif
 #if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_EQ(kelSystem::TotalVirtualMemory(), 1ULL << 37U) << "what the processor offers";
     const rlimit limit{rlim_t{1} << 42U, RLIM_INFINITY};

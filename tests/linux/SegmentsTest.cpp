@@ -190,6 +190,17 @@ TEST_F(Segments, WhoseNameAnotherRemoves_LeaveANewOneUnderItAlone) {
     }
 }
 
+TEST_F(Segments, LargerThanTheMemory_AreNotEvenTried) {
+    for (const char* call : {"mmap", "posix_fallocate"}) {
+        int calls = 0;
+        const Guard counted = AtCall(call, [&] { return ++calls, 0; });
+        for (const unsigned long long size : {1ULL << 41U, ~0ULL >> 1U, ~0ULL - 8, ~0ULL}) {
+            EXPECT_EQ(UnderFaults([&] { return Memory().Create(size, name); }), kFailed) << size;
+        }
+        EXPECT_EQ(calls, 0) << call << " was made";
+    }
+}
+
 TEST_F(Segments, KeepTheirNamesWhenAForkedCopyLeaves) {
     for (const End& end : kEnds) {
         SCOPED_TRACE(end.what);

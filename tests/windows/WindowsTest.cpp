@@ -102,4 +102,7 @@ TEST_F(Windows, LocalTime_HasTheRulesOfItsYear) {
         EXPECT_EQ(time.GetFormatTime(text, "%F %R %z %Z"), kOk);
         EXPECT_EQ(text, row.text);
     }
+    zuString text;
+    EXPECT_EQ(kelTime(0).GetFormatTime(text, "%z %Z"), kOk);
+    EXPECT_EQ(text, "+0000 UTC");
 }
