@@ -95,7 +95,7 @@ class Comparison {
 public:
     Comparison(kelFile& file, Model& model) : file_(file), model_(model) {}
 
-    /// Makes the operation that the input says.
+    /// Makes the operation that the input says; values twice as often, of which there are many.
     void Step(Input& input) {
         static constexpr void (Comparison::*kOperations[])(Input&) = {
             &Comparison::Read,      &Comparison::ReadLine, &Comparison::Write,
@@ -127,6 +127,29 @@ private:
         Same("the status of " + what, status, int{succeeds ? kelStatusOk : kelStatusFailed});
     }
 
+    /// The block operations for each type of a pointer, which has no effect.
+    struct Block {
+        int (Comparison::*read)(char*, unsigned long long&);
+        int (Comparison::*write)(const char*, unsigned long long&);
+    };
+    template <typename T>
+    int ReadAs(char* to, unsigned long long& size) {
+        return file_.Read(reinterpret_cast<T*>(to), size);
+    }
+    template <typename T>
+    int WriteAs(const char* from, unsigned long long& size) {
+        return file_.Write(reinterpret_cast<const T*>(from), size);
+    }
+    template <typename T>
+    static constexpr Block kBlock = {&Comparison::ReadAs<T>, &Comparison::WriteAs<T>};
+    static Block PickBlock(Input& input) {
+        static constexpr Block kBlocks[] = {
+            kBlock<char>,  kBlock<short>,        kBlock<unsigned short>, kBlock<wchar_t>,
+            kBlock<int>,   kBlock<unsigned int>, kBlock<long>,           kBlock<unsigned long>,
+            kBlock<float>, kBlock<double>};
+        return kBlocks[input.Take<std::uint8_t>() % std::size(kBlocks)];
+    }
+
     /// Wine 8 moves the position of an appending file even if it is to write nothing.
     std::string TakeText(Input& input) const {
         return SomeText(input.TakeSize() + (model_.appends ? 1 : 0), count_);
@@ -134,7 +157,7 @@ private:
     void Read(Input& input) {
         std::string room(input.TakeSize() + 1, '#');
         unsigned long long size = room.size();
-        const int status = file_.Read(room.data(), size);
+        const int status = (this->*PickBlock(input).read)(room.data(), size);
         // Without a buffer the system may give less.
         const std::string expected = model_.Read(model_.buffered ? room.size() : size);
         Succeeds("Read", status, !expected.empty());
@@ -152,7 +175,7 @@ private:
     void Write(Input& input) {
         const std::string text = TakeText(input);
         unsigned long long size = text.size();
-        Succeeds("Write", file_.Write(text.data(), size));
+        Succeeds("Write", (this->*PickBlock(input).write)(text.data(), size));
         Same("a whole write", size >= text.size() || !model_.buffered, true);
         model_.Write(text.substr(0, size));
     }

@@ -148,7 +148,7 @@ struct Row {
     Row& Prepared(std::function<void(World&)> how) { return prepare = std::move(how), *this; }
     Row& WithOwnWork() { return plain = false, *this; }
 };
-#define CALL(...) Row(#__VA_ARGS__, [=]([[maybe_unused]] World& it) -> int { return __VA_ARGS__; })
+#define ROW(...) Row(#__VA_ARGS__, [=]([[maybe_unused]] World& it) -> int { return __VA_ARGS__; })
 
 /// Makes the row's call in threads of processes of their own, where that can be.
 void StepInThreads(const Row& row);

@@ -126,28 +126,28 @@ void zukel::test::Walk(const std::vector<Row>& rows, const std::vector<int>& ref
 
 TEST(FaultWalk, Surroundings) {
     constexpr int kNoVariable = kelStatusNoVariable, kNoUser = kelStatusNoUser;
-    Walk({CALL(Library(it.library).Terminate()), CALL((it.library = Library()).Initialize()),
-          CALL(it.library.GetEnvironmentVariable(it.text, "PATH")).Fails(kNoVariable),
-          CALL(Library().SetEnvironmentVariable("ZUKEL_X", it.file)).Fails(kNoVariable),
-          CALL(Library().GetCurrentUserName(it.text)).Fails(kNoUser),
-          CALL(it.library.GetUserDirectory(it.text)).Fails(kNoUser),
-          CALL(Library().GetLocale(), Library().GetHostName(it.text)),
-          CALL(Library::GetProgramPath(it.text)),
-          CALL(Library::FindProgram(kOnWindows ? "cmd" : "sh", it.text)).Fails(kelStatusNotFound),
-          CALL(Library().GetEnvironmentNames(it.names)),
-          CALL(Status(!Library().GetTempDir().empty())),
-          CALL(Status(Library::GetAbsoluteFileName("~/x")[0] != '~'))});
-    Walk({CALL(Status(Library::GetAbsoluteFileName("$PATH/x")[0] != '$')),
-          CALL(Status(Library::GetAbsoluteFileName(kUnset) == kUnset)),
-          CALL(Status(Library::GetAbsoluteLibraryName(it.file) != "")),
-          CALL(Status(kelFileInfo(&it.library, it.file).GetPermissions() != -1)),
-          CALL(Status(kelTime(it.time).GetSeconds() == 0)),
-          CALL(Status((it.time.MakeLocalTime(), it.time.GetMicroSeconds() >= 1000)))});
-    Walk({CALL(it.time.GetFormatTime(it.text, it.file)),
-          CALL(Status(kelSystem::GetFreeDiskSpace(it.place.Path().c_str(), it.disk))),
-          CALL(Status(kelSystem::UsedVirtualMemory() != ~0ULL)),
-          CALL(Status((kelSystem::GetMemoryDetails(it.memory), it.memory.totalPhysical > 0))),
-          CALL(Status(kelAtomic().Increment() == 0))});
+    Walk({ROW(Library(it.library).Terminate()), ROW((it.library = Library()).Initialize()),
+          ROW(it.library.GetEnvironmentVariable(it.text, "PATH")).Fails(kNoVariable),
+          ROW(Library().SetEnvironmentVariable("ZUKEL_X", it.file)).Fails(kNoVariable),
+          ROW(Library().GetCurrentUserName(it.text)).Fails(kNoUser),
+          ROW(it.library.GetUserDirectory(it.text)).Fails(kNoUser),
+          ROW(Library().GetLocale(), Library().GetHostName(it.text)),
+          ROW(Library::GetProgramPath(it.text)),
+          ROW(Library::FindProgram(kOnWindows ? "cmd" : "sh", it.text)).Fails(kelStatusNotFound),
+          ROW(Library().GetEnvironmentNames(it.names)),
+          ROW(Status(!Library().GetTempDir().empty())),
+          ROW(Status(Library::GetAbsoluteFileName("~/x")[0] != '~'))});
+    Walk({ROW(Status(Library::GetAbsoluteFileName("$PATH/x")[0] != '$')),
+          ROW(Status(Library::GetAbsoluteFileName(kUnset) == kUnset)),
+          ROW(Status(Library::GetAbsoluteLibraryName(it.file) != "")),
+          ROW(Status(kelFileInfo(&it.library, it.file).GetPermissions() != -1)),
+          ROW(Status(kelTime(it.time).GetSeconds() == 0)),
+          ROW(Status((it.time.MakeLocalTime(), it.time.GetMicroSeconds() >= 1000)))});
+    Walk({ROW(it.time.GetFormatTime(it.text, it.file)),
+          ROW(Status(kelSystem::GetFreeDiskSpace(it.place.Path().c_str(), it.disk))),
+          ROW(Status(kelSystem::UsedVirtualMemory() != ~0ULL)),
+          ROW(Status((kelSystem::GetMemoryDetails(it.memory), it.memory.totalPhysical > 0))),
+          ROW(Status(kelAtomic().Increment() == 0))});
 }
 
 /// Brings what was written to the file, if it was.
@@ -166,52 +166,52 @@ static int Line(World& it, kelFile& file) {
 
 TEST(FaultWalk, Files) {
     constexpr int kKept = kReadWrite | kelFile::ModeNoCleanup;
-    Walk({CALL(it.empty.Open(it.missing, kRead | kWrite | kBuffered)),
-          CALL(it.empty.Open(it.file, kKept)), CALL(Status(kelFile(it.file, kReadWrite).IsOpen())),
-          CALL(kelFile().CreateTemporaryFile(it.missing + "XXXXXX")),
-          CALL(kelFile().CreateTemporaryFile("XXXXXX")).Prepared([](World& it) {
+    Walk({ROW(it.empty.Open(it.missing, kRead | kWrite | kBuffered)),
+          ROW(it.empty.Open(it.file, kKept)), ROW(Status(kelFile(it.file, kReadWrite).IsOpen())),
+          ROW(kelFile().CreateTemporaryFile(it.missing + "XXXXXX")),
+          ROW(kelFile().CreateTemporaryFile("XXXXXX")).Prepared([](World& it) {
               fs::current_path(it.place.Path());
           }),
-          CALL(Status((kelFile(it.open) = it.buffered).IsOpen())),
-          CALL(Status(it.open.IsReadable() && it.open.IsWritable())), CALL(it.buffered.Flush())});
-    Walk({CALL((it.empty = kelFile(it.file, kReadWrite | kBuffered)).Write('0')),
-          CALL(kelFile::Exists(&it.library, it.file)).Fails(kelStatusNotFound),
-          CALL(kelFile::Delete(&it.library, it.program)),
-          CALL(kelFile::SetPermissions(&it.library, it.file, 0x600)),
-          CALL(kelFile::ReadWhole(it.file, it.text)),
-          CALL(kelFile::ReplaceWhole(it.missing, kNew)).Leaves(After::Replaced),
-          CALL(kelFile::ReplaceWhole(it.program, kNew)).Leaves(After::Replaced)});
-    Walk({CALL(kelFile::GetRealPath(it.file, it.text)),
-          CALL(it.mapped.Open(it.file, kelMappedFile::ReadOnly)),
-          CALL(it.mapped.Open(it.file, kelMappedFile::ReadWrite, 3, 5)),
-          CALL(it.mapped.Sync()).Prepared([](World& it) {
+          ROW(Status((kelFile(it.open) = it.buffered).IsOpen())),
+          ROW(Status(it.open.IsReadable() && it.open.IsWritable())), ROW(it.buffered.Flush())});
+    Walk({ROW((it.empty = kelFile(it.file, kReadWrite | kBuffered)).Write('0')),
+          ROW(kelFile::Exists(&it.library, it.file)).Fails(kelStatusNotFound),
+          ROW(kelFile::Delete(&it.library, it.program)),
+          ROW(kelFile::SetPermissions(&it.library, it.file, 0x600)),
+          ROW(kelFile::ReadWhole(it.file, it.text)),
+          ROW(kelFile::ReplaceWhole(it.missing, kNew)).Leaves(After::Replaced),
+          ROW(kelFile::ReplaceWhole(it.program, kNew)).Leaves(After::Replaced)});
+    Walk({ROW(kelFile::GetRealPath(it.file, it.text)),
+          ROW(it.mapped.Open(it.file, kelMappedFile::ReadOnly)),
+          ROW(it.mapped.Open(it.file, kelMappedFile::ReadWrite, 3, 5)),
+          ROW(it.mapped.Sync()).Prepared([](World& it) {
               EXPECT_EQ(it.mapped.Open(it.file, kelMappedFile::ReadWrite), kOk);
           })});
     const Row rename =
-        CALL(kelFile::RenameNew(it.file, it.missing)).Leaves(After::AsBeforeOrRenamed);
+        ROW(kelFile::RenameNew(it.file, it.missing)).Leaves(After::AsBeforeOrRenamed);
     Walk({rename});
     {
         const Guard lacking = AtCall("renameat2", [] { return EINVAL; });
         Walk({rename});
     }
     for (kelFile World::*each : {&World::open, &World::buffered}) {
-        Walk({CALL((it.*each).Read(it.line, it.size)), CALL(Line(it, it.*each)),
-              CALL(Flushed((it.*each).WriteLine("12345678"), it.*each)),
-              CALL(Flushed((it.*each).Write(it.line, it.size), it.*each)),
-              CALL((it.*each).Read(it.number)), CALL(Flushed((it.*each).Write(7L), it.*each)),
-              CALL((it.*each).Read(it.fraction)), CALL(Flushed((it.*each).Write(7.0), it.*each))});
-        Walk({CALL((it.*each).SeekTo(2)), CALL((it.*each).SeekToBegin()),
-              CALL((it.*each).SeekToEnd()), CALL((it.*each).Sync()),
-              CALL(Status((it.*each).GetPosition(it.offset) == kOk && it.offset >= 0))});
-        Walk({CALL((it.*each).GetLength(it.offset)), CALL((it.*each).SetLength(20)),
-              CALL((it.*each).ReadAt(2, it.line, it.size)),
-              CALL((it.*each).WriteAt(2, it.line, it.size)),
-              CALL((it.*each).Lock(kelFile::LockShared, -1)),
-              CALL((it.*each).Lock(kelFile::LockExclusive, 1)),
-              CALL((it.*each).Unlock()).Prepared([each](World& it) {
+        Walk({ROW((it.*each).Read(it.line, it.size)), ROW(Line(it, it.*each)),
+              ROW(Flushed((it.*each).WriteLine("12345678"), it.*each)),
+              ROW(Flushed((it.*each).Write(it.line, it.size), it.*each)),
+              ROW((it.*each).Read(it.number)), ROW(Flushed((it.*each).Write(7L), it.*each)),
+              ROW((it.*each).Read(it.fraction)), ROW(Flushed((it.*each).Write(7.0), it.*each))});
+        Walk({ROW((it.*each).SeekTo(2)), ROW((it.*each).SeekToBegin()), ROW((it.*each).SeekToEnd()),
+              ROW((it.*each).Sync()),
+              ROW(Status((it.*each).GetPosition(it.offset) == kOk && it.offset >= 0))});
+        Walk({ROW((it.*each).GetLength(it.offset)), ROW((it.*each).SetLength(20)),
+              ROW((it.*each).ReadAt(2, it.line, it.size)),
+              ROW((it.*each).WriteAt(2, it.line, it.size)),
+              ROW((it.*each).Lock(kelFile::LockShared, -1)),
+              ROW((it.*each).Lock(kelFile::LockExclusive, 1)),
+              ROW((it.*each).Unlock()).Prepared([each](World& it) {
                   EXPECT_EQ((it.*each).Lock(kelFile::LockShared, 0), kOk);
               }),
-              CALL((it.*each).Close()).Leaves(After::Ended)});
+              ROW((it.*each).Close()).Leaves(After::Ended)});
     }
 }
 
@@ -241,23 +241,23 @@ static int MadeTemporary(World& it, int count) {
 
 TEST(FaultWalk, Directories) {
     const std::string here = Directory::GetCurrentDirectory();
-    Walk({CALL(it.closed.Open(it.place.Path())), CALL(it.listing.Close()).Leaves(After::Ended),
-          CALL(Status(it.listing.ReadFirst(it.text) == kOk)),
-          CALL(it.listing.ReadNext(it.text)).Fails(kelStatusReadFailed),
-          CALL(Status((Directory(it.listing) = it.listing).GetName() == it.place.Path())),
-          CALL(Status(it.listing.GetNumberOfFiles() == kEntries)),
-          CALL(Status(it.listing.GetFileNames().size() == kEntries)),
-          CALL(Status(Directory::GetFileNames(it.place.Path()).size() == kEntries))});
-    Walk({CALL(Names(it)).Fails(kelStatusReadFailed),
-          CALL(Directory::Create(&it.library, it.missing, 0x755, false)),
-          CALL(Directory::Create(it.missing, 0x755, true)).Leaves(After::Made),
-          CALL(MadeTemporary(it, 1)), CALL(Directory::Delete(&it.library, it.folder)),
-          CALL(Directory::DeleteTree(it.folder)), CALL(Directory::Sync(it.folder)),
-          CALL(Directory::SetCurrentDirectory(&it.library, it.place.Path())),
-          CALL(Status(Directory::GetCurrentDirectory(&it.library) == here)),
-          CALL(Status(Directory::GetAbsolutePath(it.file) == it.file)),
-          CALL(Status(Directory::GetRelativePath("/", "/usr") == "./usr/"))});
-    StepInThreads(CALL(MadeTemporary(it, 100)));  // one in 22 comes to a cancellation point
+    Walk({ROW(it.closed.Open(it.place.Path())), ROW(it.listing.Close()).Leaves(After::Ended),
+          ROW(Status(it.listing.ReadFirst(it.text) == kOk)),
+          ROW(it.listing.ReadNext(it.text)).Fails(kelStatusReadFailed),
+          ROW(Status((Directory(it.listing) = it.listing).GetName() == it.place.Path())),
+          ROW(Status(it.listing.GetNumberOfFiles() == kEntries)),
+          ROW(Status(it.listing.GetFileNames().size() == kEntries)),
+          ROW(Status(Directory::GetFileNames(it.place.Path()).size() == kEntries))});
+    Walk({ROW(Names(it)).Fails(kelStatusReadFailed),
+          ROW(Directory::Create(&it.library, it.missing, 0x755, false)),
+          ROW(Directory::Create(it.missing, 0x755, true)).Leaves(After::Made),
+          ROW(MadeTemporary(it, 1)), ROW(Directory::Delete(&it.library, it.folder)),
+          ROW(Directory::DeleteTree(it.folder)), ROW(Directory::Sync(it.folder)),
+          ROW(Directory::SetCurrentDirectory(&it.library, it.place.Path())),
+          ROW(Status(Directory::GetCurrentDirectory(&it.library) == here)),
+          ROW(Status(Directory::GetAbsolutePath(it.file) == it.file)),
+          ROW(Status(Directory::GetRelativePath("/", "/usr") == "./usr/"))});
+    StepInThreads(ROW(MadeTemporary(it, 100)));  // one in 22 comes to a cancellation point
 }
 
 /// A program that gives back what it is given, to both outputs.
@@ -319,18 +319,18 @@ TEST(FaultWalk, SegmentsModulesAndProcesses) {
         EXPECT_EQ(Started(start), kOk) << it.process.GetLastError();
         it.pid = it.process.GetPid();
     };
-    Walk({CALL((it.none = Memory()).Create(100, it.missing)).Leaves(After::Made),
-          CALL(it.none.Create(16U << 20U, it.missing)).Leaves(After::Made),
-          CALL(Memory().Attach(it.taken)), CALL(it.owner.Destroy()).Leaves(After::Ended),
-          CALL(it.attached.Detach()).Leaves(After::Ended),
-          CALL(it.owner.Remove(it.taken)).Leaves(After::Ended)});
-    Walk({CALL((it.module = kelDynamicObject()).LoadLibrary(kModule)),
-          CALL(it.module.kelLoadLibraryEx(ZUKEL_TEST_MODULES, "first")),
-          CALL(it.module.FindSymbol(&it.answer, "Answer")).Prepared(load),
-          CALL(it.module.UnloadLibrary()).Prepared(load)});
-    Walk({CALL(RunBoth(it)).WithOwnWork(), CALL(FeedBoth(it)).WithOwnWork(),
-          CALL(it.process.Kill()).Leaves(After::Ended).Prepared(child),
-          CALL(kelProcess::NativeKill(it.process.GetPid())).Prepared(child),
-          CALL(Status(kelProcess(it.process).IsRunning())).Prepared(child)});
+    Walk({ROW((it.none = Memory()).Create(100, it.missing)).Leaves(After::Made),
+          ROW(it.none.Create(16U << 20U, it.missing)).Leaves(After::Made),
+          ROW(Memory().Attach(it.taken)), ROW(it.owner.Destroy()).Leaves(After::Ended),
+          ROW(it.attached.Detach()).Leaves(After::Ended),
+          ROW(it.owner.Remove(it.taken)).Leaves(After::Ended)});
+    Walk({ROW((it.module = kelDynamicObject()).LoadLibrary(kModule)),
+          ROW(it.module.kelLoadLibraryEx(ZUKEL_TEST_MODULES, "first")),
+          ROW(it.module.FindSymbol(&it.answer, "Answer")).Prepared(load),
+          ROW(it.module.UnloadLibrary()).Prepared(load)});
+    Walk({ROW(RunBoth(it)).WithOwnWork(), ROW(FeedBoth(it)).WithOwnWork(),
+          ROW(it.process.Kill()).Leaves(After::Ended).Prepared(child),
+          ROW(kelProcess::NativeKill(it.process.GetPid())).Prepared(child),
+          ROW(Status(kelProcess(it.process).IsRunning())).Prepared(child)});
     EXPECT_TRUE(AllReaped());
 }

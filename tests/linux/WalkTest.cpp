@@ -119,21 +119,21 @@ static int StartOnFreeStreams(World& it) {
 TEST(FaultWalk, Programs) {
     const auto files = [](World& it) { it.beyond.Write("out"), it.beyond.Write("err"); };
     Walk({
-        CALL(StartProgram(it)).Prepared(files).WithOwnWork(),
-        CALL(StartOnFreeStreams(it)).Prepared(files).WithOwnWork(),
+        ROW(StartProgram(it)).Prepared(files).WithOwnWork(),
+        ROW(StartOnFreeStreams(it)).Prepared(files).WithOwnWork(),
     });
-    StepInThreads(CALL(it.process.Start("true", {"x"}, "/", true)));
-    StepInThreads(CALL(Status(it.process.Start("no-such-program", false) == kFailed)));
+    StepInThreads(ROW(it.process.Start("true", {"x"}, "/", true)));
+    StepInThreads(ROW(Status(it.process.Start("no-such-program", false) == kFailed)));
     EXPECT_TRUE(AllReaped());
 }
 
 TEST(FaultWalk, Links) {
     Walk({
-        CALL(kelFile::ReplaceWhole(it.from, kNew)).Leaves(After::Replaced).Prepared([](World& it) {
+        ROW(kelFile::ReplaceWhole(it.from, kNew)).Leaves(After::Replaced).Prepared([](World& it) {
             fs::create_symlink(fs::path(it.file).filename(), it.from);
         }),
-        CALL(kelFile::CreateSymbolicLink(kNew, it.missing)),
-        CALL(kelFile::ReadSymbolicLink(it.missing, it.text)).Prepared([](World& it) {
+        ROW(kelFile::CreateSymbolicLink(kNew, it.missing)),
+        ROW(kelFile::ReadSymbolicLink(it.missing, it.text)).Prepared([](World& it) {
             fs::create_symlink(kNew, it.missing);
         }),
     });
@@ -143,8 +143,8 @@ TEST(FaultWalk, Transfers) {
     // In memory, so that nothing waits for a disk; the move does not mind that it is one volume.
     setenv("TMPDIR", "/dev/shm", 1);
     const Guard back([] { unsetenv("TMPDIR"); });
-    const Row copy = CALL(kelFile::Copy(it.from, it.to, 0x644)).Leaves(After::NoPartOfIt);
-    const Row move = CALL(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0))
+    const Row copy = ROW(kelFile::Copy(it.from, it.to, 0x644)).Leaves(After::NoPartOfIt);
+    const Row move = ROW(Status(MoveAcrossVolumes(it.from.c_str(), it.to.c_str()) == 0))
                          .Leaves(After::AsBeforeOrRenamed);
     const struct {
         Row row;
@@ -154,13 +154,13 @@ TEST(FaultWalk, Transfers) {
     } ways[] = {
         {copy, 3000},
         {copy, 70000, "copy_file_range", EXDEV},
-        {CALL(kelFile::Copy(&it.library, it.from, it.to, 0x1000)).Leaves(copy.after), 70000},
-        {CALL(kelFile::NativeCopy(it.from, it.to, 0)).Leaves(copy.after), 9000},
+        {ROW(kelFile::Copy(&it.library, it.from, it.to, 0x1000)).Leaves(copy.after), 70000},
+        {ROW(kelFile::NativeCopy(it.from, it.to, 0)).Leaves(copy.after), 9000},
         {move, 9000},
         {move, 9000, "renameat2", EPERM},
         {move, 9000, "linkat", EPERM},
-        {CALL(kelFile::Rename(&it.library, it.from, it.to)), 9000},
-        {CALL(kelFile::NativeRename(it.from, it.to)), 9000},
+        {ROW(kelFile::Rename(&it.library, it.from, it.to)), 9000},
+        {ROW(kelFile::NativeRename(it.from, it.to)), 9000},
     };
     for (const auto& way : ways) {
         const Guard refusing = AtCall(way.refused, [&way] { return way.error; });

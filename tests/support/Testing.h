@@ -48,6 +48,10 @@ using testing::ElementsAre;
 /// What several calls return: `EXPECT_THAT(Statuses({a.Close(), b.Close()}), Each(kOk))`.
 using Statuses = std::vector<int>;
 
+/// A call and its text, for lists of calls that have one thing in common.
+using Call = std::pair<const char*, std::function<int()>>;
+#define CALL(...) Call(#__VA_ARGS__, [&]() -> int { return __VA_ARGS__; })
+
 /// Undoes at the end of a scope what the function that gave it has done.
 class [[nodiscard]] Guard {
 public:

@@ -9,8 +9,6 @@ using WindowsNames = InDirectory;
 using WindowsFiles = InDirectory;
 using WindowsSegments = InDirectory;
 
-#define CALL(...) std::pair(#__VA_ARGS__, [&]() -> int { return __VA_ARGS__; })
-
 TEST_F(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
     const std::string a(150, 'a'), b(150, 'b'), deep = directory / a + "/" + b;
     ASSERT_EQ(kelDirectory::Create(deep, 0x755, true), kOk);
@@ -23,20 +21,19 @@ TEST_F(WindowsNames, BeyondThePlainForm_AreWorkedOutFirst) {
         SCOPED_TRACE(way);
         const std::string end = way[0] == '\\' ? "\\" : "/", mark = std::to_string(++round);
         const std::string from = way + end + "from" + mark, to = way + end + "to" + mark;
-        const std::vector<std::pair<const char*, std::function<int()>>> calls = {
-            CALL(kelFile().Open(from, kWrite)),
-            CALL(kelFile(from, kWrite).WriteLine("x")),
-            CALL(kelFile::Exists(nullptr, from)),
-            CALL(kelFileInfo(from).GetSize() - 1),
-            CALL(kelFile::Copy(from, to, 0xFFF)),
-            CALL(kelFile::NativeCopy(from, to, 0)),
-            CALL(kelFile::SetPermissions(to, 0x600)),
-            CALL(kelFile::Rename(to, from)),
-            CALL(kelFile::NativeRename(from, to)),
-            CALL(kelDirectory(way).GetNumberOfFiles() - 1),
-            CALL(kelFile::Delete(to)),
-            CALL(kelDirectory::Create(to, 0x755, false)),
-            CALL(kelDirectory::Delete(to))};
+        const std::vector<Call> calls = {CALL(kelFile().Open(from, kWrite)),
+                                         CALL(kelFile(from, kWrite).WriteLine("x")),
+                                         CALL(kelFile::Exists(nullptr, from)),
+                                         CALL(kelFileInfo(from).GetSize() - 1),
+                                         CALL(kelFile::Copy(from, to, 0xFFF)),
+                                         CALL(kelFile::NativeCopy(from, to, 0)),
+                                         CALL(kelFile::SetPermissions(to, 0x600)),
+                                         CALL(kelFile::Rename(to, from)),
+                                         CALL(kelFile::NativeRename(from, to)),
+                                         CALL(kelDirectory(way).GetNumberOfFiles() - 1),
+                                         CALL(kelFile::Delete(to)),
+                                         CALL(kelDirectory::Create(to, 0x755, false)),
+                                         CALL(kelDirectory::Delete(to))};
         for (const auto& [text, call] : calls) {
             EXPECT_EQ(call(), kOk) << text;
         }

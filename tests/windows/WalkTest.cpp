@@ -34,24 +34,24 @@ TEST(WindowsFaults, AnswersThatWineNeverGives_LoseNothing) {
     } rows[] = {
         // The target is held, or hidden.
         {"CopyFileW", ERROR_SHARING_VIOLATION, 1, 9,
-         CALL(kelFile::NativeCopy(it.program, it.file, 0)), kFailed},
-        {"CopyFileW", ERROR_ACCESS_DENIED, 1, 9, CALL(kelFile::NativeCopy(it.program, it.file, 0)),
+         ROW(kelFile::NativeCopy(it.program, it.file, 0)), kFailed},
+        {"CopyFileW", ERROR_ACCESS_DENIED, 1, 9, ROW(kelFile::NativeCopy(it.program, it.file, 0)),
          kFailed},
         // CREATE_ALWAYS refuses a hidden file; then TRUNCATE_EXISTING does too.
-        {"CreateFileW", ERROR_ACCESS_DENIED, 1, 1, CALL(kelFile().Open(it.file, kTruncate)), kOk,
+        {"CreateFileW", ERROR_ACCESS_DENIED, 1, 1, ROW(kelFile().Open(it.file, kTruncate)), kOk,
          ""},
-        {"CreateFileW", ERROR_ACCESS_DENIED, 1, 9, CALL(kelFile().Open(it.file, kTruncate)),
+        {"CreateFileW", ERROR_ACCESS_DENIED, 1, 9, ROW(kelFile().Open(it.file, kTruncate)),
          kelStatusAccessDenied},
         // The former temporary file is removed, and still open somewhere.
-        {"CreateFileW", ERROR_ACCESS_DENIED, 3, 3, CALL(kelFile::ReplaceWhole(it.missing, kNew)),
+        {"CreateFileW", ERROR_ACCESS_DENIED, 3, 3, ROW(kelFile::ReplaceWhole(it.missing, kNew)),
          kOk},
         // The first call is that of the opening. The root of an empty volume has no entry.
         {"GetFileInformationByHandleEx", ERROR_FILE_NOT_FOUND, 2, 9,
-         CALL(Directory::GetFileNames(it.folder, it.names)), kOk},
-        {"GetFileInformationByHandle", ERROR_GEN_FAILURE, 1, 9, CALL(kelFile::Delete(it.folder)),
+         ROW(Directory::GetFileNames(it.folder, it.names)), kOk},
+        {"GetFileInformationByHandle", ERROR_GEN_FAILURE, 1, 9, ROW(kelFile::Delete(it.folder)),
          kFailed},
         {"OpenProcessToken", ERROR_ACCESS_DENIED, 1, 9,
-         CALL(kelFile().CreateTemporaryFile(it.missing + "XXXXXX")), kelStatusAccessDenied},
+         ROW(kelFile().CreateTemporaryFile(it.missing + "XXXXXX")), kelStatusAccessDenied},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.call) + " fails in " + row.operation.name);
